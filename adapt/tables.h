@@ -1,0 +1,79 @@
+// Look-ups that every room makes in the port tables and the rule tables.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "adapt/records.h"
+
+namespace mc {
+
+using PortTable = PortStateEntry[MC_PORTS];
+using RuleTable = PortVlanCfgEntry[MC_PORTS][MC_RULES];
+
+constexpr int kNoPort = -1;
+
+// Logical port of a port number: the first entry that holds it, kNoPort when none does.
+inline int logical_port(const PortTable& ports, std::uint32_t port_id) {
+    for (int k = 0; k < MC_PORTS; ++k) {
+        if (ports[k].port_id == port_id) return k;
+    }
+    return kNoPort;
+}
+
+// The rules of a port in use, as a number that is safe to walk to.
+constexpr int rules_in_use(std::int32_t count) { return std::clamp<int>(count, 0, MC_RULES); }
+
+// The rule at a position, where an index of 10 stands for rule 0 of the next block: the walks over
+// the table carry an index from block to block, and the table is one contiguous array. Null behind
+// the last block.
+inline const PortVlanCfgEntry* rule_at(const RuleTable& rules, int block, int index) {
+    const int flat = block * MC_RULES + index;
+    if (flat >= MC_PORTS * MC_RULES) return nullptr;
+    return &rules[flat / MC_RULES][flat % MC_RULES];
+}
+
+constexpr PortVlanCfgEntry kEmptyRule = {
+    .portNO = -1,  // 255 in the byte
+    .prouptagmode = MC_TAG_MODE_EMPTY,
+    .in_up_vlan = MC_NO_VLAN,
+    .out_up_vlan = MC_NO_VLAN,
+    .prodntagmode = MC_TAG_MODE_EMPTY,
+    .in_dn_vlan = MC_NO_VLAN,
+    .out_dn_vlan = MC_NO_VLAN,
+    .datedntagmode = MC_TAG_MODE_EMPTY,
+    .in_data_vlan = MC_NO_VLAN,
+    .out_data_vlan = MC_NO_VLAN,
+    .rule_flag = 0,
+};
+
+// Empties every slot of every port and sets the counts to 0.
+inline void clear_rules(RuleTable& rules, std::int32_t (&counts)[MC_PORTS]) {
+    for (auto& block : rules) std::fill_n(block, MC_RULES, kEmptyRule);
+    std::fill_n(counts, MC_PORTS, 0);
+}
+
+// The entries of the template VLAN list in use, as a number that is safe to walk to.
+inline int template_vlans_in_use() { return std::clamp<int>(setVlanNumber, 0, MC_TEMPLATE_VLANS); }
+
+// The first template VLAN whose low 12 bits are vid; null when there is none.
+inline const std::uint16_t* find_template_vlan(std::uint32_t vid) {
+    constexpr std::uint16_t kVidMask = 0x0FFF;
+    for (int i = 0; i < template_vlans_in_use(); ++i) {
+        if ((PortVlan[i] & kVidMask) == vid) return &PortVlan[i];
+    }
+    return nullptr;
+}
+
+inline void clear_template_list() {
+    std::fill_n(PortVlan, template_vlans_in_use(), std::uint16_t{0});
+    setVlanNumber = 0;
+}
+
+// The port table as it is wired: user ports 0 to 5, then the uplink.
+inline void fill_ports(PortTable& ports) {
+    for (std::uint32_t i = 0; i < MC_PORTS - 1; ++i) ports[i] = {i, MC_PORT_USER};
+    ports[MC_PORTS - 1] = {MC_UPLINK_PORT, MC_PORT_UPLINK};
+}
+
+}  // namespace mc

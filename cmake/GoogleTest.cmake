@@ -1,0 +1,16 @@
+# GoogleTest from the sources that Debian's googletest package installs: built with the flags of the
+# build at hand, so that sanitizers and the cross build get one of their own.
+set(MC_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest sources")
+if(NOT EXISTS ${MC_GOOGLETEST_SOURCE}/CMakeLists.txt)
+  message(FATAL_ERROR "no GoogleTest sources in ${MC_GOOGLETEST_SOURCE}: install package googletest")
+endif()
+set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
+add_subdirectory(${MC_GOOGLETEST_SOURCE} googletest EXCLUDE_FROM_ALL SYSTEM)
+include(GoogleTest)
+foreach(target gtest gtest_main gmock gmock_main)
+  target_compile_options(${target} PRIVATE -w)
+  if(NOT TARGET GTest::${target})
+    add_library(GTest::${target} ALIAS ${target})
+  endif()
+endforeach()

@@ -1,0 +1,155 @@
+// Forwarding of IGMP frames in snooping and in control mode.
+#include "packet/forward.h"
+
+#include <cstdint>
+#include <cstdio>
+
+#include "adapt/records.h"
+#include "igmp/igmp.h"
+#include "igmp/side.h"
+#include "platform/l2_multicast.h"
+
+namespace mc {
+
+namespace {
+
+constinit McResultVlans downlinkvlan[MC_PORTS] = {{MC_NO_VLAN}};
+
+// What both modes share on this side.
+struct IgmpHandler {
+    using Side = IgmpSide;
+
+    static const PortTable& walked_ports() { return portState; }
+
+    static void say_no_rule_down() {
+        if (igmp_says(kFlow)) {
+            std::puts(
+                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct "
+                "pass!\r");
+        }
+    }
+};
+
+void send_untagged(const Frame& frame, WorkingCopy& copy, std::uint32_t port) {
+    const std::uint32_t len = copy.rebuild(frame, {}, kBehindTag);
+    send<IgmpSide>(copy.bytes, len, port);
+}
+
+struct IgmpSnooping : IgmpHandler {
+    static void say_entered(std::uint32_t port, std::uint32_t type) {
+        if (igmp_says(kFlow)) {
+            std::printf("\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle, rPort = %d, rport_sta = %d\r\n",
+                        port, type);
+        }
+    }
+
+    // A port's downstream signalling VLAN overrules its rules. It is written over bytes 12 to 15
+    // even of a frame without a tag, whose ethertype and first packet bytes it then replaces, and
+    // whole, DEI bit included. Both kept on purpose.
+    static bool override_down(const Frame& frame, int p) {
+        const std::uint16_t vlan = globle_parm.port[p].sig_vlan_b;
+        if (vlan == MC_NO_VLAN) return false;
+        const std::uint32_t out = portState[p].port_id;
+        if (vlan == 0) {
+            WorkingCopy copy(frame);
+            send_untagged(frame, copy, out);
+        } else if (frame.len >= kBehindTag) {
+            write_tag(frame, vlan);
+            send<IgmpSide>(frame.bytes, frame.len, out);
+        }
+        return true;
+    }
+
+    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+        say_no_rule_down();
+        const std::uint32_t out = portState[p].port_id;
+        if (PortVlanCfg[p][0].prodntagmode == MC_TAG_MODE_TAG) {
+            send_untagged(frame, copy, out);
+        } else {
+            send<IgmpSide>(frame.bytes, frame.len, out);
+        }
+    }
+
+    static std::uint32_t untagged_length(const Frame& /*frame*/, std::uint32_t rebuilt) {
+        return rebuilt;
+    }
+
+    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t vid) {
+        const std::uint16_t signalling =
+            port < MC_PORTS ? globle_parm.port[port].sig_vlan : std::uint16_t{MC_NO_VLAN};
+        if (signalling != MC_NO_VLAN) {
+            send_up_tagged<IgmpSide>(frame, signalling);
+        } else {
+            forward_up_by_rule<IgmpSide>(frame, port, vid);
+        }
+    }
+};
+
+struct IgmpControl : IgmpHandler {
+    static void say_entered(std::uint32_t port, std::uint32_t type) {
+        if (igmp_says(kFlow)) {
+            std::printf(
+                "\r\n[MC_DBG_DBG]: Enter igmp_control_handle, rPort = %d, rport_sta = %d\r\n", port,
+                type);
+        }
+    }
+
+    static bool override_down(const Frame& /*frame*/, int /*p*/) { return false; }
+
+    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+        say_no_rule_down();
+        send<IgmpSide>(copy.bytes, frame.len, portState[p].port_id);
+    }
+
+    // Unlike in snooping mode the received length stays: the last 4 bytes of the working copy
+    // travel along. Kept on purpose.
+    static std::uint32_t untagged_length(const Frame& frame, std::uint32_t /*rebuilt*/) {
+        return frame.len;
+    }
+
+    // Outer tag: the ONU id, 128 standing in for 0; none at all while no id is assigned (255).
+    // Inner tag: the port number + 1.
+    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t /*vid*/) {
+        constexpr std::uint8_t kNoOnuId = 255;
+        constexpr std::uint16_t kStandIn = 128;
+        std::uint8_t onu_id = 0;
+        static_cast<void>(L2_multicast_get_onu_id(&onu_id));
+        if (igmp_says(kFlow)) {
+            std::printf("\r\n[MC_DBG_DBG]: igmp_adapt_control_handle onu_id = %d", onu_id);
+        }
+        const auto inner = static_cast<std::uint16_t>(port + 1);
+        const std::uint16_t outer = onu_id != 0 ? onu_id : kStandIn;
+        if (onu_id == kNoOnuId) {
+            forward_up_stamped<IgmpSide>(frame, {inner});
+        } else {
+            forward_up_stamped<IgmpSide>(frame, {outer, inner});
+        }
+    }
+};
+
+}  // namespace
+
+McResultVlans (&IgmpSide::downlink_vlans())[kDownlinkPorts] { return downlinkvlan; }
+
+void IgmpSide::say_uplink_vlan(std::uint16_t vlan) {
+    if (says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: searchUpSnoopPortCfgVlan %d\r\n", vlan);
+}
+
+}  // namespace mc
+
+McResultVlans* searchDownSnoopPortCfgVlan(std::uint32_t vid, std::uint16_t counts[MC_PORTS]) {
+    std::uint16_t found[MC_PORTS];
+    mc::search_downlink_vlans<mc::IgmpSide>(vid, found);
+    std::copy_n(found, MC_PORTS, counts);
+    return mc::IgmpSide::downlink_vlans();
+}
+
+void igmp_adapt_snoop_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
+                             std::uint32_t vid) {
+    mc::handle<mc::IgmpSnooping>(frame, port, len, vid);
+}
+
+void igmp_adapt_control_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
+                               std::uint32_t vid) {
+    mc::handle<mc::IgmpControl>(frame, port, len, vid);
+}

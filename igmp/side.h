@@ -1,0 +1,79 @@
+// What the shared packet path (packet/) needs to know of the IGMP side.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "adapt/records.h"
+#include "adapt/tables.h"
+#include "common/bytes.h"
+#include "common/diagnostics.h"
+#include "common/ethernet.h"
+#include "igmp/igmp.h"
+#include "packet/receive.h"
+
+namespace mc {
+
+struct IgmpSide {
+    static constexpr std::uint16_t kEtherType = kEtherTypeIpv4;
+    // Blocks that reception searches: the uplink's is left out.
+    static constexpr int kReceiveBlocks = MC_PORTS - 1;
+    static constexpr int kDownlinkPorts = MC_PORTS;
+
+    // ---- Records ----
+    static bool says(Category category) { return igmp_says(category); }
+    static const PortTable& ports() { return portState; }
+    static const RuleTable& rules() { return PortVlanCfg; }
+    static const RuleTable& receive_doors() { return PortVlanCfg; }
+    static const std::int32_t (&rule_counts())[MC_PORTS] { return setVlanCfgNumber; }
+    static std::uint8_t& receive_port() { return srcPortNum; }
+    static std::uint32_t test_uplink() { return static_cast<std::uint32_t>(testuplink); }
+    static const std::uint8_t (&own_mac())[kMacLength] { return sys_mac; }
+    static std::uint32_t mode() { return proxy_adapt_mode; }
+    static bool forwards(std::uint32_t mode) {
+        return mode == MC_MODE_SNOOPING || mode == MC_MODE_CONTROL;
+    }
+    static McResultVlans (&downlink_vlans())[kDownlinkPorts];
+
+    // ---- Reception (igmp/receive.cpp) ----
+    static void count_frame();
+    static void keep_tag(const Framing& /*framing*/) {}
+    static std::uint32_t template_vlan(std::uint32_t vlan);
+    static std::uint32_t packet_length(const std::uint8_t* packet) { return load_be16(packet + 2); }
+    static bool accept_protocol(const std::uint8_t* packet);
+    static std::int32_t hand_to_core(const ReceivedFrame& frame, std::uint32_t length,
+                                     std::uint32_t vlan);
+    static void forward(std::uint32_t mode, const ReceivedFrame& frame);
+
+    static void dump_received(const std::uint8_t* frame, std::uint32_t len, std::uint32_t port);
+    static void say_entered(std::uint32_t port);
+    static void say_own_frame();
+    static void say_received(std::uint32_t port);
+    static void say_search_vlan(std::uint32_t vid, std::uint32_t port);
+    static void say_from_uplink();
+    static void say_receive_port_unknown(std::uint32_t port);
+    static void say_mode(std::uint32_t mode);
+    static void say_kept_from_core(std::uint32_t mode, std::uint32_t port);
+
+    // ---- Forwarding (igmp/forward.cpp) ----
+    static std::int32_t send(std::uint8_t* frame, std::uint16_t len, std::uint16_t port) {
+        return l2_igmp_send_pkt(frame, len, port);
+    }
+    static void tag_sent(std::uint16_t /*vlan*/) {}
+    static void say_uplink_vlan(std::uint16_t vlan);
+
+    // ---- Transmission (igmp/transmit.cpp) ----
+    // The tag is the core's own record: a translated VID is written back into it.
+    struct SendTag {
+        std::uint16_t tpid;
+        std::uint16_t& vid;
+        std::uint8_t priority;
+    };
+    static void write_destination(std::uint8_t* mac, const std::uint8_t* packet, std::uint16_t len);
+    static std::int32_t transmit_failed(std::int32_t status, int /*printed*/) { return status; }
+    static void dump_sent(const std::uint8_t* frame, std::uint16_t len, std::uint16_t port);
+    static void say_transmit(std::uint16_t port, std::uint16_t len);
+    static void say_send_port_unknown(std::uint16_t port);
+};
+
+}  // namespace mc

@@ -1,0 +1,124 @@
+// Forwarding of MLD frames in snooping and in control mode.
+#include "packet/forward.h"
+
+#include <cstdint>
+#include <cstdio>
+
+#include "adapt/records.h"
+#include "mld/mld.h"
+#include "mld/record.h"
+#include "mld/side.h"
+#include "platform/l2_multicast.h"
+
+namespace mc {
+
+namespace {
+
+constinit McResultVlans downlink_table[MldSide::kDownlinkPorts] = {{MC_NO_VLAN}};
+
+// What both modes share on this side. Untagged frames keep the received length, so that the last 4
+// bytes of the working copy travel along: in control mode as on the IGMP side, in snooping mode
+// unlike it. Kept on purpose.
+struct MldHandler {
+    using Side = MldSide;
+
+    // There is no signalling VLAN for MLD.
+    static bool override_down(const Frame& /*frame*/, int /*p*/) { return false; }
+
+    static std::uint32_t untagged_length(const Frame& frame, std::uint32_t /*rebuilt*/) {
+        return frame.len;
+    }
+};
+
+struct MldSnooping : MldHandler {
+    static const PortTable& walked_ports() { return mldInitParams.port; }
+
+    static void say_entered(std::uint32_t port, std::uint32_t type) {
+        if (mld_says(kFlow)) {
+            std::printf("\r\n[MC_DBG_DBG]: Enter mld_snoop_handle, rPort = %d, rport_sta = %d\r\n",
+                        port, type);
+        }
+    }
+
+    // A port without a rule gets the frame as it came, whatever tag mode its first slot holds.
+    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+        if (mld_says(kFlow)) {
+            std::puts(
+                "\r\n[MC_DBG_DBG]: Enter mld_snoop_handle,uplink can't find vlanconfig! direct "
+                "pass!\r");
+        }
+        send<MldSide>(copy.bytes, frame.len, mldInitParams.port[p].port_id);
+    }
+
+    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t vid) {
+        forward_up_by_rule<MldSide>(frame, port, vid);
+    }
+};
+
+struct MldControl : MldHandler {
+    // The walk goes by the IGMP port table and a frame that no rule takes leaves on its ports; only
+    // a VLAN that was found leaves on a port of the MLD table. As wired the two are equal.
+    static const PortTable& walked_ports() { return portState; }
+
+    // The IGMP texts stand here, kept on purpose.
+    static void say_entered(std::uint32_t port, std::uint32_t type) {
+        if (mld_says(kFlow)) {
+            std::printf(
+                "\r\n[MC_DBG_DBG]: Enter igmp_control_handle, rPort = %d, rport_sta = %d\r\n", port,
+                type);
+        }
+    }
+
+    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+        if (mld_says(kFlow)) {
+            std::puts(
+                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct "
+                "pass!\r");
+        }
+        send<MldSide>(copy.bytes, frame.len, portState[p].port_id);
+    }
+
+    // Outer tag: the ONU id, 128 standing in for 0. Unlike on the IGMP side an id of 255 is a tag
+    // like any other. Inner tag: the port number + 1.
+    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t /*vid*/) {
+        constexpr std::uint16_t kStandIn = 128;
+        std::uint8_t onu_id = 0;
+        static_cast<void>(L2_multicast_get_onu_id(&onu_id));
+        if (mld_says(kFlow)) {
+            std::printf("\r\n[MC_DBG_DBG]: igmp_adapt_control_handle onu_id = %d", onu_id);
+        }
+        const std::uint16_t outer = onu_id != 0 ? onu_id : kStandIn;
+        const auto inner = static_cast<std::uint16_t>(port + 1);
+        MldSide::tag_sent(outer);
+        store_be16(mldInitParams.tag_inner, kTpid);
+        store_be16(mldInitParams.tag_inner + 2, inner);
+        forward_up_stamped<MldSide>(frame, {outer, inner});
+    }
+};
+
+}  // namespace
+
+McResultVlans (&MldSide::downlink_vlans())[kDownlinkPorts] { return downlink_table; }
+
+// Whatever tag forwarding writes is also the tag of what the core sends next.
+void MldSide::tag_sent(std::uint16_t vlan) {
+    mldInitParams.tag_tpid = kTpid;
+    mldInitParams.tag_vid = vlan & kVidMask;
+    mldInitParams.tag_pri = static_cast<std::uint8_t>(vlan >> 13);
+}
+
+void MldSide::say_uplink_vlan(std::uint16_t vlan) {
+    if (says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: mldsearchUpSnoopPortCfgVlan %d\r\n", vlan);
+}
+
+}  // namespace mc
+
+void mld_adapt_snoop_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
+                            std::uint32_t vid) {
+    mc::handle<mc::MldSnooping>(frame, port, len, vid);
+}
+
+void mld_adapt_control_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
+                              std::uint32_t vid) {
+    mc::handle<mc::MldControl>(frame, port, len, vid);
+}

@@ -1,0 +1,158 @@
+// The MLD record: its defaults, its way into the protocol core, its settings and its display.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+
+#include "adapt/adapt.h"
+#include "adapt/tables.h"
+#include "common/config_text.h"
+#include "common/diagnostics.h"
+#include "mld/mld.h"
+#include "mld/record.h"
+#include "platform/protocol_core.h"
+
+constinit MldInitParams mldInitParams{};
+
+namespace {
+
+using mc::kErrors;
+using mc::kFlow;
+using mc::mld_says;
+
+void print_rules() {
+    for (int p = 0; p < MC_PORTS; ++p) {
+        const int used = mc::rules_in_use(mldInitParams.vlancfgnum[p]);
+        for (int j = 0; j < used; ++j) mc::print_rule(mldInitParams.mldPortVlanCfg[p][j]);
+    }
+}
+
+void print_ports() {
+    for (int p = 0; p < MC_PORTS; ++p) {
+        const MldPortParm& port = mldInitParams.mldport[p];
+        mc::print_port_settings(p, port.grouplimit, port.leavemod, port.max_bandwidth,
+                                port.auth_group);
+    }
+}
+
+// All ten entries, used or not. The breaks go by the IGMP side's count, kept on purpose.
+void print_template_vlans() {
+    for (int i = 0; i < MC_TEMPLATE_VLANS; ++i) {
+        std::printf("-%d-", mldInitParams.portVlan[i]);
+        std::printf("TemplateVlan(%u)\t", mldInitParams.TemplateVlan[i]);
+        if (i + 1 >= getTemplateVlanNumber() || i == 3 || i == 6 || i == 9) std::puts("\r");
+    }
+}
+
+void print_globals() {
+    const MldInitParams& mld = mldInitParams;
+    std::printf("defaultVlan(%u), general_member_interval(%u), last_member_query_count(%u)\r\n",
+                mld.defaultVlan, mld.general_member_interval, mld.last_member_query_count);
+    std::printf("last_member_query_interval(%u), learningMode(%u), multiMode(%u)\r\n",
+                mld.last_member_query_interval, mld.learningMode, mld.multiMode);
+    std::printf("query_interval(%u), query_max_resp_time(%u), robustness(%u), version(%u)\r\n",
+                mld.query_interval, mld.query_max_resp_time, mld.robustness, mld.version);
+}
+
+}  // namespace
+
+void initmldGlobleParmeter() {
+    MldInitParams& mld = mldInitParams;
+    mld.testuplink = MC_NO_TEST_UPLINK;
+    mld.mld_adapt = -1;
+    mld.mld_flag_omci_version = 0;
+    mld.defaultVlan = MC_DEFAULT_VLAN;
+    mld.multiMode = MLD_MODE_SNOOPING;
+    mld.learningMode = 0;
+    mld.robustness = 2;
+    mld.version = 3;
+    mld.query_interval = 125;
+    mld.query_max_resp_time = 10;
+    mld.last_member_query_interval = 1;
+    mld.last_member_query_count = 2;
+    mld.general_member_interval = 1;
+    mld.ssm_ip_start = 0;
+    mld.ssm_ip_end = 0;
+    mld.proxy_ip = 0x0A190E14;  // 10.25.14.20
+    std::fill(std::begin(mld.ssm_map), std::end(mld.ssm_map), 0);
+    std::fill(std::begin(mld.TemplateVlan), std::end(mld.TemplateVlan), std::uint16_t{0});
+    std::fill(std::begin(mld.mldport), std::end(mld.mldport), MldPortParm{});
+}
+
+void mldinitPortStateNode() { mc::fill_ports(mldInitParams.port); }
+
+void mldinitVlancfgNode() {
+    mc::clear_rules(mldInitParams.mldPortVlanCfg, mldInitParams.vlancfgnum);
+}
+
+std::int32_t mld_adapt_init() {
+    if (mld_register_switch_send_pkt(send_pkt_mld) != 0 && mld_says(kErrors)) {
+        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_send_pkt Fail !");
+    }
+    if (mld_register_switch_add_table(mld_add_grp) != 0 && mld_says(kErrors)) {
+        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_add_table Fail !");
+    }
+    if (mld_register_switch_del_table(mld_del_grp) != 0 && mld_says(kErrors)) {
+        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_del_table Fail !");
+    }
+    if (mld_adapt_port_conf_set() != 0 && mld_says(kErrors)) {
+        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_port_conf_set Fail !");
+    }
+    const std::int32_t ret = mld_proxy_snoop_set_globle(mldInitParams.multiMode);
+    if (ret != 0 && mld_says(kErrors)) {
+        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_pack_set_mc_mode snooping Fail");
+    }
+    return ret;
+}
+
+std::int32_t mld_adapt_port_conf_set() {
+    if (mld_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: mld_adapt_port_conf_set is in\r");
+    for (const PortStateEntry& port : mldInitParams.port) {
+        if (port.port_type == 0) continue;  // an empty entry
+        if (mld_port_conf_set(port.port_id, port.port_type) != 0) {
+            if (mld_says(kErrors)) {
+                std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_adapt_port_conf_set Fail");
+            }
+            return -1;
+        }
+    }
+    return 0;
+}
+
+void mld_adapt_set_debug(std::uint32_t mask, std::uint32_t on) {
+    const bool any_set = (mld_debug & mask) != 0;
+    if (on != 0 && !any_set) {
+        mld_debug |= mask;
+    } else {
+        mld_debug &= ~mask;
+    }
+}
+
+std::int32_t mld_omci_set_igmp_global_parmeter(std::uint32_t robustness,
+                                               std::uint32_t query_interval,
+                                               std::uint32_t query_max_resp_time,
+                                               std::uint32_t last_member_query_interval,
+                                               std::uint32_t last_member_query_count) {
+    // The name of the IGMP operation stands in the text, kept on purpose.
+    if (mld_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: igmp_adapt_para_globle_set is in!");
+    MldInitParams& mld = mldInitParams;
+    mld.robustness = static_cast<std::uint8_t>(robustness);
+    mld.query_interval = query_interval;
+    mld.query_max_resp_time = query_max_resp_time;
+    mld.last_member_query_interval = last_member_query_interval;
+    mld.last_member_query_count = last_member_query_count;
+    // The core has one entry for the parameters of both sides.
+    const std::int32_t status = igmp_para_globle_set(
+        mld.robustness, query_interval, query_max_resp_time, last_member_query_interval,
+        last_member_query_count, mld.general_member_interval);
+    if (status != 0 && mld_says(kErrors)) {
+        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_omci_set_igmp_global_parmeter Fail");
+    }
+    return status;
+}
+
+void mld_adapt_globe() {
+    print_rules();
+    print_ports();
+    print_template_vlans();
+    print_globals();
+}

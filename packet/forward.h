@@ -1,0 +1,223 @@
+// Forwarding of a received frame by mode, told once for four handlers: snooping and control, IGMP
+// and MLD. A Handler names its Side and holds what differs, its console lines included.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <initializer_list>
+#include <iterator>
+
+#include "adapt/records.h"
+#include "adapt/tables.h"
+#include "common/diagnostics.h"
+#include "common/ethernet.h"
+#include "packet/rule_walk.h"
+
+namespace mc {
+
+constexpr std::uint32_t kPortInvalid = 0xFFFFFFFF;  // neither user port nor uplink; prints as -1
+
+template <class Side>
+void send(std::uint8_t* bytes, std::uint32_t len, std::uint32_t port) {
+    // A failure is reported where the driver is called; there is nothing to undo here.
+    static_cast<void>(
+        Side::send(bytes, static_cast<std::uint16_t>(len), static_cast<std::uint16_t>(port)));
+}
+
+// What kind of port a frame came in on.
+template <class Side>
+std::uint32_t receive_port_type(std::uint32_t port) {
+    if (port > MC_UPLINK_PORT) {
+        if (Side::says(kErrors)) {
+            std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port);
+        }
+        return kPortInvalid;
+    }
+    const int logical = logical_port(Side::ports(), port);
+    if (logical == kNoPort) {
+        if (Side::says(kFlow)) {
+            std::printf("\r\n[MC_DBG_DBG]: \n [checkPortState]port(%d) is not find!", port);
+        }
+        return kPortInvalid;
+    }
+    return Side::ports()[logical].port_type;
+}
+
+// ---- Downstream --------------------------------------------------------------------------------
+
+// Collects what every port's rules make of a frame with VID vid that comes down. A port without a
+// match has its row set to "no VLAN"; the row of any other port keeps older values behind its
+// count.
+template <class Side>
+void search_downlink_vlans(std::uint32_t vid, std::uint16_t (&counts)[Side::kDownlinkPorts]) {
+    if (Side::says(kFlow)) {
+        std::puts("\r\n[MC_DBG_DBG]: recieve paket from uplink,search vlan config for snooping!\r");
+    }
+    for (int p = 0; p < Side::kDownlinkPorts; ++p) {
+        auto& row = Side::downlink_vlans()[p];
+        std::uint16_t count = 0;
+        const int used = rules_in_use(Side::rule_counts()[p]);
+        for (int j = 0; j < used; ++j) {
+            const PortVlanCfgEntry& rule = Side::rules()[p][j];
+            if (Side::says(kFlow)) {
+                std::printf(
+                    "\r\n[MC_DBG_DBG]: searchDownSnoopPortCfgVlan from downlink,vlan(%d) config "
+                    "search!,cfgvlan(%d)\r\n",
+                    vid, rule.in_dn_vlan & kVidMask);
+            }
+            const bool matches = (rule.in_dn_vlan & kVidMask) == vid;
+            if (matches && count < MC_RESULT_VLANS) row[count++] = rule.out_dn_vlan;
+        }
+        if (count == 0) std::fill(std::begin(row), std::end(row), std::uint16_t{MC_NO_VLAN});
+        counts[p] = count;
+    }
+}
+
+// Gives the frame a tag: in place when it has one, so that ports served later see the frame as it
+// then is; otherwise in the working copy.
+template <class Side>
+void send_tagged_as(const Frame& frame, WorkingCopy& copy, std::uint16_t tci, std::uint32_t out) {
+    if (is_tagged(frame)) {
+        write_tag(frame, tci);
+        send<Side>(frame.bytes, frame.len, out);
+    } else {
+        const std::uint32_t len = copy.rebuild(frame, {tci}, kBehindMacs);
+        send<Side>(copy.bytes, len, out);
+    }
+}
+
+// Sends a frame down under one VLAN of the port's rules.
+template <class Handler>
+void send_down(const Frame& frame, WorkingCopy& copy, std::uint16_t vlan, std::uint32_t out) {
+    using Side = typename Handler::Side;
+    if (vlan == MC_NO_VLAN) {
+        if (Side::says(kErrors)) {
+            std::puts("\r\n[MC_DBG_ERR]: searchDownSnoopPortCfgVlan is error,never here !!\r");
+        }
+        return;
+    }
+    if (vlan == 0) {
+        const std::uint32_t untagged = copy.rebuild(frame, {}, kBehindTag);
+        send<Side>(copy.bytes, Handler::untagged_length(frame, untagged), out);
+        return;
+    }
+    Side::tag_sent(vlan);
+    send_tagged_as<Side>(frame, copy, vlan & kNoDeiMask, out);
+}
+
+// A frame from the network goes to every user port. The walk ends at the first entry that is none.
+template <class Handler>
+void forward_down(const Frame& frame, std::uint32_t vid) {
+    using Side = typename Handler::Side;
+    std::uint16_t counts[Side::kDownlinkPorts];
+    search_downlink_vlans<Side>(vid, counts);
+    for (int p = 0; p < Side::kDownlinkPorts; ++p) {
+        if (Handler::walked_ports()[p].port_type != MC_PORT_USER) break;
+        if (Handler::override_down(frame, p)) continue;
+        WorkingCopy copy(frame);
+        if (counts[p] == 0) {
+            Handler::pass_down(frame, copy, p);
+            continue;
+        }
+        for (int i = 0; i < counts[p]; ++i) {
+            send_down<Handler>(frame, copy, Side::downlink_vlans()[p][i], Side::ports()[p].port_id);
+        }
+    }
+}
+
+// ---- Upstream ----------------------------------------------------------------------------------
+
+// The VLAN that a user port's rules give a frame towards the network; "no VLAN" when none matches.
+template <class Side>
+std::uint16_t search_uplink_vlan(std::uint32_t port, std::uint32_t vid) {
+    const int logical = logical_port(Side::ports(), port);
+    if (logical == kNoPort) {
+        if (Side::says(kErrors)) {
+            std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
+            std::printf("\r\n[MC_DBG_ERR]: port number is invalid!\r");
+        }
+        return MC_NO_VLAN;
+    }
+    const auto found = walk_upstream_rules(
+        {.doors = Side::rules(),
+         .rules = Side::rules(),
+         .blocks = MC_PORTS,
+         .used = rules_in_use(Side::rule_counts()[logical])},
+        port, vid, [vid](const PortVlanCfgEntry& rule) {
+            if (Side::says(kFlow)) {
+                std::printf(
+                    "\r\n[MC_DBG_DBG]: searchUpSnoopPortCfgVlan from downlink,vlan = %d config "
+                    "search!,cfgvlan = %d\r\n",
+                    vid, rule.in_up_vlan & kVidMask);
+            }
+        });
+    // The IGMP rules supply the VLAN on both sides, kept on purpose: an MLD rule only selects the
+    // position.
+    return found ? PortVlanCfg[found->block][found->index].out_up_vlan
+                 : static_cast<std::uint16_t>(MC_NO_VLAN);
+}
+
+template <class Side>
+void send_up_tagged(const Frame& frame, std::uint16_t vlan) {
+    Side::tag_sent(vlan);
+    WorkingCopy copy(frame);
+    send_tagged_as<Side>(frame, copy, vlan & kNoDeiMask, MC_UPLINK_PORT);
+}
+
+// Snooping: the frame goes up with the VLAN of its rule, or as it is when no rule has one for it.
+template <class Side>
+void forward_up_by_rule(const Frame& frame, std::uint32_t port, std::uint32_t vid) {
+    const std::uint16_t vlan = search_uplink_vlan<Side>(port, vid);
+    Side::say_uplink_vlan(vlan);
+    if (vlan == MC_NO_VLAN) {
+        send<Side>(frame.bytes, frame.len, MC_UPLINK_PORT);
+        if (Side::says(kFlow)) {
+            std::puts(
+                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,downlink can't find vlanconfig! direct "
+                "pass!\r");
+        }
+        return;
+    }
+    send_up_tagged<Side>(frame, vlan);
+}
+
+// Control: the frame goes up under the tags that name the node and the user port; a tag that it
+// came with is replaced.
+template <class Side>
+void forward_up_stamped(const Frame& frame, std::initializer_list<std::uint16_t> tags) {
+    WorkingCopy copy(frame);
+    const std::uint32_t from = is_tagged(frame) ? kBehindTag : kBehindMacs;
+    const std::uint32_t len = copy.rebuild(frame, tags, from);
+    send<Side>(copy.bytes, len, MC_UPLINK_PORT);
+}
+
+// ---- Both --------------------------------------------------------------------------------------
+
+template <class Handler>
+void handle(std::uint8_t* bytes, std::uint32_t port, std::uint32_t len, std::uint32_t vid) {
+    using Side = typename Handler::Side;
+    if (bytes == nullptr || len < kEthernetHeader || len > kLongestFrame) {
+        if (Side::says(kErrors)) {
+            std::printf("\r\n[MC_DBG_ERR]: frame of %d bytes can not be forwarded, abord!\r\n",
+                        len);
+        }
+        return;
+    }
+    const Frame frame = {bytes, len};
+    const std::uint32_t type = receive_port_type<Side>(port);
+    Handler::say_entered(port, type);
+    switch (type) {
+        case MC_PORT_UPLINK:
+            forward_down<Handler>(frame, vid);
+            return;
+        case MC_PORT_USER:
+            Handler::forward_up(frame, port, vid);
+            return;
+        default:
+            if (Side::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: invalid port !!\r");
+            return;
+    }
+}
+
+}  // namespace mc
