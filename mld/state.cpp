@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "adapt/adapt.h"
 #include "adapt/tables.h"
 #include "common/config_text.h"
 #include "common/diagnostics.h"
@@ -26,31 +25,13 @@ void print_rules() {
     }
 }
 
-void print_ports() {
-    for (int p = 0; p < MC_PORTS; ++p) {
-        const MldPortParm& port = mldInitParams.mldport[p];
-        mc::print_port_settings(p, port.grouplimit, port.leavemod, port.max_bandwidth,
-                                port.auth_group);
-    }
-}
-
 // All ten entries, used or not. The breaks go by the IGMP side's count, kept on purpose.
 void print_template_vlans() {
     for (int i = 0; i < MC_TEMPLATE_VLANS; ++i) {
         std::printf("-%d-", mldInitParams.portVlan[i]);
         std::printf("TemplateVlan(%u)\t", mldInitParams.TemplateVlan[i]);
-        if (i + 1 >= getTemplateVlanNumber() || i == 3 || i == 6 || i == 9) std::puts("\r");
+        if (i + 1 >= setVlanNumber || i == 3 || i == 6 || i == 9) std::puts("\r");
     }
-}
-
-void print_globals() {
-    const MldInitParams& mld = mldInitParams;
-    std::printf("defaultVlan(%u), general_member_interval(%u), last_member_query_count(%u)\r\n",
-                mld.defaultVlan, mld.general_member_interval, mld.last_member_query_count);
-    std::printf("last_member_query_interval(%u), learningMode(%u), multiMode(%u)\r\n",
-                mld.last_member_query_interval, mld.learningMode, mld.multiMode);
-    std::printf("query_interval(%u), query_max_resp_time(%u), robustness(%u), version(%u)\r\n",
-                mld.query_interval, mld.query_max_resp_time, mld.robustness, mld.version);
 }
 
 }  // namespace
@@ -152,7 +133,7 @@ std::int32_t mld_omci_set_igmp_global_parmeter(std::uint32_t robustness,
 
 void mld_adapt_globe() {
     print_rules();
-    print_ports();
+    mc::print_mld_ports();
     print_template_vlans();
-    print_globals();
+    static_cast<void>(mc::print_mld_globals());
 }
