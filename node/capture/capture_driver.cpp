@@ -1,0 +1,188 @@
+#include "node/capture/capture_driver.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "node/capture/trap_filter.h"
+
+namespace capture {
+namespace {
+
+constexpr std::uint64_t kNanosecondsPerMicrosecond = 1000;
+constexpr std::uint64_t kRecordHeader = 16;  // in a pcap file, in front of each frame
+
+/* The count that a frame of this kind goes to. */
+std::uint64_t& kind_of(const CapturedFrame& frame, FramesIn& counters) {
+    const bool cut = frame.bytes.size() < frame.length;
+    const TrapVerdict verdict = classify(frame.bytes);
+    if (verdict == TrapVerdict::kOther) return counters.not_trapped;
+    if (verdict == TrapVerdict::kTooShort && !cut) return counters.not_trapped;
+    if (cut) return counters.truncated;
+    if (frame.length > kLongestFrame) return counters.too_long;
+    return verdict == TrapVerdict::kIgmp ? counters.igmp : counters.mld;
+}
+
+}  // namespace
+
+Driver& Driver::instance() {
+    static Driver& driver = *new Driver;
+    return driver;
+}
+
+void Driver::prepare(Replay replay) {
+    merge_ = CaptureMerge(replay.inputs);
+    if (replay.output) writer_.emplace(*replay.output, replay.inputs);
+    replay_ = std::move(replay);
+    if (const auto first_ns = merge_.first_stamp_ns()) {
+        set_clock(*first_ns / kNanosecondsPerMicrosecond);
+    }
+}
+
+void Driver::start() {
+    const std::lock_guard lock(mutex_);
+    started_ = true;
+    changed_.notify_all();
+}
+
+void Driver::stop() { stopping_ = true; }
+
+bool Driver::wait_until_finished(std::chrono::milliseconds patience) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, patience, [this] { return finished_; });
+}
+
+Report Driver::report() {
+    const std::lock_guard lock(mutex_);
+    Report report{counters_, table_, span_, {}};
+    if (report.span) report.span->end_us = now_us_;
+    if (finished_) report.failures = merge_.damage();
+    if (writer_) {
+        for (std::string& line : writer_->flush()) report.failures.push_back(std::move(line));
+    }
+    return report;
+}
+
+Progress Driver::progress() {
+    const std::lock_guard lock(mutex_);
+    return progress_;
+}
+
+std::optional<Driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
+    wait_for_start();
+    while (!stopping_) {
+        const std::optional<MergedFrame> merged = merge_.next();
+        if (!merged) break;
+        if (!admit(*merged)) continue;
+        const CapturedFrame& frame = merged->frame;
+        run_clock_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
+        std::ranges::copy(frame.bytes, buf.begin());
+        return Delivery{merged->port, frame.length};
+    }
+    finish();
+    return std::nullopt;
+}
+
+void Driver::park() {
+    std::unique_lock lock(mutex_);
+    while (true) changed_.wait(lock);
+}
+
+bool Driver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
+    const std::lock_guard lock(mutex_);
+    const std::optional<std::size_t> slot = slot_of_port(port);
+    if (!slot) {
+        ++counters_.send_invalid_port;
+        return false;
+    }
+    if (frame.data() == nullptr || frame.empty()) {
+        ++counters_.send_empty;
+        return false;
+    }
+    const bool written = !writer_ || writer_->write(*slot, now_us_, frame);
+    ++(written ? counters_.out[*slot].sent : counters_.out[*slot].failed);
+    return written;
+}
+
+bool Driver::set_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan) {
+    const std::lock_guard lock(mutex_);
+    if (!slot_of_port(port)) {
+        ++table_.invalid_port;
+        return false;
+    }
+    table_.set({static_cast<std::uint8_t>(port), vlan, mac});
+    return true;
+}
+
+bool Driver::remove_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan) {
+    const std::lock_guard lock(mutex_);
+    if (!slot_of_port(port)) {
+        ++table_.invalid_port;
+        return false;
+    }
+    table_.remove({static_cast<std::uint8_t>(port), vlan, mac});
+    return true;
+}
+
+void Driver::wait_for_start() {
+    asked_for_frames_ = true;
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return started_; });
+}
+
+/* Counts a frame as it comes off its capture; true if the trap passes it on. */
+bool Driver::admit(const MergedFrame& merged) {
+    const CapturedFrame& frame = merged.frame;
+    const std::lock_guard lock(mutex_);
+    ++progress_.frames;
+    progress_.bytes += frame.bytes.size() + kRecordHeader;
+    FramesIn& counters = counters_.in[*slot_of_port(merged.port)];
+    note_stamp(frame.stamp_ns / kNanosecondsPerMicrosecond, counters);
+    std::uint64_t& kind = kind_of(frame, counters);
+    ++kind;
+    return &kind == &counters.igmp || &kind == &counters.mld;
+}
+
+void Driver::note_stamp(std::uint64_t stamp_us, FramesIn& counters) {
+    if (!span_) span_ = TimeSpan{stamp_us, stamp_us, stamp_us};
+    if (stamp_us < span_->last_us) ++counters.out_of_order;
+    span_->last_us = std::max(span_->last_us, stamp_us);
+}
+
+/*
+ * Timers run one by one, each with the clock at its own time, so that what they send carries that
+ * stamp. Time never goes back: a frame out of order is delivered at the time already reached.
+ */
+void Driver::run_clock_to(std::uint64_t target_us) {
+    while (!stopping_) {
+        const std::optional<std::uint64_t> due = replay_.clock.next_timer();
+        if (!due || *due > target_us) break;
+        set_clock(*due);
+        // A timer that is still the next one after its time came would hold the clock for ever.
+        if (replay_.clock.next_timer() == due) break;
+    }
+    set_clock(target_us);
+}
+
+void Driver::set_clock(std::uint64_t now_us) {
+    {
+        const std::lock_guard lock(mutex_);
+        now_us_ = std::max(now_us_, now_us);
+        now_us = now_us_;
+    }
+    replay_.clock.set(now_us);
+}
+
+void Driver::finish() {
+    std::optional<std::uint64_t> last_us;
+    {
+        const std::lock_guard lock(mutex_);
+        if (span_) last_us = span_->last_us;
+    }
+    if (last_us && !stopping_) run_clock_to(*last_us + replay_.tail_us);
+
+    const std::lock_guard lock(mutex_);
+    finished_ = true;
+    changed_.notify_all();
+}
+
+}  // namespace capture

@@ -1,0 +1,175 @@
+/*
+ * The L2 multicast driver over capture files. It plays the switch of a replay: one capture a port
+ * comes in, merged by time; the trap passes IGMP and MLD frames to the processor; frames sent go to
+ * one capture a port; forwarding entries go to a table.
+ *
+ * The core's time is the time of the captures: before a frame is delivered the clock moves to its
+ * stamp, one due timer after the other. A replay is as fast as the code it drives, and two replays
+ * of the same captures are the same, because everything happens on the packet task.
+ *
+ *      main task                       packet task (inside L2_multicast_read_msg)
+ *      prepare()
+ *      IgmpInit()  ----- creates ----> waits
+ *      start()     ------------------> frame, frame, ..., the end, the last timers
+ *      wait_until_finished() <-------- finished, then blocked for good
+ *      report()
+ */
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "node/capture/capture_merge.h"
+#include "node/capture/capture_writer.h"
+#include "node/capture/ports.h"
+#include "node/capture/switch_table.h"
+
+namespace capture {
+
+inline constexpr std::size_t kLongestFrame = 2000;  // what the switch traps, without FCS
+
+/* The core's clock, in microseconds since the epoch. */
+struct CoreClock {
+    std::function<void(std::uint64_t now_us)> set;             // moves it and runs what is due
+    std::function<std::optional<std::uint64_t>()> next_timer;  // when the next timer is due
+};
+
+struct Replay {
+    std::vector<Input> inputs;  // no port twice
+    std::optional<std::filesystem::path>
+        output;  // folder; without one, frames sent are only counted
+    std::uint8_t onu_id = 1;
+    std::uint64_t tail_us = 0;  // how long timers run on after the last frame
+    CoreClock clock;
+};
+
+/* Frames of one capture. Each is in exactly one of the five kinds. */
+struct FramesIn {
+    std::uint64_t igmp = 0;
+    std::uint64_t mld = 0;
+    std::uint64_t not_trapped = 0;
+    std::uint64_t too_long = 0;   // above kLongestFrame
+    std::uint64_t truncated = 0;  // the capture holds only the beginning of the frame
+
+    std::uint64_t out_of_order = 0;  // of all these: older than a frame before it
+
+    [[nodiscard]] std::uint64_t total() const {
+        return igmp + mld + not_trapped + too_long + truncated;
+    }
+};
+
+struct FramesOut {
+    std::uint64_t sent = 0;
+    std::uint64_t failed = 0;  // the output capture did not take it
+};
+
+struct Counters {
+    PerPort<FramesIn> in{};
+    PerPort<FramesOut> out{};
+    std::uint64_t send_invalid_port = 0;  // refused: the switch has no such port
+    std::uint64_t send_empty = 0;         // refused: no frame, or no bytes
+};
+
+struct TimeSpan {
+    std::uint64_t first_us;
+    std::uint64_t last_us;  // of the frames
+    std::uint64_t end_us;   // the core's time at the end, with the tail
+};
+
+/* How far a replay came. */
+struct Progress {
+    std::uint64_t frames = 0;
+    std::uint64_t bytes = 0;  // of the capture files, roughly
+};
+
+struct Report {
+    Counters counters;
+    SwitchTable table;
+    std::optional<TimeSpan> span;       // nothing if no frame was read
+    std::vector<std::string> failures;  // captures that broke, outputs that are incomplete
+};
+
+class Driver {
+ public:
+    /* The one that the L2_multicast_ functions work on. It is never destroyed: tasks outlive main.
+     */
+    static Driver& instance();
+
+    /*
+     * Opens captures and outputs and sets the core's clock to the first stamp, so that start-up
+     * happens in the time of the captures too. Throws CaptureError.
+     */
+    void prepare(Replay replay);
+
+    /* Lets the packet task have frames. */
+    void start();
+
+    /* No more frames: the replay finishes at the next read. */
+    void stop();
+
+    /* True once the captures are at their end and the last timers have run. */
+    [[nodiscard]] bool wait_until_finished(std::chrono::milliseconds patience);
+
+    [[nodiscard]] Report report();
+
+    [[nodiscard]] bool asked_for_frames() const { return asked_for_frames_; }
+    [[nodiscard]] Progress progress();
+
+    /* ---- What the L2_multicast_ functions do ---------------------------------------------------
+     */
+
+    struct Delivery {
+        std::uint8_t port;
+        std::uint32_t length;
+    };
+
+    /* The next trapped frame, in buf; nothing once the replay is finished. */
+    [[nodiscard]] std::optional<Delivery> read(std::span<std::uint8_t> buf);
+
+    /* Never returns. */
+    [[noreturn]] void park();
+
+    [[nodiscard]] bool send(std::int64_t port, std::span<const std::uint8_t> frame);
+    [[nodiscard]] bool set_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan);
+    [[nodiscard]] bool remove_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan);
+    [[nodiscard]] std::uint8_t onu_id() const { return replay_.onu_id; }
+
+ private:
+    void wait_for_start();
+    [[nodiscard]] bool admit(const MergedFrame& merged);
+    void note_stamp(std::uint64_t stamp_us, FramesIn& counters);
+    void run_clock_to(std::uint64_t target_us);
+    void set_clock(std::uint64_t now_us);
+    void finish();
+
+    // Set by prepare(), then the packet task's alone.
+    Replay replay_;
+    CaptureMerge merge_;
+
+    std::atomic<bool> asked_for_frames_ = false;
+    std::atomic<bool> stopping_ = false;
+
+    // Everything below is read and written under the mutex, which is never held while the core
+    // runs.
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool started_ = false;
+    bool finished_ = false;
+    std::optional<CaptureWriter> writer_;
+    Counters counters_;
+    SwitchTable table_;
+    std::optional<TimeSpan> span_;
+    Progress progress_;
+    std::uint64_t now_us_ = 0;
+};
+
+}  // namespace capture

@@ -1,0 +1,86 @@
+#include "node/capture/capture_reader.h"
+
+#include <pcap/pcap.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "node/capture/capture_error.h"
+
+namespace capture {
+namespace {
+
+constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
+
+/* The file stores unsigned seconds; a 32-bit time_t shows those after 2038 as negative. */
+std::uint64_t unsigned_seconds(const timeval& stamp) {
+    if constexpr (sizeof(stamp.tv_sec) == sizeof(std::uint32_t)) {
+        return static_cast<std::uint32_t>(stamp.tv_sec);
+    } else {
+        return static_cast<std::uint64_t>(stamp.tv_sec);
+    }
+}
+
+/* The reader asks for nanoseconds, which libpcap then puts into tv_usec. */
+std::uint64_t nanoseconds(const timeval& stamp) {
+    return unsigned_seconds(stamp) * kNanosecondsPerSecond +
+           static_cast<std::uint64_t>(stamp.tv_usec);
+}
+
+pcap_t* open_capture(const std::filesystem::path& file) {
+    // Opened here and not by libpcap, which would take the name "-" for the standard input.
+    std::FILE* stream = std::fopen(file.c_str(), "rb");
+    if (stream == nullptr) throw CaptureError(file.string() + ": " + std::strerror(errno));
+
+    std::array<char, PCAP_ERRBUF_SIZE> why{};
+    pcap_t* handle =
+        pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO, why.data());
+    if (handle == nullptr) {
+        std::fclose(stream);
+        throw CaptureError(file.string() + ": not a readable capture: " + why.data());
+    }
+    return handle;
+}
+
+std::string link_type_name(int type) {
+    const char* name = pcap_datalink_val_to_name(type);
+    return name != nullptr ? name : std::to_string(type);
+}
+
+}  // namespace
+
+void CaptureReader::Close::operator()(pcap* handle) const { pcap_close(handle); }
+
+CaptureReader::CaptureReader(std::filesystem::path file, std::uint8_t port)
+    : file_(std::move(file)), port_(port), handle_(open_capture(file_)) {
+    const int type = pcap_datalink(handle_.get());
+    if (type != DLT_EN10MB) {
+        throw CaptureError(file_.string() + ": holds " + link_type_name(type) +
+                           " frames, only Ethernet can be replayed");
+    }
+    read_head();
+    if (damage_) throw CaptureError(file_.string() + ": damaged capture: " + *damage_);
+}
+
+void CaptureReader::drop() { read_head(); }
+
+void CaptureReader::read_head() {
+    head_.reset();
+    if (damage_) return;
+
+    pcap_pkthdr* header = nullptr;
+    const u_char* bytes = nullptr;
+    const int result = pcap_next_ex(handle_.get(), &header, &bytes);
+    if (result == PCAP_ERROR_BREAK) return;  // libpcap's word for the end of the file
+    if (result != 1) {
+        damage_ = pcap_geterr(handle_.get());
+        return;
+    }
+    ++frames_read_;
+    head_ = CapturedFrame{nanoseconds(header->ts), header->len, {bytes, header->caplen}};
+}
+
+}  // namespace capture

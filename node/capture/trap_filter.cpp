@@ -1,0 +1,98 @@
+#include "node/capture/trap_filter.h"
+
+#include <cstddef>
+
+namespace capture {
+namespace {
+
+constexpr std::uint16_t kTypeVlan = 0x8100;
+constexpr std::uint16_t kTypePppoeSession = 0x8864;
+constexpr std::uint16_t kTypeIpv4 = 0x0800;
+constexpr std::uint16_t kTypeIpv6 = 0x86DD;
+constexpr std::uint16_t kPppIpv4 = 0x0021;
+constexpr std::uint16_t kPppIpv6 = 0x0057;
+
+constexpr std::size_t kMacs = 12;
+constexpr std::size_t kTag = 4;
+constexpr int kMaxTags = 2;
+constexpr std::size_t kPppoeHeader = 6;
+constexpr std::size_t kIpv6Header = 40;
+
+constexpr std::uint8_t kProtocolIgmp = 2;
+constexpr std::uint8_t kNextHopByHop = 0;
+constexpr std::uint8_t kNextIcmpv6 = 58;
+
+/* Reads that remember whether they ran past the end, so that the walk needs one test only. */
+class Reader {
+ public:
+    explicit Reader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+
+    std::uint8_t u8(std::size_t at) {
+        if (at >= bytes_.size()) {
+            ran_out_ = true;
+            return 0;
+        }
+        return bytes_[at];
+    }
+
+    std::uint16_t be16(std::size_t at) {
+        const unsigned high = u8(at);
+        return static_cast<std::uint16_t>(high << 8 | u8(at + 1));
+    }
+
+    [[nodiscard]] bool ran_out() const { return ran_out_; }
+
+ private:
+    std::span<const std::uint8_t> bytes_;
+    bool ran_out_ = false;
+};
+
+bool is_mld_type(std::uint8_t type) {
+    return type == 130 || type == 131 || type == 132 || type == 143;
+}
+
+TrapVerdict classify_ipv4(Reader& frame, std::size_t packet) {
+    if (frame.u8(packet) >> 4 != 4) return TrapVerdict::kOther;
+    return frame.u8(packet + 9) == kProtocolIgmp ? TrapVerdict::kIgmp : TrapVerdict::kOther;
+}
+
+TrapVerdict classify_ipv6(Reader& frame, std::size_t packet) {
+    if (frame.u8(packet) >> 4 != 6) return TrapVerdict::kOther;
+    std::uint8_t next = frame.u8(packet + 6);
+    std::size_t body = packet + kIpv6Header;
+    if (next == kNextHopByHop) {
+        next = frame.u8(body);
+        body += (frame.u8(body + 1) + std::size_t{1}) * 8;
+    }
+    if (next != kNextIcmpv6) return TrapVerdict::kOther;
+    return is_mld_type(frame.u8(body)) ? TrapVerdict::kMld : TrapVerdict::kOther;
+}
+
+TrapVerdict walk(Reader& frame) {
+    std::size_t at = kMacs;
+    std::uint16_t type = frame.be16(at);
+    for (int tags = 0; type == kTypeVlan && tags < kMaxTags; ++tags) {
+        at += kTag;
+        type = frame.be16(at);
+    }
+    std::size_t packet = at + 2;
+    if (type == kTypePppoeSession) {
+        type = frame.be16(packet + kPppoeHeader);
+        packet += kPppoeHeader + 2;
+        if (type == kPppIpv4) type = kTypeIpv4;
+        if (type == kPppIpv6) type = kTypeIpv6;
+    }
+    if (type == kTypeIpv4) return classify_ipv4(frame, packet);
+    if (type == kTypeIpv6) return classify_ipv6(frame, packet);
+    return TrapVerdict::kOther;
+}
+
+}  // namespace
+
+TrapVerdict classify(std::span<const std::uint8_t> frame) {
+    Reader reader(frame);
+    const TrapVerdict verdict = walk(reader);
+    return reader.ran_out() ? TrapVerdict::kTooShort : verdict;
+}
+
+}  // namespace capture

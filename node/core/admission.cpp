@@ -1,0 +1,73 @@
+#include "node/core/admission.h"
+
+#include <algorithm>
+
+#include "node/core/address.h"
+#include "node/core/membership.h"
+
+namespace devcore {
+namespace {
+
+bool covers(const AuthRange& range, std::uint16_t vlan, std::uint32_t group) {
+    const bool is_vlan = range.vlan == vlan || range.vlan == kEveryVlan;
+    return is_vlan && range.start <= group && group <= range.end;
+}
+
+const AuthRange* find_range(const Port& port, std::uint16_t vlan, std::uint32_t group) {
+    const auto found = std::find_if(port.ranges.begin(), port.ranges.end(),
+                                    [&](const AuthRange& r) { return covers(r, vlan, group); });
+    return found == port.ranges.end() ? nullptr : &*found;
+}
+
+bool is_authorised(const GroupKey& key) {
+    if (key.family != Family::kIpv4) return true;
+    const Port& port = *find_port(key.port);
+    const std::uint32_t group = to_ipv4(key.group);
+    const auto& list = core().settings.private_list;
+    const VlanGroup vlan_group{key.vlan, group};
+    return (!port.range_auth || find_range(port, key.vlan, group) != nullptr) &&
+           (list.empty() || list.contains(vlan_group)) &&
+           (port.control_list.empty() || port.control_list.contains(vlan_group));
+}
+
+}  // namespace
+
+std::optional<Drop> refuse_join(const GroupKey& key) {
+    if (key.family != Family::kIpv4) return std::nullopt;
+    const Port& port = *find_port(key.port);
+    if (!is_authorised(key)) return Drop::kNotAuthorised;
+    if (port.group_limit != 0 && port.groups >= port.group_limit) return Drop::kGroupLimit;
+    const std::uint32_t more = imputed_bandwidth(port, key.vlan, to_ipv4(key.group));
+    if (port.bandwidth_limited && port.bandwidth + more > port.bandwidth_limit) {
+        return Drop::kBandwidthLimit;
+    }
+    return std::nullopt;
+}
+
+void revoke_unauthorised() {
+    remove_groups_if([](const GroupKey& key) { return !is_authorised(key); });
+}
+
+std::uint32_t imputed_bandwidth(const Port& port, std::uint16_t vlan, std::uint32_t group) {
+    const AuthRange* const range = find_range(port, vlan, group);
+    return range == nullptr ? 0 : range->bandwidth;
+}
+
+bool is_ssm(std::uint32_t group) {
+    const Settings& settings = core().settings;
+    return settings.ssm_start != 0 && settings.ssm_start <= group && group <= settings.ssm_end;
+}
+
+std::vector<Address> ssm_map_sources(std::uint32_t group) {
+    constexpr int kFirstSource = 2;
+    constexpr int kWords = 5;
+    const std::uint32_t* const map = core().settings.ssm_map;
+    std::vector<Address> sources;
+    if (map == nullptr || map[0] == 0 || group < map[0] || group > map[1]) return sources;
+    for (int i = kFirstSource; i < kWords; ++i) {
+        if (map[i] != 0) sources.push_back(from_ipv4(map[i]));
+    }
+    return sources;
+}
+
+}  // namespace devcore

@@ -1,0 +1,97 @@
+/* The names of what is counted. */
+#include "node/core/state.h"
+
+namespace devcore {
+
+std::string_view name(Received kind) {
+    switch (kind) {
+        case Received::kIgmpV1Report:
+            return "IGMPv1 report";
+        case Received::kIgmpV2Report:
+            return "IGMPv2 report";
+        case Received::kIgmpLeave:
+            return "IGMPv2 leave";
+        case Received::kIgmpV3Report:
+            return "IGMPv3 report";
+        case Received::kIgmpQuery:
+            return "IGMP query";
+        case Received::kMldV1Report:
+            return "MLDv1 report";
+        case Received::kMldDone:
+            return "MLDv1 done";
+        case Received::kMldV2Report:
+            return "MLDv2 report";
+        case Received::kMldQuery:
+            return "MLD query";
+    }
+    return "";
+}
+
+std::string_view name(Drop reason) {
+    switch (reason) {
+        case Drop::kBadLength:
+            return "impossible length";
+        case Drop::kNotIp:
+            return "no IGMP or MLD packet";
+        case Drop::kFragment:
+            return "fragment";
+        case Drop::kIpChecksum:
+            return "wrong IP header checksum";
+        case Drop::kChecksum:
+            return "wrong checksum";
+        case Drop::kUnknownType:
+            return "unknown message type";
+        case Drop::kTruncated:
+            return "truncated message";
+        case Drop::kHopLimit:
+            return "hop limit is not 1";
+        case Drop::kSource:
+            return "source is not link-local";
+        case Drop::kUnknownPort:
+            return "unknown port";
+        case Drop::kUnknownVlan:
+            return "unknown VLAN";
+        case Drop::kReportFromUplink:
+            return "report from the uplink";
+        case Drop::kQueryFromUser:
+            return "query from a user port";
+        case Drop::kNewerVersion:
+            return "newer than the version set";
+        case Drop::kNotMulticast:
+            return "group is no multicast address";
+        case Drop::kLinkLocalGroup:
+            return "link-local group";
+        case Drop::kSourceNeeded:
+            return "SSM group without a source";
+        case Drop::kNotAuthorised:
+            return "group not authorised";
+        case Drop::kGroupLimit:
+            return "group limit of the port";
+        case Drop::kBandwidthLimit:
+            return "bandwidth limit of the port";
+    }
+    return "";
+}
+
+std::string_view name(Sent kind) {
+    switch (kind) {
+        case Sent::kIgmpGeneralQuery:
+            return "IGMP general query";
+        case Sent::kIgmpGroupQuery:
+            return "IGMP group query";
+        case Sent::kIgmpReport:
+            return "IGMP report";
+        case Sent::kIgmpLeave:
+            return "IGMP leave";
+        case Sent::kMldGroupQuery:
+            return "MLD group query";
+    }
+    return "";
+}
+
+Counters counters() {
+    const Lock lock;
+    return core().counters;
+}
+
+}  // namespace devcore

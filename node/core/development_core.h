@@ -1,0 +1,143 @@
+/*
+ * What the development core offers beyond the functions of platform/protocol_core.h: its clock, and
+ * a look into its tables and counters. The closed core has none of this; only the development node
+ * and the tests use it. All functions may be called from any thread.
+ */
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace devcore {
+
+// ---- Clock --------------------------------------------------------------------------------------
+
+/*
+ * The core has one clock, in microseconds, and whoever drives the node moves it: it stands still
+ * otherwise. Moving it runs every timer that falls due on the way, in the order in which they are
+ * due and each at its own time, before set_clock returns. A time in the past changes nothing.
+ */
+void set_clock(std::uint64_t now_us);
+
+/* When the next timer is due; nothing when none runs. */
+[[nodiscard]] std::optional<std::uint64_t> next_timer();
+
+/* A fresh core: no settings, call-backs, memberships or counts, and the clock at 0. For tests. */
+void reset();
+
+// ---- Memberships --------------------------------------------------------------------------------
+
+/* 16 bytes for both families; an IPv4 address is in the first four and the others are 0. */
+using Address = std::array<std::uint8_t, 16>;
+
+enum class Family : std::uint8_t { kIpv4 = 4, kIpv6 = 6 };
+
+/* "239.1.1.1" or "ff1e::101". */
+[[nodiscard]] std::string text(Family family, const Address& address);
+
+/* One group that a port receives in one VLAN. */
+struct Membership {
+    std::uint32_t port = 0;
+    std::uint16_t vlan = 0;
+    Family family = Family::kIpv4;
+    Address group{};
+    std::uint8_t version = 0;        // IGMP 1 to 3 or MLD 1 to 2: the oldest that a reporter speaks
+    bool exclude = true;             // the sources are those not wanted, else the only ones wanted
+    std::vector<Address> sources;    // sorted
+    std::vector<Address> reporters;  // sorted; empty while a leave waits for an answer
+    std::uint64_t joined_us = 0;
+    std::optional<std::uint64_t> expires_us;  // nothing when it does not age
+    bool programmed = false;                  // the switch has the entry
+};
+
+/* All of them, sorted by port, VLAN, family and group. */
+[[nodiscard]] std::vector<Membership> memberships();
+
+// ---- Counters -----------------------------------------------------------------------------------
+
+enum class Received : std::uint8_t {
+    kIgmpV1Report,
+    kIgmpV2Report,
+    kIgmpLeave,
+    kIgmpV3Report,
+    kIgmpQuery,
+    kMldV1Report,
+    kMldDone,
+    kMldV2Report,
+    kMldQuery,
+};
+
+/*
+ * Why a packet, or one group record of it, came to nothing. A packet of an understood kind is
+ * counted as received as well.
+ */
+enum class Drop : std::uint8_t {
+    kBadLength,         // shorter than its headers, or longer than a frame
+    kNotIp,             // not this version of IP, or neither IGMP nor ICMPv6 in it
+    kFragment,          // a piece of an IPv4 packet
+    kIpChecksum,        // of the IPv4 header
+    kChecksum,          // of the IGMP or MLD message
+    kUnknownType,       // no message type of IGMP or MLD
+    kTruncated,         // records or sources that do not fit into the message
+    kHopLimit,          // an MLD message with another hop limit than 1
+    kSource,            // an MLD message from an address that is not link-local
+    kUnknownPort,       // a port that was not declared
+    kUnknownVlan,       // a VLAN that is neither the default nor listed, nor being learnt
+    kReportFromUplink,  // hosts are on user ports
+    kQueryFromUser,     // queriers are on the uplink
+    kNewerVersion,      // newer than the version set, in proxy mode
+    kNotMulticast,      // the group is no multicast address
+    kLinkLocalGroup,    // traffic of such a group is always flooded
+    kSourceNeeded,      // a group of the SSM range without a source
+    kNotAuthorised,     // by range, list or control list
+    kGroupLimit,
+    kBandwidthLimit,
+};
+
+enum class Sent : std::uint8_t {
+    kIgmpGeneralQuery,
+    kIgmpGroupQuery,
+    kIgmpReport,
+    kIgmpLeave,
+    kMldGroupQuery,
+};
+
+inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received::kMldQuery) + 1;
+inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kBandwidthLimit) + 1;
+inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldGroupQuery) + 1;
+
+/* Texts such as "IGMPv2 report", "wrong checksum" and "IGMP general query". */
+[[nodiscard]] std::string_view name(Received kind);
+[[nodiscard]] std::string_view name(Drop reason);
+[[nodiscard]] std::string_view name(Sent kind);
+
+struct Counters {
+    std::array<std::uint64_t, kReceivedKinds> received{};
+    std::array<std::uint64_t, kDropReasons> drops{};
+    std::array<std::uint64_t, kSentKinds> sent{};
+
+    // Switch entries, as the registered call-backs answered.
+    std::uint64_t entries_added = 0;
+    std::uint64_t entries_removed = 0;
+    std::uint64_t add_failures = 0;
+    std::uint64_t remove_failures = 0;
+
+    [[nodiscard]] std::uint64_t operator[](Received kind) const {
+        return received[static_cast<std::size_t>(kind)];
+    }
+    [[nodiscard]] std::uint64_t operator[](Drop reason) const {
+        return drops[static_cast<std::size_t>(reason)];
+    }
+    [[nodiscard]] std::uint64_t operator[](Sent kind) const {
+        return sent[static_cast<std::size_t>(kind)];
+    }
+};
+
+[[nodiscard]] Counters counters();
+
+}  // namespace devcore

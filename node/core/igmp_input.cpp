@@ -1,0 +1,141 @@
+/*
+ * IGMP packets as they come in.
+ *
+ *   IPv4 header, 20 bytes or more          message
+ *   0  version 4, header length in words   0  type
+ *   2  total length                        1  response time of a query
+ *   6  fragment flags and offset           2  checksum of the message
+ *   9  protocol 2                          4  group, in queries and in versions 1 and 2
+ *  10  checksum of the header              6  number of records, in reports of version 3
+ *  12  source                              8  records
+ *
+ * The router alert option is not asked for: some hosts leave it out.
+ *
+ * The version set is the one that the core speaks. In proxy mode it is also the newest one that is
+ * understood, as a router of that version knows no newer message (RFC 2236, 2.1); hosts then answer
+ * the core's older queries in that version. In the other modes the network's querier settles what
+ * hosts speak, so all versions are understood.
+ */
+#include <algorithm>
+
+#include "common/bytes.h"
+#include "node/core/address.h"
+#include "node/core/input.h"
+#include "node/core/message.h"
+#include "node/core/upstream.h"
+
+namespace devcore {
+namespace {
+
+constexpr std::size_t kShortestIpHeader = 20;
+constexpr std::size_t kShortestMessage = 8;
+constexpr std::size_t kShortestV3Query = 12;
+constexpr std::uint8_t kProtocolIgmp = 2;
+constexpr std::uint16_t kFragmentMask = 0x3FFF;  // more fragments, and the offset
+
+/* Finds the message in the IP packet; says what is wrong with them otherwise. */
+std::optional<Drop> open_packet(std::span<const std::uint8_t> ip, Packet& packet) {
+    if (ip.size() < kShortestIpHeader || ip.size() > kLongestPacket) return Drop::kBadLength;
+    if (ip[0] >> 4 != 4 || ip[9] != kProtocolIgmp) return Drop::kNotIp;
+    const std::size_t header = (ip[0] & 0x0FU) * 4;
+    if (header < kShortestIpHeader || header + kShortestMessage > ip.size()) {
+        return Drop::kBadLength;
+    }
+    if (internet_checksum(ip.first(header)) != 0) return Drop::kIpChecksum;
+    if ((mc::load_be16(&ip[6]) & kFragmentMask) != 0) return Drop::kFragment;
+    packet.source = load_address(Family::kIpv4, &ip[12]);
+    packet.message = ip.subspan(header);
+    if (internet_checksum(packet.message) != 0) return Drop::kChecksum;
+    return std::nullopt;
+}
+
+std::optional<Received> kind_of(std::uint8_t type) {
+    switch (static_cast<IgmpType>(type)) {
+        case IgmpType::kQuery:
+            return Received::kIgmpQuery;
+        case IgmpType::kV1Report:
+            return Received::kIgmpV1Report;
+        case IgmpType::kV2Report:
+            return Received::kIgmpV2Report;
+        case IgmpType::kLeave:
+            return Received::kIgmpLeave;
+        case IgmpType::kV3Report:
+            return Received::kIgmpV3Report;
+    }
+    return std::nullopt;
+}
+
+std::uint8_t version_of(Received report) {
+    switch (report) {
+        case Received::kIgmpV1Report:
+            return 1;
+        case Received::kIgmpV3Report:
+            return 3;
+        default:
+            return 2;
+    }
+}
+
+/*
+ * The version of a query follows from its length and, for version 1, from its response time of 0,
+ * which then means 10 seconds (RFC 3376, 7.1).
+ */
+std::optional<Drop> take_query(const Packet& packet) {
+    constexpr std::uint64_t kTenth = kSecond / 10;
+    constexpr std::uint32_t kV1Tenths = 100;
+    constexpr std::size_t kSourceCountAt = 10;
+    const auto message = packet.message;
+    if (!find_port(packet.place.port)->is_uplink) return Drop::kQueryFromUser;
+
+    UpstreamQuery query{packet.vlan(), mc::load_be32(&message[4]), {}, 0};
+    std::uint32_t tenths = message[1] == 0 ? kV1Tenths : message[1];
+    if (message.size() > kShortestMessage) {
+        if (message.size() < kShortestV3Query) return Drop::kTruncated;
+        const std::size_t sources = mc::load_be16(&message[kSourceCountAt]);
+        if (kShortestV3Query + sources * 4 > message.size()) return Drop::kTruncated;
+        for (std::size_t i = 0; i < sources; ++i) {
+            query.sources.push_back(
+                load_address(Family::kIpv4, &message[kShortestV3Query + i * 4]));
+        }
+        tenths = decode_time(message[1]);
+    }
+    query.response_us = tenths * kTenth;
+    if (core().settings.mode == Mode::kProxy) answer_query(query);
+    return std::nullopt;
+}
+
+std::optional<Drop> take_report_or_leave(const Packet& packet, Received kind) {
+    if (const auto drop = refuse_place(packet)) return drop;
+    const std::uint8_t version = version_of(kind);
+    const Settings& settings = core().settings;
+    if (settings.mode == Mode::kProxy && version > settings.version) return Drop::kNewerVersion;
+    if (kind == Received::kIgmpV3Report) return take_report(packet, version);
+    const auto type =
+        kind == Received::kIgmpLeave ? RecordType::kToInclude : RecordType::kIsExclude;
+    take_older_message(packet, version, type, load_address(Family::kIpv4, &packet.message[4]));
+    return std::nullopt;
+}
+
+std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet) {
+    if (find_declared_port(packet.place.port) == nullptr) return Drop::kUnknownPort;
+    packet.place.port = find_port(packet.place.port)->number;
+    if (const auto drop = open_packet(ip, packet)) return drop;
+    const std::optional<Received> kind = kind_of(packet.message[0]);
+    if (!kind) return Drop::kUnknownType;
+    note_received(packet.place, *kind, packet.source);
+    return *kind == Received::kIgmpQuery ? take_query(packet) : take_report_or_leave(packet, *kind);
+}
+
+}  // namespace
+}  // namespace devcore
+
+/* 0 when the message was understood and was for the core, 1 when it was dropped as a whole. */
+int32_t igmp_pkt_recv(uint8_t* ip_packet, uint16_t ip_total_length, uint32_t port,
+                      uint32_t group_vlan, void* /*record*/) {
+    if (ip_packet == nullptr) return 1;
+    const devcore::Lock lock;
+    devcore::Packet packet = devcore::packet_from(devcore::Family::kIpv4, port, group_vlan);
+    const auto drop = devcore::take_packet({ip_packet, ip_total_length}, packet);
+    if (drop) devcore::note_drop(packet.place, *drop);
+    return drop ? 1 : 0;
+}

@@ -1,0 +1,438 @@
+#include "node/core/membership.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "node/core/address.h"
+#include "node/core/admission.h"
+#include "node/core/querier.h"
+#include "node/core/upstream.h"
+
+namespace devcore {
+namespace {
+
+std::string name_of(const GroupKey& key) { return text(key.family, key.group); }
+
+Group* find_group(const GroupKey& key) {
+    const auto found = core().groups.find(key);
+    return found == core().groups.end() ? nullptr : &found->second;
+}
+
+// ---- Hosts --------------------------------------------------------------------------------------
+
+bool joins(const Record& record) {
+    switch (record.type) {
+        case RecordType::kIsExclude:
+        case RecordType::kToExclude:
+            return true;
+        case RecordType::kIsInclude:
+        case RecordType::kToInclude:
+        case RecordType::kAllowSources:
+            return !record.sources.empty();
+        case RecordType::kBlockSources:
+            return false;
+    }
+    return false;
+}
+
+bool holds(const Host& host) { return host.exclude || !host.sources.empty(); }
+
+void name_sources(Host& host, const Record& record) {
+    for (const Address& source : record.sources) host.sources[source] = core().now_us;
+}
+
+void forget_sources(Host& host, const Record& record) {
+    for (const Address& source : record.sources) host.sources.erase(source);
+}
+
+/*
+ * The state of a host and what a record makes of it. INCLUDE lists the sources wanted, EXCLUDE
+ * those not wanted.
+ *
+ *   state       IS_EX, TO_EX (A)  TO_IN (A)   IS_IN, ALLOW (A)  BLOCK (A)
+ *   INCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  INCLUDE(B+A)      INCLUDE(B-A)
+ *   EXCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  EXCLUDE(B-A)      EXCLUDE(B+A)
+ *
+ * IS_IN only adds, because it may answer a query that named some of the sources. What a message of
+ * an older version has put into EXCLUDE() is no such answer: IS_IN then says all there is.
+ */
+void apply(Host& host, const Record& record, std::uint8_t version) {
+    const bool was_older = host.version < version;
+    if (record.type == RecordType::kIsInclude && was_older) host = Host{};
+    host.version = version;
+    switch (record.type) {
+        case RecordType::kIsExclude:
+        case RecordType::kToExclude:
+            host.exclude = true;
+            host.heard_us = core().now_us;
+            host.sources.clear();
+            name_sources(host, record);
+            break;
+        case RecordType::kToInclude:
+            host.exclude = false;
+            host.sources.clear();
+            name_sources(host, record);
+            break;
+        case RecordType::kIsInclude:
+        case RecordType::kAllowSources:
+            host.exclude ? forget_sources(host, record) : name_sources(host, record);
+            break;
+        case RecordType::kBlockSources:
+            host.exclude ? name_sources(host, record) : forget_sources(host, record);
+            break;
+    }
+}
+
+Filter filter_of(const Host& host) {
+    Filter filter{host.exclude, {}};
+    for (const auto& [source, heard] : host.sources) filter.sources.insert(source);
+    return filter;
+}
+
+// ---- Ageing -------------------------------------------------------------------------------------
+
+/* What a family's memberships age by. */
+struct AgeRule {
+    std::uint64_t interval;
+    std::uint64_t since_us;
+
+    [[nodiscard]] std::uint64_t aged_at(std::uint64_t heard_us) const {
+        return std::max(heard_us, since_us) + interval;
+    }
+};
+
+std::optional<AgeRule> age_rule(Family family) {
+    const auto interval = membership_interval(family);
+    if (!interval) return std::nullopt;
+    return AgeRule{*interval, age_switch(family).since_us};
+}
+
+/* When the first piece of a host ages, and when the last one does. */
+struct Ageing {
+    std::uint64_t first;
+    std::uint64_t last;
+};
+
+Ageing ageing_of(const Host& host, const AgeRule& rule) {
+    if (host.exclude) {
+        const std::uint64_t at = rule.aged_at(host.heard_us);
+        return {at, at};
+    }
+    Ageing ageing{UINT64_MAX, 0};
+    for (const auto& [source, heard] : host.sources) {
+        const std::uint64_t at = rule.aged_at(heard);
+        ageing = {std::min(ageing.first, at), std::max(ageing.last, at)};
+    }
+    return ageing;
+}
+
+Ageing ageing_of(const Group& group, const AgeRule& rule) {
+    Ageing ageing{UINT64_MAX, 0};
+    for (const auto& [address, host] : group.hosts) {
+        const Ageing one = ageing_of(host, rule);
+        ageing = {std::min(ageing.first, one.first), std::max(ageing.last, one.last)};
+    }
+    return ageing;
+}
+
+/* Takes out of a host what has aged. */
+void age(Host& host, const AgeRule& rule) {
+    const auto is_aged = [&rule](std::uint64_t heard) {
+        return rule.aged_at(heard) <= core().now_us;
+    };
+    if (!host.exclude) {
+        std::erase_if(host.sources, [&](const auto& source) { return is_aged(source.second); });
+    } else if (is_aged(host.heard_us)) {
+        host = Host{};
+    }
+}
+
+void run_ageing(const GroupKey& key);
+
+void arm_ageing(const GroupKey& key, Group& group) {
+    core().timers.stop(group.age_timer);
+    const auto rule = age_rule(key.family);
+    if (!rule || group.hosts.empty()) return;
+    group.age_timer =
+        core().timers.start(ageing_of(group, *rule).first,
+                            {"membership", name_of(key) + " on port " + port_text(key.port),
+                             [key] { run_ageing(key); }});
+}
+
+// ---- Switch entries -----------------------------------------------------------------------------
+
+/* Asks the call-back for an entry or its removal; one that is not registered refuses. */
+template <class Entry, class Change>
+bool change_entry(Change change, const GroupKey& key, Entry entry) {
+    entry.vlan = key.vlan;
+    entry.port = static_cast<std::uint16_t>(key.port);
+    return change != nullptr && change(&entry) == 0;
+}
+
+bool change_entry(const GroupKey& key, bool add) {
+    const CallBacks& call = core().call_backs;
+    if (key.family == Family::kIpv4) {
+        IgmpGroupEntry entry{};
+        entry.group = to_ipv4(key.group);
+        return change_entry(add ? call.add : call.remove, key, entry);
+    }
+    MldGroupEntry entry{};
+    std::copy(key.group.end() - sizeof entry.group_tail, key.group.end(), entry.group_tail);
+    return change_entry(add ? call.mld_add : call.mld_remove, key, entry);
+}
+
+void program(const GroupKey& key) {
+    Counters& counters = core().counters;
+    if (!change_entry(key, true)) {
+        ++counters.add_failures;
+        trace(Trace::kDrops, place_of(key), "the switch takes no entry of %s",
+              name_of(key).c_str());
+        return;
+    }
+    ++counters.entries_added;
+    trace(Trace::kEntries, place_of(key), "entry of %s added", name_of(key).c_str());
+    if (Group* const group = find_group(key)) group->programmed = true;
+}
+
+void unprogram(const GroupKey& key) {
+    Counters& counters = core().counters;
+    const bool removed = change_entry(key, false);
+    ++(removed ? counters.entries_removed : counters.remove_failures);
+    trace(removed ? Trace::kEntries : Trace::kDrops, place_of(key), "entry of %s %s",
+          name_of(key).c_str(), removed ? "removed" : "not removed");
+}
+
+// ---- Memberships --------------------------------------------------------------------------------
+
+void add_group(const GroupKey& key) {
+    Group& group = core().groups[key];
+    group.joined_us = core().now_us;
+    if (key.family == Family::kIpv4) {
+        Port& port = *find_port(key.port);
+        group.bandwidth = imputed_bandwidth(port, key.vlan, to_ipv4(key.group));
+        port.bandwidth += group.bandwidth;
+        ++port.groups;
+    }
+    trace(Trace::kMemberships, place_of(key), "%s joined", name_of(key).c_str());
+}
+
+void remove_group(const GroupKey& key, const char* why) {
+    const auto found = core().groups.find(key);
+    if (found == core().groups.end()) return;
+    core().timers.stop(found->second.age_timer);
+    core().timers.stop(found->second.leave_timer);
+    const bool programmed = found->second.programmed;
+    if (key.family == Family::kIpv4) {
+        Port& port = *find_port(key.port);
+        port.bandwidth -= found->second.bandwidth;
+        --port.groups;
+    }
+    // Gone before a call-back can look.
+    core().groups.erase(found);
+    trace(Trace::kMemberships, place_of(key), "%s %s", name_of(key).c_str(), why);
+    if (programmed) unprogram(key);
+    if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
+}
+
+/* Works out again what the hosts want together, and tells upstream. */
+void refresh(const GroupKey& key, Group& group) {
+    std::vector<Filter> filters;
+    group.version = UINT8_MAX;
+    for (const auto& [address, host] : group.hosts) {
+        filters.push_back(filter_of(host));
+        group.version = std::min(group.version, host.version);
+    }
+    group.filter = merge(filters);
+    arm_ageing(key, group);
+    if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
+}
+
+void run_ageing(const GroupKey& key) {
+    Group* const group = find_group(key);
+    const auto rule = age_rule(key.family);
+    if (group == nullptr || !rule) return;
+    for (auto& [address, host] : group->hosts) age(host, *rule);
+    std::erase_if(group->hosts, [](const auto& host) { return !holds(host.second); });
+    if (group->hosts.empty()) {
+        remove_group(key, "aged");
+    } else {
+        refresh(key, *group);
+    }
+}
+
+void continue_leave(const GroupKey& key) {
+    Group* const group = find_group(key);
+    if (group == nullptr) return;
+    if (group->queries_left == 0) {
+        remove_group(key, "left, no host answered");
+        return;
+    }
+    --group->queries_left;
+    group->leave_timer =
+        core().timers.start(core().now_us + core().settings.last_member_query_interval * kSecond,
+                            {"last member query", name_of(key) + " on port " + port_text(key.port),
+                             [key] { continue_leave(key); }});
+    send_group_query(key, group->version);
+}
+
+void begin_leave(const GroupKey& key, Group& group) {
+    core().timers.stop(group.age_timer);
+    group.queries_left = core().settings.last_member_query_count;
+    if (find_port(key.port)->fast_leave || group.queries_left == 0) {
+        remove_group(key, "left");
+    } else {
+        continue_leave(key);
+    }
+}
+
+/* The record with the sources that the SSM map has for a host that cannot name any. */
+Record with_mapped_sources(const Reporter& from, const Record& record) {
+    if (from.family != Family::kIpv4 || from.version >= 3 || !joins(record)) return record;
+    const std::vector<Address> sources = ssm_map_sources(to_ipv4(record.group));
+    if (sources.empty()) return record;
+    return {RecordType::kIsInclude, record.group, sources};
+}
+
+/* Why a record is not looked at, whatever is known of its group. */
+std::optional<Drop> refusal(const Reporter& from, const Record& record) {
+    if (!is_multicast(from.family, record.group)) return Drop::kNotMulticast;
+    if (is_link_local_group(from.family, record.group)) return Drop::kLinkLocalGroup;
+    const bool any_source =
+        record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
+    if (from.family == Family::kIpv4 && any_source && is_ssm(to_ipv4(record.group))) {
+        return Drop::kSourceNeeded;
+    }
+    return std::nullopt;
+}
+
+/* A host's record, for a membership that is there. */
+void update(const GroupKey& key, Group& group, const Reporter& from, const Record& record) {
+    const bool is_join = joins(record);
+    if (!is_join && !group.hosts.contains(from.host)) return;
+    Host& host = group.hosts[from.host];
+    apply(host, record, from.version);
+    if (!holds(host)) group.hosts.erase(from.host);
+    if (group.hosts.empty()) {
+        begin_leave(key, group);
+        return;
+    }
+    core().timers.stop(group.leave_timer);
+    if (is_join) group.last_reporter = from.host;
+    const bool must_program = is_join && !group.programmed;
+    refresh(key, group);
+    if (must_program) program(key);
+}
+
+}  // namespace
+
+void print_records(Family family, const std::vector<Record>& records) {
+    for (const Record& record : records) {
+        std::printf("  record of type %u, group %s, %zu sources\n",
+                    static_cast<unsigned>(record.type), text(family, record.group).c_str(),
+                    record.sources.size());
+    }
+}
+
+void take_record(const Reporter& from, const Record& received) {
+    const Place place{from.family, from.port, from.vlan};
+    const Record record = with_mapped_sources(from, received);
+    if (const auto drop = refusal(from, record)) {
+        note_drop(place, *drop);
+        return;
+    }
+    const GroupKey key{from.port, from.vlan, from.family, record.group};
+    if (find_group(key) == nullptr) {
+        if (!joins(record)) return;
+        if (const auto drop = refuse_join(key)) {
+            note_drop(place, *drop);
+            return;
+        }
+        add_group(key);
+    }
+    update(key, *find_group(key), from, record);
+}
+
+void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
+    std::vector<GroupKey> keys;
+    for (const auto& [key, group] : core().groups) {
+        if (unwanted(key)) keys.push_back(key);
+    }
+    for (const GroupKey& key : keys) remove_group(key, "taken away");
+}
+
+void forget_mld_groups() {
+    Core& state = core();
+    for (auto& [key, group] : state.groups) {
+        if (key.family != Family::kIpv6) continue;
+        state.timers.stop(group.age_timer);
+        state.timers.stop(group.leave_timer);
+    }
+    std::erase_if(state.groups, [](const auto& one) { return one.first.family == Family::kIpv6; });
+}
+
+void rearm_ageing() {
+    for (auto& [key, group] : core().groups) arm_ageing(key, group);
+}
+
+std::optional<std::uint64_t> membership_interval(Family family) {
+    // What the library sends unless it is told otherwise: a switch, as 0 is.
+    constexpr std::uint32_t kAsComputed = 1;
+    const Settings& settings = core().settings;
+    if (!age_switch(family).on || settings.general_member_interval == 0) return std::nullopt;
+    if (settings.general_member_interval != kAsComputed) {
+        return settings.general_member_interval * kSecond;
+    }
+    // RFC 3376, 8.4.
+    const std::uint64_t queries = std::uint64_t{settings.robustness} * settings.query_interval;
+    return (queries + settings.query_max_resp_time) * kSecond;
+}
+
+Filter merge(const std::vector<Filter>& filters) {
+    std::set<Address> wanted;
+    std::optional<std::set<Address>> unwanted;
+    for (const Filter& filter : filters) {
+        if (!filter.exclude) {
+            wanted.insert(filter.sources.begin(), filter.sources.end());
+        } else if (!unwanted) {
+            unwanted = filter.sources;
+        } else {
+            std::erase_if(*unwanted, [&](const Address& a) { return !filter.sources.contains(a); });
+        }
+    }
+    if (!unwanted) return {false, wanted};
+    std::erase_if(*unwanted, [&](const Address& a) { return wanted.contains(a); });
+    return {true, *unwanted};
+}
+
+std::vector<Membership> memberships() {
+    const Lock lock;
+    std::vector<Membership> all;
+    for (const auto& [key, group] : core().groups) {
+        Membership one;
+        one.port = key.port;
+        one.vlan = key.vlan;
+        one.family = key.family;
+        one.group = key.group;
+        one.version = group.version;
+        one.exclude = group.filter.exclude;
+        one.sources.assign(group.filter.sources.begin(), group.filter.sources.end());
+        for (const auto& [address, host] : group.hosts) one.reporters.push_back(address);
+        one.joined_us = group.joined_us;
+        one.expires_us = expires_at(key, group);
+        one.programmed = group.programmed;
+        all.push_back(std::move(one));
+    }
+    return all;
+}
+
+std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group) {
+    if (group.leave_timer) {
+        const std::uint64_t step = core().settings.last_member_query_interval * kSecond;
+        return group.leave_timer->first + group.queries_left * step;
+    }
+    const auto rule = age_rule(key.family);
+    if (!rule) return std::nullopt;
+    return ageing_of(group, *rule).last;
+}
+
+}  // namespace devcore

@@ -1,0 +1,111 @@
+/*
+ * MLD packets as they come in.
+ *
+ *   IPv6 header, 40 bytes      hop-by-hop header, if any    message (ICMPv6)
+ *   0  version 6               0  next header 58            0  type
+ *   6  next header, 0 or 58    1  length in 8 bytes, -1     2  checksum, with pseudo-header
+ *   7  hop limit 1                                          6  number of records, MLDv2 report
+ *   8  source                                               8  group, or records
+ *  24  destination
+ *
+ * Only link-local sources are taken (RFC 2710, 3; RFC 3810, 6.2). A host whose address is not ready
+ * yet reports from ::, and does so again later. The router alert option is not asked for.
+ */
+#include "common/bytes.h"
+#include "node/core/address.h"
+#include "node/core/input.h"
+#include "node/core/message.h"
+
+namespace devcore {
+namespace {
+
+constexpr std::size_t kIpv6Header = 40;
+constexpr std::size_t kSourceAt = 8;
+constexpr std::size_t kDestinationAt = 24;
+constexpr std::size_t kGroupAt = 8;
+constexpr std::size_t kShortestMessage = 8;  // a report without records
+constexpr std::size_t kOlderMessage = 24;    // one group
+constexpr std::uint8_t kNextHopByHop = 0;
+constexpr std::uint8_t kNextIcmpv6 = 58;
+
+/* Where the ICMPv6 message begins; nothing when there is none within the packet. */
+std::optional<std::size_t> message_offset(std::span<const std::uint8_t> ip) {
+    std::uint8_t next = ip[6];
+    std::size_t at = kIpv6Header;
+    if (next == kNextHopByHop && at + 2 <= ip.size()) {
+        next = ip[at];
+        at += (ip[at + 1] + std::size_t{1}) * 8;
+    }
+    if (next != kNextIcmpv6 || at + kShortestMessage > ip.size()) return std::nullopt;
+    return at;
+}
+
+std::optional<Drop> open_packet(std::span<const std::uint8_t> ip, Packet& packet) {
+    if (ip.size() < kIpv6Header || ip.size() > kLongestPacket) return Drop::kBadLength;
+    if (ip[0] >> 4 != 6) return Drop::kNotIp;
+    const auto offset = message_offset(ip);
+    if (!offset) return Drop::kNotIp;
+    packet.source = load_address(Family::kIpv6, &ip[kSourceAt]);
+    packet.message = ip.subspan(*offset);
+    if (icmpv6_checksum(&ip[kSourceAt], &ip[kDestinationAt], packet.message) != 0) {
+        return Drop::kChecksum;
+    }
+    return std::nullopt;
+}
+
+std::optional<Received> kind_of(std::uint8_t type) {
+    switch (type) {
+        case 130:
+            return Received::kMldQuery;
+        case 131:
+            return Received::kMldV1Report;
+        case 132:
+            return Received::kMldDone;
+        case 143:
+            return Received::kMldV2Report;
+        default:
+            return std::nullopt;
+    }
+}
+
+/* Queries are forwarded by the library; the core has no use for them. */
+std::optional<Drop> take_query(const Packet& packet) {
+    if (!find_port(packet.place.port)->is_uplink) return Drop::kQueryFromUser;
+    return std::nullopt;
+}
+
+std::optional<Drop> take_report_or_done(const Packet& packet, Received kind) {
+    if (const auto drop = refuse_place(packet)) return drop;
+    if (kind == Received::kMldV2Report) return take_report(packet, 2);
+    if (packet.message.size() < kOlderMessage) return Drop::kTruncated;
+    const auto type = kind == Received::kMldDone ? RecordType::kToInclude : RecordType::kIsExclude;
+    take_older_message(packet, 1, type, load_address(Family::kIpv6, &packet.message[kGroupAt]));
+    return std::nullopt;
+}
+
+std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet) {
+    const Port* const port = find_port(packet.place.port);
+    if (port == nullptr || !port->mld_declared) return Drop::kUnknownPort;
+    packet.place.port = port->number;
+    if (const auto drop = open_packet(ip, packet)) return drop;
+    const std::optional<Received> kind = kind_of(packet.message[0]);
+    if (!kind) return Drop::kUnknownType;
+    if (ip[7] != 1) return Drop::kHopLimit;
+    if (!is_link_local_host(packet.source)) return Drop::kSource;
+    note_received(packet.place, *kind, packet.source);
+    return *kind == Received::kMldQuery ? take_query(packet) : take_report_or_done(packet, *kind);
+}
+
+}  // namespace
+}  // namespace devcore
+
+/* 0 when the message was understood and was for the core, 1 when it was dropped as a whole. */
+int32_t mld_pkt_recv(uint8_t* ip_packet, uint32_t length, uint32_t port, uint32_t group_vlan,
+                     MldReceiveRecord* /*record*/) {
+    if (ip_packet == nullptr) return 1;
+    const devcore::Lock lock;
+    devcore::Packet packet = devcore::packet_from(devcore::Family::kIpv6, port, group_vlan);
+    const auto drop = devcore::take_packet({ip_packet, length}, packet);
+    if (drop) devcore::note_drop(packet.place, *drop);
+    return drop ? 1 : 0;
+}

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace devcore {
+
+/* The tasks that were created, with what they were created with. To be called under the lock. */
+void print_tasks();
+
+}  // namespace devcore

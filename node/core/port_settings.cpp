@@ -1,0 +1,176 @@
+/*
+ * The settings of single ports. Each returns 0, or 1 for a port that is not there (what limits and
+ * lists mean stands in admission.h).
+ */
+#include <algorithm>
+
+#include "node/core/address.h"
+#include "node/core/admission.h"
+#include "node/core/state.h"
+
+using devcore::AuthRange;
+using devcore::find_declared_port;
+using devcore::find_port;
+using devcore::Lock;
+using devcore::Port;
+
+namespace {
+
+constexpr int32_t kDone = 0;
+constexpr int32_t kRefused = 1;
+
+constexpr std::uint32_t kDelete = 0;
+constexpr std::uint32_t kAdd = 1;
+constexpr std::uint32_t kClear = 2;
+
+int32_t change_control_list(std::uint32_t port_number, std::uint32_t action, std::uint16_t vlan,
+                            std::uint32_t group) {
+    Port* const port = find_declared_port(port_number);
+    if (port == nullptr || action > kClear) return kRefused;
+    auto& list = port->control_list;
+    if (action == kAdd) {
+        if (!devcore::is_multicast(devcore::Family::kIpv4, devcore::from_ipv4(group))) {
+            return kRefused;
+        }
+        list.insert({vlan, group});
+    } else if (action == kDelete) {
+        if (list.erase({vlan, group}) == 0) return kRefused;
+    } else {
+        list.clear();
+    }
+    devcore::revoke_unauthorised();
+    return kDone;
+}
+
+}  // namespace
+
+// ---- The ports themselves -----------------------------------------------------------------------
+
+int32_t igmp_port_add_all_vlan(uint32_t port) {
+    const Lock lock;
+    Port* const found = find_port(port);
+    if (found == nullptr) return kRefused;
+    found->declared = true;
+    return kDone;
+}
+
+int32_t mld_port_conf_set(uint32_t port, uint32_t port_type) {
+    constexpr std::uint32_t kUplinkType = 1;
+    constexpr std::uint32_t kUserType = 2;
+    const Lock lock;
+    Port* const found = find_port(port);
+    if (found == nullptr) return kRefused;
+    if (port_type != (found->is_uplink ? kUplinkType : kUserType)) return kRefused;
+    found->mld_declared = true;
+    return kDone;
+}
+
+// ---- Limits and tags ----------------------------------------------------------------------------
+
+int32_t igmp_if_fast_leave_enable(uint8_t port, uint8_t mode) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr) return kRefused;
+    found->fast_leave = mode != 0;
+    return kDone;
+}
+
+int32_t igmp_if_max_group_num_set(uint8_t port, uint16_t limit) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr) return kRefused;
+    found->group_limit = limit;
+    return kDone;
+}
+
+/* The last argument is only kept for the display. */
+int32_t igmp_if_max_bandwidth_set(uint8_t port, uint8_t enable, uint32_t bandwidth,
+                                  uint16_t extra) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr) return kRefused;
+    found->bandwidth_limited = enable != 0;
+    found->bandwidth_limit = bandwidth;
+    found->bandwidth_extra = extra;
+    return kDone;
+}
+
+/* Only the uplink's tags have an effect. */
+int32_t igmp_if_snp_uplinkvlan_set(uint8_t port, IgmpUplinkTag* outer, IgmpUplinkTag* inner) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr || outer == nullptr || inner == nullptr) return kRefused;
+    found->outer = *outer;
+    found->inner = *inner;
+    return kDone;
+}
+
+// ---- Authorised groups --------------------------------------------------------------------------
+
+/* A range that is there already gets the new bandwidth, for memberships to come. */
+int32_t igmp_if_add_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end, uint32_t bandwidth,
+                                   uint16_t vlan) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr || start > end) return kRefused;
+    const auto same =
+        std::find_if(found->ranges.begin(), found->ranges.end(), [&](const AuthRange& range) {
+            return range.start == start && range.end == end && range.vlan == vlan;
+        });
+    if (same != found->ranges.end()) {
+        same->bandwidth = bandwidth;
+    } else {
+        found->ranges.push_back({start, end, bandwidth, vlan});
+    }
+    return kDone;
+}
+
+/* The bandwidth does not tell ranges apart. */
+int32_t igmp_if_delete_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end,
+                                      uint32_t /*bandwidth*/, uint16_t vlan) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr) return kRefused;
+    const auto gone = std::erase_if(found->ranges, [&](const AuthRange& range) {
+        return range.start == start && range.end == end && range.vlan == vlan;
+    });
+    if (gone == 0) return kRefused;
+    devcore::revoke_unauthorised();
+    return kDone;
+}
+
+/* VLAN 65535: the ranges of all VLANs. */
+int32_t igmp_if_delete_auth_group_cfg_all(uint8_t port, uint16_t vlan) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr) return kRefused;
+    std::erase_if(found->ranges, [&](const AuthRange& range) {
+        return vlan == devcore::kEveryVlan || range.vlan == vlan;
+    });
+    devcore::revoke_unauthorised();
+    return kDone;
+}
+
+int32_t igmp_if_grp_range_auth_enable(uint8_t port, uint8_t enable) {
+    const Lock lock;
+    Port* const found = find_declared_port(port);
+    if (found == nullptr) return kRefused;
+    found->range_auth = enable != 0;
+    devcore::revoke_unauthorised();
+    return kDone;
+}
+
+/* action: 1 adds to the port's control list, 0 deletes from it, 2 clears it. */
+int32_t igmp_set_multicast_control(uint16_t port, uint32_t action, int16_t vlan, uint32_t group) {
+    const Lock lock;
+    return change_control_list(port, action, static_cast<std::uint16_t>(vlan), group);
+}
+
+/* The same list, as OAM fills it: the word is the group. The two bytes are only kept. */
+int32_t igmp_oam_control_2(uint8_t add_delete, uint16_t port, uint16_t vlan, IgmpOamControl* rest) {
+    const Lock lock;
+    if (rest == nullptr) return kRefused;
+    const int32_t status = change_control_list(port, add_delete, vlan, rest->word);
+    if (status == kDone) devcore::core().last_oam_control = devcore::OamControl{port, vlan, *rest};
+    return status;
+}

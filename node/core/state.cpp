@@ -1,0 +1,135 @@
+#include "node/core/state.h"
+
+#include "node/core/membership.h"
+
+namespace devcore {
+namespace {
+
+std::recursive_mutex& mutex() {
+    static std::recursive_mutex* const the_mutex = new std::recursive_mutex;
+    return *the_mutex;
+}
+
+}  // namespace
+
+Core::Core() {
+    for (std::size_t i = 0; i < kPorts; ++i) {
+        ports[i].is_uplink = i == kUserPorts;
+        ports[i].number = i == kUserPorts ? kUplinkNumber : static_cast<std::uint32_t>(i);
+    }
+}
+
+// Never destroyed, like the mutex: the tasks that use them outlive main.
+Core& core() {
+    static Core* const the_core = new Core;
+    return *the_core;
+}
+
+Lock::Lock() { mutex().lock(); }
+Lock::~Lock() { mutex().unlock(); }
+
+Port* find_port(std::uint32_t number) {
+    if (number == kUplinkNumber || number == kCoreUplink) return &core().ports[kUserPorts];
+    return number < kUserPorts ? &core().ports[number] : nullptr;
+}
+
+Port* find_declared_port(std::uint32_t number) {
+    Port* const port = find_port(number);
+    return port != nullptr && port->declared ? port : nullptr;
+}
+
+std::string port_text(std::uint32_t number) {
+    const bool is_uplink = number == kUplinkNumber || number == kCoreUplink;
+    return is_uplink ? "uplink" : std::to_string(number);
+}
+
+void reset() {
+    const Lock lock;
+    core() = Core{};
+    igmpv3_rcv = 0;
+    igmpv3_snd = 0;
+}
+
+}  // namespace devcore
+
+using devcore::Core;
+using devcore::Lock;
+using devcore::Port;
+
+/* All but the clock begins anew; the switch is taken to be empty as well. */
+int32_t igmp_data_init(void) {
+    const Lock lock;
+    const std::uint64_t now = devcore::core().now_us;
+    devcore::reset();
+    devcore::core().now_us = now;
+    return 0;
+}
+
+int32_t mld_data_init(void) {
+    const Lock lock;
+    devcore::forget_mld_groups();
+    for (Port& port : devcore::core().ports) port.mld_declared = false;
+    Core& state = devcore::core();
+    const devcore::Settings fresh;
+    state.settings.mld_ageing = fresh.mld_ageing;
+    state.settings.mld_default_vid = fresh.mld_default_vid;
+    state.settings.mld_mode = fresh.mld_mode;
+    state.call_backs.mld_send = nullptr;
+    state.call_backs.mld_add = nullptr;
+    state.call_backs.mld_remove = nullptr;
+    return 0;
+}
+
+/* There are no tasks to start: the timers run when the clock is moved. */
+int32_t igmp_task_init(uint32_t /*first*/, uint32_t /*second*/) { return 0; }
+int32_t mld_task_init(uint32_t /*first*/) { return 0; }
+
+int32_t igmp_time_now(uint32_t* now) {
+    if (now == nullptr) return 1;
+    const Lock lock;
+    *now = static_cast<std::uint32_t>(devcore::core().now_us / devcore::kSecond);
+    return 0;
+}
+
+// ---- Call-backs ---------------------------------------------------------------------------------
+
+namespace {
+
+template <class CallBack>
+int32_t take_call_back(CallBack& slot, CallBack given) {
+    if (given == nullptr) return 1;
+    slot = given;
+    return 0;
+}
+
+}  // namespace
+
+int32_t igmp_register_switch_send_pkt(IgmpSendPacket send) {
+    const Lock lock;
+    return take_call_back(devcore::core().call_backs.send, send);
+}
+
+int32_t igmp_register_switch_add_table(IgmpTableChange add) {
+    const Lock lock;
+    return take_call_back(devcore::core().call_backs.add, add);
+}
+
+int32_t igmp_register_switch_del_table(IgmpTableChange del) {
+    const Lock lock;
+    return take_call_back(devcore::core().call_backs.remove, del);
+}
+
+int32_t mld_register_switch_send_pkt(MldSendPacket send) {
+    const Lock lock;
+    return take_call_back(devcore::core().call_backs.mld_send, send);
+}
+
+int32_t mld_register_switch_add_table(MldTableChange add) {
+    const Lock lock;
+    return take_call_back(devcore::core().call_backs.mld_add, add);
+}
+
+int32_t mld_register_switch_del_table(MldTableChange del) {
+    const Lock lock;
+    return take_call_back(devcore::core().call_backs.mld_remove, del);
+}

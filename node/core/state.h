@@ -1,0 +1,221 @@
+/*
+ * All that the core holds, under one lock.
+ *
+ * The lock is recursive and is taken at every door: the functions of platform/protocol_core.h and
+ * of development_core.h. The packet task, the command task and whoever moves the clock therefore
+ * take turns. Call-backs are called with the lock held, on the thread that came in, and may call
+ * the core again; they must not wait for another thread that needs it.
+ */
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "node/core/development_core.h"
+#include "node/core/timers.h"
+#include "platform/protocol_core.h"
+
+namespace devcore {
+
+// ---- Ports --------------------------------------------------------------------------------------
+
+constexpr std::size_t kUserPorts = 6;  // numbers 0 to 5
+constexpr std::size_t kPorts = kUserPorts + 1;
+constexpr std::uint32_t kUplinkNumber = 29;
+constexpr std::uint16_t kCoreUplink = 0xFFFF;  // the uplink again, where the core names it
+constexpr std::uint32_t kAllPorts = 255;
+
+constexpr std::uint16_t kLastVid = 4094;
+constexpr std::uint16_t kEveryVlan = 0xFFFF;  // of an authorised range
+constexpr IgmpUplinkTag kNoUplinkTag{0x8100, 0xFFFF, 0};
+
+struct AuthRange {
+    std::uint32_t start;
+    std::uint32_t end;
+    std::uint32_t bandwidth;
+    std::uint16_t vlan;
+};
+
+using VlanGroup = std::pair<std::uint16_t, std::uint32_t>;
+
+struct Port {
+    std::uint32_t number = 0;
+    bool is_uplink = false;
+    bool declared = false;  // to IGMP
+    bool mld_declared = false;
+
+    bool fast_leave = false;
+    std::uint16_t group_limit = 0;  // 0: none
+    bool bandwidth_limited = false;
+    std::uint32_t bandwidth_limit = 0;
+    std::uint16_t bandwidth_extra = 0;
+    IgmpUplinkTag outer = kNoUplinkTag;
+    IgmpUplinkTag inner = kNoUplinkTag;
+
+    bool range_auth = false;
+    std::vector<AuthRange> ranges;
+    std::set<VlanGroup> control_list;
+
+    // Of the IGMP memberships; the engine keeps them.
+    std::uint32_t groups = 0;
+    std::uint64_t bandwidth = 0;
+};
+
+// ---- Memberships --------------------------------------------------------------------------------
+
+/* Which sources are wanted: those listed, or all others (RFC 3376, 3). */
+struct Filter {
+    bool exclude = false;
+    std::set<Address> sources;
+
+    bool operator==(const Filter&) const = default;
+};
+
+/* What one host wants of a group. It holds the group in exclude mode, or with a source. */
+struct Host {
+    std::uint8_t version = 0;
+    bool exclude = false;
+    std::map<Address, std::uint64_t> sources;  // when each was last named, for ageing
+    std::uint64_t heard_us = 0;                // in exclude mode
+};
+
+struct GroupKey {
+    std::uint32_t port;
+    std::uint16_t vlan;
+    Family family;
+    Address group;
+
+    auto operator<=>(const GroupKey&) const = default;
+};
+
+/* A membership. Without hosts it has a leave timer, and is taken away when that has run out. */
+struct Group {
+    std::map<Address, Host> hosts;
+    Filter filter;             // of all hosts together, or of the last one that left
+    std::uint8_t version = 0;  // likewise, the oldest
+    Address last_reporter{};
+    std::uint64_t joined_us = 0;
+    bool programmed = false;
+    std::uint32_t bandwidth = 0;  // as it was imputed when the group was joined
+    std::optional<Timers::Id> age_timer;
+    std::optional<Timers::Id> leave_timer;
+    std::uint32_t queries_left = 0;
+};
+
+// ---- Settings -----------------------------------------------------------------------------------
+
+enum class Mode : std::uint8_t { kSnooping = 1, kProxy = 2, kControl = 3 };
+
+struct AgeSwitch {
+    bool on = true;
+    std::uint64_t since_us = 0;  // nothing ages for the time before
+};
+
+struct Settings {
+    Mode mode = Mode::kSnooping;
+    std::uint8_t version = 3;
+
+    // In seconds.
+    std::uint8_t robustness = 2;
+    std::uint32_t query_interval = 125;
+    std::uint32_t query_max_resp_time = 10;
+    std::uint32_t last_member_query_interval = 1;
+    std::uint32_t last_member_query_count = 2;
+    std::uint32_t general_member_interval = 1;
+
+    AgeSwitch ageing;
+    AgeSwitch mld_ageing;
+
+    std::uint32_t ssm_start = 0;
+    std::uint32_t ssm_end = 0;
+    const std::uint32_t* ssm_map = nullptr;  // the caller's five words
+
+    bool vlan_learning = false;
+    std::uint16_t default_vid = 4088;
+    std::uint16_t mld_default_vid = 4088;
+    std::uint16_t mld_mode = 2;
+    std::uint32_t proxy_ip = 0;
+    std::set<std::uint16_t> vlans;
+    std::set<VlanGroup> private_list;
+};
+
+struct OamControl {
+    std::uint16_t port;
+    std::uint16_t vlan;
+    IgmpOamControl rest;
+};
+
+struct CallBacks {
+    IgmpSendPacket send = nullptr;
+    IgmpTableChange add = nullptr;
+    IgmpTableChange remove = nullptr;
+    MldSendPacket mld_send = nullptr;
+    MldTableChange mld_add = nullptr;
+    MldTableChange mld_remove = nullptr;
+};
+
+/* Which lines are printed; the kinds are the bits of Trace in trace.h. */
+struct TraceSettings {
+    bool warnings = false;
+    std::uint32_t switches = 0;
+    std::uint32_t levels = 0;
+    std::uint16_t packet_port = 65534;
+    std::map<std::uint16_t, std::uint32_t> vlans;
+    std::uint32_t mld_packet_port = 65534;
+    std::uint32_t mld_kinds = 0;
+    std::uint32_t mld_port = kAllPorts;
+};
+
+struct Core {
+    std::uint64_t now_us = 0;
+    Timers timers;
+    Settings settings;
+    std::array<Port, kPorts> ports;
+    std::map<GroupKey, Group> groups;
+    std::map<VlanGroup, Filter> upstream;  // what proxy mode has reported
+    std::optional<Timers::Id> query_timer;
+    std::optional<OamControl> last_oam_control;
+    CallBacks call_backs;
+    Counters counters;
+    TraceSettings trace;
+
+    Core();
+};
+
+[[nodiscard]] Core& core();
+
+class Lock {
+ public:
+    Lock();
+    ~Lock();
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+};
+
+/* The port of a number, 29 and 0xFFFF being the uplink; null for others. */
+[[nodiscard]] Port* find_port(std::uint32_t number);
+/* The same, for declared ports only. */
+[[nodiscard]] Port* find_declared_port(std::uint32_t number);
+
+[[nodiscard]] inline std::uint16_t default_vid(Family family) {
+    const Settings& settings = core().settings;
+    return family == Family::kIpv4 ? settings.default_vid : settings.mld_default_vid;
+}
+
+[[nodiscard]] inline const AgeSwitch& age_switch(Family family) {
+    const Settings& settings = core().settings;
+    return family == Family::kIpv4 ? settings.ageing : settings.mld_ageing;
+}
+
+/* "2", or "uplink". */
+[[nodiscard]] std::string port_text(std::uint32_t number);
+
+}  // namespace devcore

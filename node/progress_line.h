@@ -1,0 +1,31 @@
+/*
+ * One line on the terminal that says how far a long replay came. It is not there for standard error
+ * that is no terminal, nor for a replay that is over before anyone could read it.
+ */
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "node/capture/capture_driver.h"
+
+namespace node {
+
+class ProgressLine {
+ public:
+    using Clock = std::chrono::steady_clock;
+
+    /* total_bytes: what capture::Progress::bytes comes to at the end, roughly. */
+    ProgressLine(std::uint64_t total_bytes, bool wanted);
+
+    void show(const capture::Progress& progress);
+    void erase();
+
+ private:
+    std::uint64_t total_bytes_;
+    bool wanted_;
+    bool shown_ = false;
+    Clock::time_point start_ = Clock::now();
+};
+
+}  // namespace node

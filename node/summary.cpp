@@ -1,0 +1,429 @@
+#include "node/summary.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <nlohmann/json.hpp>
+#include <string_view>
+
+#include "node/capture/ports.h"
+#include "node/table.h"
+
+namespace node {
+namespace {
+
+using capture::Counters;
+using capture::FramesIn;
+using capture::FramesOut;
+using capture::MacAddress;
+using capture::SwitchEntry;
+using nlohmann::ordered_json;
+
+constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
+
+// ---- Values as text
+// ------------------------------------------------------------------------------
+
+std::string number(std::uint64_t value) { return std::to_string(value); }
+
+std::string fixed(double value, int digits) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
+    return text.data();
+}
+
+double seconds(std::uint64_t us) {
+    return static_cast<double>(us) / static_cast<double>(kMicrosecondsPerSecond);
+}
+
+/* "2026-11-21 07:03:10.987486 UTC" */
+std::string date(std::uint64_t stamp_us) {
+    const auto second = static_cast<std::time_t>(stamp_us / kMicrosecondsPerSecond);
+    const auto fraction = static_cast<unsigned>(stamp_us % kMicrosecondsPerSecond);
+    std::tm parts{};
+    gmtime_r(&second, &parts);
+    std::array<char, 32> day{};
+    std::strftime(day.data(), day.size(), "%Y-%m-%d %H:%M:%S", &parts);
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%s.%06u UTC", day.data(), fraction);
+    return text.data();
+}
+
+std::string mac_text(const MacAddress& mac) {
+    std::array<char, 24> text{};
+    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
+                  mac[3], mac[4], mac[5]);
+    return text.data();
+}
+
+std::string port_text(std::int64_t port) {
+    const auto slot = capture::slot_of_port(port);
+    return slot ? capture::name_of_slot(*slot) : std::to_string(port);
+}
+
+FramesIn total_in(const Counters& counters) {
+    FramesIn sum;
+    for (const FramesIn& port : counters.in) {
+        sum.igmp += port.igmp;
+        sum.mld += port.mld;
+        sum.not_trapped += port.not_trapped;
+        sum.too_long += port.too_long;
+        sum.truncated += port.truncated;
+        sum.out_of_order += port.out_of_order;
+    }
+    return sum;
+}
+
+// ---- Tables
+// --------------------------------------------------------------------------------------
+
+std::string captures_text(const Summary& summary) {
+    Table table("Captures", {{"port", Align::kLeft}, {"file", Align::kLeft}});
+    for (const capture::Input& input : summary.arguments.inputs) {
+        table.add({port_text(input.port), input.file.string()});
+    }
+    if (const auto& output = summary.arguments.output) {
+        table.add({"sent", (*output / "port0.pcap").string() + " to port5.pcap, uplink.pcap"});
+    }
+    return table.text();
+}
+
+std::string time_text(const Summary& summary) {
+    std::string text = "Time\n";
+    if (const auto& span = summary.report.span) {
+        text += "  from  " + date(span->first_us) + "\n";
+        text += "  to    " + date(span->last_us) + "\n";
+        text += "  span  " + fixed(seconds(span->last_us - span->first_us), 6) + " s";
+        if (span->end_us > span->last_us) {
+            text += ", timers ran on for " + fixed(seconds(span->end_us - span->last_us), 6) + " s";
+        }
+        text += "\n";
+    } else {
+        text += "  the captures hold no frame\n";
+    }
+    return text + "  took  " + fixed(summary.took_s, 3) + " s" +
+           (summary.interrupted ? ", interrupted: this is what was replayed until then\n" : "\n");
+}
+
+std::string frames_in_text(const Counters& counters) {
+    Table table("Frames in", {{"port", Align::kLeft},
+                              {"total"},
+                              {"IGMP"},
+                              {"MLD"},
+                              {"not trapped"},
+                              {"too long"},
+                              {"truncated"},
+                              {"out of order"}});
+    const auto add = [&table](const std::string& name, const FramesIn& in) {
+        table.add({name, number(in.total()), number(in.igmp), number(in.mld),
+                   number(in.not_trapped), number(in.too_long), number(in.truncated),
+                   number(in.out_of_order)});
+    };
+    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
+        add(capture::name_of_slot(slot), counters.in[slot]);
+    }
+    add("all", total_in(counters));
+    return table.text();
+}
+
+std::string frames_out_text(const Counters& counters) {
+    Table table("Frames out", {{"port", Align::kLeft}, {"sent"}, {"failed"}});
+    FramesOut sum;
+    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
+        const FramesOut& out = counters.out[slot];
+        table.add({capture::name_of_slot(slot), number(out.sent), number(out.failed)});
+        sum.sent += out.sent;
+        sum.failed += out.failed;
+    }
+    table.add({"all", number(sum.sent), number(sum.failed)});
+    return table.text() + "  refused: " + number(counters.send_invalid_port) +
+           " for a port that the switch does not have, " + number(counters.send_empty) +
+           " without bytes\n";
+}
+
+// ---- What the core knows
+// ---------------------------------------------------------------------------
+
+struct Count {
+    std::string_view name;
+    std::uint64_t value;
+};
+
+/* One of the core's arrays of counts with the name of each. */
+template <class Kind, std::size_t size>
+std::vector<Count> named(const std::array<std::uint64_t, size>& counts) {
+    std::vector<Count> rows;
+    for (std::size_t i = 0; i < size; ++i) {
+        rows.push_back({devcore::name(static_cast<Kind>(i)), counts[i]});
+    }
+    return rows;
+}
+
+/* The frames that the driver kept from the library, and the sends that it refused. */
+std::vector<Count> driver_drops(const Counters& counters) {
+    const FramesIn in = total_in(counters);
+    return {{"not trapped", in.not_trapped},
+            {"longer than 2000 bytes", in.too_long},
+            {"truncated in the capture", in.truncated},
+            {"sent to an unknown port", counters.send_invalid_port},
+            {"sent without bytes", counters.send_empty}};
+}
+
+const char* protocol(const devcore::Membership& member) {
+    return member.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
+}
+
+std::string version_text(const devcore::Membership& member) {
+    return protocol(member) + ("v" + std::to_string(member.version));
+}
+
+/* "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source. */
+std::string filter_text(const devcore::Membership& member) {
+    std::string sources;
+    for (const devcore::Address& source : member.sources) {
+        if (!sources.empty()) sources += ", ";
+        sources += devcore::text(member.family, source);
+    }
+    return (member.exclude ? "exclude {" : "include {") + sources + "}";
+}
+
+/* The MAC address that the frames of the group carry (RFC 1112, RFC 2464). */
+MacAddress group_mac(const devcore::Membership& member) {
+    const devcore::Address& group = member.group;
+    if (member.family == devcore::Family::kIpv6) {
+        return {0x33, 0x33, group[12], group[13], group[14], group[15]};
+    }
+    return {0x01, 0x00, 0x5E, static_cast<std::uint8_t>(group[1] & 0x7F), group[2], group[3]};
+}
+
+/* The groups that a switch entry lets through to its port, as far as the core knows them. */
+std::vector<std::string> groups_behind(const Summary& summary, const SwitchEntry& entry) {
+    std::vector<std::string> groups;
+    for (const devcore::Membership& member : summary.memberships) {
+        if (member.port != entry.port || member.vlan != entry.vlan) continue;
+        if (group_mac(member) != entry.mac) continue;
+        groups.push_back(devcore::text(member.family, member.group));
+    }
+    return groups;
+}
+
+double age_s(const Summary& summary, const devcore::Membership& member) {
+    const auto& span = summary.report.span;
+    return span && span->end_us > member.joined_us ? seconds(span->end_us - member.joined_us) : 0;
+}
+
+std::string counts_text(const std::string& title, const std::string& unit,
+                        const std::vector<Count>& counts) {
+    Table table(title, {{"kind", Align::kLeft}, {unit}});
+    for (const Count& count : counts) {
+        if (count.value > 0) table.add({std::string(count.name), number(count.value)});
+    }
+    return table.text();
+}
+
+std::string drops_text(const Summary& summary) {
+    Table table("Drops", {{"by", Align::kLeft}, {"reason", Align::kLeft}, {"count"}});
+    const auto add = [&table](const char* by, const std::vector<Count>& counts) {
+        for (const Count& count : counts) {
+            if (count.value > 0) table.add({by, std::string(count.name), number(count.value)});
+        }
+    };
+    add("driver", driver_drops(summary.report.counters));
+    add("core", named<devcore::Drop>(summary.core.drops));
+    return table.text();
+}
+
+std::string memberships_text(const Summary& summary) {
+    Table table("Memberships", {{"port", Align::kLeft},
+                                {"VLAN"},
+                                {"group", Align::kLeft},
+                                {"version", Align::kLeft},
+                                {"filter", Align::kLeft},
+                                {"reporters"},
+                                {"age s"},
+                                {"in switch", Align::kLeft}});
+    for (const devcore::Membership& member : summary.memberships) {
+        table.add({port_text(member.port), number(member.vlan),
+                   devcore::text(member.family, member.group), version_text(member),
+                   filter_text(member), number(member.reporters.size()),
+                   fixed(age_s(summary, member), 1), member.programmed ? "yes" : "no"});
+    }
+    return table.text();
+}
+
+std::string switch_text(const Summary& summary) {
+    Table table("Switch entries", {{"port", Align::kLeft},
+                                   {"VLAN"},
+                                   {"MAC", Align::kLeft},
+                                   {"set"},
+                                   {"groups", Align::kLeft}});
+    const capture::SwitchTable& switch_table = summary.report.table;
+    for (const auto& [entry, times] : switch_table.entries) {
+        std::string groups;
+        for (const std::string& group : groups_behind(summary, entry)) {
+            groups += groups.empty() ? group : ", " + group;
+        }
+        table.add({port_text(entry.port), number(entry.vlan), mac_text(entry.mac), number(times),
+                   groups.empty() ? "unknown" : groups});
+    }
+    return table.text() + "  changes: " + number(switch_table.added) + " added, " +
+           number(switch_table.repeated) + " set again, " + number(switch_table.removed) +
+           " taken away, " + number(switch_table.absent) + " taken away while absent, " +
+           number(switch_table.invalid_port) + " refused for an unknown port\n" +
+           "  the core: " + number(summary.core.entries_added) + " added, " +
+           number(summary.core.add_failures) + " failed, " + number(summary.core.entries_removed) +
+           " taken away, " + number(summary.core.remove_failures) + " failed\n";
+}
+
+// ---- JSON
+// ------------------------------------------------------------------------------------------
+
+ordered_json json_of(const std::vector<Count>& counts) {
+    ordered_json object = ordered_json::object();
+    for (const Count& count : counts) object[std::string(count.name)] = count.value;
+    return object;
+}
+
+ordered_json captures_json(const Summary& summary) {
+    ordered_json rows = ordered_json::array();
+    for (const capture::Input& input : summary.arguments.inputs) {
+        rows.push_back(
+            {{"port", input.port}, {"name", port_text(input.port)}, {"file", input.file.string()}});
+    }
+    return rows;
+}
+
+ordered_json time_json(const Summary& summary) {
+    const auto& span = summary.report.span;
+    if (!span) return nullptr;
+    return {{"first_us", span->first_us},
+            {"last_us", span->last_us},
+            {"end_us", span->end_us},
+            {"span_s", seconds(span->last_us - span->first_us)}};
+}
+
+ordered_json frames_in_json(const Counters& counters) {
+    ordered_json rows = ordered_json::array();
+    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
+        const FramesIn& in = counters.in[slot];
+        rows.push_back({{"port", capture::port_of_slot(slot)},
+                        {"name", capture::name_of_slot(slot)},
+                        {"total", in.total()},
+                        {"igmp", in.igmp},
+                        {"mld", in.mld},
+                        {"not_trapped", in.not_trapped},
+                        {"too_long", in.too_long},
+                        {"truncated", in.truncated},
+                        {"out_of_order", in.out_of_order}});
+    }
+    return rows;
+}
+
+ordered_json frames_out_json(const Counters& counters) {
+    ordered_json rows = ordered_json::array();
+    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
+        rows.push_back({{"port", capture::port_of_slot(slot)},
+                        {"name", capture::name_of_slot(slot)},
+                        {"sent", counters.out[slot].sent},
+                        {"failed", counters.out[slot].failed}});
+    }
+    return rows;
+}
+
+ordered_json addresses_json(devcore::Family family,
+                            const std::vector<devcore::Address>& addresses) {
+    ordered_json rows = ordered_json::array();
+    for (const devcore::Address& address : addresses)
+        rows.push_back(devcore::text(family, address));
+    return rows;
+}
+
+ordered_json memberships_json(const Summary& summary) {
+    ordered_json rows = ordered_json::array();
+    for (const devcore::Membership& member : summary.memberships) {
+        rows.push_back({{"port", member.port},
+                        {"vlan", member.vlan},
+                        {"group", devcore::text(member.family, member.group)},
+                        {"protocol", protocol(member)},
+                        {"version", member.version},
+                        {"filter", member.exclude ? "exclude" : "include"},
+                        {"sources", addresses_json(member.family, member.sources)},
+                        {"reporters", addresses_json(member.family, member.reporters)},
+                        {"age_s", age_s(summary, member)},
+                        {"in_switch", member.programmed}});
+    }
+    return rows;
+}
+
+ordered_json switch_json(const Summary& summary) {
+    const capture::SwitchTable& table = summary.report.table;
+    ordered_json rows = ordered_json::array();
+    for (const auto& [entry, times] : table.entries) {
+        rows.push_back({{"port", entry.port},
+                        {"vlan", entry.vlan},
+                        {"mac", mac_text(entry.mac)},
+                        {"set", times},
+                        {"groups", groups_behind(summary, entry)}});
+    }
+    return {{"entries", rows},
+            {"added", table.added},
+            {"set_again", table.repeated},
+            {"removed", table.removed},
+            {"removed_absent", table.absent},
+            {"refused_port", table.invalid_port}};
+}
+
+ordered_json core_json(const devcore::Counters& core) {
+    return {{"received", json_of(named<devcore::Received>(core.received))},
+            {"sent", json_of(named<devcore::Sent>(core.sent))},
+            {"entries_added", core.entries_added},
+            {"entries_removed", core.entries_removed},
+            {"add_failures", core.add_failures},
+            {"remove_failures", core.remove_failures}};
+}
+
+}  // namespace
+
+std::string as_text(const Summary& summary) {
+    const Counters& counters = summary.report.counters;
+    // The library's own lines do not end in a line feed, so the first one may have to end theirs.
+    const std::string parts[]{
+        captures_text(summary),
+        time_text(summary),
+        frames_in_text(counters),
+        frames_out_text(counters),
+        counts_text("Received by the core", "messages",
+                    named<devcore::Received>(summary.core.received)),
+        counts_text("Sent by the core", "messages", named<devcore::Sent>(summary.core.sent)),
+        drops_text(summary),
+        memberships_text(summary),
+        switch_text(summary),
+    };
+    std::string text = summary.arguments.debug != 0 ? "\n\n" : "";
+    for (const std::string& part : parts) text += (&part == parts ? "" : "\n") + part;
+    return text;
+}
+
+std::string as_json(const Summary& summary) {
+    const Counters& counters = summary.report.counters;
+    const auto& output = summary.arguments.output;
+    const ordered_json object{
+        {"captures", captures_json(summary)},
+        {"output", output ? ordered_json(output->string()) : ordered_json(nullptr)},
+        {"interrupted", summary.interrupted},
+        {"failures", summary.report.failures},
+        {"time", time_json(summary)},
+        {"frames_in", frames_in_json(counters)},
+        {"frames_out", frames_out_json(counters)},
+        {"core", core_json(summary.core)},
+        {"drops",
+         {{"driver", json_of(driver_drops(counters))},
+          {"core", json_of(named<devcore::Drop>(summary.core.drops))}}},
+        {"memberships", memberships_json(summary)},
+        {"switch", switch_json(summary)},
+    };
+    // A file name may hold any bytes; JSON may not.
+    return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace node

@@ -1,0 +1,27 @@
+/* What a replay came to, as tables to be read and as one JSON object. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "node/arguments.h"
+#include "node/capture/capture_driver.h"
+#include "node/core/development_core.h"
+
+namespace node {
+
+struct Summary {
+    ReplayArguments arguments;
+    capture::Report report;
+    devcore::Counters core;
+    std::vector<devcore::Membership> memberships;
+    bool interrupted;
+    double took_s;
+};
+
+[[nodiscard]] std::string as_text(const Summary& summary);
+
+/* Equal for equal replays: how long the replay took is not in it. Ends with a line feed. */
+[[nodiscard]] std::string as_json(const Summary& summary);
+
+}  // namespace node
