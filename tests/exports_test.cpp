@@ -1,0 +1,292 @@
+// The library as a file: what it exports, imports, needs and runs at load, and the built-in frame.
+#include <elf.h>
+#include <gmock/gmock.h>
+#include <link.h>
+
+#include <cctype>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "adapt/records.h"
+#include "common/bytes.h"
+#include "tests/support/frames.h"
+
+namespace {
+
+using namespace mc_test;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsSubsetOf;
+using ::testing::Not;
+
+using Names = std::set<std::string>;
+
+// ---- The file ----------------------------------------------------------------------------
+
+std::string content_of(const std::filesystem::path& path) {
+    const std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file) << path;
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+// The dynamic half of a shared library for the machine that the test is built for.
+class SharedLibrary {
+ public:
+    explicit SharedLibrary(const std::filesystem::path& path) : image_(content_of(path)) {
+        const auto header = at<ElfW(Ehdr)>(0);
+        for (unsigned i = 0; i < header.e_shnum; ++i) {
+            const auto section = at<ElfW(Shdr)>(header.e_shoff + i * header.e_shentsize);
+            if (section.sh_type == SHT_DYNSYM) read_symbols(section, header);
+            if (section.sh_type == SHT_DYNAMIC) read_dynamic(section, header);
+            if (section.sh_type == SHT_INIT_ARRAY) initialisers = section.sh_size;
+        }
+    }
+
+    Names exported;
+    Names imported;
+    Names imported_if_there;  // weak: may stay undefined
+    std::vector<std::string> needed;
+    std::uint64_t initialisers = 0;  // bytes of pointers to functions that run at load
+
+ private:
+    template <class Record>
+    Record at(std::uint64_t offset) const {
+        Record record;
+        std::memcpy(&record, image_.data() + offset, sizeof record);
+        return record;
+    }
+
+    std::string text(const ElfW(Shdr) & owner, const ElfW(Ehdr) & header,
+                     std::uint64_t index) const {
+        const auto strings =
+            at<ElfW(Shdr)>(header.e_shoff + std::uint64_t{owner.sh_link} * header.e_shentsize);
+        return image_.data() + strings.sh_offset + index;
+    }
+
+    void read_symbols(const ElfW(Shdr) & section, const ElfW(Ehdr) & header) {
+        for (std::uint64_t i = 1; i < section.sh_size / section.sh_entsize; ++i) {
+            const auto symbol = at<ElfW(Sym)>(section.sh_offset + i * section.sh_entsize);
+            const unsigned binding = symbol.st_info >> 4;
+            if (binding == STB_LOCAL) continue;
+            const std::string name = text(section, header, symbol.st_name);
+            if (symbol.st_shndx != SHN_UNDEF) {
+                exported.insert(name);
+            } else if (binding == STB_WEAK) {
+                imported_if_there.insert(name);
+            } else {
+                imported.insert(name);
+            }
+        }
+    }
+
+    void read_dynamic(const ElfW(Shdr) & section, const ElfW(Ehdr) & header) {
+        for (std::uint64_t i = 0; i < section.sh_size / section.sh_entsize; ++i) {
+            const auto entry = at<ElfW(Dyn)>(section.sh_offset + i * section.sh_entsize);
+            if (entry.d_tag == DT_NEEDED) needed.push_back(text(section, header, entry.d_un.d_val));
+        }
+    }
+
+    std::string image_;
+};
+
+// ---- The headers -------------------------------------------------------------------------
+
+std::vector<std::filesystem::path> headers() {
+    std::vector<std::filesystem::path> paths;
+    for (const auto& room : std::filesystem::directory_iterator(MC_SOURCE_DIR)) {
+        const std::string name = room.path().filename().string();
+        if (!room.is_directory() || name == "tests" || name == "node" || name[0] == '.') continue;
+        for (const auto& file : std::filesystem::directory_iterator(room)) {
+            if (file.path().extension() == ".h") paths.push_back(file.path());
+        }
+    }
+    return paths;
+}
+
+void erase_between(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t begin; (begin = text.find(from)) != std::string::npos;) {
+        text.erase(begin, text.find(to, begin) - begin + to.size());
+    }
+}
+
+std::string without_comments(std::string text) {
+    erase_between(text, "/*", "*/");
+    erase_between(text, "//", "\n");
+    return text;
+}
+
+bool in_name(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_'; }
+
+// The names that follow a word in declarations: the last one in front of the arguments, the bounds
+// or the end.
+Names declared_behind(const std::string& word, const std::string& text) {
+    Names names;
+    for (std::size_t at = 0; (at = text.find(word, at)) != std::string::npos;) {
+        const bool is_word =
+            (at == 0 || !in_name(text[at - 1])) && !in_name(text[at + word.size()]);
+        at += word.size();
+        std::size_t end = text.find_first_of(";([{,)", at);
+        if (!is_word || end == std::string::npos || text[end] == '{' || text[end] == ',' ||
+            text[end] == ')') {
+            continue;
+        }
+        while (!in_name(text[end - 1])) --end;
+        std::size_t begin = end;
+        while (in_name(text[begin - 1])) --begin;
+        if (begin >= at) names.insert(text.substr(begin, end - begin));
+    }
+    return names;
+}
+
+Names declared_exports() {
+    Names names;
+    for (const auto& header : headers()) {
+        if (header.filename() == "export.h") continue;
+        names.merge(declared_behind("MC_EXPORT", without_comments(content_of(header))));
+    }
+    return names;
+}
+
+Names declared_neighbours() {
+    Names names;
+    for (const char* const header : {"protocol_core.h", "l2_multicast.h", "pal.h"}) {
+        const std::filesystem::path path =
+            std::filesystem::path(MC_SOURCE_DIR) / "platform" / header;
+        const std::string text = without_comments(content_of(path));
+        names.merge(declared_behind("int32_t", text));
+        names.merge(declared_behind("extern", text));
+    }
+    return names;
+}
+
+// ---- Tests -------------------------------------------------------------------------------
+
+class Library : public ::testing::Test {
+ protected:
+    SharedLibrary library_{MC_LIBRARY_FILE};
+};
+
+TEST_F(Library, HeadersDeclareWhatTheWorldKnows) {
+    const Names declared = declared_exports();
+    for (const char* const name :
+         {"IgmpInit", "igmpL2PktProc", "MuticastReceive", "recv_igmp_interface_msg",
+          "process_interface_msg", "send_pkt_igmp", "igmp_add_grp", "igmp_del_grp", "send_pkt_mld",
+          "mld_add_grp", "mld_del_grp", "globle_parm", "PortVlanCfg", "portState", "mldInitParams",
+          "searchDownSnoopPortCfgVlan", "jion_buffer"}) {
+        EXPECT_THAT(declared, Contains(name));
+    }
+}
+
+TEST_F(Library, ExportsEverythingThatTheHeadersDeclare) {
+    EXPECT_THAT(declared_exports(), IsSubsetOf(library_.exported));
+}
+
+TEST_F(Library, ImportsOnlyNeighboursAndTheCLibrary) {
+    Names known = declared_neighbours();
+    known.insert({"printf", "puts", "putchar", "sleep", "msgget", "msgrcv", "shmget", "shmat",
+                  "memcpy", "memmove", "memset", "memcmp"});
+#ifndef MC_TEST_SANITIZED
+    EXPECT_THAT(library_.imported, IsSubsetOf(known));
+#endif
+    EXPECT_THAT(library_.imported, Contains("igmp_pkt_recv"));
+    EXPECT_THAT(library_.imported, Contains("L2_multicast_send_msg"));
+    EXPECT_THAT(library_.imported, Contains("pal_task_create"));
+    EXPECT_THAT(library_.imported, Contains("shmat"));
+}
+
+TEST_F(Library, NeedsNoHeapAndNoLanguageRunTime) {
+    for (const std::string& name : library_.imported) {
+        EXPECT_FALSE(name.starts_with("_Z") || name.starts_with("__cxa_") ||
+                     name.starts_with("__gxx_") || name.starts_with("_Unwind_"))
+            << name;
+    }
+    for (const char* const name : {"malloc", "calloc", "realloc", "free"}) {
+        EXPECT_THAT(library_.imported, Not(Contains(name)));
+        EXPECT_THAT(library_.imported_if_there, Not(Contains(name)));
+    }
+}
+
+#ifndef MC_TEST_SANITIZED
+
+TEST_F(Library, ExportsNothingElse) {
+    Names known = declared_exports();
+    EXPECT_EQ(library_.exported, known);
+}
+
+TEST_F(Library, NeedsTheCLibraryOnly) { EXPECT_THAT(library_.needed, ElementsAre("libc.so.6")); }
+
+// What a library without any code of its own runs at load is the compiler's.
+TEST_F(Library, RunsNothingAtLoad) {
+    const SharedLibrary nothing(MC_EMPTY_LIBRARY_FILE);
+    EXPECT_THAT(nothing.exported, ElementsAre("mc_nothing"));
+    EXPECT_EQ(library_.initialisers, nothing.initialisers);
+}
+
+#endif
+
+TEST(Headers, OfTheInterfaceAreCompiledAsC) {
+    const std::string c_file =
+        content_of(std::filesystem::path(MC_SOURCE_DIR) / "tests/headers_in_c.c");
+    for (const auto& header : headers()) {
+        if (content_of(header).find("MC_C_BEGIN") == std::string::npos) continue;
+        const std::string include = "#include \"" + header.parent_path().filename().string() + "/" +
+                                    header.filename().string() + "\"";
+        if (header.filename() == "export.h") continue;
+        EXPECT_NE(c_file.find(include), std::string::npos) << include;
+    }
+}
+
+// ---- Built-in frame ----------------------------------------------------------------------
+
+// Ones' complement sum over 16-bit words, added up one by one.
+std::uint32_t folded_sum(const std::uint8_t* at, int words) {
+    std::uint32_t sum = 0;
+    for (int i = 0; i < words; ++i) {
+        sum += mc::load_be16(at + 2 * i);
+        if (sum > 0xFFFF) sum -= 0xFFFF;
+    }
+    return sum;
+}
+
+TEST(BuiltInFrame, IsATaggedVersion2ReportWithRightChecksums) {
+    ASSERT_EQ(sizeof jion_buffer, 68u);
+    const std::uint8_t* const frame = jion_buffer;
+    EXPECT_EQ(hex({frame, frame + 6}), "[01005e7f0101]");
+    EXPECT_EQ(frame[6] & 0x01, 0) << "from a single station";
+    EXPECT_EQ(mc::load_be16(frame + 12), 0x8100);
+    EXPECT_EQ(mc::load_be16(frame + 14), 100) << "VID 100, no priority";
+    EXPECT_EQ(mc::load_be16(frame + 16), 0x0800);
+
+    const std::uint8_t* const ip = frame + 18;
+    EXPECT_EQ(ip[0], 0x46) << "six words of header";
+    EXPECT_EQ(mc::load_be16(ip + 2), 32);
+    EXPECT_EQ(ip[8], 1) << "never routed";
+    EXPECT_EQ(ip[9], 2) << "IGMP";
+    EXPECT_EQ(folded_sum(ip, 12), 0xFFFFu);
+    EXPECT_EQ(hex({ip + 16, ip + 20}), "[efff0101]");
+    EXPECT_EQ(hex({ip + 20, ip + 24}), "[94040000]") << "router alert";
+
+    const std::uint8_t* const igmp = ip + 24;
+    EXPECT_EQ(igmp[0], 0x16);
+    EXPECT_EQ(igmp[1], 0);
+    EXPECT_EQ(folded_sum(igmp, 4), 0xFFFFu);
+    EXPECT_EQ(hex({igmp + 4, igmp + 8}), "[efff0101]");
+
+    for (const std::uint8_t* pad = igmp + 8; pad != frame + 68; ++pad) EXPECT_EQ(*pad, 0);
+}
+
+TEST(BuiltInFrame, DoesNotComeFromTheNodeItself) {
+    const Bytes source(jion_buffer + 6, jion_buffer + 12);
+    EXPECT_NE(mac(source), "00:00:00:11:00:11");
+    EXPECT_NE(mac(source), "00:00:00:00:00:00");
+}
+
+}  // namespace

@@ -1,0 +1,865 @@
+// What the core sends and what it programs: packets wrapped into frames, frames handed to the
+// driver, forwarding entries. What both sides do alike runs over both.
+#include <gmock/gmock.h>
+
+#include "adapt/adapt.h"
+#include "tests/support/console.h"
+#include "tests/support/frames.h"
+#include "tests/support/fresh_library.h"
+#include "tests/support/hex_dump.h"
+#include "tests/support/sides.h"
+
+namespace {
+
+using namespace mc_test;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+constexpr std::uint16_t kPort = 3;
+constexpr int kBlock = 3;  // logical number of that port
+
+// A query or report for 1,2,3,4 at the end of its destination address; whatever the side, that is
+// where it is looked for.
+Bytes core_packet(std::size_t length) {
+    Bytes packet = counted_bytes(length);
+    if (length > 31) {
+        packet[16] = 0xEF;
+        packet[17] = 0x81;
+        packet[18] = 0x01;
+        packet[19] = 0x01;
+        packet[28] = 0x12;
+        packet[29] = 0x34;
+        packet[30] = 0x56;
+        packet[31] = 0x78;
+    }
+    return packet;
+}
+
+template <class Side>
+class SendPacket : public StartedTest {
+ protected:
+    SendPacket() {
+        Side::receive_port() = 4;
+        ponVlan = 777;
+        const Bytes own = {0x02, 0x00, 0x00, 0x00, 0x00, 0x99};
+        std::copy(own.begin(), own.end(), Side::own_mac());
+    }
+
+    // A tag group: TPID, tag control field, and a type that is that of IPv4 on both sides.
+    static Bytes group(std::uint16_t tci, std::uint16_t tpid = 0x8100) {
+        return be16(tpid) + be16(tci) + Bytes{0x08, 0x00};
+    }
+    static Bytes macs() {
+        return Side::destination(packet()) + Bytes{0x02, 0x00, 0x00, 0x00, 0x00, 0x99};
+    }
+    static Bytes packet() { return core_packet(48); }
+
+    static void rule(int block, int index, int port, std::uint16_t data, std::uint16_t out) {
+        set_rule<Side>(block, index, downstream_rule(port, data, out));
+    }
+    // The calls of the driver that send these frames.
+    static std::string sent(const Bytes& frame, unsigned port = kPort) {
+        return call("L2_multicast_send_msg", frame, port, frame.size(), 4, 777);
+    }
+};
+TYPED_TEST_SUITE(SendPacket, Sides, SideNames);
+
+// ---- Once, with the core's VLAN ----------------------------------------------------------------
+
+TYPED_TEST(SendPacket, WithoutARuleThePacketLeavesOnceWithTheCoresVlan) {
+    using Side = TypeParam;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 100);
+    EXPECT_THAT(calls(), ElementsAre(this->sent(this->macs() + this->group(100) + this->packet())));
+}
+
+TYPED_TEST(SendPacket, TheTagIsTpidPriorityAndVlan) {
+    using Side = TypeParam;
+    Side::send(this->packet(), kPort, {.tpid = 0x88A8, .vid = 100, .priority = 5});
+    Side::send(this->packet(), kPort, {.tpid = 0x9100, .vid = 0xFFFF, .priority = 0});
+    Side::send(this->packet(), kPort, {.vid = 1, .priority = 0xFF});
+    EXPECT_THAT(calls(),
+                ElementsAre(this->sent(this->macs() + this->group(0xA064, 0x88A8) + this->packet()),
+                            this->sent(this->macs() + this->group(0xFFFF, 0x9100) + this->packet()),
+                            this->sent(this->macs() + this->group(0xE001) + this->packet())));
+}
+
+TYPED_TEST(SendPacket, Port65535IsTheUplink) {
+    using Side = TypeParam;
+    Side::send(this->packet(), 0xFFFF, {.vid = 100});
+    Side::send(this->packet(), 29, {.vid = 100});
+    const std::string up = this->sent(this->macs() + this->group(100) + this->packet(), 29);
+    EXPECT_THAT(calls(), ElementsAre(up, up));
+}
+
+TYPED_TEST(SendPacket, WhatGoesToTheUplinkLeavesOnTheTestUplink) {
+    using Side = TypeParam;
+    Side::set_test_uplink(2);
+    Side::send(this->packet(), 0xFFFF, {.vid = 100});
+    EXPECT_THAT(calls(),
+                ElementsAre(this->sent(this->macs() + this->group(100) + this->packet(), 2)));
+}
+
+TYPED_TEST(SendPacket, WhatGoesToTheUplinkIsNotTranslated) {
+    using Side = TypeParam;
+    this->rule(0, 0, 29, 100, 200);
+    Side::rule_counts()[6] = 1;
+    EXPECT_EQ(Side::send(this->packet(), 29, {.vid = 100}), 100);
+    EXPECT_THAT(calls(),
+                ElementsAre(this->sent(this->macs() + this->group(100) + this->packet(), 29)));
+}
+
+TYPED_TEST(SendPacket, AnUnknownPortGetsThePacketUntranslated) {
+    using Side = TypeParam;
+    this->rule(0, 0, 7, 100, 200);
+    EXPECT_EQ(Side::send(this->packet(), 7, {.vid = 100}), 100);
+    EXPECT_THAT(calls(),
+                ElementsAre(this->sent(this->macs() + this->group(100) + this->packet(), 7)));
+}
+
+TYPED_TEST(SendPacket, APortAbove29IsIllegal) {
+    using Side = TypeParam;
+    for (const auto port : std::initializer_list<std::uint16_t>{30, 255, 256, 0xFFFE}) {
+        EXPECT_EQ(said(Side::mask(), kErr, [&] { Side::send(this->packet(), port, {.vid = 100}); }),
+                  "\r\n[MC_DBG_ERR]: The port no(" + std::to_string(port) +
+                      ") is illegal, abord!<*_*>\r\n");
+        EXPECT_EQ(said(Side::mask(), 0, [&] { Side::send(this->packet(), port, {.vid = 100}); }),
+                  "");
+    }
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TYPED_TEST(SendPacket, WithoutAPacketTheDestinationStaysZero) {
+    using Side = TypeParam;
+    Side::send(nullptr, 8, kPort, {.vid = 100});
+    const Bytes frame =
+        Bytes(6) + Bytes{0x02, 0x00, 0x00, 0x00, 0x00, 0x99} + this->group(100) + Bytes(8);
+    EXPECT_THAT(calls(), ElementsAre(this->sent(frame)));
+}
+
+// Nothing is read behind a packet that ends before its destination address does.
+TYPED_TEST(SendPacket, AStubOfAPacketLeavesWithAZeroDestination) {
+    using Side = TypeParam;
+    for (const std::size_t length : {0, 1, 19}) {
+        forget_calls();
+        Side::send(core_packet(length), kPort, {.vid = 100});
+        const Bytes frame = Bytes(6) + Bytes{0x02, 0x00, 0x00, 0x00, 0x00, 0x99} +
+                            this->group(100) + core_packet(length);
+        EXPECT_THAT(calls(), ElementsAre(this->sent(frame)));
+    }
+}
+
+// ---- Translated by rules -----------------------------------------------------------------------
+
+TYPED_TEST(SendPacket, AMatchingRuleTranslatesTheVlanAndRewritesTheTag) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 100, 200);
+    Side::rule_counts()[kBlock] = 1;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100, .priority = 6}), 200);
+    EXPECT_THAT(calls(),
+                ElementsAre(this->sent(this->macs() + this->group(0xC0C8) + this->packet())));
+}
+
+TYPED_TEST(SendPacket, ARuleWithoutAVlanKeepsTheCoresOne) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 100, 0xFFFF);
+    Side::rule_counts()[kBlock] = 1;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 100);
+    EXPECT_THAT(calls(), ElementsAre(this->sent(this->macs() + this->group(100) + this->packet())));
+}
+
+TYPED_TEST(SendPacket, ATranslatedVlanOf0IsOneToo) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 100, 0);
+    Side::rule_counts()[kBlock] = 1;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 0);
+    EXPECT_THAT(calls(), ElementsAre(this->sent(this->macs() + this->group(0) + this->packet())));
+}
+
+TYPED_TEST(SendPacket, All16BitsOfTheDataVlanAreCompared) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 0xF064, 200);
+    Side::rule_counts()[kBlock] = 1;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 100);
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 0xF064}), 200);
+}
+
+TYPED_TEST(SendPacket, WithTwoMatchesTheSecondFrameCarriesBothTags) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 100, 200);
+    this->rule(1, 1, kPort, 100, 300);
+    Side::rule_counts()[kBlock] = 2;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100, .priority = 1}), 300);
+    EXPECT_THAT(calls(),
+                ElementsAre(this->sent(this->macs() + this->group(0x20C8) + this->packet()),
+                            this->sent(this->macs() + this->group(0x20C8) + this->group(0x212C) +
+                                       this->packet())));
+}
+
+// The second rule keeps the VLAN that is in the tag by then.
+TYPED_TEST(SendPacket, ARuleWithoutAVlanKeepsTheOneTranslatedBefore) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 100, 200);
+    this->rule(1, 1, kPort, 100, 0xFFFF);
+    Side::rule_counts()[kBlock] = 2;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 200);
+    EXPECT_THAT(calls(), ElementsAre(this->sent(this->macs() + this->group(200) + this->packet()),
+                                     this->sent(this->macs() + this->group(200) + this->group(200) +
+                                                this->packet())));
+}
+
+TYPED_TEST(SendPacket, FourMatchesSendFourFrames) {
+    using Side = TypeParam;
+    for (int i = 0; i < 4; ++i) {
+        this->rule(i, i, kPort, 100, static_cast<std::uint16_t>(201 + i));
+    }
+    this->rule(0, 0, kPort, 100, 201);
+    Side::rule_counts()[kBlock] = 4;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 204);
+    const Bytes one = this->macs() + this->group(201);
+    const Bytes two = one + this->group(202);
+    const Bytes three = two + this->group(203);
+    const Bytes four = three + this->group(204);
+    EXPECT_THAT(calls(),
+                ElementsAre(this->sent(one + this->packet()), this->sent(two + this->packet()),
+                            this->sent(three + this->packet()), this->sent(four + this->packet())));
+}
+
+TYPED_TEST(SendPacket, MoreThanFourMatchesSendFourFrames) {
+    using Side = TypeParam;
+    for (int block = 0; block < MC_PORTS; ++block) {
+        for (int i = 0; i < MC_RULES; ++i) this->rule(block, i, kPort, 100, 200);
+    }
+    for (const std::int32_t count : {5, 10, 11, 99}) {
+        forget_calls();
+        Side::rule_counts()[kBlock] = count;
+        Side::send(this->packet(), kPort, {.vid = 100});
+        EXPECT_EQ(sent_frames().size(), 4u) << count;
+    }
+}
+
+// The walk is not over the port's own rules: it begins in block 0 and goes to the next block with
+// every match, while the position in the block moves on.
+TYPED_TEST(SendPacket, TheSearchedBlockIsTheNumberOfMatchesSoFar) {
+    using Side = TypeParam;
+    this->rule(kBlock, 0, kPort, 100, 900);  // the port's own block only lets the search begin
+    this->rule(0, 0, 1, 55, 1);
+    this->rule(0, 1, 1, 100, 201);
+    this->rule(0, 2, 1, 100, 901);  // by then block 1 is looked at
+    this->rule(1, 0, 1, 100, 902);  // rule 0 is over by then
+    this->rule(1, 1, 1, 100, 903);
+    this->rule(1, 2, 1, 100, 202);
+    this->rule(2, 3, 1, 100, 203);
+    Side::rule_counts()[kBlock] = 4;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 203);
+    EXPECT_EQ(hex(sent_frames().back().frame),
+              hex(this->macs() + this->group(201) + this->group(202) + this->group(203) +
+                  this->packet()));
+    EXPECT_EQ(sent_frames().size(), 3u);
+}
+
+TYPED_TEST(SendPacket, ThePortsCountSaysHowManyRulesAreLookedAt) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 55, 1);
+    this->rule(0, 1, kPort, 100, 200);
+    Side::rule_counts()[0] = 2;
+    for (const std::int32_t count : {1, 0, -1}) {
+        Side::rule_counts()[kBlock] = count;
+        EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 100) << count;
+    }
+    Side::rule_counts()[kBlock] = 2;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 200);
+}
+
+TYPED_TEST(SendPacket, NothingIsSearchedUnlessABlockBeginsWithThePort) {
+    using Side = TypeParam;
+    this->rule(0, 0, 1, 100, 200);
+    this->rule(0, 1, kPort, 100, 200);
+    Side::rule_counts()[kBlock] = 2;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 100);
+    this->rule(6, 0, kPort, 55, 1);
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 200);
+}
+
+TYPED_TEST(SendPacket, APortNumberIsFoundInTheTableOfPorts) {
+    using Side = TypeParam;
+    Side::ports()[1].port_id = 17;
+    this->rule(0, 0, 17, 100, 200);
+    Side::rule_counts()[1] = 1;
+    EXPECT_EQ(Side::send(this->packet(), 17, {.vid = 100}), 200);
+}
+
+// ---- Long packets ------------------------------------------------------------------------------
+
+constexpr std::size_t kCapacity = 1518;
+
+std::string does_not_fit(std::size_t length) {
+    return "\r\n[MC_DBG_ERR]: packet of " + std::to_string(length) +
+           " bytes does not fit the frame, abord!\r\n";
+}
+
+TYPED_TEST(SendPacket, APacketThatFillsTheFrameIsSentAndOneByteMoreIsDropped) {
+    using Side = TypeParam;
+    const Bytes fits = core_packet(kCapacity - 18);
+    EXPECT_EQ(said(Side::mask(), kErr, [&] { Side::send(fits, kPort, {.vid = 100}); }), "");
+    EXPECT_THAT(calls(), ElementsAre(this->sent(this->macs() + this->group(100) + fits)));
+
+    for (const std::size_t length : {kCapacity - 17, kCapacity, std::size_t{0xFFFF}}) {
+        expect_said(Side::mask(), kErr, does_not_fit(length),
+                    [&] { Side::send(core_packet(length), kPort, {.vid = 100}); });
+        EXPECT_THAT(calls(), IsEmpty());
+    }
+}
+
+TYPED_TEST(SendPacket, EveryTagGroupTakesItsShareOfTheFrame) {
+    using Side = TypeParam;
+    for (int i = 0; i < 4; ++i) this->rule(i, i, kPort, 100, 200);
+    Side::rule_counts()[kBlock] = 4;
+    for (std::size_t groups = 1; groups <= 4; ++groups) {
+        const std::size_t fits = kCapacity - 12 - 6 * groups;
+        forget_calls();
+        EXPECT_EQ(
+            said(Side::mask(), kErr, [&] { Side::send(core_packet(fits), kPort, {.vid = 100}); })
+                .empty(),
+            groups == 4);
+        ASSERT_EQ(sent_frames().size(), groups);
+        EXPECT_EQ(sent_frames().back().frame.size(), kCapacity);
+        forget_calls();
+        EXPECT_THAT(said(Side::mask(), kErr,
+                         [&] { Side::send(core_packet(fits + 1), kPort, {.vid = 100}); }),
+                    StartsWith(does_not_fit(fits + 1)));
+        EXPECT_EQ(sent_frames().size(), groups - 1);
+    }
+}
+
+// Between two sends nothing of the first frame stays.
+TYPED_TEST(SendPacket, AFrameHoldsNothingOfTheOneBefore) {
+    using Side = TypeParam;
+    Side::send(core_packet(1500), kPort, {.vid = 100});
+    forget_calls();
+    Side::send(nullptr, 100, kPort, {.vid = 100});
+    const Bytes frame =
+        Bytes(6) + Bytes{0x02, 0x00, 0x00, 0x00, 0x00, 0x99} + this->group(100) + Bytes(100);
+    EXPECT_THAT(calls(), ElementsAre(this->sent(frame)));
+}
+
+// ---- Flow trace --------------------------------------------------------------------------------
+
+// The line with which a frame is handed over; its own test is below.
+template <class Side>
+std::string handed_over(unsigned port, std::size_t len) {
+    const std::string name =
+        std::is_same_v<Side, Igmp> ? "l2_igmp_send_pkt" : "mld_l2_igmp_send_pkt";
+    return "\r\n[MC_DBG_DBG]: " + name + "  ifindex = " + std::to_string(port) +
+           " len = " + std::to_string(len) + " srcPortNum = 4 ponVlan = 777\r\n";
+}
+
+TYPED_TEST(SendPacket, TracesAPacketThatRulesTranslate) {
+    using Side = TypeParam;
+    this->rule(0, 0, kPort, 55, 1);
+    this->rule(0, 1, kPort, 100, 200);
+    this->rule(1, 2, kPort, 100, 300);
+    Side::rules()[0][0].in_up_vlan = 0xF00A;
+    Side::rules()[0][1].in_up_vlan = 20;
+    Side::rules()[1][2].in_up_vlan = 30;
+    Side::rule_counts()[kBlock] = 3;
+    expect_said(Side::mask(), kDbg,
+                "\r\n[MC_DBG_DBG]: The port no is (3)\r\n"
+                "\r\n[MC_DBG_DBG]: checkPortState 3"
+                "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan ,vlan(100)"
+                "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(100) config "
+                "search!,cfgvlan(61450)\r\n"
+                "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(100) config "
+                "search!,cfgvlan(20)\r\n"
+                "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(100) config "
+                "search!,cfgvlan(30)\r\n"
+                "\r\n[MC_DBG_DBG]: [send_pkt_igmp]: searchSendPktPortCfgVlan num 2\r\n" +
+                    handed_over<Side>(3, 66) + handed_over<Side>(3, 72),
+                [&] { Side::send(this->packet(), kPort, {.vid = 100}); });
+}
+
+TYPED_TEST(SendPacket, TracesAPacketForTheUplink) {
+    using Side = TypeParam;
+    expect_said(Side::mask(), kDbg,
+                "\r\n[MC_DBG_DBG]: The port no is (29)\r\n"
+                "\r\n[MC_DBG_DBG]: checkPortState 29" +
+                    handed_over<Side>(29, 66),
+                [&] { Side::send(this->packet(), 0xFFFF, {.vid = 100}); });
+}
+
+TYPED_TEST(SendPacket, TracesAPacketForAnUnknownPort) {
+    using Side = TypeParam;
+    expect_said(Side::mask(), kDbg,
+                "\r\n[MC_DBG_DBG]: The port no is (7)\r\n"
+                "\r\n[MC_DBG_DBG]: checkPortState 7"
+                "\r\n[MC_DBG_DBG]: \n [checkPortState]port(7) is not find!"
+                "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan ,vlan(100)"
+                "\r\n[MC_DBG_DBG]: [send_pkt_igmp]: searchSendPktPortCfgVlan num 0\r\n" +
+                    handed_over<Side>(7, 66),
+                [&] { Side::send(this->packet(), 7, {.vid = 100}); });
+}
+
+// The sides end the last line differently.
+TYPED_TEST(SendPacket, ReportsAnUnknownPort) {
+    using Side = TypeParam;
+    const std::string end = std::is_same_v<Side, Igmp> ? "\r\n" : "\r";
+    expect_said(Side::mask(), kErr,
+                "\r\n[MC_DBG_ERR]: \n [checkPortState]port(7) is not find!"
+                "\r\n[MC_DBG_ERR]: port number is invalid!" +
+                    end,
+                [&] { Side::send(this->packet(), 7, {.vid = 100}); });
+}
+
+TYPED_TEST(SendPacket, TracesAnIllegalPort) {
+    using Side = TypeParam;
+    expect_said(Side::mask(), kDbg, "\r\n[MC_DBG_DBG]: The port no is (30)\r\n",
+                [&] { Side::send(this->packet(), 30, {.vid = 100}); });
+}
+
+// ---- One side only -----------------------------------------------------------------------------
+
+class IgmpSendPacket : public SendPacket<Igmp> {};
+class MldSendPacket : public SendPacket<Mld> {};
+
+TEST_F(IgmpSendPacket, TheDestinationIsTheGroupsMacAddress) {
+    Igmp::send(ipv4_packet("192.0.2.1", "239.129.1.1", {}), 29, {.vid = 100});
+    const Bytes frame = sent_frames().at(0).frame;
+    EXPECT_EQ(mac(Bytes(frame.begin(), frame.begin() + 6)), "01:00:5e:01:01:01");
+}
+
+TEST_F(IgmpSendPacket, WithoutATagNothingIsSent) {
+    Bytes packet = core_packet(40);
+    expect_said(mc_debug, kErr, "\r\n[MC_DBG_ERR]: send_pkt_igmp without a tag, abord!\r\n",
+                [&] { send_pkt_igmp(3, packet.data(), nullptr, 40); });
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(MldSendPacket, TheDestinationIsTakenFromBytes28To31OfThePacket) {
+    Bytes packet = counted_bytes(32);
+    Mld::send(packet, 29, {.vid = 100});
+    const Bytes frame = sent_frames().at(0).frame;
+    EXPECT_EQ(mac(Bytes(frame.begin(), frame.begin() + 6)), "33:33:1c:1d:1e:1f");
+
+    Mld::send(counted_bytes(31), 29, {.vid = 100});
+    const Bytes stub = sent_frames().at(1).frame;
+    EXPECT_EQ(mac(Bytes(stub.begin(), stub.begin() + 6)), "00:00:00:00:00:00");
+}
+
+TEST_F(MldSendPacket, TheCoresTagRecordIsNotRead) {
+    mldInitParams.tag_tpid = 0x8100;
+    mldInitParams.tag_vid = 100;
+    Bytes packet = core_packet(48);
+    IgmpVlanTag tag = {0x9100, 55, 7};
+    send_pkt_mld(packet.data(), 29, &tag, 48);
+    EXPECT_THAT(calls(), ElementsAre(sent(macs() + group(100) + packet, 29)));
+    EXPECT_EQ(tag.vid, 55);
+}
+
+// With the tag word of the frame, which is no TPID, and behind it the type of IPv4.
+TEST_F(MldSendPacket, APacketLeavesWithTheTagOfTheLastFrame) {
+    mldInitParams.multiMode = Mld::kProxy;
+    FrameBuffer frame(Mld::framed(ethernet().tag(100, 5), Mld::packet()));
+    mldL2PktProc(frame.data(), frame.len(), 4);
+    forget_calls();
+    ponVlan = 777;
+    Bytes packet = core_packet(48);
+    send_pkt_mld(packet.data(), 0xFFFF, nullptr, 48);
+    EXPECT_THAT(calls(), ElementsAre(sent(macs() + group(0xA064, 0xA064) + packet, 29)));
+}
+
+TEST_F(MldSendPacket, ATranslatedVlanIsThatOfTheNextPacketToo) {
+    rule(0, 0, kPort, 100, 200);
+    mldInitParams.vlancfgnum[kBlock] = 1;
+    Mld::send(packet(), kPort, {.vid = 100});
+    forget_calls();
+    Bytes again = packet();
+    send_pkt_mld(again.data(), 29, nullptr, 48);
+    EXPECT_THAT(calls(), ElementsAre(sent(macs() + group(200) + packet(), 29)));
+}
+
+TEST_F(MldSendPacket, RulesOfTheIgmpTableDoNotTranslate) {
+    PortVlanCfg[0][0] = downstream_rule(kPort, 100, 200);
+    setVlanCfgNumber[kBlock] = 1;
+    mldInitParams.vlancfgnum[kBlock] = 1;
+    EXPECT_EQ(Mld::send(packet(), kPort, {.vid = 100}), 100);
+}
+
+// ---- Frames handed to the driver ---------------------------------------------------------------
+
+template <class Side>
+class Transmit : public SendPacket<Side> {};
+TYPED_TEST_SUITE(Transmit, Sides, SideNames);
+
+TYPED_TEST(Transmit, TheLastReceivePortAndGroupVlanTravelAlong) {
+    using Side = TypeParam;
+    FrameBuffer frame(counted_bytes(60));
+    EXPECT_EQ(Side::transmit(frame.data(), 60, 3), 0);
+    Side::receive_port() = 29;
+    ponVlan = 4088;
+    EXPECT_EQ(Side::transmit(frame.data(), 60, 3), 0);
+    EXPECT_THAT(calls(),
+                ElementsAre(call("L2_multicast_send_msg", counted_bytes(60), 3, 60, 4, 777),
+                            call("L2_multicast_send_msg", counted_bytes(60), 3, 60, 29, 4088)));
+}
+
+TYPED_TEST(Transmit, ThePortIsReducedTo8Bits) {
+    using Side = TypeParam;
+    FrameBuffer frame(counted_bytes(60));
+    Side::transmit(frame.data(), 60, 0x103);
+    Side::transmit(frame.data(), 60, 0xFFFF);
+    EXPECT_EQ(sent_frames()[0].port, 3u);
+    EXPECT_EQ(sent_frames()[1].port, 255u);
+}
+
+TYPED_TEST(Transmit, TheUplinkIsReplacedByTheTestUplink) {
+    using Side = TypeParam;
+    FrameBuffer frame(counted_bytes(60));
+    Side::transmit(frame.data(), 60, 29);
+    Side::set_test_uplink(0x1FF02);
+    Side::transmit(frame.data(), 60, 29);
+    Side::transmit(frame.data(), 60, 5);
+    Side::set_test_uplink(0);
+    Side::transmit(frame.data(), 60, 29);
+    EXPECT_EQ(sent_frames()[0].port, 29u);
+    EXPECT_EQ(sent_frames()[1].port, 2u);
+    EXPECT_EQ(sent_frames()[2].port, 5u);
+    EXPECT_EQ(sent_frames()[3].port, 0u);
+}
+
+TYPED_TEST(Transmit, TracesEveryFrame) {
+    using Side = TypeParam;
+    FrameBuffer frame(counted_bytes(60));
+    expect_said(Side::mask(), kDbg, handed_over<Side>(3, 60),
+                [&] { Side::transmit(frame.data(), 60, 3); });
+    Side::set_test_uplink(0x1FF02);
+    expect_said(Side::mask(), kDbg, handed_over<Side>(0xFF02, 60),
+                [&] { Side::transmit(frame.data(), 60, 29); });
+}
+
+TYPED_TEST(Transmit, ReportsTheDriversFailureWhateverThePort) {
+    using Side = TypeParam;
+    answer("L2_multicast_send_msg", -3);
+    FrameBuffer frame(counted_bytes(60));
+    expect_said(Side::mask(), kErr,
+                "\r\n[MC_DBG_ERR]:  uplink L2_multicast_send_msg Fail ,ret = -3.",
+                [&] { Side::transmit(frame.data(), 60, 3); });
+}
+
+TYPED_TEST(Transmit, AFailureThatIsNotReportedIsTheDriversStatus) {
+    using Side = TypeParam;
+    answer("L2_multicast_send_msg", kFailure);
+    FrameBuffer frame(counted_bytes(60));
+    EXPECT_EQ(Side::transmit(frame.data(), 60, 3), kFailure);
+    std::int32_t status = 0;
+    said(Side::mask(), kAllCategories & ~kErr,
+         [&] { status = Side::transmit(frame.data(), 60, 3); });
+    EXPECT_EQ(status, kFailure);
+}
+
+TYPED_TEST(Transmit, AFailureStopsNoFurtherFrame) {
+    using Side = TypeParam;
+    answer("L2_multicast_send_msg", kFailure);
+    this->rule(0, 0, kPort, 100, 200);
+    this->rule(1, 1, kPort, 100, 300);
+    Side::rule_counts()[kBlock] = 2;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 300);
+    EXPECT_EQ(sent_frames().size(), 2u);
+}
+
+// A heading on one side only.
+template <class Side>
+std::string dump_heading(unsigned port, std::size_t len) {
+    if (std::is_same_v<Side, Mld>) return "";
+    return "[l2_igmp_send_pkt]: Pkt Send to port " + std::to_string(port) + ", len " +
+           std::to_string(len) + ".\r\n";
+}
+
+TYPED_TEST(Transmit, DumpsEveryFrame) {
+    using Side = TypeParam;
+    for (const std::size_t length : {0, 1, 15, 16, 17, 32, 33, 1518}) {
+        FrameBuffer frame(counted_bytes(length));
+        expect_said(Side::mask(), 0x08,
+                    dump_heading<Side>(3, length) + hex_dump(counted_bytes(length)),
+                    [&] { Side::transmit(frame.data(), static_cast<std::uint16_t>(length), 3); });
+    }
+}
+
+TYPED_TEST(Transmit, DumpsNoFrameWhereThereIsNone) {
+    using Side = TypeParam;
+    EXPECT_EQ(said(Side::mask(), 0x08, [] { Side::transmit(nullptr, 0, 3); }),
+              dump_heading<Side>(3, 0));
+    EXPECT_THAT(calls(), ElementsAre("L2_multicast_send_msg(null, 3, 0, 4, 777)"));
+}
+
+TYPED_TEST(Transmit, DumpsUnderThePortThatWasAskedFor) {
+    using Side = TypeParam;
+    Side::set_test_uplink(2);
+    FrameBuffer frame(counted_bytes(8));
+    EXPECT_THAT(said(Side::mask(), 0x08, [&] { Side::transmit(frame.data(), 8, 29); }),
+                StartsWith(dump_heading<Side>(29, 8)));
+}
+
+class IgmpTransmit : public SendPacket<Igmp> {};
+class MldTransmit : public SendPacket<Mld> {};
+
+TEST_F(IgmpTransmit, AReportedFailureIsTheDriversStatusToo) {
+    answer("L2_multicast_send_msg", kFailure);
+    FrameBuffer frame(counted_bytes(60));
+    std::int32_t status = 0;
+    said(mc_debug, kErr, [&] { status = l2_igmp_send_pkt(frame.data(), 60, 3); });
+    EXPECT_EQ(status, kFailure);
+}
+
+TEST_F(MldTransmit, AReportedFailureIsTheLengthOfTheReport) {
+    FrameBuffer frame(counted_bytes(60));
+    for (const std::int32_t failure : {1, -12345}) {
+        answer("L2_multicast_send_msg", failure);
+        std::int32_t status = 0;
+        const std::string report =
+            said(mld_debug, kErr, [&] { status = mld_l2_igmp_send_pkt(frame.data(), 60, 3); });
+        EXPECT_EQ(status, static_cast<std::int32_t>(report.size()));
+        EXPECT_GT(status, 0);
+    }
+}
+
+// ---- Forwarding entries ------------------------------------------------------------------------
+
+IgmpGroupEntry group_entry(const std::string& group, std::uint16_t vlan, std::uint16_t port) {
+    IgmpGroupEntry entry;
+    std::memset(&entry, 0xA5, sizeof entry);  // what is not read may hold anything
+    entry.group = ipv4_number(group);
+    entry.vlan = vlan;
+    entry.port = port;
+    return entry;
+}
+
+MldGroupEntry mld_group_entry(const Bytes& tail, std::uint16_t vlan, std::uint16_t port) {
+    MldGroupEntry entry;
+    std::memset(&entry, 0xA5, sizeof entry);
+    std::copy_n(tail.begin(), 4, entry.group_tail);
+    entry.vlan = vlan;
+    entry.port = port;
+    return entry;
+}
+
+class IgmpEntries : public StartedTest {};
+
+TEST_F(IgmpEntries, AGroupIsAddedUnderItsMacAddress) {
+    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
+    EXPECT_EQ(igmp_add_grp(&entry), 0);
+    entry = group_entry("224.127.254.253", 4095, 5);
+    EXPECT_EQ(igmp_add_grp(&entry), 0);
+    EXPECT_THAT(calls(),
+                ElementsAre("L2_multicast_set_port_iptv_entry(3, 01:00:5e:01:01:01, 100)",
+                            "L2_multicast_set_port_iptv_entry(5, 01:00:5e:7f:fe:fd, 4095)"));
+}
+
+TEST_F(IgmpEntries, AGroupIsRemovedUnderItsMacAddress) {
+    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
+    EXPECT_EQ(igmp_del_grp(&entry), 0);
+    EXPECT_THAT(calls(),
+                ElementsAre("L2_multicast_remove_port_iptv_entry(3, 01:00:5e:01:01:01, 100)"));
+}
+
+TEST_F(IgmpEntries, ThePortIsPassedOnAsASignedNumber) {
+    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 0xFFFF);
+    igmp_add_grp(&entry);
+    igmp_del_grp(&entry);
+    EXPECT_THAT(calls(),
+                ElementsAre("L2_multicast_set_port_iptv_entry(-1, 01:00:5e:01:01:01, 100)",
+                            "L2_multicast_remove_port_iptv_entry(-1, 01:00:5e:01:01:01, 100)"));
+    EXPECT_THAT(said(mc_debug, kDbg, [&] { igmp_add_grp(&entry); }), HasSubstr("portNo = -1 "));
+}
+
+TEST_F(IgmpEntries, TheCoreHearsOfAFailingAddByDefault) {
+    answer("L2_multicast_set_port_iptv_entry", kFailure);
+    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
+    EXPECT_EQ(igmp_add_grp(&entry), 1);
+    igmp_set_table_return(0);
+    EXPECT_EQ(igmp_add_grp(&entry), 0);
+    igmp_set_table_return(1);
+    EXPECT_EQ(igmp_add_grp(&entry), 1);
+}
+
+TEST_F(IgmpEntries, AFailingAddBringsTheAnswerInto0Or1) {
+    answer("L2_multicast_set_port_iptv_entry", kFailure);
+    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
+    tablereturn = 7;
+    EXPECT_EQ(igmp_add_grp(&entry), 1);
+    EXPECT_EQ(tablereturn, 1);
+    tablereturn = -7;
+    EXPECT_EQ(igmp_add_grp(&entry), 0);
+    EXPECT_EQ(tablereturn, 0);
+}
+
+TEST_F(IgmpEntries, ASuccessfulAddLeavesTheAnswerAlone) {
+    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
+    tablereturn = 7;
+    EXPECT_EQ(igmp_add_grp(&entry), 0);
+    EXPECT_EQ(tablereturn, 7);
+}
+
+TEST_F(IgmpEntries, AFailingRemovalIsTheDriversStatus) {
+    answer("L2_multicast_remove_port_iptv_entry", kFailure);
+    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
+    igmp_set_table_return(0);
+    EXPECT_EQ(igmp_del_grp(&entry), kFailure);
+}
+
+TEST_F(IgmpEntries, WithoutARecordNothingIsDone) {
+    EXPECT_EQ(said(mc_debug, kAllCategories,
+                   [] {
+                       EXPECT_EQ(igmp_add_grp(nullptr), -1);
+                       EXPECT_EQ(igmp_del_grp(nullptr), -1);
+                   }),
+              "");
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(IgmpEntries, TracesAnAdd) {
+    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
+    expect_said(mc_debug, kDbg,
+                "\r\n[MC_DBG_DBG]: gmac address   : 01:00:5e:01:01:0a"
+                "\r\n[MC_DBG_DBG]: igmp_add_grp portNo = 3 vlan = 100\r\n",
+                [&] { igmp_add_grp(&entry); });
+}
+
+TEST_F(IgmpEntries, ReportsAFailingAdd) {
+    answer("L2_multicast_set_port_iptv_entry", -4);
+    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
+    expect_said(mc_debug, kErr,
+                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_set_port_iptv_entry Fail -4",
+                [&] { igmp_add_grp(&entry); });
+    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: \n ERROR!tablereturn 1",
+                [&] { igmp_add_grp(&entry); });
+    tablereturn = 0;
+    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: \n ERROR!tablereturn 0",
+                [&] { igmp_add_grp(&entry); });
+}
+
+// Its port stands in another category than that of the add.
+TEST_F(IgmpEntries, TracesARemovalInTwoCategories) {
+    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
+    expect_said(mc_debug, kDbg, "\r\n[MC_DBG_DBG]: gmac address   : 01:00:5e:01:01:0a",
+                [&] { igmp_del_grp(&entry); });
+    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: igmp_del_grp portNo = 3 vlan = 100\r\n",
+                [&] { igmp_del_grp(&entry); });
+}
+
+TEST_F(IgmpEntries, ReportsAFailingRemoval) {
+    answer("L2_multicast_remove_port_iptv_entry", -4);
+    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
+    expect_said(mc_debug, kErr,
+                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_remove_port_iptv_entry Fail -4",
+                [&] { igmp_del_grp(&entry); });
+}
+
+class MldEntries : public StartedTest {};
+
+TEST_F(MldEntries, AGroupIsAddedAndRemovedUnderTheEndOfItsAddress) {
+    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x02}, 100, 3);
+    EXPECT_EQ(mld_add_grp(&entry), 0);
+    EXPECT_EQ(mld_del_grp(&entry), 0);
+    entry.port = 0xFFFF;
+    EXPECT_EQ(mld_add_grp(&entry), 0);
+    EXPECT_EQ(mld_del_grp(&entry), 0);
+    EXPECT_THAT(calls(),
+                ElementsAre("L2_multicast_set_port_iptv_entry(3, 33:33:80:01:00:02, 100)",
+                            "L2_multicast_remove_port_iptv_entry(3, 33:33:80:01:00:02, 100)",
+                            "L2_multicast_set_port_iptv_entry(-1, 33:33:80:01:00:02, 100)",
+                            "L2_multicast_remove_port_iptv_entry(-1, 33:33:80:01:00:02, 100)"));
+}
+
+// Unlike on the IGMP side.
+TEST_F(MldEntries, AFailureIsTheDriversStatusWhateverTheIgmpSideAnswers) {
+    answer("L2_multicast_set_port_iptv_entry", kFailure);
+    answer("L2_multicast_remove_port_iptv_entry", kFailure);
+    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x02}, 100, 3);
+    for (const int answer_of_table : {0, 1, 7}) {
+        tablereturn = answer_of_table;
+        EXPECT_EQ(mld_add_grp(&entry), kFailure);
+        EXPECT_EQ(mld_del_grp(&entry), kFailure);
+        EXPECT_EQ(tablereturn, answer_of_table);
+    }
+}
+
+TEST_F(MldEntries, WithoutARecordNothingIsDone) {
+    EXPECT_EQ(mld_add_grp(nullptr), -1);
+    EXPECT_EQ(mld_del_grp(nullptr), -1);
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(MldEntries, TracesBothInOneCategory) {
+    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x0a}, 100, 3);
+    expect_said(mld_debug, kDbg,
+                "\r\n[MC_DBG_DBG]: gmac address   : 33:33:80:01:00:0a"
+                "\r\n[MC_DBG_DBG]: mld_add_grp portNo = 3 vlan = 100\r\n",
+                [&] { mld_add_grp(&entry); });
+    expect_said(mld_debug, kDbg,
+                "\r\n[MC_DBG_DBG]: gmac address   : 33:33:80:01:00:0a"
+                "\r\n[MC_DBG_DBG]: mld_del_grp portNo = 3 vlan = 100\r\n",
+                [&] { mld_del_grp(&entry); });
+}
+
+TEST_F(MldEntries, ReportsFailures) {
+    answer("L2_multicast_set_port_iptv_entry", -4);
+    answer("L2_multicast_remove_port_iptv_entry", -5);
+    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x0a}, 100, 3);
+    expect_said(mld_debug, kErr,
+                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_set_port_iptv_entry Fail -4",
+                [&] { mld_add_grp(&entry); });
+    expect_said(mld_debug, kErr,
+                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_remove_port_iptv_entry Fail -5",
+                [&] { mld_del_grp(&entry); });
+    EXPECT_EQ(said(mld_debug, kCfg, [&] { mld_add_grp(&entry); }), "");
+}
+
+// The masks of the sides are two.
+TEST_F(MldEntries, EachSideIsSilentUnderTheOthersMask) {
+    MldGroupEntry mld = mld_group_entry({0x80, 0x01, 0x00, 0x0a}, 100, 3);
+    IgmpGroupEntry igmp = group_entry("239.129.1.10", 100, 3);
+    answer("L2_multicast_set_port_iptv_entry", kFailure);
+    answer("L2_multicast_send_msg", kFailure);
+    EXPECT_EQ(said(mc_debug, kAllCategories,
+                   [&] {
+                       mld_add_grp(&mld);
+                       mld_del_grp(&mld);
+                       Mld::send(core_packet(48), 7, {.vid = 100});
+                   }),
+              "");
+    EXPECT_EQ(said(mld_debug, kAllCategories,
+                   [&] {
+                       igmp_add_grp(&igmp);
+                       igmp_del_grp(&igmp);
+                       Igmp::send(core_packet(48), 7, {.vid = 100});
+                   }),
+              "");
+}
+
+// ---- Call-backs inside the core ----------------------------------------------------------------
+
+class CallBack : public StartedTest {};
+
+// A query that arrives makes the core answer: what it sends carries where the query came from.
+TEST_F(CallBack, APacketSentWhileAFrameIsLookedAtCarriesThatFramesPort) {
+    proxy_adapt_mode = MC_MODE_PROXY;
+    Igmp::set_templates({100});
+    during("igmp_pkt_recv", [] {
+        const Bytes report = Igmp::packet();
+        EXPECT_EQ(Igmp::send(report, 0xFFFF, {.vid = 100}), 100);
+        IgmpGroupEntry entry = group_entry("239.255.1.1", 100, 3);
+        EXPECT_EQ(igmp_add_grp(&entry), 0);
+    });
+    FrameBuffer frame(Igmp::framed(ethernet().tag(100), Igmp::packet()));
+    EXPECT_EQ(igmpL2PktProc(frame.data(), frame.len(), 29), 0);
+    ASSERT_EQ(sent_frames().size(), 1u);
+    EXPECT_EQ(sent_frames()[0].port, 29u);
+    EXPECT_EQ(sent_frames()[0].src_port, 29u);
+    EXPECT_EQ(sent_frames()[0].vlan, 100u);
+    EXPECT_EQ(last_call("L2_multicast_set_port_iptv_entry").text,
+              "L2_multicast_set_port_iptv_entry(3, 01:00:5e:7f:01:01, 100)");
+}
+
+}  // namespace
