@@ -227,6 +227,13 @@ TEST_F(Dumps, ShowTheMirroredTemplateVlansUpToTheIgmpSidesCount) {
     EXPECT_EQ(mld(), kPortLines + kMldGlobalLines);
 }
 
+TEST_F(Dumps, ShowTheTemplateVlansOfTheirSide) {
+    given_vlans<IgmpVlans>({100, 200});
+    given_vlans<MldVlans>({300});
+    EXPECT_EQ(igmp(), kPortLines + "TemplateVlan(100)\tTemplateVlan(200)\t\r\n" + kIgmpGlobalLines);
+    EXPECT_EQ(mld(), kPortLines + "TemplateVlan(300)\tTemplateVlan(0)\t\r\n" + kMldGlobalLines);
+}
+
 // ---- Parameters --------------------------------------------------------------------------
 
 const std::string kLargestParameters =

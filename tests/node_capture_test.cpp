@@ -454,6 +454,12 @@ TEST_F(CaptureDriver, CountsEveryFrameByKind) {
     EXPECT_EQ(counted.truncated, 2u);
 }
 
+TEST_F(CaptureDriver, DeliversNoMoreThanTheFrameHad) {
+    prepare({input(0, pcap_bytes({{kStart, padded(igmp_frame(), 5000), 60}}))});
+    const std::vector<Received> expected{{0, padded(igmp_frame(), 60), kStart}};
+    EXPECT_EQ(run(), expected);
+}
+
 // ---- Files that cannot be used
 // ----------------------------------------------------------------------
 

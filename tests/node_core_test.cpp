@@ -9,14 +9,14 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <future>
+#include <latch>
 #include <optional>
 #include <string>
 #include <thread>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "common/bytes.h"
@@ -409,6 +409,13 @@ TEST_F(Core, GroupQueriesFollowTheirSettings) {
     EXPECT_EQ(held(), Texts{});
 }
 
+TEST_F(Core, Version1HasNoGroupQueryOfItsOwn) {
+    igmp_version_globle_set(1);
+    receive(2, v2_report(kHostA, kGroup));
+    receive(2, leave(kHostA, kGroup));
+    EXPECT_EQ(message_of(sent.at(0)), igmp(0x11, kGroup, 10));
+}
+
 TEST_F(Core, AnAnswerToTheGroupQueryKeepsTheGroup) {
     receive(2, v2_report(kHostA, kGroup));
     receive(2, leave(kHostA, kGroup));
@@ -473,10 +480,10 @@ TEST_F(Core, APortCanDifferFromTheGlobalFastLeave) {
 
 TEST_F(Core, Version1HostKeepsTheGroupUntilItAges) {
     igmp_fast_leave_enable_globle(1);
-    receive(2, v1_report(kHostB, kGroup));
-    receive(2, v2_report(kHostA, kGroup));
+    receive(2, v1_report(kHostA, kGroup));
+    receive(2, v2_report(kHostB, kGroup));
     EXPECT_EQ(devcore::memberships().at(0).version, 1);
-    receive(2, leave(kHostA, kGroup));
+    receive(2, leave(kHostB, kGroup));
     EXPECT_EQ(held().size(), 1U);
     wait_seconds(260);
     EXPECT_EQ(held(), Texts{});
@@ -530,6 +537,14 @@ TEST_F(Core, HostsAreMergedToWhatEachOfThemWants) {
     EXPECT_TRUE(one.exclude);
     EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.7"});
     EXPECT_EQ(one.reporters.size(), 2U);
+}
+
+TEST_F(Core, OnlySourcesThatAllHostsExcludeAreExcluded) {
+    receive(2, v3_report(kHostA, kToEx, kGroup, {kSource1, kSource2}));
+    receive(2, v3_report(kHostB, kToEx, kGroup, {kSource2}));
+    const Membership one = devcore::memberships().at(0);
+    EXPECT_TRUE(one.exclude);
+    EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.8"});
 }
 
 TEST_F(Core, BlockOfSourcesThatNobodyWantsIsNoMembership) {
@@ -896,6 +911,17 @@ TEST_F(Core, APacketCutAnywhereIsRefusedAndNotReadPastItsEnd) {
     EXPECT_EQ(held(), Texts{});
 }
 
+TEST_F(Core, AHeaderThatLeavesNoRoomForAMessageIsRefused) {
+    const Bytes four_bytes = with_checksum(Bytes{0x16, 0, 0, 0});
+    EXPECT_EQ(receive(2, ipv4(kHostA, kGroup, four_bytes)), 1);
+    Bytes report = v2_report(kHostA, kGroup);
+    for (const std::uint8_t words : {4, 6, 15}) {  // the header has 5
+        report[0] = static_cast<std::uint8_t>(0x40 | words);
+        EXPECT_EQ(receive(2, report), 1);
+    }
+    EXPECT_EQ(drops(Drop::kBadLength), 4U);
+}
+
 TEST_F(Core, ALengthThatNoFrameHasIsRefusedUnread) {
     Bytes report = v2_report(kHostA, kGroup);
     report.resize(1978);
@@ -936,6 +962,17 @@ TEST_F(Core, WhatComesFromTheWrongPlaceIsRefused) {
     EXPECT_EQ(receive(2, ipv4(kHostA, kGroup, igmp(0x13, kGroup))), 1);
     EXPECT_EQ(drops(Drop::kUnknownType), 1U);
     EXPECT_EQ(held(), Texts{});
+}
+
+TEST_F(Core, APortMustBeDeclared) {
+    igmp_data_init();
+    EXPECT_EQ(receive(2, v2_report(kHostA, kGroup)), 1);
+    igmp_port_add_all_vlan(2);
+    EXPECT_EQ(receive(2, v2_report(kHostA, kGroup)), 0);
+    EXPECT_EQ(receive_mld(2, mld_report(kHostA6, kGroup6)), 1);
+    mld_port_conf_set(2, 2);
+    EXPECT_EQ(receive_mld(2, mld_report(kHostA6, kGroup6)), 0);
+    EXPECT_EQ(drops(Drop::kUnknownPort), 2U);
 }
 
 TEST_F(Core, AFragmentIsRefused) {
@@ -1254,6 +1291,15 @@ TEST_F(Proxy, EnteringTheModeReportsWhatIsThere) {
     igmp_mode_switch_globle(2);
     ASSERT_EQ(sent.size(), 7U);  // and six queries
     EXPECT_EQ(message_of(sent[0]), igmp(0x16, kGroup));
+}
+
+TEST_F(Proxy, WhatWasReportedIsReportedAnewAfterAnotherMode) {
+    start(2);
+    receive(2, v2_report(kHostA, kGroup));
+    igmp_mode_switch_globle(1);
+    taken(sent);
+    igmp_mode_switch_globle(2);
+    EXPECT_EQ(message_of(sent.at(0)), igmp(0x16, kGroup));
 }
 
 TEST_F(Proxy, SnoopingReportsNothingUpstream) {
@@ -1647,28 +1693,32 @@ TEST_F(Core, MemoryDisplaysCountRecords) {
 // ---------------------------------------------------------------------------
 
 TEST_F(Core, SeveralThreadsMayEnterAtOnce) {
-    constexpr std::uint32_t kRounds = 300;
-    std::thread packets([&] {
-        for (std::uint32_t i = 0; i < kRounds; ++i) receive(2, v2_report(kHostA, kGroup + i % 7));
-    });
-    std::thread commands([&] {
-        for (std::uint32_t i = 0; i < kRounds; ++i) igmp_if_max_group_num_set(2, 0);
-    });
+    constexpr std::uint32_t kRounds = 2000;
+    constexpr std::uint32_t kThreads = 2;
+    std::latch all_there(kThreads + 1);
+    const auto packets = [&](std::uint32_t port) {
+        all_there.arrive_and_wait();
+        for (std::uint32_t i = 0; i < kRounds; ++i)
+            receive(port, v2_report(kHostA, kGroup + i % 7));
+    };
+    std::vector<std::thread> threads;
+    for (std::uint32_t port = 0; port < kThreads; ++port) threads.emplace_back(packets, port);
+    all_there.arrive_and_wait();
     for (std::uint32_t i = 0; i < kRounds; ++i) {
-        wait_seconds(1);
+        wait_seconds(100);
         (void)devcore::memberships();
     }
-    packets.join();
-    commands.join();
-    EXPECT_EQ(devcore::counters()[Received::kIgmpV2Report], kRounds);
+    for (std::thread& one : threads) one.join();
+    EXPECT_EQ(devcore::counters()[Received::kIgmpV2Report], kThreads * kRounds);
 }
 
 TEST_F(Core, InitialisationForgetsAllButTheTime) {
-    receive(2, v2_report(kHostA, kGroup));
     receive_mld(2, mld_report(kHostA6, kGroup6));
     mld_data_init();
+    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    receive(2, v2_report(kHostA, kGroup));
     EXPECT_EQ(held(), Texts{"2/4088 239.1.1.1"});
-    EXPECT_EQ(receive_mld(2, mld_report(kHostA6, kGroup6)), 1);
+    EXPECT_EQ(receive_mld(2, mld_report(kHostA6, kGroup6)), 1);  // the port is not declared
     igmp_data_init();
     EXPECT_EQ(held(), Texts{});
     EXPECT_EQ(devcore::next_timer(), std::nullopt);

@@ -10,6 +10,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 home=$root/scenario/home
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+# The program may have been named from where we were.
+set -- "${@:1:$#-1}" "$(realpath "${@: -1}")"
 cd "$work"
 
 # The command queue and the status segment are the machine's; a namespace keeps others out of them.
@@ -143,7 +145,8 @@ check("switch entries", len(summary["switch"]["entries"]) > 0, True)
 check("drops", isinstance(summary["drops"]["driver"]["not trapped"], int), True)
 check("MLD at the core", summary["core"]["received"]["MLDv2 report"] > 0, True)
 
-print("\n".join(wrong))
+for line in wrong:
+    print(line, file=sys.stderr)
 sys.exit(len(wrong) > 0)
 PYTHON
 

@@ -8,7 +8,7 @@
 
 #include "adapt/adapt.h"
 #include "adapt/status_segment.h"
-#include "command/command.h"
+#include "command/dumps.h"
 #include "settings/settings.h"
 #include "tests/support/console.h"
 #include "tests/support/fresh_library.h"
@@ -267,10 +267,8 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& param_info) { return std::string(param_info.param.function); });
 
 TEST_F(Records, AgeingIntervalIsStoredAndShownAndNotPushed) {
-    constexpr std::uint8_t kShowConfiguration[MC_RECORD_SIZE] = {0, 0, 0, 39};
     setIgmpAgeEnable(300);
-    EXPECT_THAT(printed([&] { process_interface_msg(kShowConfiguration); }),
-                HasSubstr("general_member_interval(300)"));
+    EXPECT_THAT(printed([] { debugPrint(); }), HasSubstr("general_member_interval(300)"));
     EXPECT_EQ(globle_parm.general_member_interval, 300u);
     EXPECT_THAT(calls(), IsEmpty());
     setIgmpAgeEnable(0xFFFFFFFF);

@@ -505,7 +505,7 @@ class Drawing {
                    vlan(), tag_mode(), vlan(), vlan(), 0};
         if (chance(8)) op.rule.in_up = kNone;
         if (op.kind == Operation::kWebSet && chance(2))
-            op.rule.port = one_of({0, 1, 2, 3, 4, 5, 6});
+            op.rule.port = one_of({0, 1, 2, 3, 4, 5, 6, 7});
         op.onu_id = chance(3) ? 255 : one_of({0, 1, 127, 254});
         for (const char* const function :
              {"igmp_vlan_add", "igmp_vlan_del", "igmp_vlan_learning_set", "igmp_default_vid_set"}) {

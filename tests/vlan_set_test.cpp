@@ -117,10 +117,8 @@ TYPED_TEST(VlanSet, PortFrom128OnIsNoNegativeNumber) {
 }
 
 TYPED_TEST(VlanSet, PortIsTheFirstOfItsNumberInThePortTableOfItsSide) {
-    for (const int position : {3, 5}) {
-        portState[position].port_id = 17;
-        mldInitParams.port[position].port_id = 17;
-    }
+    given_vlans<TypeParam>({300});  // known, so that the other side is not asked
+    for (const int position : {3, 5}) TypeParam::ports()[position].port_id = 17;
     EXPECT_EQ(this->set(simple_rule(17, 10, 300)), 0);
     expect_rules<TypeParam>(3, {simple_rule(17, 10, 300)});
     expect_rules<TypeParam>(5, {});
@@ -567,10 +565,12 @@ TEST_F(IgmpVlanSet, EveryMatchInTheListIsShownAtLevel1) {
 }
 
 TEST_F(IgmpVlanSet, NothingIsShownAtOtherLevels) {
-    given_vlans<IgmpVlans>({300});
+    given_vlans<IgmpVlans>({300, 100, 300});
     for (const std::int32_t level : {-2, -1, 0, 2, 0x101}) {
         igmp_adapt = level;
-        expect_console(new_rule_traced() + Lines{IgmpVlans::cfg("***portVlan[j]= 300")},
+        expect_console(new_rule_traced() + Lines{IgmpVlans::cfg("***portVlan[j]= 300"),
+                                                 IgmpVlans::cfg("***portVlan[j]= 100"),
+                                                 IgmpVlans::cfg("***portVlan[j]= 300")},
                        [] { set(kNewRule); });
     }
 }

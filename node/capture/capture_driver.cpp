@@ -33,8 +33,10 @@ void Driver::prepare(Replay replay) {
     merge_ = CaptureMerge(replay.inputs);
     if (replay.output) writer_.emplace(*replay.output, replay.inputs);
     replay_ = std::move(replay);
+    std::ranges::stable_sort(replay_.events, {}, &Event::after_us);
     if (const auto first_ns = merge_.first_stamp_ns()) {
-        set_clock(*first_ns / kNanosecondsPerMicrosecond);
+        first_us_ = *first_ns / kNanosecondsPerMicrosecond;
+        set_clock(first_us_);
     }
 }
 
@@ -74,7 +76,7 @@ std::optional<Driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
         if (!merged) break;
         if (!admit(*merged)) continue;
         const CapturedFrame& frame = merged->frame;
-        run_clock_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
+        advance_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
         std::ranges::copy(frame.bytes, buf.begin());
         return Delivery{merged->port, frame.length};
     }
@@ -148,6 +150,18 @@ void Driver::note_stamp(std::uint64_t stamp_us, FramesIn& counters) {
     span_->last_us = std::max(span_->last_us, stamp_us);
 }
 
+/* Lets timers and events come to pass, in the order of their times; a timer before an event. */
+void Driver::advance_to(std::uint64_t target_us) {
+    while (!stopping_ && next_event_ < replay_.events.size()) {
+        const Event& event = replay_.events[next_event_];
+        if (first_us_ + event.after_us > target_us) break;
+        run_clock_to(first_us_ + event.after_us);
+        ++next_event_;
+        event.run();
+    }
+    run_clock_to(target_us);
+}
+
 /*
  * Timers run one by one, each with the clock at its own time, so that what they send carries that
  * stamp. Time never goes back: a frame out of order is delivered at the time already reached.
@@ -178,7 +192,7 @@ void Driver::finish() {
         const std::lock_guard lock(mutex_);
         if (span_) last_us = span_->last_us;
     }
-    if (last_us && !stopping_) run_clock_to(*last_us + replay_.tail_us);
+    if (last_us && !stopping_) advance_to(*last_us + replay_.tail_us);
 
     const std::lock_guard lock(mutex_);
     finished_ = true;

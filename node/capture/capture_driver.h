@@ -43,6 +43,15 @@ struct CoreClock {
     std::function<std::optional<std::uint64_t>()> next_timer;  // when the next timer is due
 };
 
+/*
+ * Something that happens during a replay, between the frames: whatever was received up to its time
+ * is through, later frames are not. It runs on the packet task, so that a replay stays repeatable.
+ */
+struct Event {
+    std::uint64_t after_us;  // since the first stamp of the captures
+    std::function<void()> run;
+};
+
 struct Replay {
     std::vector<Input> inputs;  // no port twice
     std::optional<std::filesystem::path>
@@ -50,6 +59,7 @@ struct Replay {
     std::uint8_t onu_id = 1;
     std::uint64_t tail_us = 0;  // how long timers run on after the last frame
     CoreClock clock;
+    std::vector<Event> events{};  // in any order; those behind the last frame run within the tail
 };
 
 /* Frames of one capture. Each is in exactly one of the five kinds. */
@@ -147,6 +157,7 @@ class Driver {
     void wait_for_start();
     [[nodiscard]] bool admit(const MergedFrame& merged);
     void note_stamp(std::uint64_t stamp_us, FramesIn& counters);
+    void advance_to(std::uint64_t target_us);
     void run_clock_to(std::uint64_t target_us);
     void set_clock(std::uint64_t now_us);
     void finish();
@@ -154,6 +165,8 @@ class Driver {
     // Set by prepare(), then the packet task's alone.
     Replay replay_;
     CaptureMerge merge_;
+    std::uint64_t first_us_ = 0;  // the first stamp of the captures
+    std::size_t next_event_ = 0;  // of replay_.events, by then in the order of their times
 
     std::atomic<bool> asked_for_frames_ = false;
     std::atomic<bool> stopping_ = false;

@@ -2,6 +2,7 @@
 
 #include <pcap/pcap.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -80,7 +81,9 @@ void CaptureReader::read_head() {
         return;
     }
     ++frames_read_;
-    head_ = CapturedFrame{nanoseconds(header->ts), header->len, {bytes, header->caplen}};
+    // A file may claim to hold more of a frame than there was; no reader would expect that.
+    const std::uint32_t held = std::min(header->caplen, header->len);
+    head_ = CapturedFrame{nanoseconds(header->ts), header->len, {bytes, held}};
 }
 
 }  // namespace capture

@@ -17,7 +17,7 @@ namespace capture {
 
 struct CapturedFrame {
     std::uint64_t stamp_ns;  // since the epoch
-    std::uint32_t length;    // on the wire; bytes holds less if the capture was cut
+    std::uint32_t length;    // on the wire; bytes holds less if the capture was cut, never more
     std::span<const std::uint8_t> bytes;
 };
 

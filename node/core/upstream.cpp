@@ -52,7 +52,7 @@ void send_leave(std::uint16_t vlan, std::uint32_t group) {
               igmp_message(IgmpType::kLeave, group));
 }
 
-/* What makes an upstream router want `to` instead of `from` (RFC 3376, 5.1). */
+/* What makes an upstream router want `to` instead of `from` (RFC 3376, 5.1); nothing if equal. */
 std::vector<Record> changes(std::uint32_t group, const Filter& from, const Filter& to) {
     const Address address = from_ipv4(group);
     if (from.exclude != to.exclude) {
@@ -147,7 +147,7 @@ void upstream_changed(std::uint16_t vlan, std::uint32_t group) {
     const Filter before = is_first ? Filter{} : found->second;
     if (now) {
         reported[place] = *now;
-        if (is_first || *now != before) report_change(place, before, *now, is_first);
+        report_change(place, before, *now, is_first);
     } else if (!is_first) {
         reported.erase(found);
         report_end(place);
