@@ -42,18 +42,18 @@ std::int32_t recv_igmp_interface_msg() {
         }
         return -1;
     }
-    // Neither is cleared between messages: a short one leaves the bytes behind it as they were.
+    // Not cleared between messages: a short one leaves the bytes behind it as they were.
     QueueMessage message = {};
     std::uint8_t image[MC_RECORD_SIZE] = {};
     for (;;) {
         constexpr long kAnyType = 0;
-        if (msgrcv(queue, &message, sizeof(message.text), kAnyType, 0) == -1 &&
-            igmp_says(kErrors)) {
+        if (msgrcv(queue, &message, sizeof(message.text), kAnyType, 0) != -1) {
+            mc::store_be32(image, static_cast<std::uint32_t>(message.type));
+            std::memcpy(image + 4, message.text, sizeof(message.text));
+        } else if (igmp_says(kErrors)) {
+            // The record before is run once more, kept on purpose.
             std::printf("\r\n[MC_DBG_ERR]: msgrcv interface msg queue failed!");
         }
-        // After a failure the record before is run once more, kept on purpose.
-        mc::store_be32(image, static_cast<std::uint32_t>(message.type));
-        std::memcpy(image + 4, message.text, sizeof(message.text));
         if (igmp_says(kConfig)) dump({image});
         static_cast<void>(process_interface_msg(image));
     }

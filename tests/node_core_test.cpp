@@ -915,7 +915,7 @@ TEST_F(Core, AHeaderThatLeavesNoRoomForAMessageIsRefused) {
     const Bytes four_bytes = with_checksum(Bytes{0x16, 0, 0, 0});
     EXPECT_EQ(receive(2, ipv4(kHostA, kGroup, four_bytes)), 1);
     Bytes report = v2_report(kHostA, kGroup);
-    for (const std::uint8_t words : {4, 6, 15}) {  // the header has 5
+    for (const int words : {4, 6, 15}) {  // the header has 5
         report[0] = static_cast<std::uint8_t>(0x40 | words);
         EXPECT_EQ(receive(2, report), 1);
     }

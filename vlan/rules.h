@@ -104,7 +104,7 @@ struct PortLines {
 template <class Op>
 void normalise_by_tag_mode(PortVlanCfgEntry& rule) {
     if (Op::Side::taken_as_given()) return;
-    const int mode = rule.prouptagmode;
+    const std::int8_t mode = rule.prouptagmode;
     const bool open = rule.in_up_vlan == MC_NO_VLAN;
     switch (mode) {
         case MC_TAG_MODE_UNTAG:

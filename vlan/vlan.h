@@ -3,8 +3,8 @@
  * and the routines that keep the tables packed.
  *
  * Invariants, on both sides:
- *   - the rules of a port that are in use come first, in the order in which they were added; every
- * slot behind them is empty: port number 255, tag modes 4, VLANs 0xFFFF, flag 0
+ *   - the rules of a port that are in use come first, in the order in which they were added
+ *   - every slot behind them is empty: port number 255, tag modes 4, VLANs 0xFFFF, flag 0
  *   - a slot is in use when its in_up_vlan is below 0xFFFF
  *   - the entries of a template VLAN list that are in use come first too; 0 is an empty entry
  *

@@ -1,7 +1,11 @@
 /*
- * What the development core offers beyond the functions of platform/protocol_core.h: its clock, and
- * a look into its tables and counters. The closed core has none of this; only the development node
- * and the tests use it. All functions may be called from any thread.
+ * The development core. It stands in for the closed protocol core, so that the library runs on any
+ * machine: it defines all of platform/protocol_core.h and platform/pal.h, after the RFCs and what
+ * these headers promise. What they leave open is settled here as its files say, and need not be
+ * what the closed core does.
+ *
+ * This header is what it offers besides: its clock, and a look into its tables and counters. Only
+ * the development node and the tests use it. All functions may be called from any thread.
  */
 #pragma once
 

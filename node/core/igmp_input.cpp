@@ -37,7 +37,7 @@ constexpr std::uint16_t kFragmentMask = 0x3FFF;  // more fragments, and the offs
 std::optional<Drop> open_packet(std::span<const std::uint8_t> ip, Packet& packet) {
     if (ip.size() < kShortestIpHeader || ip.size() > kLongestPacket) return Drop::kBadLength;
     if (ip[0] >> 4 != 4 || ip[9] != kProtocolIgmp) return Drop::kNotIp;
-    const std::size_t header = (ip[0] & 0x0FU) * 4;
+    const std::size_t header = (ip[0] & 0x0FU) * std::size_t{4};
     if (header < kShortestIpHeader || header + kShortestMessage > ip.size()) {
         return Drop::kBadLength;
     }

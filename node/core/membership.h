@@ -62,7 +62,7 @@ struct Reporter {
 };
 
 /* A record with a group that is no membership, or that is not admitted, is counted as a drop. */
-void take_record(const Reporter& from, const Record& record);
+void take_record(const Reporter& from, const Record& received);
 
 /* Takes memberships away at once, out of the switch too. */
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted);

@@ -57,7 +57,7 @@ extern "C" void* run_task(void* given) {
  * driver run there as well.
  */
 std::size_t host_stack(std::uint32_t asked) {
-    constexpr std::size_t kHostExtra = 256 * 1024;
+    constexpr std::size_t kHostExtra = std::size_t{256} * 1024;
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const auto least = static_cast<std::size_t>(PTHREAD_STACK_MIN);
     const std::size_t size = std::max<std::size_t>(asked, least) + kHostExtra;

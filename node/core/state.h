@@ -3,8 +3,8 @@
  *
  * The lock is recursive and is taken at every door: the functions of platform/protocol_core.h and
  * of development_core.h. The packet task, the command task and whoever moves the clock therefore
- * take turns. Call-backs are called with the lock held, on the thread that came in, and may call
- * the core again; they must not wait for another thread that needs it.
+ * take turns. Call-backs are called with the lock held, on the thread that came in. They may ask
+ * the core for something, but not change what it holds, nor wait for a thread that needs it.
  */
 #pragma once
 
