@@ -182,6 +182,7 @@ struct SentPacket {
 std::vector<Entry> entries;
 std::vector<SentPacket> sent;
 std::int32_t add_answer = 0;
+std::int32_t remove_answer = 0;
 
 extern "C" {
 
@@ -192,7 +193,7 @@ std::int32_t add_entry(IgmpGroupEntry* group) {
 
 std::int32_t remove_entry(IgmpGroupEntry* group) {
     entries.push_back({false, group->port, group->vlan, group->group});
-    return 0;
+    return remove_answer;
 }
 
 std::int32_t add_mld_entry(MldGroupEntry* group) {
@@ -202,7 +203,7 @@ std::int32_t add_mld_entry(MldGroupEntry* group) {
 
 std::int32_t remove_mld_entry(MldGroupEntry* group) {
     entries.push_back({false, group->port, group->vlan, mc::load_be32(group->group_tail)});
-    return 0;
+    return remove_answer;
 }
 
 void send_igmp(std::uint16_t port, std::uint8_t* packet, IgmpVlanTag* tag, std::uint16_t length) {
@@ -222,6 +223,7 @@ class Core : public ::testing::Test {
         entries.clear();
         sent.clear();
         add_answer = 0;
+        remove_answer = 0;
         now_ = 1000 * kSecond;
         devcore::set_clock(now_);
         igmp_data_init();
@@ -862,6 +864,16 @@ TEST_F(Core, AMembershipThatTheSwitchRefusesIsKeptAndTriedAgain) {
     receive(2, v2_report(kHostB, kGroup));
     EXPECT_TRUE(devcore::memberships().at(0).programmed);
     EXPECT_EQ(entries.size(), 2U);
+}
+
+TEST_F(Core, AMembershipEndsEvenIfTheSwitchKeepsTheEntry) {
+    remove_answer = 5;
+    igmp_fast_leave_enable_globle(1);
+    receive(2, v2_report(kHostA, kGroup));
+    receive(2, leave(kHostA, kGroup));
+    EXPECT_EQ(held(), Texts{});
+    EXPECT_EQ(devcore::counters().remove_failures, 1U);
+    EXPECT_EQ(devcore::counters().entries_removed, 0U);
 }
 
 TEST_F(Core, AnEntryThatWasNeverThereIsNotRemoved) {

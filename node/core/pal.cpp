@@ -51,16 +51,17 @@ extern "C" void* run_task(void* given) {
     return nullptr;
 }
 
-/*
- * The stack asked for is what the library needs on its target. On a host more lives on it: frames
- * are bigger, more so with sanitizers, thread-local storage is taken from it, and the core and the
- * driver run there as well.
- */
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t kSanitizerShare = std::size_t{256} * 1024;  // frames several times as large
+#else
+constexpr std::size_t kSanitizerShare = 0;
+#endif
+
+/* The stack asked for, in whole pages and not below what the platform can start a thread with. */
 std::size_t host_stack(std::uint32_t asked) {
-    constexpr std::size_t kHostExtra = std::size_t{256} * 1024;
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const auto least = static_cast<std::size_t>(PTHREAD_STACK_MIN);
-    const std::size_t size = std::max<std::size_t>(asked, least) + kHostExtra;
+    const std::size_t size = std::max<std::size_t>(asked, least) + kSanitizerShare;
     return (size + page - 1) / page * page;
 }
 
