@@ -23,6 +23,10 @@ void status_store_word(std::uint32_t offset, std::uint32_t value) {
     if (status_attached()) store_be32(mc_status_global + offset, value);
 }
 
+void status_store_bytes(std::uint32_t offset, std::span<const std::uint8_t> bytes) {
+    if (status_attached()) std::memcpy(mc_status_global + offset, bytes.data(), bytes.size());
+}
+
 }  // namespace mc
 
 // The segment is created without permission bits: only privileged processes read it.

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "adapt/records.h"
 
@@ -20,9 +21,18 @@ namespace mc {
 constexpr int kStatusSegmentKey = 82;
 constexpr std::uint32_t kStatusSegmentSize = 14492;
 
+constexpr std::uint32_t kStatusGroups = 512;  // records
+constexpr std::uint32_t kStatusGroupSize = 28;
+
+constexpr std::uint32_t kStatusGroupCount = 0;
+constexpr std::uint32_t kStatusGroupTable = 4;
+constexpr std::uint32_t kStatusPorts = 14340;
+constexpr std::uint32_t kStatusFastLeave = 14452;
 constexpr std::uint32_t kStatusGroupLimits = 14460;
 constexpr std::uint32_t kStatusMode = 14488;
 
+static_assert(kStatusGroupTable + kStatusGroups * kStatusGroupSize == kStatusPorts);
+static_assert(kStatusPorts + 16 * MC_PORTS == kStatusFastLeave);
 static_assert(kStatusGroupLimits + 4 * MC_PORTS == kStatusMode);
 static_assert(kStatusMode + 4 == kStatusSegmentSize);
 
@@ -31,5 +41,7 @@ bool status_attached();
 
 // Stores a word. Without a segment nothing happens: whoever sets a mode or a limit must not care.
 void status_store_word(std::uint32_t offset, std::uint32_t value);
+// The same for bytes that are stored as they are.
+void status_store_bytes(std::uint32_t offset, std::span<const std::uint8_t> bytes);
 
 }  // namespace mc

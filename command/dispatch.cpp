@@ -1,313 +1,134 @@
 // The dispatcher: one table of command codes, a line a command.
-//
-// Every handler has one shape: read the fields, trace them, call one operation, report its failure.
-// Nothing is range-checked here; the operations apply their own checks.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
 
-#include "adapt/adapt.h"
-#include "adapt/records.h"
 #include "command/command.h"
+#include "command/handlers.h"
 #include "command/record.h"
 #include "common/diagnostics.h"
-#include "igmp/igmp.h"
-#include "mld/mld.h"
-#include "platform/protocol_core.h"
-#include "settings/settings.h"
 
 namespace mc {
 
 namespace {
-
-// ---- Mode and ports ----------------------------------------------------------------------------
-
-void set_mode(const CommandRecord& record) {
-    if (omci_set_multicast_mode(record.u8(8)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_multicast_mode Fail");
-    }
-}
-
-void set_port_leave_mode(const CommandRecord& record) {
-    if (omci_set_port_igmp_leave_mode(record.u8(8), record.u8(9)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!SET_OMCI_PORT_IGMP_LEAVE_MODE Fail");
-    }
-}
-
-void set_group_limit(const CommandRecord& record) {
-    if (omci_set_port_igmpgroup_limit(record.u8(8), record.be16(9)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_port_igmpgroup_limit Fail");
-    }
-}
-
-void set_default_vlan(const CommandRecord& record) {
-    const std::uint16_t vlan = record.be16(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: vlan_id = %d !\n", vlan);
-    if (omci_set_igmp_default_vlan(vlan) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_default_vlan Fail");
-    }
-}
-
-void set_vlan_learning(const CommandRecord& record) {
-    if (omci_set_igmp_dynamic_enable(record.u8(8)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_dynamic_enable Fail");
-    }
-}
-
-void clear_port_parameters(const CommandRecord& record) {
-    if (omci_clear_igmp_parmeter(record.u8(8), record.u8(9)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_clear_igmp_parmeter Fail");
-    }
-}
-
-// Only the VIDs are used; the TCIs are traced.
-void set_signalling_vlan(const CommandRecord& record) {
-    const std::uint16_t outer_vid = record.be16(11);
-    const std::uint16_t inner_vid = record.be16(15);
-    if (igmp_says(kConfig)) {
-        std::printf(
-            "\r\n[MC_DBG_CFG]: OMCI_SET_PORT_UP_IGMP_VLAN outer_vlan.tci =%d outer_vlan.vid =%d "
-            "inner_vlan.tci =%d inner_vlan.vid =%d\r\n",
-            record.be16(9), outer_vid, record.be16(13), inner_vid);
-    }
-    if (igmp_adapt_set_sig_vlan(record.u8(8), outer_vid, inner_vid, record.be16(17)) != 0 &&
-        igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_set_sig_vlan Fail");
-    }
-}
-
-void set_leave_mode(const CommandRecord& record) {
-    if (omci_set_igmp_leave_mode(record.u8(8)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!SET_IGMP_FAST_LEAVE Fail");
-    }
-}
-
-void set_standard_mode(const CommandRecord& record) {
-    if (onu_std_omci_set_multicast_mode(record.u8(8)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_multicast_mode Fail");
-    }
-}
-
-void set_standard_group_limit(const CommandRecord& record) {
-    const std::uint8_t port = record.u8(8);
-    const std::uint16_t limit = record.be16(9);
-    if (igmp_says(kConfig)) {
-        std::printf(
-            "\r\n[MC_DBG_CFG]: STD_OMCI_MAX_GROUP_NUM std_omci_port = %d std_omci_max_grp = "
-            "%d\r\n",
-            port, limit);
-    }
-    if (onu_std_omci_set_port_igmpgroup_limit(port, limit) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_port_igmpgroup_limit Fail");
-    }
-}
-
-void set_bandwidth_limit(const CommandRecord& record) {
-    const std::uint8_t port = record.u8(8);
-    const std::uint8_t enable = record.u8(9);
-    const std::uint32_t bandwidth = record.be32(10);
-    if (igmp_says(kConfig)) {
-        std::printf(
-            "\r\n[MC_DBG_CFG]: STD_MAX_MULTI_BANDWIDTH_LIMIT std_omci_port = %d "
-            "std_omci_grp_enable = %d imputed_bandwidth = %d\r\n",
-            port, enable, bandwidth);
-    }
-    if (onu_std_max_multi_bandwidth_limit(port, enable, bandwidth, record.be16(14)) != 0 &&
-        igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_max_multi_bandwidth_limit Fail");
-    }
-}
-
-void clear_all_parameters(const CommandRecord& /*record*/) {
-    static_cast<void>(omci_clear_igmp_all_parmeter());
-}
-
-// ---- Protocol parameters -----------------------------------------------------------------------
-
-// The query interval travels last in the record and is passed second.
-void set_global_parameters(const CommandRecord& record) {
-    if (omci_set_igmp_global_parmeter(record.u8(9), record.be16(16), record.be16(10),
-                                      record.be16(12), record.be16(14)) != 0 &&
-        igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_global_parmeter Fail");
-    }
-}
-
-// The parameters as they are stored, so that the core hears of a changed ageing interval.
-std::int32_t push_stored_parameters() {
-    return omci_set_igmp_global_parmeter(
-        globle_parm.robustness, globle_parm.query_interval, globle_parm.query_max_resp_time,
-        globle_parm.last_member_query_interval, globle_parm.last_member_query_count);
-}
-
-void set_ageing_interval(const CommandRecord& record) {
-    setIgmpAgeEnable(record.be32(8));
-    if (push_stored_parameters() != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_global_parmeter Fail");
-    }
-}
-
-void set_version(const CommandRecord& record) {
-    const std::uint8_t version = record.u8(8);
-    if (version < 1 || version > 3) {
-        if (igmp_says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: set igmp version error!");
-        return;
-    }
-    if (omci_igmp_version_globle_set(version) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_version_globle_set Fail");
-    }
-}
-
-void set_proxy_address(const CommandRecord& record) {
-    if (const std::int32_t ret = igmp_globle_proxyip_set(record.be32(8));
-        ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  igmp_globle_proxyip_set is error ret = %d\r\n", ret);
-    }
-}
-
-void set_ssm_range(const CommandRecord& record) {
-    if (omci_igmp_ssm_ip_globle_set(record.be32(8), record.be32(12)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_ssm_ip_globle_set Fail");
-    }
-}
-
-// The record carries six words; the sixth is not used.
-void set_ssm_map(const CommandRecord& record) {
-    if (omci_igmp_ssm_map_globle_set(record.be32(8), record.be32(12), record.be32(16),
-                                     record.be32(20), record.be32(24)) != 0 &&
-        igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_ssm_map_globle_set Fail");
-    }
-}
-
-void set_robustness(const CommandRecord& record) {
-    const std::uint8_t value = record.u8(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_VARIABLE %d \r\n", value);
-    if (const std::int32_t ret = omci_set_para_rv_globle(value); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  SET_IGMP_VARIABLE is error ret = %d\r\n", ret);
-    }
-}
-
-// The three intervals share one trace, kept on purpose.
-void trace_interval(std::uint16_t value) {
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_INTERVAL %d \r\n", value);
-}
-
-void set_query_interval(const CommandRecord& record) {
-    const std::uint16_t value = record.be16(8);
-    trace_interval(value);
-    if (const std::int32_t ret = omci_set_para_qi_globle(value); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  SET_IGMP_INTERVAL is error ret = %d\r\n", ret);
-    }
-}
-
-void set_response_interval(const CommandRecord& record) {
-    const std::uint16_t value = record.be16(8);
-    trace_interval(value);
-    if (const std::int32_t ret = omci_set_para_qri_globle(value); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  SET_IGMP_RESPONSE_INTERVAL is error ret = %d\r\n", ret);
-    }
-}
-
-void set_last_member_interval(const CommandRecord& record) {
-    const std::uint16_t value = record.be16(8);
-    trace_interval(value);
-    if (const std::int32_t ret = omci_set_para_lmqi_globle(value); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  SET_IGMP_QUERY_INTERVAL is error ret = %d\r\n", ret);
-    }
-}
-
-void set_last_member_count(const CommandRecord& record) {
-    const std::uint16_t value = record.be16(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_QUERY_COUNT %d \r\n", value);
-    if (const std::int32_t ret = omci_set_para_lmqc_globle(value); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  SET_IGMP_QUERY_COUNT is error ret = %d\r\n", ret);
-    }
-}
-
-// ---- Tests and diagnostics
-// -----------------------------------------------------------------------
-
-// The built-in report, as if it had come in on the port.
-void inject_test_frame(const CommandRecord& record) {
-    if (igmpL2PktProc(jion_buffer, MC_JION_BUFFER_SIZE, record.u8(8)) != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: test igmpL2PktProc error\r");
-    }
-}
-
-void set_test_uplink(const CommandRecord& record) {
-    static_cast<void>(igmp_adapt_set_test_uplink(static_cast<std::int32_t>(record.be32(8))));
-}
-
-// Offsets 1 to 6 name one category each, 7 all eight low bits. Enabling a category that is on turns
-// it off, kept on purpose.
-void switch_debug_mask(const CommandRecord& record) {
-    const std::uint32_t offset = record.be32(8);
-    const std::uint32_t enable = record.be32(12);
-    if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_PROT_DEBUG offset = %d port_no = %d\r\n", offset,
-                    enable);
-    }
-    if (offset < 1 || offset > 7) return;
-    const std::uint32_t bits = offset == 7 ? 0xFF : 1u << (offset - 1);
-    if (enable != 0 && (mc_debug & bits) == 0) {
-        mc_debug |= bits;
-    } else {
-        mc_debug &= ~bits;
-    }
-    std::printf("[mc_set_debug]: result: 0x%x.\r\n", mc_debug);
-    mld_adapt_set_debug(bits, enable);
-}
-
-void set_table_return(const CommandRecord& record) {
-    if (const std::int32_t ret = igmp_set_table_return(static_cast<std::int32_t>(record.be32(8)));
-        ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  igmp_set_table_return is error ret = %d\r\n", ret);
-    }
-}
-
-// ---- The table
-// -----------------------------------------------------------------------------------
 
 struct Command {
     std::uint32_t code;
     void (*run)(const CommandRecord& record);
 };
 
+// Fields begin at offset 8 of the record unless the line says otherwise, and follow each other
+// without padding. A rule has the layout of PortVlanCfgEntry; a group range is u8 port, u32 start,
+// u32 end, u32 bandwidth, u16 VLAN.
+//
+// clang-format off
 constexpr Command kCommands[] = {
-    {1, set_mode},
-    {2, set_port_leave_mode},
-    {3, set_group_limit},
-    {4, set_default_vlan},
-    {5, set_vlan_learning},
-    {12, clear_port_parameters},
-    {13, set_signalling_vlan},
-    {14, set_global_parameters},
-    {20, set_leave_mode},
-    {22, set_ageing_interval},
-    {27, set_version},
-    {28, set_proxy_address},
-    {29, set_ssm_range},
-    {30, set_ssm_map},
-    {40, inject_test_frame},
-    {52, set_standard_mode},
-    {56, set_standard_group_limit},
-    {57, set_bandwidth_limit},
-    {64, clear_all_parameters},
-    {85, set_test_uplink},
-    {86, switch_debug_mask},
-    {97, set_robustness},
-    {98, set_query_interval},
-    {99, set_response_interval},
-    {100, set_last_member_interval},
-    {101, set_last_member_count},
-    {114, set_table_return},
+    {1, set_mode},                     // u8                             omci_set_multicast_mode
+    {2, set_port_leave_mode},          // u8 port, u8                    omci_set_port_igmp_leave_mode
+    {3, set_group_limit},              // u8 port, u16                   omci_set_port_igmpgroup_limit
+    {4, set_default_vlan},             // u16                            omci_set_igmp_default_vlan
+    {5, set_vlan_learning},            // u8                             omci_set_igmp_dynamic_enable
+    {6, add_private_group},            // u32 group, u16 VLAN, u8        omci_add_auth_igmp_group_vlan_config
+    {7, delete_private_group},         // u32 group, u16 VLAN, u8        omci_delete_auth_igmp_group_vlan_config
+    {8, clear_private_groups},         // none                           omci_clear_all_auth_igmp_group_vlan_config
+    {9, set_control_list},             // u16 port, u8, u16 VLAN, 2 u32  omci_set_port_to_control_multicast_list_table
+    {12, clear_port_parameters},       // u8 port, u8                    omci_clear_igmp_parmeter
+    {13, set_signalling_vlan},         // u8 port, 5 u16                 igmp_adapt_set_sig_vlan
+    {14, set_global_parameters},       // u8 at 9, 4 u16                 omci_set_igmp_global_parmeter
+    {16, remove_service_port},         // 4 u32                          igmp_service_remove_port_config
+    {17, set_port_vlan_mode},          // 4 u32                          igmp_port_vlan_and_mode_set
+    {20, set_leave_mode},              // u8                             omci_set_igmp_leave_mode
+    {22, set_ageing_interval},         // u32                            setIgmpAgeEnable, omci_set_igmp_global_parmeter
+    {27, set_version},                 // u8, 1 to 3                     omci_igmp_version_globle_set
+    {28, set_proxy_address},           // u32                            igmp_globle_proxyip_set
+    {29, set_ssm_range},               // 2 u32                          omci_igmp_ssm_ip_globle_set
+    {30, set_ssm_map},                 // 6 u32, 5 used                  omci_igmp_ssm_map_globle_set
+    {32, add_vlans},                   // 2 u16                          igmp_vlan_add
+    {33, delete_vlan},                 // u16                            igmp_vlan_del
+    {34, delete_all_vlans},            // none                           igmp_vlan_del_all
+    {35, show_all_groups},             // none                           igmp_display_all_group
+    {36, show_group},                  // u32                            igmp_display_special_group
+    {37, debug_from_cli},              // u32, 2 u8                      igmp_adapt, or the core's switches
+    {39, show_configuration},          // none                           print_configuration
+    {40, inject_test_frame},           // u8 port                        igmpL2PktProc
+    {50, set_rule},                    // rule                           onu_std_omci_set_multicast_vlan
+    {51, delete_rule},                 // rule                           onu_std_omci_delete_multicast_vlan
+    {52, set_standard_mode},           // u8                             onu_std_omci_set_multicast_mode
+    {53, add_standard_groups},         // group range                    onu_std_omci_add_auth_igmp_group_vlan_config
+    {54, delete_standard_groups},      // group range                    onu_std_omci_delete_auth_igmp_group_vlan_config
+    {55, clear_standard_groups},       // u8 port                        onu_std_omci_clear_port_all_auth_igmp_group_vlan_config
+    {56, set_standard_group_limit},    // u8 port, u16                   onu_std_omci_set_port_igmpgroup_limit
+    {57, set_bandwidth_limit},         // 2 u8, u32, u16                 onu_std_max_multi_bandwidth_limit
+    {64, clear_all_parameters},        // none                           omci_clear_igmp_all_parmeter
+    {66, show_standard_vlan},          // u16 VLAN, u32 port, u16        igmp_show_vlan_config
+    {67, show_proxy_groups},           // none                           show_igmp_all_proxy_group
+    {68, show_proxy_group},            // u32                            show_igmp_special_proxy_group
+    {69, show_vlan_instances},         // none                           igmp_show_vlan_instance
+    {70, show_igmpv3_globals},         // none                           show_igmpv3_globle
+    {71, show_packet_statistics},      // none                           show_igmp_packet_statistic
+    {72, show_interfaces},             // none                           show_igmp_if_list
+    {73, show_timers},                 // none                           igmp_timer_show_api
+    {74, show_authorised_groups},      // none                           igmp_auth_group_show_api
+    {75, set_warnings},                // u8                             igmp_warn_printf_set
+    {76, test_report},                 // u32 port, u16 VLAN             test_igmp_report_v2_l3
+    {77, test_leave},                  // u32 port, u16 VLAN             test_igmp_leave_v2_l3
+    {78, export_port_status},          // u8 port                        igmp_hal_sync_if_status
+    {79, export_groups},               // none                           igmp_hal_sync_grp_infor
+    {80, show_port_configuration},     // u8 port                        igmp_if_show_if_cfg
+    {81, show_port_status},            // u8 port                        igmp_if_show_if_status
+    {82, show_port_authorised_group},  // u8 port, u32                   igmp_if_show_auth_group_cfg
+    {83, set_fast_leave_mode},         // u32                            omci_set_port_igmp_leave_mode, six ports
+    {84, set_oam_control},             // u8, 2 u16, u32, 2 u8           igmp_oam_control_2
+    {85, set_test_uplink},             // u32 port                       igmp_adapt_set_test_uplink
+    {86, switch_debug_mask},           // 2 u32                          mc_debug, mld_adapt_set_debug
+    {87, set_range_authorisation},     // u16 port, u8                   igmp_if_grp_range_auth_enable
+    {88, add_groups},                  // group range                    onu_omci_add_auth_igmp_group_vlan_config
+    {89, set_vlan_debug},              // u16 VLAN, u8                   igmp_dbg_set
+    {90, unset_vlan_debug},            // u16 VLAN, u8                   igmp_dbg_unset
+    {91, set_debug_level},             // u32                            igmp_set_debug_level
+    {92, unset_debug_level},           // u32                            igmp_set_debug_level
+    {93, set_packet_debug},            // u32, u16 port                  igmp_set_debug_pkt_port, igmp_set_debug_switch
+    {94, set_other_debug},             // u32                            igmp_set_debug_switch
+    {95, unset_debug},                 // u32                            igmp_set_debug_switch, igmp_set_debug_pkt_port
+    {96, show_vlan},                   // u16 VLAN, u32 port, u16        igmp_show_vlan_config
+    {97, set_robustness},              // u8                             omci_set_para_rv_globle
+    {98, set_query_interval},          // u16                            omci_set_para_qi_globle
+    {99, set_response_interval},       // u16                            omci_set_para_qri_globle
+    {100, set_last_member_interval},   // u16                            omci_set_para_lmqi_globle
+    {101, set_last_member_count},      // u16                            omci_set_para_lmqc_globle
+    {102, set_ageing},                 // u8                             igmp_aging_function_set
+    {103, show_memory},                // none                           pal_mem_show
+    {104, reset_memory_statistics},    // none                           pal_mem_reset
+    {105, show_memory_type},           // u32                            pal_mtype_show
+    {106, set_memory_type_range},      // 2 u32                          pal_mrecord_range_set
+    {110, set_web_rule},               // rule                           onu_std_omci_web_set_vlan
+    {111, show_mld},                   // none                           mld_unpack_show_..., mld_show_if_list
+    {112, set_mld_port_debug},         // u32                            mld_set_mld_debug_port
+    {113, set_mld_debug},              // 2 u32                          mld_set_mld_debug
+    {114, set_table_return},           // u32                            igmp_set_table_return
+    {115, set_mld_ageing},             // u8                             mld_pack_set_age_switch
 };
+// clang-format on
+
+// Codes of the range that no command has.
+constexpr std::uint32_t kUnused[] = {
+    0,  10, 11, 15, 18, 19, 21, 23, 24, 25, 26, 31, 38, 41,  42,  43,
+    44, 45, 46, 47, 48, 49, 58, 59, 60, 61, 62, 63, 65, 107, 108, 109,
+};
+
+constexpr std::size_t kCodes = 116;  // 0 to 115
 
 // Strictly ascending: no code may follow one that is as large.
 static_assert(std::ranges::is_sorted(kCommands, std::ranges::less_equal{}, &Command::code),
               "codes out of order or twice");
+static_assert(std::size(kCommands) + std::size(kUnused) == kCodes, "a code is not accounted for");
+static_assert(std::ranges::none_of(kUnused,
+                                   [](std::uint32_t code) {
+                                       return std::ranges::binary_search(kCommands, code, {},
+                                                                         &Command::code);
+                                   }),
+              "a code is both a command and not in use");
 
 }  // namespace
 

@@ -15,3 +15,12 @@ MC_EXPORT int32_t debugPrint(void); /* the IGMP side */
 MC_EXPORT int32_t mldPrint(void);   /* the MLD side */
 
 MC_C_END
+
+#ifdef __cplusplus
+namespace mc {
+
+/* The show command's longer variant: version, rules, ports, template VLANs, parameters. */
+void print_configuration();
+
+}  // namespace mc
+#endif

@@ -18,6 +18,7 @@ struct CommandRecord {
     std::uint8_t u8(std::uint32_t offset) const { return bytes[offset]; }
     std::uint16_t be16(std::uint32_t offset) const { return load_be16(bytes + offset); }
     std::uint32_t be32(std::uint32_t offset) const { return load_be32(bytes + offset); }
+    std::int32_t s32(std::uint32_t offset) const { return static_cast<std::int32_t>(be32(offset)); }
 };
 
 }  // namespace mc

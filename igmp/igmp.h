@@ -54,6 +54,14 @@ MC_EXPORT void igmp_adapt_control_handle(uint8_t* frame, uint32_t port, uint32_t
  */
 MC_EXPORT McResultVlans* searchDownSnoopPortCfgVlan(uint32_t vid, uint16_t counts[MC_PORTS]);
 
+/* ---- Status export, see adapt/status_segment.h for the segment's layout --------------------- */
+
+/* Copies the core's status of a port (8 bits, a port number) into the segment. 0, or -1: the port
+ * is unknown, the core delivered nothing, or there is no segment. */
+MC_EXPORT int32_t igmp_hal_sync_if_status(uint32_t port);
+/* The same for the core's groups on a port; 255 stands for all ports. */
+MC_EXPORT int32_t igmp_hal_sync_grp_infor(uint32_t port);
+
 /* ---- Call-backs of the core, see platform/protocol_core.h ---------------------------------------
  */
 

@@ -1,6 +1,7 @@
 /* Host processes may be written in C: every header of the interface is compiled as that, too. */
 #include "adapt/adapt.h"
 #include "adapt/records.h"
+#include "command/auth_groups.h"
 #include "command/command.h"
 #include "command/dumps.h"
 #include "igmp/igmp.h"

@@ -1,0 +1,90 @@
+// The export of port and group status to the shared status segment.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "adapt/records.h"
+#include "adapt/status_segment.h"
+#include "adapt/tables.h"
+#include "common/diagnostics.h"
+#include "igmp/igmp.h"
+#include "platform/protocol_core.h"
+
+namespace {
+
+using mc::igmp_says;
+using mc::kErrors;
+using mc::kFlow;
+using mc::kNoPort;
+
+constexpr std::uint32_t kStatusBytes = 16;
+
+// The core's group dump: a word with the number of records, then the records without any padding.
+constexpr std::uint32_t kDumpRecord = 25;
+constexpr std::uint32_t kDumpBytes = 4 + mc::kStatusGroups * kDumpRecord;
+constexpr std::uint32_t kDumpBuffer = 15000;
+
+// The core's words are in native order wherever they stand.
+std::uint32_t native_word(const std::uint8_t* p) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, p, sizeof(word));
+    return word;
+}
+
+[[nodiscard]] int exported_port(std::uint32_t port) {
+    if (port > MC_UPLINK_PORT) {
+        if (igmp_says(kErrors)) std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port);
+        return kNoPort;
+    }
+    const int logical = mc::logical_port(portState, port);
+    if (logical == kNoPort && igmp_says(kErrors)) {
+        std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
+    }
+    return logical;
+}
+
+// Spreads a packed record of the core to where the words of a segment record are aligned: two
+// bytes, five words, three bytes.
+void export_record(std::uint32_t index, const std::uint8_t* record) {
+    std::uint8_t spread[mc::kStatusGroupSize] = {};
+    std::memcpy(spread, record, 2);
+    std::memcpy(spread + 4, record + 2, 20);
+    std::memcpy(spread + 24, record + 22, 3);
+    mc::status_store_bytes(mc::kStatusGroupTable + index * mc::kStatusGroupSize, spread);
+}
+
+}  // namespace
+
+std::int32_t igmp_hal_sync_if_status(std::uint32_t port) {
+    port &= 0xFF;
+    const int logical = exported_port(port);
+    if (logical == kNoPort) return -1;
+    std::uint8_t buffer[kStatusBytes] = {};
+    if (igmp_if_gather_if_status(port, kStatusBytes, buffer) <= 0) return -1;
+    if (!mc::status_attached()) return -1;
+    const std::uint32_t record =
+        mc::kStatusPorts + static_cast<std::uint32_t>(logical) * kStatusBytes;
+    for (std::uint32_t i = 0; i < kStatusBytes; i += 4) {
+        mc::status_store_word(record + i, native_word(buffer + i));
+    }
+    return 0;
+}
+
+std::int32_t igmp_hal_sync_grp_infor(std::uint32_t port) {
+    constexpr std::uint32_t kAllPorts = 255;
+    port &= 0xFF;
+    if (port != kAllPorts && exported_port(port) == kNoPort) return -1;
+    std::uint8_t buffer[kDumpBuffer] = {};
+    if (igmp_says(kFlow)) {
+        std::printf("\r\n[MC_DBG_DBG]:  in igmp_gather_grp_info phy_port = %d data_len = %d\r\n",
+                    port, kDumpBytes);
+    }
+    if (igmp_gather_grp_info(port, kDumpBytes, buffer) < 1) return -1;
+    if (!mc::status_attached()) return -1;
+    const std::uint32_t count = std::min(native_word(buffer), mc::kStatusGroups);
+    // The count goes first, and records behind it stay: a reader may see a table half written.
+    mc::status_store_word(mc::kStatusGroupCount, count);
+    for (std::uint32_t i = 0; i < count; ++i) export_record(i, buffer + 4 + i * kDumpRecord);
+    return 0;
+}
