@@ -102,14 +102,15 @@ void debug_from_cli(const CommandRecord& record) {
     const std::uint32_t value = record.be32(8);
     const std::uint8_t selector = record.u8(12);
     const std::uint8_t sub_selector = record.u8(13);
-    if (selector == kSelectAdapt && sub_selector == kSelectIgmp) {
+    // Each selector has its own meaning alone; the two together have none.
+    const bool adapt = selector == kSelectAdapt;
+    const bool igmp = sub_selector == kSelectIgmp;
+    if (adapt == igmp) {
         report_cli_debug_error();
-    } else if (selector == kSelectAdapt) {
+    } else if (adapt) {
         set_report_level(value, sub_selector);
-    } else if (sub_selector == kSelectIgmp) {
-        set_core_debug(value, selector);
     } else {
-        report_cli_debug_error();
+        set_core_debug(value, selector);
     }
 }
 

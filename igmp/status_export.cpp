@@ -85,6 +85,7 @@ std::int32_t igmp_hal_sync_grp_infor(std::uint32_t port) {
     const std::uint32_t count = std::min(native_word(buffer), mc::kStatusGroups);
     // The count goes first, and records behind it stay: a reader may see a table half written.
     mc::status_store_word(mc::kStatusGroupCount, count);
-    for (std::uint32_t i = 0; i < count; ++i) export_record(i, buffer + 4 + i * kDumpRecord);
+    const std::uint8_t* record = buffer + 4;
+    for (std::uint32_t i = 0; i < count; ++i, record += kDumpRecord) export_record(i, record);
     return 0;
 }
