@@ -139,8 +139,7 @@ std::int32_t omci_add_auth_igmp_group_vlan_config(std::uint32_t group, std::uint
     }
     if (!store(kPrivatePort, {group, group, 0, vid}) && igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: [omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d "
-            "exceed max num.\r\n",
+            "\r\n[MC_DBG_CFG]: [omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d exceed max num.\r\n",
             kPrivatePort);
     }
     return 0;
@@ -159,8 +158,7 @@ std::int32_t omci_delete_auth_igmp_group_vlan_config(std::uint32_t group, std::u
         vid = 0;
         if (ret != 0 && igmp_says(kErrors)) {
             std::printf(
-                "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_delete_auth_group_cfg(private mode) Fail "
-                "ret(%d)",
+                "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_delete_auth_group_cfg(private mode) Fail ret(%d)",
                 ret);
         }
     }
@@ -177,8 +175,7 @@ std::int32_t omci_clear_all_auth_igmp_group_vlan_config() {
         clear_all(port);
     } else if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: [omci_clear_all_auth_igmp_group_vlan_config]: group-vlan cfg in "
-            "port %d no item to del.\r\n",
+            "\r\n[MC_DBG_CFG]: [omci_clear_all_auth_igmp_group_vlan_config]: group-vlan cfg in port %d no item to del.\r\n",
             kPrivatePort);
     }
     return 0;
@@ -193,8 +190,7 @@ std::int32_t onu_omci_add_auth_igmp_group_vlan_config(std::uint32_t port, std::u
     if (logical == kNoPort || !accept_range(range)) return -1;
     if (add_to_core(port_id, range) && !store(logical, range)) {
         std::printf(
-            "[onu_omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d exceed max "
-            "num.\r\n",
+            "[onu_omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d exceed max num.\r\n",
             logical);
     }
     return 0;
@@ -210,8 +206,7 @@ std::int32_t onu_std_omci_add_auth_igmp_group_vlan_config(std::uint32_t port, st
     if (logical == kNoPort || !accept_range(range)) return -1;
     if (add_to_core(port_id, range) && !store(logical, range)) {
         std::printf(
-            "[onu_std_omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d exceed max "
-            "num.\r\n",
+            "[onu_std_omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d exceed max num.\r\n",
             logical);
     }
     if (igmp_if_grp_range_auth_enable(port_id, 1) != 0 && igmp_says(kErrors)) {
@@ -236,8 +231,7 @@ std::int32_t onu_std_omci_delete_auth_igmp_group_vlan_config(std::uint32_t port,
     }
     if (globle_parm.port[logical].auth_group_num == 0) {
         std::printf(
-            "[onu_std_omci_delete_auth_igmp_group_vlan_config]: group-vlan cfg in port %d no item "
-            "to del.\r\n",
+            "[onu_std_omci_delete_auth_igmp_group_vlan_config]: group-vlan cfg in port %d no item to del.\r\n",
             logical);
         return 0;
     }
@@ -271,8 +265,7 @@ std::int32_t omci_set_port_to_control_multicast_list_table(std::uint32_t port, s
     const auto vlan = static_cast<std::int16_t>(ds_vlan);
     if (igmp_says(kFlow)) {
         std::printf(
-            "\r\n[MC_DBG_DBG]: \n omci_set_port_to_control_multicast_list_table is in\tport(%d) "
-            "opt(%d) ds_vlan(%d)",
+            "\r\n[MC_DBG_DBG]: \n omci_set_port_to_control_multicast_list_table is in\tport(%d) opt(%d) ds_vlan(%d)",
             port_id, option, vlan);
     }
     const std::uint32_t action = control_action(option);

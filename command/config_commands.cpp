@@ -64,8 +64,7 @@ void set_signalling_vlan(const CommandRecord& record) {
     const std::uint16_t inner_vid = record.be16(15);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: OMCI_SET_PORT_UP_IGMP_VLAN outer_vlan.tci =%d outer_vlan.vid =%d "
-            "inner_vlan.tci =%d inner_vlan.vid =%d\r\n",
+            "\r\n[MC_DBG_CFG]: OMCI_SET_PORT_UP_IGMP_VLAN outer_vlan.tci =%d outer_vlan.vid =%d inner_vlan.tci =%d inner_vlan.vid =%d\r\n",
             record.be16(9), outer_vid, record.be16(13), inner_vid);
     }
     if (igmp_adapt_set_sig_vlan(record.u8(8), outer_vid, inner_vid, record.be16(17)) != 0 &&
@@ -91,8 +90,7 @@ void set_standard_group_limit(const CommandRecord& record) {
     const std::uint16_t limit = record.be16(9);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: STD_OMCI_MAX_GROUP_NUM std_omci_port = %d std_omci_max_grp = "
-            "%d\r\n",
+            "\r\n[MC_DBG_CFG]: STD_OMCI_MAX_GROUP_NUM std_omci_port = %d std_omci_max_grp = %d\r\n",
             port, limit);
     }
     if (onu_std_omci_set_port_igmpgroup_limit(port, limit) != 0 && igmp_says(kErrors)) {
@@ -106,8 +104,7 @@ void set_bandwidth_limit(const CommandRecord& record) {
     const std::uint32_t bandwidth = record.be32(10);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: STD_MAX_MULTI_BANDWIDTH_LIMIT std_omci_port = %d "
-            "std_omci_grp_enable = %d imputed_bandwidth = %d\r\n",
+            "\r\n[MC_DBG_CFG]: STD_MAX_MULTI_BANDWIDTH_LIMIT std_omci_port = %d std_omci_grp_enable = %d imputed_bandwidth = %d\r\n",
             port, enable, bandwidth);
     }
     if (onu_std_max_multi_bandwidth_limit(port, enable, bandwidth, record.be16(14)) != 0 &&
@@ -347,8 +344,7 @@ void remove_service_port(const CommandRecord& record) {
     const ServicePort service = service_port_in(record);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: SET_IGMP_SER_REMV_PORT_CONFIG port_no =%d tag_mode =%d temp = %d "
-            "temp_scd = %d\r\n",
+            "\r\n[MC_DBG_CFG]: SET_IGMP_SER_REMV_PORT_CONFIG port_no =%d tag_mode =%d temp = %d temp_scd = %d\r\n",
             service.port, service.mode, service.vlan, service.vlan2);
     }
     if (igmp_service_remove_port_config(service.port, service.mode, service.vlan, service.vlan2) !=
@@ -362,8 +358,7 @@ void set_port_vlan_mode(const CommandRecord& record) {
     const ServicePort service = service_port_in(record);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: SET_IGMP_PORT_VLAN_MODE port_no =%d tag_mode =%d temp = %d temp_scd "
-            "= %d\r\n",
+            "\r\n[MC_DBG_CFG]: SET_IGMP_PORT_VLAN_MODE port_no =%d tag_mode =%d temp = %d temp_scd = %d\r\n",
             service.port, service.mode, service.vlan, service.vlan2);
     }
     if (igmp_port_vlan_and_mode_set(service.port, service.mode, service.vlan, service.vlan2) != 0 &&
@@ -434,8 +429,7 @@ void set_control_list(const CommandRecord& record) {
     const std::uint32_t end = record.be32(17);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: SET_OMCI_PORT_TO_CONTROL_MULTICAST_LIST_TABLE port = %d add_delete "
-            "= %d vlan_id = %d             multi_range_start = %d multi_range_end  = %d\r\n",
+            "\r\n[MC_DBG_CFG]: SET_OMCI_PORT_TO_CONTROL_MULTICAST_LIST_TABLE port = %d add_delete = %d vlan_id = %d             multi_range_start = %d multi_range_end  = %d\r\n",
             port, add_delete, vlan, start, end);
     }
     if (omci_set_port_to_control_multicast_list_table(port, add_delete, vlan, start, end) != 0 &&
@@ -466,8 +460,7 @@ void add_standard_groups(const CommandRecord& record) {
     const GroupRange range = group_range_in(record);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: STD_OMCI_ADD_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = "
-            "%d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
+            "\r\n[MC_DBG_CFG]: STD_OMCI_ADD_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = %d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
             range.port, range.start, range.end, range.bandwidth, range.vlan);
     }
     if (onu_std_omci_add_auth_igmp_group_vlan_config(range.port, range.start, range.end,
@@ -481,8 +474,7 @@ void delete_standard_groups(const CommandRecord& record) {
     const GroupRange range = group_range_in(record);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: STD_OMCI_DEL_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = "
-            "%d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
+            "\r\n[MC_DBG_CFG]: STD_OMCI_DEL_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = %d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
             range.port, range.start, range.end, range.bandwidth, range.vlan);
     }
     if (onu_std_omci_delete_auth_igmp_group_vlan_config(range.port, range.start, range.end,
@@ -503,8 +495,7 @@ void clear_standard_groups(const CommandRecord& record) {
     if (onu_std_omci_clear_port_all_auth_igmp_group_vlan_config(port, kAllVlans) != 0 &&
         igmp_says(kErrors)) {
         std::printf(
-            "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_clear_port_all_auth_igmp_group_vlan_config "
-            "Fail");
+            "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_clear_port_all_auth_igmp_group_vlan_config Fail");
     }
 }
 
@@ -513,8 +504,7 @@ void add_groups(const CommandRecord& record) {
     const GroupRange range = group_range_in(record);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: OMCI_ADD_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = %d "
-            "multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
+            "\r\n[MC_DBG_CFG]: OMCI_ADD_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = %d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
             range.port, range.start, range.end, range.bandwidth, range.vlan);
     }
     if (onu_omci_add_auth_igmp_group_vlan_config(range.port, range.start, range.end,
@@ -544,8 +534,7 @@ void set_oam_control(const CommandRecord& record) {
     const std::uint16_t vlan = record.be16(11);
     if (igmp_says(kConfig)) {
         std::printf(
-            "\r\n[MC_DBG_CFG]: MC_OAM_SET_CONTROL_2 add_delete  = %d port_no  = %d vlan_id  = "
-            "%d\r\n",
+            "\r\n[MC_DBG_CFG]: MC_OAM_SET_CONTROL_2 add_delete  = %d port_no  = %d vlan_id  = %d\r\n",
             add_delete, port, vlan);
     }
     IgmpOamControl rest = {record.be32(13), record.u8(17), record.u8(18)};

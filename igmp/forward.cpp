@@ -24,8 +24,7 @@ struct IgmpHandler {
     static void say_no_rule_down() {
         if (igmp_says(kFlow)) {
             std::puts(
-                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct "
-                "pass!\r");
+                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r");
         }
     }
 };

@@ -37,8 +37,7 @@ void IgmpSide::dump_sent(const std::uint8_t* frame, std::uint16_t len, std::uint
 void IgmpSide::say_transmit(std::uint16_t port, std::uint16_t len) {
     if (says(kFlow)) {
         std::printf(
-            "\r\n[MC_DBG_DBG]: l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = "
-            "%d\r\n",
+            "\r\n[MC_DBG_DBG]: l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n",
             port, len, srcPortNum, ponVlan);
     }
 }

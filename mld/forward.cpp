@@ -44,8 +44,7 @@ struct MldSnooping : MldHandler {
     static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
         if (mld_says(kFlow)) {
             std::puts(
-                "\r\n[MC_DBG_DBG]: Enter mld_snoop_handle,uplink can't find vlanconfig! direct "
-                "pass!\r");
+                "\r\n[MC_DBG_DBG]: Enter mld_snoop_handle,uplink can't find vlanconfig! direct pass!\r");
         }
         send<MldSide>(copy.bytes, frame.len, mldInitParams.port[p].port_id);
     }
@@ -72,8 +71,7 @@ struct MldControl : MldHandler {
     static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
         if (mld_says(kFlow)) {
             std::puts(
-                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct "
-                "pass!\r");
+                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r");
         }
         send<MldSide>(copy.bytes, frame.len, portState[p].port_id);
     }

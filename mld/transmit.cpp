@@ -41,8 +41,7 @@ void MldSide::dump_sent(const std::uint8_t* frame, std::uint16_t len, std::uint1
 void MldSide::say_transmit(std::uint16_t port, std::uint16_t len) {
     if (says(kFlow)) {
         std::printf(
-            "\r\n[MC_DBG_DBG]: mld_l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan "
-            "= %d\r\n",
+            "\r\n[MC_DBG_DBG]: mld_l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n",
             port, len, mldInitParams.srcPortNum, ponVlan);
     }
 }

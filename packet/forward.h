@@ -62,8 +62,7 @@ void search_downlink_vlans(std::uint32_t vid, std::uint16_t (&counts)[Side::kDow
             const PortVlanCfgEntry& rule = Side::rules()[p][j];
             if (Side::says(kFlow)) {
                 std::printf(
-                    "\r\n[MC_DBG_DBG]: searchDownSnoopPortCfgVlan from downlink,vlan(%d) config "
-                    "search!,cfgvlan(%d)\r\n",
+                    "\r\n[MC_DBG_DBG]: searchDownSnoopPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
                     vid, rule.in_dn_vlan & kVidMask);
             }
             const bool matches = (rule.in_dn_vlan & kVidMask) == vid;
@@ -147,8 +146,7 @@ std::uint16_t search_uplink_vlan(std::uint32_t port, std::uint32_t vid) {
         port, vid, [vid](const PortVlanCfgEntry& rule) {
             if (Side::says(kFlow)) {
                 std::printf(
-                    "\r\n[MC_DBG_DBG]: searchUpSnoopPortCfgVlan from downlink,vlan = %d config "
-                    "search!,cfgvlan = %d\r\n",
+                    "\r\n[MC_DBG_DBG]: searchUpSnoopPortCfgVlan from downlink,vlan = %d config search!,cfgvlan = %d\r\n",
                     vid, rule.in_up_vlan & kVidMask);
             }
         });
@@ -174,8 +172,7 @@ void forward_up_by_rule(const Frame& frame, std::uint32_t port, std::uint32_t vi
         send<Side>(frame.bytes, frame.len, MC_UPLINK_PORT);
         if (Side::says(kFlow)) {
             std::puts(
-                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,downlink can't find vlanconfig! direct "
-                "pass!\r");
+                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,downlink can't find vlanconfig! direct pass!\r");
         }
         return;
     }

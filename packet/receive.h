@@ -40,8 +40,7 @@ void say_too_short(FrameKind kind, std::uint32_t len) {
     switch (kind) {
         case FrameKind::kTaggedPppoe:
             std::printf(
-                "\r\n[MC_DBG_ERR]: Frame PPPoE header and vlan tag,but too short "
-                ",abord!<*_*>(%d)\r\n",
+                "\r\n[MC_DBG_ERR]: Frame PPPoE header and vlan tag,but too short ,abord!<*_*>(%d)\r\n",
                 len);
             return;
         case FrameKind::kTagged:
@@ -92,8 +91,7 @@ std::uint32_t search_data_vlan(std::uint32_t port, std::uint32_t vid) {
         port, vid, [vid](const PortVlanCfgEntry& rule) {
             if (Side::says(kFlow)) {
                 std::printf(
-                    "\r\n[MC_DBG_DBG]: recieve paket from downlink,vlan(%d) config "
-                    "search!,cfgvlan(%d)\r\n",
+                    "\r\n[MC_DBG_DBG]: recieve paket from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
                     vid, rule.in_up_vlan & kVidMask);
             }
         });

@@ -68,8 +68,7 @@ void search_send_vlans(std::uint16_t port, std::uint16_t vid, ResultVlans& resul
         const PortVlanCfgEntry& rule = rules[result.count][j];
         if (Side::says(kFlow)) {
             std::printf(
-                "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(%d) config "
-                "search!,cfgvlan(%d)\r\n",
+                "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
                 vid, rule.in_up_vlan);
         }
         if (rule.in_data_vlan == vid) result.vlan[result.count++] = rule.out_dn_vlan;

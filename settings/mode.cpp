@@ -72,8 +72,7 @@ std::int32_t onu_std_omci_set_multicast_mode(std::uint32_t std_mode) {
     if (mode == 1 || mode == 2) {
         if (igmp_says(kErrors)) {
             std::printf(
-                "\r\n[MC_DBG_ERR]: \n ERROR!std_omci_set_multicast_mode Fail(don't support this "
-                "mode!)");
+                "\r\n[MC_DBG_ERR]: \n ERROR!std_omci_set_multicast_mode Fail(don't support this mode!)");
         }
         return -1;
     }
