@@ -34,14 +34,14 @@ constexpr std::array<MaskName, 6> kMaskNames{{
 }};
 
 constexpr const char* kFooter =
-    "With --json the diagnostics of the library go to standard error, so that standard output "
-    "holds\n"
-    "the JSON object alone; it leaves out how long the replay took, so that equal replays print\n"
-    "equal objects.\n"
+    "With --json the diagnostics of the library and what commands show go to standard error, so\n"
+    "that standard output holds the JSON object alone; it leaves out how long the replay took, so\n"
+    "that equal replays print equal objects.\n"
     "\n"
     "Exit status: 0 done; 1 a capture broke in its middle, an output is incomplete or the library\n"
     "did not start; 2 the command line or a file it names cannot be used, nothing was replayed;\n"
-    "130 interrupted (the summary covers what was replayed).";
+    "130 interrupted (the summary covers what was replayed). The signal that ends --hold is no\n"
+    "interruption.";
 
 /* The whole text as an unsigned number, decimal or with a leading 0x. */
 std::optional<std::uint32_t> parse_number(std::string_view text) {
@@ -115,7 +115,9 @@ struct Words {
     std::string debug;
     int onu_id = 1;
     double tail_s = 0;
+    std::string commands;
     bool json = false;
+    bool hold = false;
 };
 
 CLI::App* declare_replay(CLI::App& app, Words& words) {
@@ -123,7 +125,8 @@ CLI::App* declare_replay(CLI::App& app, Words& words) {
         "replay", "Feeds captures to the node, as fast as it goes, and sums up what it did");
     replay
         ->add_option("scenario", words.scenario,
-                     "Folder with the captures: any of port0.pcap to port5.pcap and uplink.pcap")
+                     "Folder with the captures: any of port0.pcap to port5.pcap and uplink.pcap, "
+                     "and the commands, commands.txt, if there are any")
         ->type_name("SCENARIO_DIR");
     replay
         ->add_option("--port", words.ports, "Capture of the frames that come in at a port, 0 to 5")
@@ -139,6 +142,12 @@ CLI::App* declare_replay(CLI::App& app, Words& words) {
                      "Write the frames sent to one capture a port in this folder")
         ->type_name("DIR")
         ->take_last();
+    replay
+        ->add_option("--commands", words.commands,
+                     "Run these commands during the replay, in place of the folder's commands.txt: "
+                     "lines of SECONDS WORDS, the words as for mcctl")
+        ->type_name("FILE")
+        ->take_last();
     replay->add_option("--onu-id", words.onu_id, "ONU id, 255 for none (default 1)")
         ->type_name("0..255")
         ->take_last();
@@ -153,6 +162,9 @@ CLI::App* declare_replay(CLI::App& app, Words& words) {
         ->add_option("--until", words.tail_s, "Let timers run on for so long after the last frame")
         ->type_name("SECONDS")
         ->take_last();
+    replay->add_flag("--hold", words.hold,
+                     "Stay after the summary and take commands from the queue until SIGINT or "
+                     "SIGTERM; the clock stands still");
     replay->footer(kFooter);
     return replay;
 }
@@ -165,6 +177,16 @@ std::vector<capture::Input> inputs_of(const Words& words) {
     if (inputs.empty()) throw UsageError("no captures: give a folder, --port or --uplink");
     std::ranges::sort(inputs, {}, &capture::Input::port);
     return inputs;
+}
+
+/* The file named, else the folder's own; a folder need not have one. */
+std::vector<TimedCommand> commands_of(const Words& words) {
+    if (!words.commands.empty()) return read_commands(words.commands);
+    if (words.scenario.empty()) return {};
+    const std::filesystem::path file = std::filesystem::path(words.scenario) / "commands.txt";
+    std::error_code unknown;
+    if (!std::filesystem::exists(file, unknown)) return {};
+    return read_commands(file);
 }
 
 ReplayArguments meaning_of(const Words& words) {
@@ -182,6 +204,8 @@ ReplayArguments meaning_of(const Words& words) {
     }
     arguments.tail_us = static_cast<std::uint64_t>(std::llround(words.tail_s * kMicrosPerSecond));
     arguments.json = words.json;
+    arguments.hold = words.hold;
+    arguments.commands = commands_of(words);
     return arguments;
 }
 

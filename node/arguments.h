@@ -4,11 +4,12 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "node/capture/capture_merge.h"
+#include "node/timed_commands.h"
+#include "node/usage_error.h"
 
 namespace node {
 
@@ -19,11 +20,8 @@ struct ReplayArguments {
     std::uint32_t debug = 0;  // for mc_debug and mld_debug
     std::uint64_t tail_us = 0;
     bool json = false;
-};
-
-/* Something is wrong with the command line; what() is the one line to show. */
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    bool hold = false;                   // stay for commands from the queue once the replay is over
+    std::vector<TimedCommand> commands;  // in the order of their times
 };
 
 /*

@@ -11,12 +11,14 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "adapt/adapt.h"
@@ -27,6 +29,7 @@
 #include "node/core/development_core.h"
 #include "node/progress_line.h"
 #include "node/summary.h"
+#include "node/timed_commands.h"
 
 namespace {
 
@@ -43,16 +46,23 @@ constexpr std::chrono::seconds kPatienceForPacketTask{10};  // start-up takes mi
 constexpr std::chrono::seconds kPatienceForLastFrame{2};
 
 std::atomic<bool> interrupted = false;
+std::atomic<std::size_t> commands_run = 0;
 
 extern "C" void note_interrupt(int /*signal*/) { interrupted = true; }
 
 void complain(const std::string& line) { std::fprintf(stderr, "mc_node: %s\n", line.c_str()); }
 
-void catch_interrupt() {
+void catch_interrupt(bool hold) {
     struct sigaction action {};
     action.sa_handler = note_interrupt;
     action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
+    if (hold) sigaction(SIGTERM, &action, nullptr);
+}
+
+/* The command task works on meanwhile. */
+void hold_until_interrupted() {
+    while (!interrupted) std::this_thread::sleep_for(kLook);
 }
 
 /*
@@ -80,7 +90,8 @@ capture::Replay replay_of(const node::ReplayArguments& arguments) {
             arguments.output,
             arguments.onu_id,
             arguments.tail_us,
-            {devcore::set_clock, devcore::next_timer}};
+            {devcore::set_clock, devcore::next_timer},
+            node::events_of(arguments.commands, [] { ++commands_run; })};
 }
 
 /* Runs the library over the captures. False when it never came for the frames. */
@@ -92,7 +103,8 @@ bool run_replay(const node::ReplayArguments& arguments) {
     driver.start();
 
     // Diagnostics on the same terminal would tear the progress line apart.
-    node::ProgressLine progress(total_bytes(arguments.inputs), arguments.debug == 0);
+    const bool silent = arguments.debug == 0 && arguments.commands.empty();
+    node::ProgressLine progress(total_bytes(arguments.inputs), silent);
     const auto start = steady_clock::now();
     bool started = true;
     while (!interrupted && started && !driver.wait_until_finished(kLook)) {
@@ -116,7 +128,9 @@ int replay(const node::ReplayArguments& arguments) {
         complain("standard output cannot be diverted");
         return kFailed;
     }
-    catch_interrupt();
+    catch_interrupt(arguments.hold);
+    // What a command shows is to be seen when it ran, not when the node ends.
+    if (arguments.hold) std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const auto start = steady_clock::now();
     if (!run_replay(arguments)) {
         complain("the library started no packet task");
@@ -124,9 +138,9 @@ int replay(const node::ReplayArguments& arguments) {
     }
     const std::chrono::duration<double> took = steady_clock::now() - start;
 
-    const node::Summary summary{arguments,           driver.report(),
-                                devcore::counters(), devcore::memberships(),
-                                interrupted,         took.count()};
+    const node::Summary summary{
+        arguments,    driver.report(), devcore::counters(), devcore::memberships(),
+        commands_run, interrupted,     took.count()};
     const std::string text = arguments.json ? node::as_json(summary) : node::as_text(summary);
     bool complete = summary.report.failures.empty();
     if (std::fputs(text.c_str(), out) < 0 || std::fflush(out) != 0) {
@@ -134,7 +148,8 @@ int replay(const node::ReplayArguments& arguments) {
         complete = false;
     }
     for (const std::string& line : summary.report.failures) complain(line);
-    if (interrupted) return kInterrupted;
+    if (summary.interrupted) return kInterrupted;
+    if (arguments.hold) hold_until_interrupted();
     return complete ? kDone : kFailed;
 }
 

@@ -105,6 +105,19 @@ std::string time_text(const Summary& summary) {
            (summary.interrupted ? ", interrupted: this is what was replayed until then\n" : "\n");
 }
 
+/* Empty when none were to run: most replays have none. */
+std::string commands_text(const Summary& summary) {
+    const std::vector<TimedCommand>& commands = summary.arguments.commands;
+    if (commands.empty()) return "";
+    Table table("Commands", {{"at s"}, {"command", Align::kLeft}});
+    for (std::size_t i = 0; i < summary.commands_run; ++i) {
+        table.add({fixed(seconds(commands[i].after_us), 3), commands[i].words});
+    }
+    const std::size_t left = commands.size() - summary.commands_run;
+    if (left == 0) return table.text();
+    return table.text() + "  not run: " + number(left) + ", behind the end of the replay\n";
+}
+
 std::string frames_in_text(const Counters& counters) {
     Table table("Frames in", {{"port", Align::kLeft},
                               {"total"},
@@ -302,6 +315,17 @@ ordered_json time_json(const Summary& summary) {
             {"span_s", seconds(span->last_us - span->first_us)}};
 }
 
+ordered_json commands_json(const Summary& summary) {
+    const std::vector<TimedCommand>& commands = summary.arguments.commands;
+    ordered_json rows = ordered_json::array();
+    for (std::size_t i = 0; i < summary.commands_run; ++i) {
+        rows.push_back({{"at_s", seconds(commands[i].after_us)},
+                        {"code", commands[i].code},
+                        {"command", commands[i].words}});
+    }
+    return rows;
+}
+
 ordered_json frames_in_json(const Counters& counters) {
     ordered_json rows = ordered_json::array();
     for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
@@ -390,6 +414,7 @@ std::string as_text(const Summary& summary) {
     const std::string parts[]{
         captures_text(summary),
         time_text(summary),
+        commands_text(summary),
         frames_in_text(counters),
         frames_out_text(counters),
         counts_text("Received by the core", "messages",
@@ -399,8 +424,11 @@ std::string as_text(const Summary& summary) {
         memberships_text(summary),
         switch_text(summary),
     };
-    std::string text = summary.arguments.debug != 0 ? "\n\n" : "";
-    for (const std::string& part : parts) text += (&part == parts ? "" : "\n") + part;
+    const bool on_console = summary.arguments.debug != 0 || summary.commands_run > 0;
+    std::string text = on_console ? "\n\n" : "";
+    for (const std::string& part : parts) {
+        if (!part.empty()) text += (&part == parts ? "" : "\n") + part;
+    }
     return text;
 }
 
@@ -413,6 +441,8 @@ std::string as_json(const Summary& summary) {
         {"interrupted", summary.interrupted},
         {"failures", summary.report.failures},
         {"time", time_json(summary)},
+        {"commands", commands_json(summary)},
+        {"commands_not_run", summary.arguments.commands.size() - summary.commands_run},
         {"frames_in", frames_in_json(counters)},
         {"frames_out", frames_out_json(counters)},
         {"core", core_json(summary.core)},

@@ -1,6 +1,7 @@
 /* What a replay came to, as tables to be read and as one JSON object. */
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@ struct Summary {
     capture::Report report;
     devcore::Counters core;
     std::vector<devcore::Membership> memberships;
+    std::size_t commands_run;  // so many of the arguments' commands, from the first on
     bool interrupted;
     double took_s;
 };

@@ -1,0 +1,109 @@
+#include "node/timed_commands.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <optional>
+#include <system_error>
+
+#include "node/usage_error.h"
+#include "tools/command_line.h"
+
+namespace node {
+namespace {
+
+constexpr double kMicrosPerSecond = 1e6;
+constexpr double kLatest = 1e9;  // seconds; far beyond use, and safe to add to any stamp
+
+/* "30" or "30.5": the whole text, without a sign or an exponent. */
+std::optional<double> parse_seconds(const std::string& text) {
+    if (text.find_first_not_of("0123456789.") != std::string::npos) return std::nullopt;
+    double value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
+    if (error != std::errc{} || stop != end || value > kLatest) return std::nullopt;
+    return value;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+/* Nothing for a line that says nothing. Throws UsageError or commands::UsageError. */
+std::optional<TimedCommand> parse_line(const std::string& line) {
+    std::vector<std::string> words = commands::split(line);
+    if (words.empty()) return std::nullopt;
+    const auto after_s = parse_seconds(words.front());
+    if (!after_s) {
+        throw UsageError("'" + words.front() +
+                         "' is no time: seconds such as 30 or 30.5 come first");
+    }
+    words.erase(words.begin());
+    if (words.empty()) throw UsageError("there is no command behind the time");
+
+    const commands::Record record = commands::encode(words);
+    TimedCommand command;
+    command.after_us = static_cast<std::uint64_t>(std::llround(*after_s * kMicrosPerSecond));
+    command.code = record.code;
+    command.words = joined(words);
+    std::ranges::copy_n(
+        record.bytes.begin(),
+        static_cast<std::ptrdiff_t>(std::min(record.bytes.size(), command.image.size())),
+        command.image.begin());
+    return command;
+}
+
+void run(const TimedCommand& command) {
+    // The library's lines begin with a line end instead of ending in one.
+    std::printf("\n[%.3f s] %s\n", static_cast<double>(command.after_us) / kMicrosPerSecond,
+                command.words.c_str());
+    (void)process_interface_msg(command.image.data());  // always 0
+}
+
+}  // namespace
+
+std::vector<TimedCommand> read_commands(const std::filesystem::path& file) {
+    std::ifstream lines(file);
+    std::vector<TimedCommand> commands;
+    std::size_t number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        if (line.ends_with('\r')) line.pop_back();
+        const auto complaint = [&](const std::runtime_error& error) {
+            return UsageError(file.string() + ":" + std::to_string(number) + ": " + error.what());
+        };
+        try {
+            if (auto command = parse_line(line)) commands.push_back(std::move(*command));
+        } catch (const UsageError& error) {
+            throw complaint(error);
+        } catch (const commands::UsageError& error) {
+            throw complaint(error);
+        }
+    }
+    // The end is the one thing that reading a whole file must come to; a folder does not even open.
+    if (!lines.eof()) throw UsageError(file.string() + ": cannot be read");
+    std::ranges::stable_sort(commands, {}, &TimedCommand::after_us);
+    return commands;
+}
+
+/*
+ * On a device the command task runs commands, while the packet task handles frames. Here the packet
+ * task runs them between two frames: only then does a replay come out the same each time.
+ */
+std::vector<capture::Event> events_of(const std::vector<TimedCommand>& commands,
+                                      const std::function<void()>& ran) {
+    std::vector<capture::Event> events;
+    for (const TimedCommand& command : commands) {
+        events.push_back({command.after_us, [command, ran] {
+                              run(command);
+                              ran();
+                          }});
+    }
+    return events;
+}
+
+}  // namespace node

@@ -1,0 +1,244 @@
+#include "tools/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "tools/command_table.h"
+#include "tools/documents.h"
+#include "tools/values.h"
+
+namespace commands {
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr std::uint32_t kRecordSize = 132;
+constexpr std::uint32_t kHeader = 8;
+constexpr std::uint32_t kLargestCode = 0x7FFFFFFF;  // what a message's type holds everywhere
+
+bool begins_with(const Command& command, const Words& words) {
+    return words.size() >= command.path.size() &&
+           std::equal(command.path.begin(), command.path.end(), words.begin());
+}
+
+// The command with the longest path that the words begin with: `fast-leave all` is not
+// `fast-leave`.
+const Command* find_command(const Words& words) {
+    const Command* found = nullptr;
+    for (const Command& command : table()) {
+        if (!begins_with(command, words)) continue;
+        if (found == nullptr || command.path.size() > found->path.size()) found = &command;
+    }
+    return found;
+}
+
+std::string join(const std::vector<std::string_view>& words) {
+    std::string text;
+    for (const std::string_view word : words) {
+        if (!text.empty()) text += ", ";
+        text += word;
+    }
+    return text;
+}
+
+// Words that match no command: says how far they went.
+[[noreturn]] void refuse(const Words& words) {
+    if (words.empty()) throw UsageError("no command: --help lists them");
+    std::string known;
+    Words prefix;
+    for (const std::string& word : words) {
+        prefix.push_back(word);
+        if (next_words(prefix).empty()) break;
+        known += (known.empty() ? "" : " ") + word;
+    }
+    if (known.empty()) throw UsageError("unknown command '" + words.front() + "'");
+    if (prefix.size() == words.size() && !next_words(prefix).empty()) {
+        throw UsageError("'" + known + "' is followed by one of " + join(next_words(prefix)));
+    }
+    const std::string wrong = prefix.back();
+    prefix.pop_back();
+    throw UsageError("'" + known + "' is followed by one of " + join(next_words(prefix)) +
+                     ", not by '" + wrong + "'");
+}
+
+std::string describe(const Field& field) {
+    std::string text(field.help);
+    text += ": " + describe_values(field);
+    const std::string otherwise = describe_default(field);
+    if (!otherwise.empty()) text += "; default: " + otherwise;
+    return text;
+}
+
+// The parser of one command: the texts behind the path, by the names of the fields.
+class Parser {
+ public:
+    explicit Parser(const Command& command)
+        : app_(std::string(command.help), "mcctl " + path_text(command)) {
+        app_.set_help_flag();
+        for (const Field& field : command.fields) {
+            const std::string name(field.name);
+            CLI::Option* const option = app_.add_option(name, texts_[name], describe(field));
+            option->type_name(field.is_option() ? "VALUE" : "");
+            option->required(field.is_required());
+        }
+    }
+
+    std::string help() const { return app_.help(); }
+
+    // The first words are the command's path.
+    void parse(const Words& words, std::size_t skipped) {
+        // The library takes the words from the back.
+        Words reversed(words.rbegin(), words.rend() - static_cast<std::ptrdiff_t>(skipped));
+        try {
+            app_.parse(reversed);
+        } catch (const CLI::Error& error) {
+            throw UsageError(one_line(error.what()));
+        }
+    }
+
+    const std::string* text_of(const Field& field) const {
+        const std::string name(field.name);
+        return app_.count(name) == 0 ? nullptr : &texts_.at(name);
+    }
+
+ private:
+    static std::string one_line(std::string text) {
+        std::ranges::replace(text, '\n', ' ');
+        return text;
+    }
+
+    CLI::App app_;
+    std::map<std::string, std::string> texts_;
+};
+
+class Values {
+ public:
+    Values(const Command& command, const Parser& parser) {
+        for (const Field& field : command.fields) {
+            const std::string* const text = parser.text_of(field);
+            if (text != nullptr) given_[field.name] = read_value(field, *text);
+        }
+        for (const Order& order : command.ordered) check(order);
+    }
+
+    std::uint32_t of(const Field& field) const {
+        for (const std::string_view name : {field.name, field.like}) {
+            const auto found = given_.find(name);
+            if (found != given_.end()) return found->second;
+        }
+        return field.fallback.value_or(0);
+    }
+
+ private:
+    void check(const Order& order) const {
+        if (!given_.contains(order.high) || given_.at(order.low) <= given_.at(order.high)) return;
+        throw UsageError(std::string(order.low) + " is above " + std::string(order.high));
+    }
+
+    std::map<std::string_view, std::uint32_t> given_;
+};
+
+void store(std::vector<std::uint8_t>& bytes, std::uint32_t offset, std::uint32_t width,
+           std::uint32_t value) {
+    for (std::uint32_t i = 0; i < width; ++i) {
+        bytes.at(offset + i) = static_cast<std::uint8_t>(value >> (8 * (width - 1 - i)));
+    }
+}
+
+Record empty_record(std::uint32_t code, std::uint32_t size) {
+    Record record{code, std::vector<std::uint8_t>(size)};
+    store(record.bytes, 0, 4, code);
+    store(record.bytes, 4, 4, size);
+    return record;
+}
+
+Record encode_fields(const Command& command, const Words& words) {
+    Parser parser(command);
+    parser.parse(words, command.path.size());
+    const Values values(command, parser);
+    Record record = empty_record(command.code, command.record_size());
+    for (const Field& field : command.fields) {
+        store(record.bytes, field.offset, field.width, values.of(field) + field.added);
+    }
+    return record;
+}
+
+// raw CODE [HEX ...]
+Record encode_raw(const Words& words) {
+    std::uint32_t code = 0;
+    if (words.size() < 2) throw UsageError("raw: CODE is missing");
+    if (!read_number(words[1], code) || code == 0 || code > kLargestCode) {
+        throw UsageError("raw: '" + words[1] + "' is not one of 1 to 2147483647");
+    }
+    std::string digits;
+    for (std::size_t i = 2; i < words.size(); ++i) digits += words[i];
+    const auto wrong = std::ranges::find_if_not(digits, [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    });
+    if (wrong != digits.end()) {
+        throw UsageError(std::string("raw: '") + *wrong + "' is not a hexadecimal digit");
+    }
+    if (digits.size() % 2 != 0) throw UsageError("raw: half a byte is left over");
+    if (digits.size() / 2 > kRecordSize - kHeader) {
+        throw UsageError("raw: " + std::to_string(digits.size() / 2) + " bytes do not fit, 124 do");
+    }
+    Record record = empty_record(code, kHeader + static_cast<std::uint32_t>(digits.size() / 2));
+    for (std::size_t i = 0; i < digits.size() / 2; ++i) {
+        record.bytes[kHeader + i] =
+            static_cast<std::uint8_t>(std::stoul(digits.substr(2 * i, 2), nullptr, 16));
+    }
+    return record;
+}
+
+}  // namespace
+
+Record encode(const std::vector<std::string>& words) {
+    if (!words.empty() && words.front() == "raw") return encode_raw(words);
+    const Command* const command = find_command(words);
+    if (command == nullptr) refuse(words);
+    try {
+        return encode_fields(*command, words);
+    } catch (const UsageError& error) {
+        throw UsageError(path_text(*command) + ": " + error.what());
+    }
+}
+
+std::vector<std::string> split(const std::string& line) {
+    Words words;
+    std::optional<std::string> word;  // "" is a word too
+    char quote = 0;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        const bool last = i + 1 == line.size();
+        if (quote != 0 && c == quote) {
+            quote = 0;
+        } else if (quote == '"' && c == '\\' && !last &&
+                   (line[i + 1] == '"' || line[i + 1] == '\\')) {
+            *word += line[++i];
+        } else if (quote != 0) {
+            *word += c;
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+            if (!word) word.emplace();
+        } else if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+            if (word) words.push_back(*std::exchange(word, std::nullopt));
+        } else if (c == '#' && !word) {
+            break;
+        } else {
+            if (!word) word.emplace();
+            *word += c == '\\' && !last ? line[++i] : c;
+        }
+    }
+    if (quote != 0) throw UsageError(std::string("a ") + quote + " is not closed");
+    if (word) words.push_back(*word);
+    return words;
+}
+
+std::string help_of_command(const Command& command) { return Parser(command).help(); }
+
+}  // namespace commands

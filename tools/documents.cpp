@@ -1,0 +1,275 @@
+#include "tools/documents.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <set>
+
+#include "tools/command_line.h"
+#include "tools/values.h"
+
+namespace commands {
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr std::string_view kOverview =
+    "mcctl posts commands to the multicast adaptation layer on message queue 81.\n"
+    "\n"
+    "Usage: mcctl [--dry-run] COMMAND ...\n"
+    "       mcctl COMMAND --help     the options of a command\n"
+    "       mcctl --reference        all commands as Markdown\n"
+    "       mcctl completion bash    a script for: source <(mcctl completion bash)\n"
+    "\n"
+    "  --dry-run  prints the record instead of posting it\n"
+    "\n"
+    "Numbers are decimal, or hexadecimal behind 0x. Exit status: 0 posted; 1 the queue is not\n"
+    "there, full or not ours to write; 2 the command or a value is wrong, nothing was posted.\n"
+    "\n"
+    "Commands:\n";
+
+constexpr std::string_view kRawHelp = "Any code with a payload in hexadecimal.";
+constexpr std::string_view kRawUsage =
+    "Any code, 1 to 2147483647, with up to 124 bytes of payload in hexadecimal. Nothing is "
+    "checked.\n"
+    "Usage: mcctl raw CODE [HEX ...]\n";
+
+constexpr std::string_view kReferenceHead =
+    "# Commands\n"
+    "\n"
+    "`mcctl` posts these commands on System V message queue 81, where one task takes them in\n"
+    "turn. This file is the output of `mcctl --reference`: change `tools/command_table.cpp`, then\n"
+    "write it again.\n"
+    "\n"
+    "A record begins with the command's code and its length, 4 bytes each, and goes on with the\n"
+    "fields of the tables below: offsets count from the start of the record, every field is\n"
+    "big-endian, bytes that no field covers are 0. In the message the code is the type word and\n"
+    "the rest is the text. A number may be written in hexadecimal behind `0x`; a word stands for\n"
+    "the number in parentheses. With `--dry-run` the record is printed, as in the examples.\n"
+    "\n"
+    "The receiver checks almost nothing, so `mcctl` does: it ends with status 2 and one line when\n"
+    "a command or a value is wrong, with 1 when the queue is not there, full, or not ours to\n"
+    "write, otherwise with 0. Nothing comes back: what a command did shows on the console of the\n"
+    "node.\n";
+
+bool continues(const Command& command, const Words& prefix) {
+    return command.path.size() >= prefix.size() &&
+           std::equal(prefix.begin(), prefix.end(), command.path.begin());
+}
+
+// A command line of usage: fields that may be left out stand in brackets.
+std::string usage(const Command& command) {
+    std::string text = path_text(command);
+    for (const Field& field : command.fields) {
+        std::string one(field.name);
+        if (field.is_option()) one += " VALUE";
+        text += field.is_required() ? " " + one : " [" + one + "]";
+    }
+    return text;
+}
+
+std::string list_of(const Words& prefix) {
+    std::string text;
+    for (const Command& command : table()) {
+        if (!continues(command, prefix)) continue;
+        std::string line = "  " + path_text(command);
+        line.resize(std::max<std::size_t>(line.size() + 2, 26), ' ');
+        text +=
+            line + std::string(command.help.substr(0, command.help.find_first_of(".;:("))) + "\n";
+    }
+    return text;
+}
+
+std::string code_block(const std::string& text) { return "```\n" + text + "```\n"; }
+
+std::string field_table(const Command& command) {
+    if (command.fields.empty()) return {};
+    std::string text =
+        "\n| Argument | Values | Default | Offset | Bytes | Meaning |\n"
+        "|---|---|---|---|---|---|\n";
+    std::vector<Field> sorted = command.fields;
+    std::ranges::sort(sorted, {}, &Field::offset);
+    for (const Field& field : sorted) {
+        const std::string otherwise = describe_default(field);
+        text += "| `" + std::string(field.name) + "` | " + describe_values(field) + " | " +
+                (otherwise.empty() ? "required" : otherwise) + " | " +
+                std::to_string(field.offset) + " | " + std::to_string(field.width) + " | " +
+                std::string(field.help) +
+                (field.added != 0 ? ", sent plus " + std::to_string(field.added) : "") + " |\n";
+    }
+    return text;
+}
+
+std::string example_of(const Command& command) {
+    std::string line = path_text(command);
+    if (!command.example.empty()) line += " " + std::string(command.example);
+    return "$ mcctl --dry-run " + line + "\n" + hex_text(encode(split(line)).bytes) + "\n";
+}
+
+std::string section(const Command& command) {
+    return "\n## " + path_text(command) + "\n\n" + std::string(command.help) + " Code " +
+           std::to_string(command.code) + ", record of " + std::to_string(command.record_size()) +
+           " bytes.\n\n" + code_block(usage(command) + "\n") + field_table(command) + "\n" +
+           code_block(example_of(command));
+}
+
+// ---- Completion ---------------------------------------------------------------------------------
+
+std::string join(const std::vector<std::string_view>& words) {
+    std::string text;
+    for (const std::string_view word : words) {
+        if (!text.empty()) text += ' ';
+        text += word;
+    }
+    return text;
+}
+
+// Words that may stand for a value, and the numbers of a short range.
+std::vector<std::string> values_to_offer(const Field& field) {
+    constexpr std::uint32_t kShort = 8;
+    std::vector<std::string> values;
+    if (!field.is_address() && field.least <= field.most && field.most - field.least < kShort &&
+        field.kind != Kind::kChoice) {
+        for (std::uint32_t value = field.least; value <= field.most; ++value) {
+            values.push_back(std::to_string(value));
+        }
+    }
+    for (const Choice& choice : field.words) values.emplace_back(choice.word);
+    return values;
+}
+
+std::string offer(const std::vector<std::string>& words) {
+    return join({words.begin(), words.end()});
+}
+
+// All paths and beginnings of paths, each once.
+std::vector<Words> all_prefixes() {
+    std::vector<Words> prefixes;
+    for (const Command& command : table()) {
+        for (std::size_t length = 1; length <= command.path.size(); ++length) {
+            Words prefix(command.path.begin(),
+                         command.path.begin() + static_cast<std::ptrdiff_t>(length));
+            if (std::ranges::find(prefixes, prefix) == prefixes.end()) prefixes.push_back(prefix);
+        }
+    }
+    return prefixes;
+}
+
+std::string text_of(const Words& words) { return join({words.begin(), words.end()}); }
+
+// What may follow a path: further words of paths, options, and the words of its arguments.
+std::string candidates(const Words& path) {
+    std::vector<std::string> words;
+    for (const std::string_view word : next_words(path)) words.emplace_back(word);
+    for (const Command& command : table()) {
+        if (command.path.size() != path.size() || !continues(command, path)) continue;
+        for (const Field& field : command.fields) {
+            if (field.is_option()) {
+                words.emplace_back(field.name);
+            } else {
+                std::ranges::move(values_to_offer(field), std::back_inserter(words));
+            }
+        }
+    }
+    words.emplace_back("--help");
+    return offer(words);
+}
+
+}  // namespace
+
+std::vector<std::string_view> next_words(const std::vector<std::string>& path) {
+    std::vector<std::string_view> words;
+    for (const Command& command : table()) {
+        if (command.path.size() <= path.size() || !continues(command, path)) continue;
+        const std::string_view word = command.path[path.size()];
+        if (std::ranges::find(words, word) == words.end()) words.push_back(word);
+    }
+    return words;
+}
+
+std::string help(const std::vector<std::string>& words) {
+    if (words.empty()) {
+        return std::string(kOverview) + list_of({}) + "  raw                     " +
+               std::string(kRawHelp.substr(0, kRawHelp.size() - 1)) + "\n";
+    }
+    if (words.front() == "raw") return std::string(kRawUsage);
+    std::string text;
+    // Help on a command that was begun already: what follows its path does not matter.
+    for (std::size_t length = words.size(); length > 0 && text.empty(); --length) {
+        const Words path(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(length));
+        for (const Command& command : table()) {
+            if (command.path.size() == length && continues(command, path)) {
+                text = help_of_command(command);
+            }
+        }
+        const std::string further = next_words(path).empty() ? "" : list_of(path);
+        if (!further.empty()) text += (text.empty() ? "" : "\n") + ("Commands:\n" + further);
+    }
+    if (text.empty()) throw UsageError("unknown command '" + words.front() + "'");
+    return text;
+}
+
+std::string reference() {
+    std::string text(kReferenceHead);
+    for (const Command& command : table()) text += section(command);
+    text += "\n## raw\n\n" + std::string(kRawHelp) +
+            " The code is 1 to 2147483647, the payload has up to 124 bytes; nothing is checked.\n"
+            "\n" +
+            code_block("raw CODE [HEX ...]\n") + "\n" +
+            code_block("$ mcctl --dry-run raw 9999 0a0b\n" +
+                       hex_text(encode({"raw", "9999", "0a0b"}).bytes) + "\n");
+    return text;
+}
+
+std::string bash_completion() {
+    std::string paths;
+    std::string values;
+    std::string lists;
+    for (const Words& path : all_prefixes()) {
+        paths += (paths.empty() ? "" : " | ") + ("\"" + text_of(path) + "\"");
+        lists += "    \"" + text_of(path) + "\") list=\"" + candidates(path) + "\" ;;\n";
+    }
+    for (const Command& command : table()) {
+        for (const Field& field : command.fields) {
+            if (!field.is_option()) continue;
+            values += "    \"" + path_text(command) + ":" + std::string(field.name) +
+                      "\") list=\"" + offer(values_to_offer(field)) + "\" ;;\n";
+        }
+    }
+    return "# Completion of mcctl for bash: source <(mcctl completion bash)\n"
+           "_mcctl() {\n"
+           "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}\n"
+           "    local path= list= word\n"
+           "    for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
+           "        [[ $word == --dry-run ]] && continue\n"
+           "        case \"${path:+$path }$word\" in\n"
+           "        " +
+           paths +
+           ") path=\"${path:+$path }$word\" ;;\n"
+           "        *) break ;;\n"
+           "        esac\n"
+           "    done\n"
+           "    COMPREPLY=()\n"
+           "    case \"$path:$prev\" in\n" +
+           values +
+           "    *)\n"
+           "    case \"$path\" in\n"
+           "    \"\") list=\"" +
+           join(next_words({})) + " raw completion --dry-run --reference --help\" ;;\n" + lists +
+           "    esac ;;\n"
+           "    esac\n"
+           "    mapfile -t COMPREPLY < <(compgen -W \"$list\" -- \"$cur\")\n"
+           "}\n"
+           "complete -F _mcctl mcctl\n";
+}
+
+std::string hex_text(const std::vector<std::uint8_t>& bytes) {
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        char digits[4] = {};
+        std::snprintf(digits, sizeof digits, "%02x", unsigned{byte});
+        text += (text.empty() ? "" : " ") + std::string(digits);
+    }
+    return text;
+}
+
+}  // namespace commands

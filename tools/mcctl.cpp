@@ -1,0 +1,108 @@
+/*
+ * mcctl: posts one command on the command queue, by its name.
+ *
+ * The queue belongs to the node. It is never created here: a command that nobody takes would wait
+ * for a node that starts much later.
+ */
+#include <sys/ipc.h>
+#include <sys/msg.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "command/command.h"
+#include "tools/command_line.h"
+#include "tools/documents.h"
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kNotPosted = 1;
+constexpr int kUnusable = 2;
+
+struct QueueError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct Message {
+    long type;
+    char text[MC_RECORD_TEXT];
+};
+
+std::string reason_not_open() {
+    const int error = errno;
+    const std::string queue = "queue " + std::to_string(MC_QUEUE_KEY);
+    if (error == ENOENT) return "no node is running: " + queue + " is not there";
+    if (error == EACCES) return queue + " is not ours to write";
+    return queue + ": " + std::strerror(error);
+}
+
+std::string reason_not_sent() {
+    const int error = errno;
+    const std::string queue = "queue " + std::to_string(MC_QUEUE_KEY);
+    if (error == EAGAIN) return "the queue is full: the node does not take commands";
+    if (error == EACCES) return queue + " is not ours to write";
+    if (error == EIDRM) return "no node is running: " + queue + " was removed";
+    return queue + ": " + std::strerror(error);
+}
+
+void post(const commands::Record& record) {
+    const int queue = msgget(MC_QUEUE_KEY, 0);
+    if (queue == -1) throw QueueError(reason_not_open());
+    Message message{};
+    message.type = static_cast<long>(record.code);
+    const auto text = record.text();
+    std::ranges::transform(text, message.text, [](std::uint8_t b) { return static_cast<char>(b); });
+    if (msgsnd(queue, &message, text.size(), IPC_NOWAIT) != 0) throw QueueError(reason_not_sent());
+}
+
+void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
+bool take(std::vector<std::string>& words, std::string_view word) {
+    return std::erase(words, word) != 0;
+}
+
+void run(std::vector<std::string> words) {
+    // These may stand anywhere: no value of a command looks like them.
+    const bool dry_run = take(words, "--dry-run");
+    const bool wants_help = take(words, "--help") || take(words, "-h");
+    if (words.empty() || wants_help) return print(commands::help(words));
+    if (words.front() == "--reference") return print(commands::reference());
+    if (words.front() == "completion") {
+        if (words.size() != 2 || words[1] != "bash") {
+            throw commands::UsageError("completion is followed by bash");
+        }
+        return print(commands::bash_completion());
+    }
+    const commands::Record record = commands::encode(words);
+    if (dry_run) return print(commands::hex_text(record.bytes) + "\n");
+    post(record);
+}
+
+int complain(const std::exception& error, int status) {
+    std::fprintf(stderr, "mcctl: %s\n", error.what());
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        run({argv + std::min(argc, 1), argv + argc});
+    } catch (const commands::UsageError& error) {
+        return complain(error, kUnusable);
+    } catch (const std::exception& error) {
+        return complain(error, kNotPosted);
+    }
+    if (std::fflush(stdout) != 0) {
+        std::fprintf(stderr, "mcctl: standard output: %s\n", std::strerror(errno));
+        return kNotPosted;
+    }
+    return kDone;
+}

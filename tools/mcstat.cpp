@@ -1,0 +1,130 @@
+/*
+ * mcstat: what the library knows about ports and groups, from outside. It reads the status segment
+ * as a management process does; what the records in it mean is mcstat_fields.h's.
+ */
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "tools/mcstat_fields.h"
+#include "tools/mcstat_ipc.h"
+#include "tools/mcstat_report.h"
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kUnusable = 2;
+
+constexpr std::chrono::milliseconds kPatience{2000};
+constexpr double kLongestPause = 86400;  // seconds
+
+constexpr const char* kClearScreen = "\x1b[H\x1b[J";
+
+struct Arguments {
+    std::string fields;
+    std::string watch;
+    bool json = false;
+    bool no_refresh = false;
+    bool print_fields = false;
+};
+
+void complain(const std::string& line) { std::fprintf(stderr, "mcstat: %s\n", line.c_str()); }
+
+void declare(CLI::App& app, Arguments& arguments) {
+    app.add_flag("--json", arguments.json, "Print one JSON object");
+    app.add_option("--watch", arguments.watch, "Print again every so many seconds (default 1)")
+        ->type_name("[SECONDS]")
+        ->expected(0, 1)
+        ->default_str("1");
+    app.add_flag("--no-refresh", arguments.no_refresh,
+                 "Do not ask the library for fresh contents first");
+    app.add_option("--fields", arguments.fields,
+                   "Description of what the core's records hold, in place of the built-in one")
+        ->type_name("FILE");
+    app.add_flag("--print-fields", arguments.print_fields, "Print the built-in description");
+    app.footer(
+        "Exit status: 0 done; 1 the segment is missing or cannot be read, or nobody takes "
+        "commands\n"
+        "from the queue; 2 the command line or the description cannot be used.");
+}
+
+/* Nothing when --watch was not given; less than 0 when its value is of no use. */
+std::optional<double> pause_of(const CLI::App& app, const Arguments& arguments) {
+    if (app.count("--watch") == 0) return std::nullopt;
+    double seconds = -1;
+    const bool known = CLI::detail::lexical_cast(arguments.watch, seconds);
+    // Asked this way round, so that "not a number" is refused too.
+    return known && seconds > 0 && seconds <= kLongestPause ? seconds : -1;
+}
+
+bool show(const mcstat::Fields& fields, const Arguments& arguments) {
+    const mcstat::Segment segment;
+    if (!arguments.no_refresh) mcstat::refresh(kPatience);
+    const mcstat::Contents contents = segment.read();
+    const std::string text = arguments.json ? mcstat::report_json(contents, fields)
+                                            : mcstat::report_text(contents, fields);
+    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+}
+
+/* Until it fails; an interrupt ends the program, which has nothing to put in order. */
+bool watch(const mcstat::Fields& fields, const Arguments& arguments, double pause_s) {
+    const bool on_terminal = isatty(STDOUT_FILENO) != 0;
+    for (bool first = true;; first = false) {
+        if (on_terminal) {
+            std::fputs(kClearScreen, stdout);
+        } else if (!first) {
+            std::fputs("\n", stdout);
+        }
+        if (!show(fields, arguments)) return false;
+        std::this_thread::sleep_for(std::chrono::duration<double>(pause_s));
+    }
+}
+
+int run(const CLI::App& app, const Arguments& arguments) {
+    if (arguments.print_fields) {
+        std::fputs(mcstat::default_description().c_str(), stdout);
+        return kDone;
+    }
+    const std::optional<double> pause_s = pause_of(app, arguments);
+    if (pause_s && *pause_s < 0) {
+        complain("--watch: '" + arguments.watch + "' is no number of seconds above 0");
+        return kUnusable;
+    }
+    const mcstat::Fields fields =
+        arguments.fields.empty()
+            ? mcstat::parse_fields(mcstat::default_description(), "built-in description")
+            : mcstat::read_fields(arguments.fields);
+    const bool written = pause_s ? watch(fields, arguments, *pause_s) : show(fields, arguments);
+    if (!written) complain("standard output takes nothing");
+    return written ? kDone : kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Arguments arguments;
+    CLI::App app{"Prints what the multicast adaptation layer knows about ports and groups.",
+                 "mcstat"};
+    declare(app, arguments);
+    try {
+        app.parse(argc, argv);
+        return run(app, arguments);
+    } catch (const CLI::CallForHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::ParseError& wrong) {
+        const std::string text = wrong.what();
+        complain(text.substr(0, text.find('\n')));
+    } catch (const mcstat::FieldsError& error) {
+        complain(error.what());
+    } catch (const mcstat::IpcError& error) {
+        complain(error.what());
+        return kFailed;
+    }
+    return kUnusable;
+}

@@ -1,0 +1,139 @@
+#include "tools/mcstat_report.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "common/bytes.h"
+#include "node/table.h"
+
+namespace mcstat {
+namespace {
+
+using nlohmann::ordered_json;
+using Bytes = std::span<const std::uint8_t>;
+
+std::uint32_t word(const Contents& contents, std::uint32_t offset) {
+    return mc::load_be32(contents.data() + offset);
+}
+
+Bytes port_record(const Contents& contents, std::uint32_t logical) {
+    return Bytes(contents).subspan(mc::kStatusPorts + logical * kPortStatusSize, kPortStatusSize);
+}
+
+Bytes group_record(const Contents& contents, std::uint32_t index) {
+    return Bytes(contents).subspan(mc::kStatusGroupTable + index * mc::kStatusGroupSize,
+                                   mc::kStatusGroupSize);
+}
+
+std::uint32_t group_count(const Contents& contents) {
+    return std::min(word(contents, mc::kStatusGroupCount), mc::kStatusGroups);
+}
+
+std::uint32_t group_limit(const Contents& contents, std::uint32_t logical) {
+    return word(contents, mc::kStatusGroupLimits + 4 * logical);
+}
+
+/* The last of the logical ports is the uplink. */
+std::uint32_t port_number(std::uint32_t logical) {
+    return logical == MC_PORTS - 1 ? std::uint32_t{MC_UPLINK_PORT} : logical;
+}
+
+std::string mode_name(std::uint32_t mode) {
+    switch (mode) {
+        case MC_MODE_SNOOPING:
+            return "snooping";
+        case MC_MODE_PROXY:
+            return "proxy";
+        case MC_MODE_CONTROL:
+            return "control";
+        default:
+            return std::to_string(mode);
+    }
+}
+
+node::Column column_of(const Field& field) {
+    const bool left = field.format == Format::kPort || field.format == Format::kIp ||
+                      field.format == Format::kFlag || field.format == Format::kFilter;
+    std::string title = field.name;
+    std::ranges::replace(title, '-', ' ');
+    return {title, left ? node::Align::kLeft : node::Align::kRight};
+}
+
+std::string key_of(const Field& field) {
+    std::string key = field.name;
+    std::ranges::replace(key, '-', '_');
+    return key;
+}
+
+std::string ports_text(const Contents& contents, const Fields& fields) {
+    std::vector<node::Column> columns{{"port", node::Align::kLeft}, {"group limit"}};
+    for (const Field& field : fields.port) columns.push_back(column_of(field));
+    node::Table table("Ports", columns);
+    for (std::uint32_t logical = 0; logical < MC_PORTS; ++logical) {
+        const std::uint32_t limit = group_limit(contents, logical);
+        std::vector<std::string> row{port_name(port_number(logical)),
+                                     limit == 0 ? "-" : std::to_string(limit)};
+        for (const Field& field : fields.port) {
+            row.push_back(as_text(field, port_record(contents, logical)));
+        }
+        table.add(row);
+    }
+    return table.text();
+}
+
+std::string groups_text(const Contents& contents, const Fields& fields) {
+    std::vector<node::Column> columns;
+    for (const Field& field : fields.group) columns.push_back(column_of(field));
+    node::Table table("Groups", columns);
+    for (std::uint32_t i = 0; i < group_count(contents) && !columns.empty(); ++i) {
+        std::vector<std::string> row;
+        for (const Field& field : fields.group) {
+            row.push_back(as_text(field, group_record(contents, i)));
+        }
+        table.add(row);
+    }
+    return table.text();
+}
+
+ordered_json fields_json(const std::vector<Field>& fields, Bytes record) {
+    ordered_json object = ordered_json::object();
+    for (const Field& field : fields) object[key_of(field)] = as_json(field, record);
+    return object;
+}
+
+ordered_json port_json(const Contents& contents, const Fields& fields, std::uint32_t logical) {
+    const std::uint32_t limit = group_limit(contents, logical);
+    return {{"port", port_number(logical)},
+            {"name", port_name(port_number(logical))},
+            {"group_limit", limit == 0 ? ordered_json(nullptr) : ordered_json(limit)},
+            {"status", fields_json(fields.port, port_record(contents, logical))}};
+}
+
+}  // namespace
+
+std::string report_text(const Contents& contents, const Fields& fields) {
+    const std::uint32_t fast_leave = word(contents, mc::kStatusFastLeave);
+    return "Mode        " + mode_name(word(contents, mc::kStatusMode)) + "\nFast leave  " +
+           std::to_string(fast_leave) + "\n\n" + ports_text(contents, fields) + "\n" +
+           groups_text(contents, fields);
+}
+
+std::string report_json(const Contents& contents, const Fields& fields) {
+    ordered_json ports = ordered_json::array();
+    for (std::uint32_t logical = 0; logical < MC_PORTS; ++logical) {
+        ports.push_back(port_json(contents, fields, logical));
+    }
+    ordered_json groups = ordered_json::array();
+    for (std::uint32_t i = 0; i < group_count(contents); ++i) {
+        groups.push_back(fields_json(fields.group, group_record(contents, i)));
+    }
+    const ordered_json object{{"mode", word(contents, mc::kStatusMode)},
+                              {"mode_name", mode_name(word(contents, mc::kStatusMode))},
+                              {"fast_leave", word(contents, mc::kStatusFastLeave)},
+                              {"ports", ports},
+                              {"groups", groups}};
+    // A name of a field may hold any bytes; JSON may not.
+    return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace mcstat
