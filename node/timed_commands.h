@@ -3,7 +3,7 @@
  * time. A file has a command a line, in any order of time:
  *
  *     # seconds after the first captured frame, then the words of the command
- *     30.0  multicast-mode control
+ *     30.0  mode control
  *
  * Empty lines and comments say nothing. All lines are read before anything runs.
  */
