@@ -14,8 +14,7 @@
 
 MC_C_BEGIN
 
-/* ---- Private requests: one table without a port, whose copy is that of logical port 0 ----------
- */
+/* ---- Private requests: one table without a port, whose copy is that of logical port 0 ---- */
 
 /* One group. The third argument is not used. The core's status; a full copy is not a failure. */
 MC_EXPORT int32_t omci_add_auth_igmp_group_vlan_config(uint32_t group, uint32_t vlan,
@@ -25,8 +24,7 @@ MC_EXPORT int32_t omci_delete_auth_igmp_group_vlan_config(uint32_t group, uint32
                                                           uint32_t unused);
 MC_EXPORT int32_t omci_clear_all_auth_igmp_group_vlan_config(void);
 
-/* ---- Requests for a port ------------------------------------------------------------------------
- */
+/* ---- Requests for a port ---- */
 
 /* Adds a range. 0 even when the core refuses it: nothing is stored then. */
 MC_EXPORT int32_t onu_omci_add_auth_igmp_group_vlan_config(uint32_t port, uint32_t start,

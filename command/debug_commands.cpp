@@ -16,8 +16,7 @@
 
 namespace mc {
 
-// ---- Tests and diagnostics of the library
-// --------------------------------------------------------
+// ---- Tests and diagnostics of the library ----
 
 // The built-in report, as if it had come in on the port.
 void inject_test_frame(const CommandRecord& record) {
@@ -116,8 +115,7 @@ void debug_from_cli(const CommandRecord& record) {
 
 void show_configuration(const CommandRecord& /*record*/) { print_configuration(); }
 
-// ---- Status export
-// -------------------------------------------------------------------------------
+// ---- Status export ----
 
 void export_port_status(const CommandRecord& record) {
     if (igmp_hal_sync_if_status(record.u8(8)) != 0 && igmp_says(kErrors)) {
@@ -132,8 +130,7 @@ void export_groups(const CommandRecord& /*record*/) {
     }
 }
 
-// ---- Displays of the core
-// ------------------------------------------------------------------------
+// ---- Displays of the core ----
 
 void show_all_groups(const CommandRecord& /*record*/) {
     static_cast<void>(igmp_display_all_group());
@@ -250,8 +247,7 @@ void set_memory_type_range(const CommandRecord& record) {
     static_cast<void>(pal_mrecord_range_set(first, second));
 }
 
-// ---- Debug switches and tests of the core
-// --------------------------------------------------------
+// ---- Debug switches and tests of the core ----
 
 void set_warnings(const CommandRecord& record) {
     static_cast<void>(igmp_warn_printf_set(record.u8(8)));

@@ -62,8 +62,7 @@ MC_EXPORT int32_t igmp_hal_sync_if_status(uint32_t port);
 /* The same for the core's groups on a port; 255 stands for all ports. */
 MC_EXPORT int32_t igmp_hal_sync_grp_infor(uint32_t port);
 
-/* ---- Call-backs of the core, see platform/protocol_core.h ---------------------------------------
- */
+/* ---- Call-backs of the core, see platform/protocol_core.h ---- */
 
 /*
  * Wraps an IPv4 packet into an Ethernet frame and sends it: once with the core's tag, or once for

@@ -21,8 +21,7 @@ using nlohmann::ordered_json;
 
 constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
 
-// ---- Values as text
-// ------------------------------------------------------------------------------
+// ---- Values as text ----
 
 std::string number(std::uint64_t value) { return std::to_string(value); }
 
@@ -74,8 +73,7 @@ FramesIn total_in(const Counters& counters) {
     return sum;
 }
 
-// ---- Tables
-// --------------------------------------------------------------------------------------
+// ---- Tables ----
 
 std::string captures_text(const Summary& summary) {
     Table table("Captures", {{"port", Align::kLeft}, {"file", Align::kLeft}});
@@ -154,8 +152,7 @@ std::string frames_out_text(const Counters& counters) {
            " without bytes\n";
 }
 
-// ---- What the core knows
-// ---------------------------------------------------------------------------
+// ---- What the core knows ----
 
 struct Count {
     std::string_view name;
@@ -288,8 +285,7 @@ std::string switch_text(const Summary& summary) {
            " taken away, " + number(summary.core.remove_failures) + " failed\n";
 }
 
-// ---- JSON
-// ------------------------------------------------------------------------------------------
+// ---- JSON ----
 
 ordered_json json_of(const std::vector<Count>& counts) {
     ordered_json object = ordered_json::object();

@@ -183,8 +183,7 @@ int32_t igmp_oam_control_2(uint8_t add_delete, uint16_t port, uint16_t vlan, Igm
 int32_t igmp_if_gather_if_status(uint32_t port, uint32_t size, uint8_t* buf);
 int32_t igmp_gather_grp_info(uint32_t port, uint32_t size, uint8_t* buf);
 
-/* ---- Displays, debug switches and tests. They print on the console. ---------------------------
- */
+/* ---- Displays, debug switches and tests. They print on the console. ---- */
 
 extern uint32_t igmpv3_rcv;
 extern uint32_t igmpv3_snd;

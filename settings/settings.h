@@ -58,8 +58,7 @@ MC_EXPORT int32_t omci_get_voip_igmp_vid(void);
 MC_EXPORT int32_t omci_set_multicast_vlan(void);
 MC_EXPORT int32_t omci_set_igmp_age_time(void);
 
-/* ---- Settings of one port. port: a port number, 8 bits ----------------------------------------
- */
+/* ---- Settings of one port. port: a port number, 8 bits ---- */
 
 /* Ports below 30 that are in the port table. mode: 8 bits, fast leave. */
 MC_EXPORT int32_t omci_set_port_igmp_leave_mode(uint32_t port, uint32_t mode);

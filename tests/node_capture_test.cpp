@@ -167,8 +167,7 @@ std::vector<Stamped> read_capture(const fs::path& file) {
     return frames;
 }
 
-// ---- The core's clock, faked
-// ----------------------------------------------------------------------
+// ---- The core's clock, faked ----
 
 struct FakeCore {
     std::uint64_t now = 0;
@@ -259,8 +258,7 @@ class CaptureDriver : public ::testing::Test {
     Driver driver_;
 };
 
-// ---- Order and time
-// -------------------------------------------------------------------------------
+// ---- Order and time ----
 
 TEST_F(CaptureDriver, MergesByStampThenPortTheUplinkLast) {
     prepare({input(29, pcap_bytes({{kStart, igmp_frame(1)}, {kStart + 5, igmp_frame(2)}})),
@@ -364,8 +362,7 @@ TEST_F(CaptureDriver, CapturesWithoutFramesReplay) {
     EXPECT_FALSE(driver_.report().span);
 }
 
-// ---- The trap
-// -------------------------------------------------------------------------------------
+// ---- The trap ----
 
 struct TrapCase {
     const char* name;
@@ -460,8 +457,7 @@ TEST_F(CaptureDriver, DeliversNoMoreThanTheFrameHad) {
     EXPECT_EQ(run(), expected);
 }
 
-// ---- Files that cannot be used
-// ----------------------------------------------------------------------
+// ---- Files that cannot be used ----
 
 TEST_F(CaptureDriver, RefusesFilesThatAreNoCaptures) {
     EXPECT_EQ(refusal({{0, file("absent")}}),
@@ -494,8 +490,7 @@ TEST_F(CaptureDriver, ReplaysWhatABrokenCaptureHolds) {
     EXPECT_NE(failures[0].find("breaks after frame 1"), std::string::npos);
 }
 
-// ---- What leaves the node
-// -----------------------------------------------------------------------------
+// ---- What leaves the node ----
 
 TEST_F(CaptureDriver, FramesSentGoToOneCaptureAPort) {
     const Bytes query = padded(igmp_frame(9), 64);
@@ -572,8 +567,7 @@ TEST_F(CaptureDriver, RefusesToSendWhereThereIsNoPort) {
     EXPECT_EQ(counters.out[0].sent, 1u);
 }
 
-// ---- The switch table
-// ---------------------------------------------------------------------------------
+// ---- The switch table ----
 
 TEST_F(CaptureDriver, KeepsEntriesInOrderWithCounts) {
     const capture::MacAddress first{0x01, 0x00, 0x5E, 0x01, 0x01, 0x01};
@@ -600,8 +594,7 @@ TEST_F(CaptureDriver, KeepsEntriesInOrderWithCounts) {
     EXPECT_EQ(table.invalid_port, 3u);
 }
 
-// ---- The functions that the library calls
-// -----------------------------------------------------------------
+// ---- The functions that the library calls ----
 
 TEST_F(CaptureDriver, TheLibrarysDoorsLeadToTheOneDriver) {
     FakeCore& core = *new FakeCore;  // like the driver it outlives the test

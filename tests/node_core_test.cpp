@@ -46,8 +46,7 @@ constexpr std::uint32_t kThird = 0xEF010103;    // 239.1.1.3
 constexpr std::uint32_t kSource1 = 0xC6336407;  // 198.51.100.7
 constexpr std::uint32_t kSource2 = 0xC6336408;  // 198.51.100.8
 
-// ---- Packets, in pieces
-// --------------------------------------------------------------------------
+// ---- Packets, in pieces ----
 
 Bytes operator+(Bytes left, const Bytes& right) {
     left.insert(left.end(), right.begin(), right.end());
@@ -155,8 +154,7 @@ Bytes mld_v2_report(const Ipv6& from, std::uint8_t type, const Ipv6& group,
     return ipv6(from, kAllRouters6, message);
 }
 
-// ---- The other side of the call-backs
-// ------------------------------------------------------------
+// ---- The other side of the call-backs ----
 
 struct Entry {
     bool added;
@@ -298,8 +296,7 @@ Bytes message_of(const SentPacket& packet) {
     return {packet.bytes.begin() + 24, packet.bytes.end()};
 }
 
-// ---- Joining and leaving
-// -------------------------------------------------------------------------
+// ---- Joining and leaving ----
 
 TEST_F(Core, Version2ReportMakesAMembershipAndAnEntry) {
     const Bytes report{
@@ -491,8 +488,7 @@ TEST_F(Core, Version1HostKeepsTheGroupUntilItAges) {
     EXPECT_EQ(held(), Texts{});
 }
 
-// ---- Sources
-// -------------------------------------------------------------------------------------
+// ---- Sources ----
 
 TEST_F(Core, ToIncludeOfNothingIsALeave) {
     igmp_fast_leave_enable_globle(1);
@@ -612,8 +608,7 @@ TEST_F(Core, TheSsmMapGivesOlderHostsTheirSources) {
     EXPECT_EQ(drops(Drop::kSourceNeeded), 1U);
 }
 
-// ---- Ageing
-// --------------------------------------------------------------------------------------
+// ---- Ageing ----
 
 TEST_F(Core, AMembershipAgesWhenNoReportRefreshesIt) {
     receive(2, v2_report(kHostA, kGroup));
@@ -679,8 +674,7 @@ TEST_F(Core, AgeingCanBeSwitchedOff) {
     EXPECT_EQ(held(), Texts{});
 }
 
-// ---- The clock
-// -----------------------------------------------------------------------------------
+// ---- The clock ----
 
 TEST_F(Core, TheClockNeverGoesBack) {
     std::uint32_t seconds = 0;
@@ -707,8 +701,7 @@ TEST_F(Core, ALeapOfTheClockRunsEachTimerAtItsOwnTime) {
     EXPECT_EQ(entries.at(3), (Entry{false, 3, kVlan, kGroup}));
 }
 
-// ---- Admission
-// -----------------------------------------------------------------------------------
+// ---- Admission ----
 
 TEST_F(Core, TheGroupLimitOfAPortTurnsNewGroupsAway) {
     igmp_if_max_group_num_set(2, 1);
@@ -803,8 +796,7 @@ TEST_F(Core, AControlListIsForItsPort) {
     EXPECT_EQ(held().size(), 3U);
 }
 
-// ---- VLANs
-// ---------------------------------------------------------------------------------------
+// ---- VLANs ----
 
 TEST_F(Core, AVlanMustBeTheDefaultOrListedOrLearnt) {
     receive(2, v2_report(kHostA, kGroup), 100);
@@ -851,8 +843,7 @@ TEST_F(Core, AllGroupsOfIgmpCanBeTakenAway) {
     EXPECT_EQ(devcore::counters().entries_removed, 2U);
 }
 
-// ---- The switch
-// ----------------------------------------------------------------------------------
+// ---- The switch ----
 
 TEST_F(Core, AMembershipThatTheSwitchRefusesIsKeptAndTriedAgain) {
     add_answer = 5;
@@ -885,8 +876,7 @@ TEST_F(Core, AnEntryThatWasNeverThereIsNotRemoved) {
     EXPECT_EQ(entries.size(), 1U);
 }
 
-// ---- What is refused
-// -----------------------------------------------------------------------------
+// ---- What is refused ----
 
 TEST_F(Core, WrongChecksumsAreCounted) {
     for (std::size_t byte = 0; byte < 28; ++byte) {
@@ -1034,8 +1024,7 @@ TEST_F(Core, SettersRefuseWhatMakesNoSense) {
     EXPECT_EQ(igmp_register_switch_send_pkt(nullptr), 1);
 }
 
-// ---- Queries to user ports
-// -----------------------------------------------------------------------
+// ---- Queries to user ports ----
 
 TEST_F(Core, ProxyModeAsksEveryUserPortAtOnceAndAgain) {
     igmp_mode_switch_globle(2);
@@ -1117,8 +1106,7 @@ TEST_F(Core, AnotherQueryIntervalCountsFromNow) {
     EXPECT_EQ(sent.size(), 6U);
 }
 
-// ---- Upstream
-// ------------------------------------------------------------------------------------
+// ---- Upstream ----
 
 class Proxy : public Core {
  protected:
@@ -1334,8 +1322,7 @@ TEST_F(Proxy, TestMessagesGoUpstreamInEveryMode) {
     EXPECT_EQ(message_of(sent[1]), igmp(0x17, 0xEFFF0102));
 }
 
-// ---- MLD
-// -----------------------------------------------------------------------------------------
+// ---- MLD ----
 
 TEST_F(Core, MldReportMakesAMembershipAndAnEntry) {
     const Bytes report{
@@ -1483,8 +1470,7 @@ TEST_F(Core, AHopByHopHeaderMayBeAbsentOrReachPastTheEnd) {
     EXPECT_EQ(drops(Drop::kNotIp), 1U);
 }
 
-// ---- Status
-// --------------------------------------------------------------------------------------
+// ---- Status ----
 
 std::uint32_t word_at(const std::uint8_t* bytes) {
     std::uint32_t word = 0;
@@ -1548,8 +1534,7 @@ TEST_F(Core, GroupDumpKeepsToTheSizeGiven) {
     }
 }
 
-// ---- Displays
-// ------------------------------------------------------------------------------------
+// ---- Displays ----
 
 /* What an action prints on standard output. */
 template <class Action>
@@ -1659,8 +1644,7 @@ TEST_F(Core, MldHasDebugSwitchesOfItsOwn) {
     EXPECT_EQ(printed(report), line);
 }
 
-// ---- The platform layer
-// --------------------------------------------------------------------------
+// ---- The platform layer ----
 
 std::promise<std::string>* task_name = nullptr;
 
@@ -1701,8 +1685,7 @@ TEST_F(Core, MemoryDisplaysCountRecords) {
     pal_mrecord_range_set(0, 1000);
 }
 
-// ---- Threads and names
-// ---------------------------------------------------------------------------
+// ---- Threads and names ----
 
 TEST_F(Core, SeveralThreadsMayEnterAtOnce) {
     constexpr std::uint32_t kRounds = 2000;

@@ -134,8 +134,7 @@ class Driver {
     [[nodiscard]] bool asked_for_frames() const { return asked_for_frames_; }
     [[nodiscard]] Progress progress();
 
-    /* ---- What the L2_multicast_ functions do ---------------------------------------------------
-     */
+    /* ---- What the L2_multicast_ functions do ---- */
 
     struct Delivery {
         std::uint8_t port;
