@@ -74,12 +74,7 @@ struct IgmpDelete : TagModeLines<IgmpRules>, PortLines<IgmpRules> {
     if (igmp_says(kFlow)) {
         std::puts("\r\n[MC_DBG_DBG]: epon mode,omci_set_igmp_dynamic_enable is in!");
     }
-    globle_parm.learningMode = 1;
-    const std::int32_t status = igmp_vlan_learning_set(1);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail");
-    }
-    return status;
+    return IgmpRules::learn_vlans();
 }
 
 // A data VLAN that is new enters the template list, the core and the MLD side.
@@ -100,18 +95,8 @@ struct IgmpDelete : TagModeLines<IgmpRules>, PortLines<IgmpRules> {
     return status;
 }
 
-}  // namespace
-
-void IgmpRules::pack_port(std::uint32_t port) {
-    std::memcpy(PortVlanCfg, sortPortVlanCfg(PortVlanCfg, port), sizeof(PortVlanCfg));
-}
-
-void IgmpRules::pack_lists() {
-    std::copy_n(sortMcVlan(PortVlan), MC_TEMPLATE_VLANS, PortVlan);
-    std::copy_n(sortMcVlan(globle_parm.TemplateVlan), MC_TEMPLATE_VLANS, globle_parm.TemplateVlan);
-}
-
-// Modes 0 and 3 give an untagging rule for one VLAN; mode 1 has no upstream VLAN of its own.
+// A rule from a port, a tag mode and one or two VLANs. Modes 0 and 3 give an untagging rule for one
+// VLAN; mode 1 has no upstream VLAN of its own.
 PortVlanCfgEntry rule_from_mode(std::int32_t port, std::int32_t mode, std::int32_t vlan,
                                 std::int32_t vlan2) {
     auto tag_mode = static_cast<std::int8_t>(mode);
@@ -145,6 +130,26 @@ PortVlanCfgEntry rule_from_mode(std::int32_t port, std::int32_t mode, std::int32
     };
 }
 
+}  // namespace
+
+std::int32_t IgmpRules::learn_vlans() {
+    globle_parm.learningMode = 1;
+    const std::int32_t status = igmp_vlan_learning_set(1);
+    if (status != 0 && igmp_says(kErrors)) {
+        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail");
+    }
+    return status;
+}
+
+void IgmpRules::pack_port(std::uint32_t port) {
+    std::memcpy(PortVlanCfg, sortPortVlanCfg(PortVlanCfg, port), sizeof(PortVlanCfg));
+}
+
+void IgmpRules::pack_lists() {
+    std::copy_n(sortMcVlan(PortVlan), MC_TEMPLATE_VLANS, PortVlan);
+    std::copy_n(sortMcVlan(globle_parm.TemplateVlan), MC_TEMPLATE_VLANS, globle_parm.TemplateVlan);
+}
+
 }  // namespace mc
 
 McRuleBlock* sortPortVlanCfg(McRuleBlock* table, std::uint32_t port) {
@@ -154,11 +159,7 @@ McRuleBlock* sortPortVlanCfg(McRuleBlock* table, std::uint32_t port) {
     return mc::temPortVlanCfg;
 }
 
-std::uint16_t* sortMcVlan(std::uint16_t* list) {
-    std::copy_n(list, MC_TEMPLATE_VLANS, mc::tempPortVlan);
-    mc::pack_list(mc::tempPortVlan);
-    return mc::tempPortVlan;
-}
+std::uint16_t* sortMcVlan(std::uint16_t* list) { return mc::packed_copy(list, mc::tempPortVlan); }
 
 std::int32_t IsSameVlanExist(std::uint32_t vlan) {
     return mc::data_vlan_in_use<mc::IgmpRules>(vlan) ? 0 : 1;
@@ -170,11 +171,8 @@ std::int32_t onu_std_omci_set_multicast_vlan(PortVlanCfgEntry* rule) {
     if (rule == nullptr) return -1;
     IgmpSet::say_entered(*rule);
     const std::int32_t pending = mc::learn_vlans_in_epon_mode();
-    mc::normalise_by_tag_mode<IgmpSet>(*rule);
-    const int logical = mc::accept_rule_port<IgmpSet>(*rule);
+    const int logical = mc::accept_new_rule<IgmpSet>(*rule);
     if (logical == mc::kNoPort) return -1;
-    mc::normalise_upstream(*rule);
-    if (!mc::has_free_slot<IgmpRules>(logical)) return -1;
     if (mc::list_is_full_for<IgmpRules>(rule->in_data_vlan)) {
         mc::say_list_full<IgmpRules>(rule->in_data_vlan);
         return -1;

@@ -29,6 +29,9 @@ struct IgmpRules {
 
     static void pack_port(std::uint32_t port);
 
+    // Has the core learn VLANs by itself; the core's status.
+    static std::int32_t learn_vlans();
+
     static bool dumps_changes() { return igmp_adapt == 1; }
     static void say_before_add() {
         if (igmp_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \n before add multicast_vlan!");

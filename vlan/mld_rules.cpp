@@ -99,11 +99,7 @@ McRuleBlock* mldsortPortVlanCfg(McRuleBlock* table, std::uint32_t port) {
     return table;
 }
 
-std::uint16_t* sortmldVlan(std::uint16_t* list) {
-    std::copy_n(list, MC_TEMPLATE_VLANS, mc::tempPortVlan);
-    mc::pack_list(mc::tempPortVlan);
-    return mc::tempPortVlan;
-}
+std::uint16_t* sortmldVlan(std::uint16_t* list) { return mc::packed_copy(list, mc::tempPortVlan); }
 
 std::int32_t* mldgetPortVlanConfigNumber() { return mldInitParams.vlancfgnum; }
 
@@ -112,11 +108,8 @@ std::int32_t mld_onu_std_omci_set_multicast_vlan(PortVlanCfgEntry* rule) {
     using mc::MldSet;
     if (rule == nullptr) return -1;
     MldSet::say_entered(*rule);
-    mc::normalise_by_tag_mode<MldSet>(*rule);
-    const int logical = mc::accept_rule_port<MldSet>(*rule);
+    const int logical = mc::accept_new_rule<MldSet>(*rule);
     if (logical == mc::kNoPort) return -1;
-    mc::normalise_upstream(*rule);
-    if (!mc::has_free_slot<MldRules>(logical)) return -1;
     mc::store_rule<MldRules>(logical, *rule);
     if (mc::list_has<MldSet>(rule->in_data_vlan)) return 0;
     // The rule stays: it is only the place of the list entry that a frame's port may have taken.

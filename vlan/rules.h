@@ -35,6 +35,14 @@ void pack_list(Entry (&list)[MC_TEMPLATE_VLANS]) {
     std::fill(end, std::end(list), Entry{0});
 }
 
+// Packs a copy of a list, which a caller then copies back.
+inline std::uint16_t* packed_copy(const std::uint16_t* list,
+                                  std::uint16_t (&copy)[MC_TEMPLATE_VLANS]) {
+    std::copy_n(list, MC_TEMPLATE_VLANS, copy);
+    pack_list(copy);
+    return copy;
+}
+
 // Logical port of the rules to pack; says what it looked up.
 template <class Side>
 int packed_port(std::uint32_t port) {
@@ -154,6 +162,16 @@ template <class Side>
     if (Side::rules()[logical][count].in_data_vlan == MC_NO_VLAN) return true;
     if (Side::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!");
     return false;
+}
+
+// Completes a request and finds its port; kNoPort when the request is refused.
+template <class Op>
+[[nodiscard]] int accept_new_rule(PortVlanCfgEntry& rule) {
+    normalise_by_tag_mode<Op>(rule);
+    const int logical = accept_rule_port<Op>(rule);
+    if (logical == kNoPort) return kNoPort;
+    normalise_upstream(rule);
+    return has_free_slot<typename Op::Side>(logical) ? logical : kNoPort;
 }
 
 // Writes a rule into the next slot of a port that has_free_slot. The count is raised first, so for
@@ -303,11 +321,5 @@ template <class Op>
     remove_from_list<Side>(rule.in_data_vlan);
     return status;
 }
-
-// ---- Requests by port and mode -----------------------------------------------------------------
-
-// A rule from a port, a tag mode and one or two VLANs.
-PortVlanCfgEntry rule_from_mode(std::int32_t port, std::int32_t mode, std::int32_t vlan,
-                                std::int32_t vlan2);
 
 }  // namespace mc

@@ -20,14 +20,6 @@ using mc::kConfig;
 using mc::kErrors;
 using mc::kFlow;
 
-// Unlike an OMCI set, a web set always has the core learn VLANs.
-void switch_learning_on() {
-    globle_parm.learningMode = 1;
-    if (igmp_vlan_learning_set(1) != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail");
-    }
-}
-
 // Takes the data VLAN of the port's first rule back from the core, 4095 when there is no rule. A
 // request for the default VLAN takes nothing back.
 void withdraw_old_vlan(int port, std::uint16_t requested_vlan) {
@@ -114,7 +106,8 @@ std::int32_t onu_std_omci_web_set_vlan(PortVlanCfgEntry* rule) {
         }
         return -1;
     }
-    switch_learning_on();
+    // Unlike an OMCI set, in EPON mode or not.
+    static_cast<void>(IgmpRules::learn_vlans());
     const int cleared = static_cast<int>(port);
     withdraw_old_vlan(cleared, rule->in_data_vlan);
     drop_one_template_vlan();
