@@ -7,7 +7,6 @@
 #include "adapt/records.h"
 #include "igmp/igmp.h"
 #include "igmp/side.h"
-#include "platform/l2_multicast.h"
 
 namespace mc {
 
@@ -20,13 +19,6 @@ struct IgmpHandler {
     using Side = IgmpSide;
 
     static const PortTable& walked_ports() { return portState; }
-
-    static void say_no_rule_down() {
-        if (igmp_says(kFlow)) {
-            std::puts(
-                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r");
-        }
-    }
 };
 
 void send_untagged(const Frame& frame, WorkingCopy& copy, std::uint32_t port) {
@@ -60,7 +52,7 @@ struct IgmpSnooping : IgmpHandler {
     }
 
     static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
-        say_no_rule_down();
+        say_no_rule_down<IgmpSide>();
         const std::uint32_t out = portState[p].port_id;
         if (PortVlanCfg[p][0].prodntagmode == MC_TAG_MODE_TAG) {
             send_untagged(frame, copy, out);
@@ -86,17 +78,13 @@ struct IgmpSnooping : IgmpHandler {
 
 struct IgmpControl : IgmpHandler {
     static void say_entered(std::uint32_t port, std::uint32_t type) {
-        if (igmp_says(kFlow)) {
-            std::printf(
-                "\r\n[MC_DBG_DBG]: Enter igmp_control_handle, rPort = %d, rport_sta = %d\r\n", port,
-                type);
-        }
+        say_control_entered<IgmpSide>(port, type);
     }
 
     static bool override_down(const Frame& /*frame*/, int /*p*/) { return false; }
 
     static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
-        say_no_rule_down();
+        say_no_rule_down<IgmpSide>();
         send<IgmpSide>(copy.bytes, frame.len, portState[p].port_id);
     }
 
@@ -106,22 +94,14 @@ struct IgmpControl : IgmpHandler {
         return frame.len;
     }
 
-    // Outer tag: the ONU id, 128 standing in for 0; none at all while no id is assigned (255).
-    // Inner tag: the port number + 1.
+    // Outer tag: the node; none at all while no ONU id is assigned. Inner tag: the user port.
     static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t /*vid*/) {
         constexpr std::uint8_t kNoOnuId = 255;
-        constexpr std::uint16_t kStandIn = 128;
-        std::uint8_t onu_id = 0;
-        static_cast<void>(L2_multicast_get_onu_id(&onu_id));
-        if (igmp_says(kFlow)) {
-            std::printf("\r\n[MC_DBG_DBG]: igmp_adapt_control_handle onu_id = %d", onu_id);
-        }
-        const auto inner = static_cast<std::uint16_t>(port + 1);
-        const std::uint16_t outer = onu_id != 0 ? onu_id : kStandIn;
+        const std::uint8_t onu_id = read_onu_id<IgmpSide>();
         if (onu_id == kNoOnuId) {
-            forward_up_stamped<IgmpSide>(frame, {inner});
+            forward_up_stamped<IgmpSide>(frame, {port_vlan(port)});
         } else {
-            forward_up_stamped<IgmpSide>(frame, {outer, inner});
+            forward_up_stamped<IgmpSide>(frame, {onu_vlan(onu_id), port_vlan(port)});
         }
     }
 };

@@ -8,7 +8,6 @@
 #include "mld/mld.h"
 #include "mld/record.h"
 #include "mld/side.h"
-#include "platform/l2_multicast.h"
 
 namespace mc {
 
@@ -59,34 +58,20 @@ struct MldControl : MldHandler {
     // a VLAN that was found leaves on a port of the MLD table. As wired the two are equal.
     static const PortTable& walked_ports() { return portState; }
 
-    // The IGMP texts stand here, kept on purpose.
     static void say_entered(std::uint32_t port, std::uint32_t type) {
-        if (mld_says(kFlow)) {
-            std::printf(
-                "\r\n[MC_DBG_DBG]: Enter igmp_control_handle, rPort = %d, rport_sta = %d\r\n", port,
-                type);
-        }
+        say_control_entered<MldSide>(port, type);
     }
 
     static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
-        if (mld_says(kFlow)) {
-            std::puts(
-                "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r");
-        }
+        say_no_rule_down<MldSide>();
         send<MldSide>(copy.bytes, frame.len, portState[p].port_id);
     }
 
-    // Outer tag: the ONU id, 128 standing in for 0. Unlike on the IGMP side an id of 255 is a tag
-    // like any other. Inner tag: the port number + 1.
+    // Outer tag: the node. Unlike on the IGMP side an id of 255 is a tag like any other. Inner tag:
+    // the user port.
     static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t /*vid*/) {
-        constexpr std::uint16_t kStandIn = 128;
-        std::uint8_t onu_id = 0;
-        static_cast<void>(L2_multicast_get_onu_id(&onu_id));
-        if (mld_says(kFlow)) {
-            std::printf("\r\n[MC_DBG_DBG]: igmp_adapt_control_handle onu_id = %d", onu_id);
-        }
-        const std::uint16_t outer = onu_id != 0 ? onu_id : kStandIn;
-        const auto inner = static_cast<std::uint16_t>(port + 1);
+        const std::uint16_t outer = onu_vlan(read_onu_id<MldSide>());
+        const std::uint16_t inner = port_vlan(port);
         MldSide::tag_sent(outer);
         store_be16(mldInitParams.tag_inner, kTpid);
         store_be16(mldInitParams.tag_inner + 2, inner);

@@ -13,6 +13,7 @@
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
 #include "packet/rule_walk.h"
+#include "platform/l2_multicast.h"
 
 namespace mc {
 
@@ -177,6 +178,46 @@ void forward_up_by_rule(const Frame& frame, std::uint32_t port, std::uint32_t vi
         return;
     }
     send_up_tagged<Side>(frame, vlan);
+}
+
+// The node's ONU id, as control mode asks for it with each frame. 255: none is assigned.
+template <class Side>
+std::uint8_t read_onu_id() {
+    std::uint8_t onu_id = 0;
+    static_cast<void>(L2_multicast_get_onu_id(&onu_id));
+    if (Side::says(kFlow)) {
+        std::printf("\r\n[MC_DBG_DBG]: igmp_adapt_control_handle onu_id = %d", onu_id);
+    }
+    return onu_id;
+}
+
+// The VLAN that stands for the node: its ONU id, 128 standing in for 0.
+constexpr std::uint16_t onu_vlan(std::uint8_t onu_id) {
+    constexpr std::uint16_t kStandIn = 128;
+    return onu_id != 0 ? onu_id : kStandIn;
+}
+
+// The VLAN that stands for the user port.
+constexpr std::uint16_t port_vlan(std::uint32_t port) {
+    return static_cast<std::uint16_t>(port + 1);
+}
+
+// The IGMP names stand in these lines on the MLD side too, kept on purpose; only MLD snooping has a
+// line of its own for a frame without a rule.
+template <class Side>
+void say_no_rule_down() {
+    if (Side::says(kFlow)) {
+        std::puts(
+            "\r\n[MC_DBG_DBG]: Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r");
+    }
+}
+
+template <class Side>
+void say_control_entered(std::uint32_t port, std::uint32_t type) {
+    if (Side::says(kFlow)) {
+        std::printf("\r\n[MC_DBG_DBG]: Enter igmp_control_handle, rPort = %d, rport_sta = %d\r\n",
+                    port, type);
+    }
 }
 
 // Control: the frame goes up under the tags that name the node and the user port; a tag that it
