@@ -32,32 +32,12 @@ void print_igmp_rules() {
     }
 }
 
-// As many rules as the IGMP side counts, whatever the MLD side holds. Kept on purpose, as is the
-// IGMP side's count of template VLANs.
-void print_mld_rules() {
-    for (int p = 0; p < MC_PORTS; ++p) {
-        const int used = mc::rules_in_use(setVlanCfgNumber[p]);
-        for (int j = 0; j < used; ++j) mc::print_rule(mldInitParams.mldPortVlanCfg[p][j]);
-    }
-}
-
 // One port as the show command prints it: its settings, and its signalling VLANs behind.
 void print_port_with_signalling(int p) {
     const IgmpPortParm& port = globle_parm.port[p];
-    mc::print_port_settings(p, port.grouplimit, port.leavemod, port.max_bandwidth, port.auth_group);
+    mc::print_port(p, port);
     std::printf("port(%d) svlan(%d) svlan_s(%d) cvlan(%d) \r\n", p, port.sig_vlan, port.sig_vlan_a,
                 port.sig_vlan_b);
-}
-
-// All ten entries beside their mirror, used or not. A line ends behind the 4th, 7th and 10th, and
-// behind each one from the last in use on.
-void print_whole_template_list() {
-    for (int i = 0; i < MC_TEMPLATE_VLANS; ++i) {
-        std::printf("-%d-", PortVlan[i]);
-        std::printf("TemplateVlan(%u)\t", globle_parm.TemplateVlan[i]);
-        const bool line_is_full = i == 3 || i == 6 || i == 9;
-        if (line_is_full || setVlanNumber < i + 2) std::puts("\r");
-    }
 }
 
 }  // namespace
@@ -67,12 +47,9 @@ namespace mc {
 void print_configuration() {
     std::printf("MC HAL Version Num: %s.\r\n", globle_parm.version_str);
     std::printf("MC HAL Compile Data %s: %s.\r\n", globle_parm.build_date, globle_parm.build_time);
-    for (int p = 0; p < MC_PORTS; ++p) {
-        const int used = rules_in_use(setVlanCfgNumber[p]);
-        for (int j = 0; j < used; ++j) print_rule(PortVlanCfg[p][j]);
-    }
+    print_rules(PortVlanCfg, setVlanCfgNumber);
     for (int p = 0; p < MC_PORTS; ++p) print_port_with_signalling(p);
-    print_whole_template_list();
+    print_template_list(PortVlan, globle_parm.TemplateVlan);
     static_cast<void>(print_igmp_globals());
     std::printf("testuplink = (%d),mlddefaultVlan(%u),tablereturn = (%d)\r\n", testuplink,
                 mldInitParams.defaultVlan, tablereturn);
@@ -82,14 +59,16 @@ void print_configuration() {
 
 std::int32_t debugPrint() {
     print_igmp_rules();
-    mc::print_igmp_ports();
+    mc::print_ports(globle_parm.port);
     print_template_vlans(globle_parm.TemplateVlan);
     return mc::print_igmp_globals();
 }
 
 std::int32_t mldPrint() {
-    print_mld_rules();
-    mc::print_mld_ports();
+    // As many rules as the IGMP side counts, whatever the MLD side holds. Kept on purpose, as is
+    // the IGMP side's count of template VLANs.
+    mc::print_rules(mldInitParams.mldPortVlanCfg, setVlanCfgNumber);
+    mc::print_ports(mldInitParams.mldport);
     print_template_vlans(mldInitParams.TemplateVlan);
     return mc::print_mld_globals();
 }

@@ -13,17 +13,23 @@ unsigned long lu(std::uint32_t value) { return value; }
 
 }  // namespace
 
-void print_rule(const PortVlanCfgEntry& rule) {
-    std::printf("portNO(%u), prouptagmode(%u), in_up_vlan(%u), out_up_vlan(%u)\r\n", rule.portNO,
-                rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan);
-    print_rule_behind_upstream(rule);
-}
-
 void print_rule_behind_upstream(const PortVlanCfgEntry& rule) {
     std::printf("portNO(%u), prodntagmode(%u), in_dn_vlan(%u), out_dn_vlan(%u)\r\n", rule.portNO,
                 rule.prodntagmode, rule.in_dn_vlan, rule.out_dn_vlan);
     std::printf("portNO(%u), datedntagmode(%u), in_data_vlan(%u), out_data_vlan(%u)\r\n",
                 rule.portNO, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
+}
+
+void print_rules(const RuleTable& rules, const std::int32_t (&counts)[MC_PORTS]) {
+    for (int p = 0; p < MC_PORTS; ++p) {
+        const int used = rules_in_use(counts[p]);
+        for (int j = 0; j < used; ++j) {
+            const PortVlanCfgEntry& rule = rules[p][j];
+            std::printf("portNO(%u), prouptagmode(%u), in_up_vlan(%u), out_up_vlan(%u)\r\n",
+                        rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan);
+            print_rule_behind_upstream(rule);
+        }
+    }
 }
 
 void print_port_settings(int logical, std::uint16_t grouplimit, std::uint16_t leavemod,
@@ -37,18 +43,11 @@ void print_port_settings(int logical, std::uint16_t grouplimit, std::uint16_t le
     }
 }
 
-void print_igmp_ports() {
-    for (int p = 0; p < MC_PORTS; ++p) {
-        const IgmpPortParm& port = globle_parm.port[p];
-        print_port_settings(p, port.grouplimit, port.leavemod, port.max_bandwidth, port.auth_group);
-    }
-}
-
-void print_mld_ports() {
-    for (int p = 0; p < MC_PORTS; ++p) {
-        const MldPortParm& port = mldInitParams.mldport[p];
-        print_port_settings(p, port.grouplimit, port.leavemod, port.max_bandwidth, port.auth_group);
-    }
+void print_template_entry(int index, int vlan, std::uint16_t mirrored) {
+    std::printf("-%d-", vlan);
+    std::printf("TemplateVlan(%u)\t", mirrored);
+    const bool line_is_full = index == 3 || index == 6 || index == 9;
+    if (line_is_full || index + 1 >= setVlanNumber) std::puts("\r");
 }
 
 std::int32_t print_igmp_globals() {

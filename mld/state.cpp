@@ -18,22 +18,6 @@ using mc::kErrors;
 using mc::kFlow;
 using mc::mld_says;
 
-void print_rules() {
-    for (int p = 0; p < MC_PORTS; ++p) {
-        const int used = mc::rules_in_use(mldInitParams.vlancfgnum[p]);
-        for (int j = 0; j < used; ++j) mc::print_rule(mldInitParams.mldPortVlanCfg[p][j]);
-    }
-}
-
-// All ten entries, used or not. The breaks go by the IGMP side's count, kept on purpose.
-void print_template_vlans() {
-    for (int i = 0; i < MC_TEMPLATE_VLANS; ++i) {
-        std::printf("-%d-", mldInitParams.portVlan[i]);
-        std::printf("TemplateVlan(%u)\t", mldInitParams.TemplateVlan[i]);
-        if (i + 1 >= setVlanNumber || i == 3 || i == 6 || i == 9) std::puts("\r");
-    }
-}
-
 }  // namespace
 
 void initmldGlobleParmeter() {
@@ -132,8 +116,8 @@ std::int32_t mld_omci_set_igmp_global_parmeter(std::uint32_t robustness,
 }
 
 void mld_adapt_globe() {
-    print_rules();
-    mc::print_mld_ports();
-    print_template_vlans();
+    mc::print_rules(mldInitParams.mldPortVlanCfg, mldInitParams.vlancfgnum);
+    mc::print_ports(mldInitParams.mldport);
+    mc::print_template_list(mldInitParams.portVlan, mldInitParams.TemplateVlan);
     static_cast<void>(mc::print_mld_globals());
 }
