@@ -113,7 +113,7 @@ struct Words {
     std::vector<std::string> uplinks;
     std::string output;
     std::string debug;
-    int onu_id = 1;
+    std::string onu_id = "1";
     double tail_s = 0;
     std::string commands;
     bool json = false;
@@ -193,10 +193,7 @@ ReplayArguments meaning_of(const Words& words) {
     ReplayArguments arguments;
     arguments.inputs = inputs_of(words);
     if (!words.output.empty()) arguments.output = words.output;
-    if (words.onu_id < 0 || words.onu_id > 255) {
-        throw UsageError("--onu-id: a number from 0 to 255 is needed");
-    }
-    arguments.onu_id = static_cast<std::uint8_t>(words.onu_id);
+    arguments.onu_id = parse_onu_id(words.onu_id);
     arguments.debug = parse_debug_mask(words.debug);
     // Asked this way round, so that "not a number" is refused too.
     if (!(words.tail_s >= 0 && words.tail_s <= kLongestTail)) {
@@ -210,6 +207,14 @@ ReplayArguments meaning_of(const Words& words) {
 }
 
 }  // namespace
+
+std::uint8_t parse_onu_id(const std::string& text) {
+    const auto number = parse_number(text);
+    if (!number || *number > UINT8_MAX) {
+        throw UsageError("'" + text + "' is no ONU id: a number from 0 to 255 is needed");
+    }
+    return static_cast<std::uint8_t>(*number);
+}
 
 std::uint32_t parse_debug_mask(const std::string& text) {
     std::uint32_t mask = 0;

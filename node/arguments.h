@@ -30,6 +30,9 @@ struct ReplayArguments {
  */
 [[nodiscard]] std::optional<ReplayArguments> parse_arguments(int argc, char** argv);
 
+/* 0 to 255, where 255 is none; throws UsageError. */
+[[nodiscard]] std::uint8_t parse_onu_id(const std::string& text);
+
 /* "errors,rx", "0x14" or "20"; throws UsageError. */
 [[nodiscard]] std::uint32_t parse_debug_mask(const std::string& text);
 

@@ -315,8 +315,9 @@ ordered_json commands_json(const Summary& summary) {
     const std::vector<TimedCommand>& commands = summary.arguments.commands;
     ordered_json rows = ordered_json::array();
     for (std::size_t i = 0; i < summary.commands_run; ++i) {
+        const auto& code = commands[i].code;
         rows.push_back({{"at_s", seconds(commands[i].after_us)},
-                        {"code", commands[i].code},
+                        {"code", code ? ordered_json(*code) : ordered_json(nullptr)},
                         {"command", commands[i].words}});
     }
     return rows;

@@ -1,6 +1,7 @@
 #include "node/timed_commands.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -8,6 +9,8 @@
 #include <optional>
 #include <system_error>
 
+#include "command/command.h"
+#include "node/node_words.h"
 #include "node/usage_error.h"
 #include "tools/command_line.h"
 
@@ -33,6 +36,16 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
+/*
+ * The whole record goes to the dispatcher. Behind the fields are zeros: what a command finds there
+ * must not depend on the command before it.
+ */
+std::function<void()> dispatch_of(const commands::Record& record) {
+    std::array<std::uint8_t, MC_RECORD_SIZE> image{};
+    std::copy_n(record.bytes.begin(), std::min(record.bytes.size(), image.size()), image.begin());
+    return [image] { (void)process_interface_msg(image.data()); };  // always 0
+}
+
 /* Nothing for a line that says nothing. Throws UsageError or commands::UsageError. */
 std::optional<TimedCommand> parse_line(const std::string& line) {
     std::vector<std::string> words = commands::split(line);
@@ -45,15 +58,15 @@ std::optional<TimedCommand> parse_line(const std::string& line) {
     words.erase(words.begin());
     if (words.empty()) throw UsageError("there is no command behind the time");
 
-    const commands::Record record = commands::encode(words);
     TimedCommand command;
     command.after_us = static_cast<std::uint64_t>(std::llround(*after_s * kMicrosPerSecond));
-    command.code = record.code;
     command.words = joined(words);
-    std::ranges::copy_n(
-        record.bytes.begin(),
-        static_cast<std::ptrdiff_t>(std::min(record.bytes.size(), command.image.size())),
-        command.image.begin());
+    command.run = parse_node_words(words);
+    if (!command.run) {
+        const commands::Record record = commands::encode(words);
+        command.code = record.code;
+        command.run = dispatch_of(record);
+    }
     return command;
 }
 
@@ -61,7 +74,7 @@ void run(const TimedCommand& command) {
     // The library's lines begin with a line end instead of ending in one.
     std::printf("\n[%.3f s] %s\n", static_cast<double>(command.after_us) / kMicrosPerSecond,
                 command.words.c_str());
-    (void)process_interface_msg(command.image.data());  // always 0
+    command.run();
 }
 
 }  // namespace

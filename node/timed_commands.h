@@ -4,30 +4,29 @@
  *
  *     # seconds after the first captured frame, then the words of the command
  *     30.0  mode control
+ *     30.0  onu-id 7
  *
- * Empty lines and comments say nothing. All lines are read before anything runs.
+ * Empty lines and comments say nothing. All lines are read before anything runs. Besides commands a
+ * line may hold what happens to the node itself: node/node_words.h.
  */
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "command/command.h"
 #include "node/capture/capture_driver.h"
 
 namespace node {
 
 struct TimedCommand {
-    std::uint64_t after_us = 0;  // since the first stamp of the captures
-    std::uint32_t code = 0;
-    std::string words;  // separated by one blank each
-    // The whole record. Behind the fields are zeros: what a command finds there must not depend on
-    // the command before it.
-    std::array<std::uint8_t, MC_RECORD_SIZE> image{};
+    std::uint64_t after_us = 0;         // since the first stamp of the captures
+    std::string words;                  // separated by one blank each
+    std::optional<std::uint32_t> code;  // nothing when it is no command of the queue
+    std::function<void()> run;
 };
 
 /* In the order of their times. Throws UsageError: "FILE:LINE: why". */

@@ -6,39 +6,8 @@
 #   tests/node_commands_test.sh [EMULATOR ...] MC_NODE
 set -euo pipefail
 
-root=$(cd "$(dirname "$0")/.." && pwd)
-home=$root/scenario/home
+. "$(dirname "$0")/support/replay.sh"
 story=$root/scenario/story/commands.txt
-work=$(mktemp -d)
-held=
-trap '[[ -z $held ]] || kill "$held" 2>/dev/null; rm -rf "$work"' EXIT
-# The program may have been named from where we were.
-set -- "${@:1:$#-1}" "$(realpath "${@: -1}")"
-cd "$work"
-
-# The command queue and the status segment are the machine's; a namespace keeps others out of them.
-node=("$@")
-if unshare --ipc true 2>/dev/null; then
-    node=(unshare --ipc "$@")
-elif unshare --user --map-root-user --ipc true 2>/dev/null; then
-    node=(unshare --user --map-root-user --ipc "$@")
-fi
-
-failures=0
-fail() {
-    echo "FAILED: $1" >&2
-    failures=$((failures + 1))
-}
-
-# Runs mc_node; what it said and how it ended is in stdout, stderr and $status.
-replay() {
-    status=0
-    "${node[@]}" replay "$@" >stdout 2>stderr </dev/null || status=$?
-}
-
-expect_status() {
-    [[ $status -eq $1 ]] || fail "$2: status $status instead of $1: $(head -c 500 stderr)"
-}
 
 expect_stdout() {
     grep -qF -- "$1" stdout || fail "$2: no '$1' on standard output"
@@ -191,6 +160,9 @@ expect_refusal "bad.txt:3: " "# nothing" "" "5"
 expect_refusal "bad.txt:1: " "5 mode 'control"
 expect_refusal "bad.txt:1: " "5 mode sideways"
 expect_refusal "bad.txt:1: " "5 group-limit --port 9 1"
+expect_refusal "bad.txt:1: " "5 onu-id"
+expect_refusal "bad.txt:1: " "5 onu-id 256"
+expect_refusal "bad.txt:1: " "5 mld-mode proxy"
 replay "$home" --commands absent.txt
 expect_status 2 "a missing file"
 [[ $(<stderr) == "mc_node: absent.txt: cannot be read" ]] || fail "a missing file: $(<stderr)"
@@ -216,5 +188,4 @@ for signal in TERM INT; do
     expect_status 0 "--hold, SIG$signal"
 done
 
-[[ $failures -eq 0 ]] || { echo "$failures failed" >&2; exit 1; }
-echo "all passed"
+finish

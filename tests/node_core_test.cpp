@@ -1365,6 +1365,32 @@ TEST_F(Core, MldDoneIsAskedAboutTwiceAndThenTakesTheGroupAway) {
     EXPECT_EQ(devcore::counters()[Sent::kMldGroupQuery], 2U);
 }
 
+// The library forwards in the one mode and stamps in the other; what the core does is the same.
+class CoreInMldMode : public Core, public ::testing::WithParamInterface<std::uint16_t> {};
+
+TEST_P(CoreInMldMode, ReportsAreLearntAndDonesAskedAboutInBothVersions) {
+    ASSERT_EQ(mld_proxy_snoop_set_globle(GetParam()), 0);
+    receive_mld(2, mld_report(kHostA6, kGroup6));
+    receive_mld(3, mld_v2_report(kHostB6, kToEx, kGroup6));
+    EXPECT_EQ(held(), (Texts{"2/4088 ff1e::101", "3/4088 ff1e::101"}));
+    EXPECT_EQ(entries, (std::vector<Entry>{{true, 2, kVlan, 0x101}, {true, 3, kVlan, 0x101}}));
+
+    receive_mld(2, mld_done(kHostA6, kGroup6));
+    receive_mld(3, mld_v2_report(kHostB6, kToIn, kGroup6));
+    ASSERT_EQ(sent.size(), 2U);
+    constexpr std::size_t kHeaders = 48;  // IPv6 and hop-by-hop
+    EXPECT_EQ(sent[0].bytes.at(kHeaders), 130) << "a query";
+    EXPECT_EQ(sent[0].bytes.size(), kHeaders + 24) << "in version 1, as the host of port 2 is";
+    EXPECT_EQ(sent[1].bytes.size(), kHeaders + 28) << "in version 2, as the host of port 3 is";
+    receive_mld(3, mld_v2_report(kHostB6, kIsEx, kGroup6));
+    wait_seconds(2);
+    EXPECT_EQ(held(), Texts{"3/4088 ff1e::101"}) << "only port 3 has answered";
+    EXPECT_EQ(entries.back(), (Entry{false, 2, kVlan, 0x101}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, CoreInMldMode, ::testing::Values(2, 3),
+                         [](const auto& mode) { return mode.param == 3 ? "Control" : "Snooping"; });
+
 TEST_F(Core, MldLeaveInVersion2IsAskedAboutInVersion2) {
     receive_mld(2, mld_v2_report(kHostA6, kToEx, kGroup6));
     receive_mld(2, mld_v2_report(kHostA6, kToIn, kGroup6));

@@ -6,37 +6,7 @@
 #   tests/node_replay_test.sh [EMULATOR ...] MC_NODE
 set -euo pipefail
 
-root=$(cd "$(dirname "$0")/.." && pwd)
-home=$root/scenario/home
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-# The program may have been named from where we were.
-set -- "${@:1:$#-1}" "$(realpath "${@: -1}")"
-cd "$work"
-
-# The command queue and the status segment are the machine's; a namespace keeps others out of them.
-node=("$@")
-if unshare --ipc true 2>/dev/null; then
-    node=(unshare --ipc "$@")
-elif unshare --user --map-root-user --ipc true 2>/dev/null; then
-    node=(unshare --user --map-root-user --ipc "$@")
-fi
-
-failures=0
-fail() {
-    echo "FAILED: $1" >&2
-    failures=$((failures + 1))
-}
-
-# Runs mc_node; what it said and how it ended is in stdout, stderr and $status.
-replay() {
-    status=0
-    "${node[@]}" replay "$@" >stdout 2>stderr </dev/null || status=$?
-}
-
-expect_status() {
-    [[ $status -eq $1 ]] || fail "$2: status $status instead of $1: $(head -c 500 stderr)"
-}
+. "$(dirname "$0")/support/replay.sh"
 
 expect_stdout() {
     grep -q -- "$1" stdout || fail "$2: no '$1' on standard output"
@@ -242,5 +212,4 @@ replay --help
 expect_status 0 "replay --help"
 expect_stdout SCENARIO_DIR "replay --help"
 
-[[ $failures -eq 0 ]] || { echo "$failures failed" >&2; exit 1; }
-echo "all passed"
+finish

@@ -152,6 +152,9 @@ class Driver {
     [[nodiscard]] bool remove_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan);
     [[nodiscard]] std::uint8_t onu_id() const { return replay_.onu_id; }
 
+    /* The PON registers the node anew. For events, which run on the packet task. */
+    void set_onu_id(std::uint8_t onu_id) { replay_.onu_id = onu_id; }
+
  private:
     void wait_for_start();
     [[nodiscard]] bool admit(const MergedFrame& merged);
