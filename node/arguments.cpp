@@ -11,7 +11,7 @@
 #include <string_view>
 #include <utility>
 
-#include "node/capture/ports.h"
+#include "node/driver/ports.h"
 
 namespace node {
 namespace {
@@ -67,7 +67,7 @@ std::uint32_t mask_of(const std::string& word) {
 
 void add_input(std::vector<capture::Input>& inputs, std::uint8_t port, std::filesystem::path file) {
     if (std::ranges::find(inputs, port, &capture::Input::port) != inputs.end()) {
-        throw UsageError("two captures for " + capture::name_of_slot(*capture::slot_of_port(port)));
+        throw UsageError("two captures for " + driver::name_of_slot(*driver::slot_of_port(port)));
     }
     inputs.push_back({port, std::move(file)});
 }
@@ -80,7 +80,7 @@ void add_port(std::vector<capture::Input>& inputs, const std::string& text) {
     }
     const std::string port = text.substr(0, equals);
     const auto number = parse_number(port);
-    if (!number || !capture::slot_of_port(*number)) {
+    if (!number || !driver::slot_of_port(*number)) {
         throw UsageError("--port: there is no port '" + port +
                          "', user ports are 0 to 5 and the uplink is 29");
     }
@@ -93,10 +93,10 @@ void add_scenario(std::vector<capture::Input>& inputs, const std::filesystem::pa
     if (!std::filesystem::is_directory(folder, unreadable)) {
         throw UsageError(folder.string() + ": is not a scenario folder");
     }
-    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
-        const std::filesystem::path file = folder / (capture::name_of_slot(slot) + ".pcap");
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        const std::filesystem::path file = folder / (driver::name_of_slot(slot) + ".pcap");
         if (!std::filesystem::exists(file, unreadable)) continue;
-        add_input(inputs, capture::port_of_slot(slot), file);
+        add_input(inputs, driver::port_of_slot(slot), file);
     }
     if (inputs.empty()) {
         throw UsageError(folder.string() + ": holds none of port0.pcap to port5.pcap, uplink.pcap");
@@ -173,7 +173,7 @@ std::vector<capture::Input> inputs_of(const Words& words) {
     std::vector<capture::Input> inputs;
     if (!words.scenario.empty()) add_scenario(inputs, words.scenario);
     for (const std::string& port : words.ports) add_port(inputs, port);
-    for (const std::string& uplink : words.uplinks) add_input(inputs, capture::kUplinkPort, uplink);
+    for (const std::string& uplink : words.uplinks) add_input(inputs, driver::kUplinkPort, uplink);
     if (inputs.empty()) throw UsageError("no captures: give a folder, --port or --uplink");
     std::ranges::sort(inputs, {}, &capture::Input::port);
     return inputs;

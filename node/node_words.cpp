@@ -4,7 +4,7 @@
 
 #include "mld/record.h"
 #include "node/arguments.h"
-#include "node/capture/capture_driver.h"
+#include "node/driver/driver.h"
 #include "node/usage_error.h"
 #include "platform/protocol_core.h"
 
@@ -12,7 +12,7 @@ namespace node {
 namespace {
 
 std::function<void()> register_as(const std::string& id) {
-    return [onu_id = parse_onu_id(id)] { capture::Driver::instance().set_onu_id(onu_id); };
+    return [onu_id = parse_onu_id(id)] { driver::chosen().set_onu_id(onu_id); };
 }
 
 /* The record and the core, in the order in which start-up sets them. */

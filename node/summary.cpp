@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
-#include "node/capture/ports.h"
+#include "node/driver/ports.h"
 #include "node/table.h"
 
 namespace node {
@@ -15,8 +15,8 @@ namespace {
 using capture::Counters;
 using capture::FramesIn;
 using capture::FramesOut;
-using capture::MacAddress;
 using capture::SwitchEntry;
+using driver::MacAddress;
 using nlohmann::ordered_json;
 
 constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
@@ -56,8 +56,8 @@ std::string mac_text(const MacAddress& mac) {
 }
 
 std::string port_text(std::int64_t port) {
-    const auto slot = capture::slot_of_port(port);
-    return slot ? capture::name_of_slot(*slot) : std::to_string(port);
+    const auto slot = driver::slot_of_port(port);
+    return slot ? driver::name_of_slot(*slot) : std::to_string(port);
 }
 
 FramesIn total_in(const Counters& counters) {
@@ -130,8 +130,8 @@ std::string frames_in_text(const Counters& counters) {
                    number(in.not_trapped), number(in.too_long), number(in.truncated),
                    number(in.out_of_order)});
     };
-    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
-        add(capture::name_of_slot(slot), counters.in[slot]);
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        add(driver::name_of_slot(slot), counters.in[slot]);
     }
     add("all", total_in(counters));
     return table.text();
@@ -140,9 +140,9 @@ std::string frames_in_text(const Counters& counters) {
 std::string frames_out_text(const Counters& counters) {
     Table table("Frames out", {{"port", Align::kLeft}, {"sent"}, {"failed"}});
     FramesOut sum;
-    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         const FramesOut& out = counters.out[slot];
-        table.add({capture::name_of_slot(slot), number(out.sent), number(out.failed)});
+        table.add({driver::name_of_slot(slot), number(out.sent), number(out.failed)});
         sum.sent += out.sent;
         sum.failed += out.failed;
     }
@@ -325,10 +325,10 @@ ordered_json commands_json(const Summary& summary) {
 
 ordered_json frames_in_json(const Counters& counters) {
     ordered_json rows = ordered_json::array();
-    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         const FramesIn& in = counters.in[slot];
-        rows.push_back({{"port", capture::port_of_slot(slot)},
-                        {"name", capture::name_of_slot(slot)},
+        rows.push_back({{"port", driver::port_of_slot(slot)},
+                        {"name", driver::name_of_slot(slot)},
                         {"total", in.total()},
                         {"igmp", in.igmp},
                         {"mld", in.mld},
@@ -342,9 +342,9 @@ ordered_json frames_in_json(const Counters& counters) {
 
 ordered_json frames_out_json(const Counters& counters) {
     ordered_json rows = ordered_json::array();
-    for (std::size_t slot = 0; slot < capture::kSlots; ++slot) {
-        rows.push_back({{"port", capture::port_of_slot(slot)},
-                        {"name", capture::name_of_slot(slot)},
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        rows.push_back({{"port", driver::port_of_slot(slot)},
+                        {"name", driver::name_of_slot(slot)},
                         {"sent", counters.out[slot].sent},
                         {"failed", counters.out[slot].failed}});
     }

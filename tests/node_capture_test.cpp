@@ -22,7 +22,7 @@
 
 #include "node/capture/capture_driver.h"
 #include "node/capture/capture_error.h"
-#include "node/capture/trap_filter.h"
+#include "node/driver/trap_filter.h"
 #include "platform/l2_multicast.h"
 
 namespace {
@@ -32,7 +32,7 @@ using capture::CaptureError;
 using capture::Driver;
 using capture::Input;
 using capture::Replay;
-using capture::TrapVerdict;
+using driver::TrapVerdict;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint64_t kSecond = 1'000'000;
@@ -409,7 +409,7 @@ TEST(TrapFilter, TellsFramesApartByTheirFraming) {
         {"nothing", {}, TrapVerdict::kTooShort},
     };
     for (const TrapCase& each : cases)
-        EXPECT_EQ(capture::classify(each.frame), each.verdict) << each.name;
+        EXPECT_EQ(driver::classify(each.frame), each.verdict) << each.name;
 }
 
 TEST(TrapFilter, NeverReadsBehindTheEnd) {
@@ -421,7 +421,7 @@ TEST(TrapFilter, NeverReadsBehindTheEnd) {
             // An exact copy on the heap, so that a sanitizer sees the first byte too many.
             const auto exact = std::make_unique<std::uint8_t[]>(size);
             std::copy_n(frame.begin(), size, exact.get());
-            EXPECT_NE(capture::classify({exact.get(), size}), TrapVerdict::kOther) << size;
+            EXPECT_NE(driver::classify({exact.get(), size}), TrapVerdict::kOther) << size;
         }
     }
 }
@@ -516,7 +516,7 @@ TEST_F(CaptureDriver, FramesSentGoToOneCaptureAPort) {
     for (const char* empty : {"port0", "port1", "port2", "port4", "port5"}) {
         EXPECT_TRUE(read_capture(file("out") / (std::string(empty) + ".pcap")).empty()) << empty;
     }
-    EXPECT_EQ(driver_.report().counters.out[capture::kUplinkSlot].sent, 2u);
+    EXPECT_EQ(driver_.report().counters.out[driver::kUplinkSlot].sent, 2u);
 }
 
 TEST_F(CaptureDriver, ReplacesTheOutputsOfAnEarlierReplay) {
@@ -570,8 +570,8 @@ TEST_F(CaptureDriver, RefusesToSendWhereThereIsNoPort) {
 // ---- The switch table ----
 
 TEST_F(CaptureDriver, KeepsEntriesInOrderWithCounts) {
-    const capture::MacAddress first{0x01, 0x00, 0x5E, 0x01, 0x01, 0x01};
-    const capture::MacAddress second{0x33, 0x33, 0x00, 0x00, 0x00, 0x05};
+    const driver::MacAddress first{0x01, 0x00, 0x5E, 0x01, 0x01, 0x01};
+    const driver::MacAddress second{0x33, 0x33, 0x00, 0x00, 0x00, 0x05};
     EXPECT_TRUE(driver_.set_entry(29, first, 100));
     EXPECT_TRUE(driver_.set_entry(2, second, 100));
     EXPECT_TRUE(driver_.set_entry(2, first, 4088));

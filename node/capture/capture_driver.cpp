@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "node/capture/trap_filter.h"
+#include "node/driver/trap_filter.h"
 
 namespace capture {
 namespace {
@@ -14,12 +14,12 @@ constexpr std::uint64_t kRecordHeader = 16;  // in a pcap file, in front of each
 /* The count that a frame of this kind goes to. */
 std::uint64_t& kind_of(const CapturedFrame& frame, FramesIn& counters) {
     const bool cut = frame.bytes.size() < frame.length;
-    const TrapVerdict verdict = classify(frame.bytes);
-    if (verdict == TrapVerdict::kOther) return counters.not_trapped;
-    if (verdict == TrapVerdict::kTooShort && !cut) return counters.not_trapped;
+    const driver::TrapVerdict verdict = driver::classify(frame.bytes);
+    if (verdict == driver::TrapVerdict::kOther) return counters.not_trapped;
+    if (verdict == driver::TrapVerdict::kTooShort && !cut) return counters.not_trapped;
     if (cut) return counters.truncated;
-    if (frame.length > kLongestFrame) return counters.too_long;
-    return verdict == TrapVerdict::kIgmp ? counters.igmp : counters.mld;
+    if (frame.length > driver::kLongestFrame) return counters.too_long;
+    return verdict == driver::TrapVerdict::kIgmp ? counters.igmp : counters.mld;
 }
 
 }  // namespace
@@ -30,6 +30,7 @@ Driver& Driver::instance() {
 }
 
 void Driver::prepare(Replay replay) {
+    driver::use(*this);
     merge_ = CaptureMerge(replay.inputs);
     if (replay.output) writer_.emplace(*replay.output, replay.inputs);
     replay_ = std::move(replay);
@@ -69,7 +70,7 @@ Progress Driver::progress() {
     return progress_;
 }
 
-std::optional<Driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
+std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
     wait_for_start();
     while (!stopping_) {
         const std::optional<MergedFrame> merged = merge_.next();
@@ -78,20 +79,15 @@ std::optional<Driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
         const CapturedFrame& frame = merged->frame;
         advance_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
         std::ranges::copy(frame.bytes, buf.begin());
-        return Delivery{merged->port, frame.length};
+        return driver::Delivery{merged->port, frame.length};
     }
     finish();
     return std::nullopt;
 }
 
-void Driver::park() {
-    std::unique_lock lock(mutex_);
-    while (true) changed_.wait(lock);
-}
-
 bool Driver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
     const std::lock_guard lock(mutex_);
-    const std::optional<std::size_t> slot = slot_of_port(port);
+    const std::optional<std::size_t> slot = driver::slot_of_port(port);
     if (!slot) {
         ++counters_.send_invalid_port;
         return false;
@@ -105,9 +101,9 @@ bool Driver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
     return written;
 }
 
-bool Driver::set_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan) {
+bool Driver::set_entry(std::int64_t port, const driver::MacAddress& mac, std::uint16_t vlan) {
     const std::lock_guard lock(mutex_);
-    if (!slot_of_port(port)) {
+    if (!driver::slot_of_port(port)) {
         ++table_.invalid_port;
         return false;
     }
@@ -115,9 +111,9 @@ bool Driver::set_entry(std::int64_t port, const MacAddress& mac, std::uint16_t v
     return true;
 }
 
-bool Driver::remove_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan) {
+bool Driver::remove_entry(std::int64_t port, const driver::MacAddress& mac, std::uint16_t vlan) {
     const std::lock_guard lock(mutex_);
-    if (!slot_of_port(port)) {
+    if (!driver::slot_of_port(port)) {
         ++table_.invalid_port;
         return false;
     }
@@ -137,7 +133,7 @@ bool Driver::admit(const MergedFrame& merged) {
     const std::lock_guard lock(mutex_);
     ++progress_.frames;
     progress_.bytes += frame.bytes.size() + kRecordHeader;
-    FramesIn& counters = counters_.in[*slot_of_port(merged.port)];
+    FramesIn& counters = counters_.in[*driver::slot_of_port(merged.port)];
     note_stamp(frame.stamp_ns / kNanosecondsPerMicrosecond, counters);
     std::uint64_t& kind = kind_of(frame, counters);
     ++kind;

@@ -30,12 +30,11 @@
 
 #include "node/capture/capture_merge.h"
 #include "node/capture/capture_writer.h"
-#include "node/capture/ports.h"
 #include "node/capture/switch_table.h"
+#include "node/driver/driver.h"
+#include "node/driver/ports.h"
 
 namespace capture {
-
-inline constexpr std::size_t kLongestFrame = 2000;  // what the switch traps, without FCS
 
 /* The core's clock, in microseconds since the epoch. */
 struct CoreClock {
@@ -83,8 +82,8 @@ struct FramesOut {
 };
 
 struct Counters {
-    PerPort<FramesIn> in{};
-    PerPort<FramesOut> out{};
+    driver::PerPort<FramesIn> in{};
+    driver::PerPort<FramesOut> out{};
     std::uint64_t send_invalid_port = 0;  // refused: the switch has no such port
     std::uint64_t send_empty = 0;         // refused: no frame, or no bytes
 };
@@ -108,15 +107,14 @@ struct Report {
     std::vector<std::string> failures;  // captures that broke, outputs that are incomplete
 };
 
-class Driver {
+class Driver final : public driver::Driver {
  public:
-    /* The one that the L2_multicast_ functions work on. It is never destroyed: tasks outlive main.
-     */
+    /* There is one, and it is never destroyed: tasks outlive main. */
     static Driver& instance();
 
     /*
-     * Opens captures and outputs and sets the core's clock to the first stamp, so that start-up
-     * happens in the time of the captures too. Throws CaptureError.
+     * Becomes the chosen driver, opens captures and outputs and sets the core's clock to the first
+     * stamp, so that start-up happens in the time of the captures too. Throws CaptureError.
      */
     void prepare(Replay replay);
 
@@ -136,24 +134,17 @@ class Driver {
 
     /* ---- What the L2_multicast_ functions do ---- */
 
-    struct Delivery {
-        std::uint8_t port;
-        std::uint32_t length;
-    };
-
     /* The next trapped frame, in buf; nothing once the replay is finished. */
-    [[nodiscard]] std::optional<Delivery> read(std::span<std::uint8_t> buf);
+    [[nodiscard]] std::optional<driver::Delivery> read(std::span<std::uint8_t> buf) override;
+    [[nodiscard]] bool send(std::int64_t port, std::span<const std::uint8_t> frame) override;
+    [[nodiscard]] bool set_entry(std::int64_t port, const driver::MacAddress& mac,
+                                 std::uint16_t vlan) override;
+    [[nodiscard]] bool remove_entry(std::int64_t port, const driver::MacAddress& mac,
+                                    std::uint16_t vlan) override;
+    [[nodiscard]] std::uint8_t onu_id() const override { return replay_.onu_id; }
 
-    /* Never returns. */
-    [[noreturn]] void park();
-
-    [[nodiscard]] bool send(std::int64_t port, std::span<const std::uint8_t> frame);
-    [[nodiscard]] bool set_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan);
-    [[nodiscard]] bool remove_entry(std::int64_t port, const MacAddress& mac, std::uint16_t vlan);
-    [[nodiscard]] std::uint8_t onu_id() const { return replay_.onu_id; }
-
-    /* The PON registers the node anew. For events, which run on the packet task. */
-    void set_onu_id(std::uint8_t onu_id) { replay_.onu_id = onu_id; }
+    /* For events, which run on the packet task. */
+    void set_onu_id(std::uint8_t onu_id) override { replay_.onu_id = onu_id; }
 
  private:
     void wait_for_start();

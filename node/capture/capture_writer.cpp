@@ -27,7 +27,7 @@ void create_folder(const std::filesystem::path& folder) {
     }
 }
 
-void refuse_to_overwrite_inputs(const PerPort<std::filesystem::path>& outputs,
+void refuse_to_overwrite_inputs(const driver::PerPort<std::filesystem::path>& outputs,
                                 const std::vector<Input>& inputs) {
     for (const std::filesystem::path& output : outputs) {
         for (const Input& input : inputs) {
@@ -46,14 +46,14 @@ void CaptureWriter::Close::operator()(pcap_dumper* file) const { pcap_dump_close
 CaptureWriter::CaptureWriter(const std::filesystem::path& folder,
                              const std::vector<Input>& inputs) {
     create_folder(folder);
-    for (std::size_t slot = 0; slot < kSlots; ++slot) {
-        paths_[slot] = folder / (name_of_slot(slot) + ".pcap");
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        paths_[slot] = folder / (driver::name_of_slot(slot) + ".pcap");
     }
     refuse_to_overwrite_inputs(paths_, inputs);
 
     const std::unique_ptr<pcap_t, CloseHandle> format(pcap_open_dead(DLT_EN10MB, kSnapLength));
     if (format == nullptr) throw CaptureError(folder.string() + ": out of memory");
-    for (std::size_t slot = 0; slot < kSlots; ++slot) {
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         files_[slot].reset(pcap_dump_open(format.get(), paths_[slot].c_str()));
         if (files_[slot] == nullptr) throw CaptureError(pcap_geterr(format.get()));
     }
@@ -73,7 +73,7 @@ bool CaptureWriter::write(std::size_t slot, std::uint64_t stamp_us,
 
 std::vector<std::string> CaptureWriter::flush() {
     std::vector<std::string> lines;
-    for (std::size_t slot = 0; slot < kSlots; ++slot) {
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         pcap_dumper_t* file = files_[slot].get();
         const bool flushed = pcap_dump_flush(file) == 0;
         if (flushed && std::ferror(pcap_dump_file(file)) == 0) continue;

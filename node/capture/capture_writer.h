@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "node/capture/capture_merge.h"
-#include "node/capture/ports.h"
+#include "node/driver/ports.h"
 
 struct pcap_dumper;
 
@@ -40,8 +40,8 @@ class CaptureWriter {
         void operator()(pcap_dumper* file) const;
     };
 
-    PerPort<std::filesystem::path> paths_;
-    PerPort<std::unique_ptr<pcap_dumper, Close>> files_;
+    driver::PerPort<std::filesystem::path> paths_;
+    driver::PerPort<std::unique_ptr<pcap_dumper, Close>> files_;
 };
 
 }  // namespace capture

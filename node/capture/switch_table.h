@@ -5,20 +5,19 @@
  */
 #pragma once
 
-#include <array>
 #include <compare>
 #include <cstdint>
 #include <map>
 
-namespace capture {
+#include "node/driver/driver.h"
 
-using MacAddress = std::array<std::uint8_t, 6>;
+namespace capture {
 
 /* Ordered by port, then VLAN, then MAC address: the order of every listing. */
 struct SwitchEntry {
     std::uint8_t port;
     std::uint16_t vlan;
-    MacAddress mac;
+    driver::MacAddress mac;
 
     auto operator<=>(const SwitchEntry&) const = default;
 };

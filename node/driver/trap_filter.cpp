@@ -1,8 +1,8 @@
-#include "node/capture/trap_filter.h"
+#include "node/driver/trap_filter.h"
 
 #include <cstddef>
 
-namespace capture {
+namespace driver {
 namespace {
 
 constexpr std::uint16_t kTypeVlan = 0x8100;
@@ -95,4 +95,4 @@ TrapVerdict classify(std::span<const std::uint8_t> frame) {
     return reader.ran_out() ? TrapVerdict::kTooShort : verdict;
 }
 
-}  // namespace capture
+}  // namespace driver

@@ -16,7 +16,7 @@
 #include <cstdint>
 #include <span>
 
-namespace capture {
+namespace driver {
 
 enum class TrapVerdict {
     kOther,  // stays in the switch
@@ -27,4 +27,4 @@ enum class TrapVerdict {
 
 [[nodiscard]] TrapVerdict classify(std::span<const std::uint8_t> frame);
 
-}  // namespace capture
+}  // namespace driver

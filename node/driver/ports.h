@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace capture {
+namespace driver {
 
 inline constexpr std::size_t kUserPorts = 6;
 inline constexpr std::size_t kSlots = kUserPorts + 1;
@@ -36,4 +36,4 @@ inline std::string name_of_slot(std::size_t slot) {
     return slot == kUplinkSlot ? "uplink" : "port" + std::to_string(slot);
 }
 
-}  // namespace capture
+}  // namespace driver
