@@ -1324,6 +1324,56 @@ TEST_F(Proxy, TestMessagesGoUpstreamInEveryMode) {
 
 // ---- MLD ----
 
+// ---- For drivers ----
+
+/* The group that the core makes or removes an entry for, as a driver sees it. */
+std::vector<std::string> in_hand;
+
+extern "C" {
+
+std::int32_t look_at_igmp_entry(IgmpGroupEntry* /*group*/) {
+    const auto owner = devcore::entry_in_hand();
+    in_hand.push_back(owner ? std::to_string(owner->port) + "/" + std::to_string(owner->vlan) +
+                                  " " + devcore::text(owner->family, owner->group)
+                            : "none");
+    return 0;
+}
+
+std::int32_t look_at_mld_entry(MldGroupEntry* /*group*/) { return look_at_igmp_entry(nullptr); }
+}
+
+TEST_F(Core, ADriverSeesTheGroupBehindTheMacAddressOfAnEntry) {
+    in_hand.clear();
+    igmp_register_switch_add_table(look_at_igmp_entry);
+    igmp_register_switch_del_table(look_at_igmp_entry);
+    mld_register_switch_add_table(look_at_mld_entry);
+    igmp_if_fast_leave_enable(2, 1);
+    receive(2, v2_report(kHostA, kGroup));
+    receive(2, leave(kHostA, kGroup));
+    receive_mld(3, mld_report(kHostA6, kGroup6));
+    EXPECT_EQ(in_hand, (Texts{"2/4088 239.1.1.1", "2/4088 239.1.1.1", "3/4088 ff1e::101"}));
+    EXPECT_FALSE(devcore::entry_in_hand()) << "outside of such a call";
+}
+
+TEST_F(Core, WhoKeepsTheClockHearsOfEachChangeOfTheNextTimer) {
+    std::vector<std::optional<std::uint64_t>> due;
+    devcore::watch_timers([&due](std::optional<std::uint64_t> next) { due.push_back(next); });
+    receive(2, v2_report(kHostA, kGroup));
+    ASSERT_EQ(due.size(), 1U);
+    EXPECT_EQ(due[0], devcore::next_timer());
+    receive(3, v2_report(kHostA, kOther));
+    EXPECT_EQ(due.size(), 1U) << "a later timer changes nothing";
+    receive(2, leave(kHostA, kGroup));
+    ASSERT_EQ(due.size(), 2U);
+    EXPECT_EQ(due[1], now_ + kSecond) << "the last member query is due before";
+    igmp_del_all_group();
+    ASSERT_EQ(due.size(), 3U);
+    EXPECT_FALSE(due[2]) << "no timer is left";
+    devcore::watch_timers({});
+    receive(2, v2_report(kHostA, kGroup));
+    EXPECT_EQ(due.size(), 3U);
+}
+
 TEST_F(Core, MldReportMakesAMembershipAndAnEntry) {
     const Bytes report{
         0x60, 0x00, 0x00, 0x00,                          // IPv6

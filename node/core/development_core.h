@@ -12,6 +12,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +31,13 @@ void set_clock(std::uint64_t now_us);
 
 /* When the next timer is due; nothing when none runs. */
 [[nodiscard]] std::optional<std::uint64_t> next_timer();
+
+/*
+ * Tells whoever keeps the clock when it has to be moved next: changed is called each time that
+ * next_timer() gives something else than before, on the thread that caused it. It must not call the
+ * core. An empty function ends it.
+ */
+void watch_timers(std::function<void(std::optional<std::uint64_t> due_us)> changed);
 
 /* A fresh core: no settings, call-backs, memberships or counts, and the clock at 0. For tests. */
 void reset();
@@ -61,6 +69,21 @@ struct Membership {
 
 /* All of them, sorted by port, VLAN, family and group. */
 [[nodiscard]] std::vector<Membership> memberships();
+
+/* What an entry of the switch is for. */
+struct EntryOwner {
+    std::uint32_t port = 0;
+    std::uint16_t vlan = 0;
+    Family family = Family::kIpv4;
+    Address group{};
+};
+
+/*
+ * For a driver whose entries are by group: the call for an entry carries the MAC address only,
+ * which several groups share. Inside such a call this is the group that the core makes or removes
+ * the entry for; nothing when the call comes from elsewhere.
+ */
+[[nodiscard]] std::optional<EntryOwner> entry_in_hand();
 
 // ---- Counters -----------------------------------------------------------------------------------
 

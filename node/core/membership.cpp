@@ -169,7 +169,18 @@ bool change_entry(Change change, const GroupKey& key, Entry entry) {
     return change != nullptr && change(&entry) == 0;
 }
 
+/* Of the call that this thread is in. */
+thread_local const GroupKey* key_in_hand = nullptr;
+
+struct InHand {
+    explicit InHand(const GroupKey& key) { key_in_hand = &key; }
+    ~InHand() { key_in_hand = nullptr; }
+    InHand(const InHand&) = delete;
+    InHand& operator=(const InHand&) = delete;
+};
+
 bool change_entry(const GroupKey& key, bool add) {
+    const InHand in_hand(key);
     const CallBacks& call = core().call_backs;
     if (key.family == Family::kIpv4) {
         IgmpGroupEntry entry{};
@@ -423,6 +434,12 @@ std::vector<Membership> memberships() {
         all.push_back(std::move(one));
     }
     return all;
+}
+
+std::optional<EntryOwner> entry_in_hand() {
+    if (key_in_hand == nullptr) return std::nullopt;
+    return EntryOwner{key_in_hand->port, key_in_hand->vlan, key_in_hand->family,
+                      key_in_hand->group};
 }
 
 std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group) {

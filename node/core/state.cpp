@@ -1,5 +1,7 @@
 #include "node/core/state.h"
 
+#include <utility>
+
 #include "node/core/membership.h"
 
 namespace devcore {
@@ -8,6 +10,25 @@ namespace {
 std::recursive_mutex& mutex() {
     static std::recursive_mutex* const the_mutex = new std::recursive_mutex;
     return *the_mutex;
+}
+
+/* Not part of the core: it stays when the core begins anew. */
+struct TimerWatch {
+    std::function<void(std::optional<std::uint64_t>)> changed;
+    std::optional<std::uint64_t> told;
+    int doors_open = 0;  // a door that is opened from inside tells nothing
+
+    void tell() {
+        const auto next = core().timers.next();
+        if (!changed || next == told) return;
+        told = next;
+        changed(next);
+    }
+};
+
+TimerWatch& timer_watch() {
+    static TimerWatch* const watch = new TimerWatch;
+    return *watch;
 }
 
 }  // namespace
@@ -25,8 +46,21 @@ Core& core() {
     return *the_core;
 }
 
-Lock::Lock() { mutex().lock(); }
-Lock::~Lock() { mutex().unlock(); }
+Lock::Lock() {
+    mutex().lock();
+    ++timer_watch().doors_open;
+}
+
+Lock::~Lock() {
+    if (--timer_watch().doors_open == 0) timer_watch().tell();
+    mutex().unlock();
+}
+
+void watch_timers(std::function<void(std::optional<std::uint64_t>)> changed) {
+    const Lock lock;
+    timer_watch().changed = std::move(changed);
+    timer_watch().told.reset();
+}
 
 Port* find_port(std::uint32_t number) {
     if (number == kUplinkNumber || number == kCoreUplink) return &core().ports[kUserPorts];
