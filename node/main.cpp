@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "adapt/adapt.h"
@@ -138,9 +139,10 @@ int replay(const node::ReplayArguments& arguments) {
     }
     const std::chrono::duration<double> took = steady_clock::now() - start;
 
-    const node::Summary summary{
-        arguments,    driver.report(), devcore::counters(), devcore::memberships(),
-        commands_run, interrupted,     took.count()};
+    capture::Report report = driver.report();
+    const std::uint64_t end_us = report.span ? report.span->end_us : 0;
+    const node::Summary summary{arguments,    std::move(report), node::report_core(end_us),
+                                commands_run, interrupted,       took.count()};
     const std::string text = arguments.json ? node::as_json(summary) : node::as_text(summary);
     bool complete = summary.report.failures.empty();
     if (std::fputs(text.c_str(), out) < 0 || std::fflush(out) != 0) {

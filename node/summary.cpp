@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <ctime>
 #include <nlohmann/json.hpp>
-#include <string_view>
 
 #include "node/driver/ports.h"
 #include "node/table.h"
+#include "node/values.h"
 
 namespace node {
 namespace {
@@ -22,18 +22,6 @@ using nlohmann::ordered_json;
 constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
 
 // ---- Values as text ----
-
-std::string number(std::uint64_t value) { return std::to_string(value); }
-
-std::string fixed(double value, int digits) {
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
-    return text.data();
-}
-
-double seconds(std::uint64_t us) {
-    return static_cast<double>(us) / static_cast<double>(kMicrosecondsPerSecond);
-}
 
 /* "2026-11-21 07:03:10.987486 UTC" */
 std::string date(std::uint64_t stamp_us) {
@@ -53,11 +41,6 @@ std::string mac_text(const MacAddress& mac) {
     std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
                   mac[3], mac[4], mac[5]);
     return text.data();
-}
-
-std::string port_text(std::int64_t port) {
-    const auto slot = driver::slot_of_port(port);
-    return slot ? driver::name_of_slot(*slot) : std::to_string(port);
 }
 
 FramesIn total_in(const Counters& counters) {
@@ -154,21 +137,6 @@ std::string frames_out_text(const Counters& counters) {
 
 // ---- What the core knows ----
 
-struct Count {
-    std::string_view name;
-    std::uint64_t value;
-};
-
-/* One of the core's arrays of counts with the name of each. */
-template <class Kind, std::size_t size>
-std::vector<Count> named(const std::array<std::uint64_t, size>& counts) {
-    std::vector<Count> rows;
-    for (std::size_t i = 0; i < size; ++i) {
-        rows.push_back({devcore::name(static_cast<Kind>(i)), counts[i]});
-    }
-    return rows;
-}
-
 /* The frames that the driver kept from the library, and the sends that it refused. */
 std::vector<Count> driver_drops(const Counters& counters) {
     const FramesIn in = total_in(counters);
@@ -177,24 +145,6 @@ std::vector<Count> driver_drops(const Counters& counters) {
             {"truncated in the capture", in.truncated},
             {"sent to an unknown port", counters.send_invalid_port},
             {"sent without bytes", counters.send_empty}};
-}
-
-const char* protocol(const devcore::Membership& member) {
-    return member.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
-}
-
-std::string version_text(const devcore::Membership& member) {
-    return protocol(member) + ("v" + std::to_string(member.version));
-}
-
-/* "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source. */
-std::string filter_text(const devcore::Membership& member) {
-    std::string sources;
-    for (const devcore::Address& source : member.sources) {
-        if (!sources.empty()) sources += ", ";
-        sources += devcore::text(member.family, source);
-    }
-    return (member.exclude ? "exclude {" : "include {") + sources + "}";
 }
 
 /* The MAC address that the frames of the group carry (RFC 1112, RFC 2464). */
@@ -209,56 +159,12 @@ MacAddress group_mac(const devcore::Membership& member) {
 /* The groups that a switch entry lets through to its port, as far as the core knows them. */
 std::vector<std::string> groups_behind(const Summary& summary, const SwitchEntry& entry) {
     std::vector<std::string> groups;
-    for (const devcore::Membership& member : summary.memberships) {
+    for (const devcore::Membership& member : summary.core.memberships) {
         if (member.port != entry.port || member.vlan != entry.vlan) continue;
         if (group_mac(member) != entry.mac) continue;
         groups.push_back(devcore::text(member.family, member.group));
     }
     return groups;
-}
-
-double age_s(const Summary& summary, const devcore::Membership& member) {
-    const auto& span = summary.report.span;
-    return span && span->end_us > member.joined_us ? seconds(span->end_us - member.joined_us) : 0;
-}
-
-std::string counts_text(const std::string& title, const std::string& unit,
-                        const std::vector<Count>& counts) {
-    Table table(title, {{"kind", Align::kLeft}, {unit}});
-    for (const Count& count : counts) {
-        if (count.value > 0) table.add({std::string(count.name), number(count.value)});
-    }
-    return table.text();
-}
-
-std::string drops_text(const Summary& summary) {
-    Table table("Drops", {{"by", Align::kLeft}, {"reason", Align::kLeft}, {"count"}});
-    const auto add = [&table](const char* by, const std::vector<Count>& counts) {
-        for (const Count& count : counts) {
-            if (count.value > 0) table.add({by, std::string(count.name), number(count.value)});
-        }
-    };
-    add("driver", driver_drops(summary.report.counters));
-    add("core", named<devcore::Drop>(summary.core.drops));
-    return table.text();
-}
-
-std::string memberships_text(const Summary& summary) {
-    Table table("Memberships", {{"port", Align::kLeft},
-                                {"VLAN"},
-                                {"group", Align::kLeft},
-                                {"version", Align::kLeft},
-                                {"filter", Align::kLeft},
-                                {"reporters"},
-                                {"age s"},
-                                {"in switch", Align::kLeft}});
-    for (const devcore::Membership& member : summary.memberships) {
-        table.add({port_text(member.port), number(member.vlan),
-                   devcore::text(member.family, member.group), version_text(member),
-                   filter_text(member), number(member.reporters.size()),
-                   fixed(age_s(summary, member), 1), member.programmed ? "yes" : "no"});
-    }
-    return table.text();
 }
 
 std::string switch_text(const Summary& summary) {
@@ -279,19 +185,11 @@ std::string switch_text(const Summary& summary) {
     return table.text() + "  changes: " + number(switch_table.added) + " added, " +
            number(switch_table.repeated) + " set again, " + number(switch_table.removed) +
            " taken away, " + number(switch_table.absent) + " taken away while absent, " +
-           number(switch_table.invalid_port) + " refused for an unknown port\n" +
-           "  the core: " + number(summary.core.entries_added) + " added, " +
-           number(summary.core.add_failures) + " failed, " + number(summary.core.entries_removed) +
-           " taken away, " + number(summary.core.remove_failures) + " failed\n";
+           number(switch_table.invalid_port) + " refused for an unknown port\n" + "  " +
+           entry_changes_text(summary.core) + "\n";
 }
 
 // ---- JSON ----
-
-ordered_json json_of(const std::vector<Count>& counts) {
-    ordered_json object = ordered_json::object();
-    for (const Count& count : counts) object[std::string(count.name)] = count.value;
-    return object;
-}
 
 ordered_json captures_json(const Summary& summary) {
     ordered_json rows = ordered_json::array();
@@ -351,31 +249,6 @@ ordered_json frames_out_json(const Counters& counters) {
     return rows;
 }
 
-ordered_json addresses_json(devcore::Family family,
-                            const std::vector<devcore::Address>& addresses) {
-    ordered_json rows = ordered_json::array();
-    for (const devcore::Address& address : addresses)
-        rows.push_back(devcore::text(family, address));
-    return rows;
-}
-
-ordered_json memberships_json(const Summary& summary) {
-    ordered_json rows = ordered_json::array();
-    for (const devcore::Membership& member : summary.memberships) {
-        rows.push_back({{"port", member.port},
-                        {"vlan", member.vlan},
-                        {"group", devcore::text(member.family, member.group)},
-                        {"protocol", protocol(member)},
-                        {"version", member.version},
-                        {"filter", member.exclude ? "exclude" : "include"},
-                        {"sources", addresses_json(member.family, member.sources)},
-                        {"reporters", addresses_json(member.family, member.reporters)},
-                        {"age_s", age_s(summary, member)},
-                        {"in_switch", member.programmed}});
-    }
-    return rows;
-}
-
 ordered_json switch_json(const Summary& summary) {
     const capture::SwitchTable& table = summary.report.table;
     ordered_json rows = ordered_json::array();
@@ -394,15 +267,6 @@ ordered_json switch_json(const Summary& summary) {
             {"refused_port", table.invalid_port}};
 }
 
-ordered_json core_json(const devcore::Counters& core) {
-    return {{"received", json_of(named<devcore::Received>(core.received))},
-            {"sent", json_of(named<devcore::Sent>(core.sent))},
-            {"entries_added", core.entries_added},
-            {"entries_removed", core.entries_removed},
-            {"add_failures", core.add_failures},
-            {"remove_failures", core.remove_failures}};
-}
-
 }  // namespace
 
 std::string as_text(const Summary& summary) {
@@ -414,11 +278,9 @@ std::string as_text(const Summary& summary) {
         commands_text(summary),
         frames_in_text(counters),
         frames_out_text(counters),
-        counts_text("Received by the core", "messages",
-                    named<devcore::Received>(summary.core.received)),
-        counts_text("Sent by the core", "messages", named<devcore::Sent>(summary.core.sent)),
-        drops_text(summary),
-        memberships_text(summary),
+        messages_text(summary.core),
+        drops_text(driver_drops(counters), summary.core),
+        memberships_text(summary.core),
         switch_text(summary),
     };
     const bool on_console = summary.arguments.debug != 0 || summary.commands_run > 0;
@@ -443,10 +305,8 @@ std::string as_json(const Summary& summary) {
         {"frames_in", frames_in_json(counters)},
         {"frames_out", frames_out_json(counters)},
         {"core", core_json(summary.core)},
-        {"drops",
-         {{"driver", json_of(driver_drops(counters))},
-          {"core", json_of(named<devcore::Drop>(summary.core.drops))}}},
-        {"memberships", memberships_json(summary)},
+        {"drops", drops_json(driver_drops(counters), summary.core)},
+        {"memberships", memberships_json(summary.core)},
         {"switch", switch_json(summary)},
     };
     // A file name may hold any bytes; JSON may not.

@@ -3,19 +3,17 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 #include "node/arguments.h"
 #include "node/capture/capture_driver.h"
-#include "node/core/development_core.h"
+#include "node/core_report.h"
 
 namespace node {
 
 struct Summary {
     ReplayArguments arguments;
     capture::Report report;
-    devcore::Counters core;
-    std::vector<devcore::Membership> memberships;
+    CoreReport core;
     std::size_t commands_run;  // so many of the arguments' commands, from the first on
     bool interrupted;
     double took_s;

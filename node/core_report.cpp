@@ -1,0 +1,140 @@
+#include "node/core_report.h"
+
+#include <nlohmann/json.hpp>
+
+#include "node/table.h"
+#include "node/values.h"
+
+namespace node {
+namespace {
+
+using nlohmann::ordered_json;
+
+const char* protocol(const devcore::Membership& member) {
+    return member.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
+}
+
+std::string version_text(const devcore::Membership& member) {
+    return protocol(member) + ("v" + std::to_string(member.version));
+}
+
+/* "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source. */
+std::string filter_text(const devcore::Membership& member) {
+    std::string sources;
+    for (const devcore::Address& source : member.sources) {
+        if (!sources.empty()) sources += ", ";
+        sources += devcore::text(member.family, source);
+    }
+    return (member.exclude ? "exclude {" : "include {") + sources + "}";
+}
+
+double age_s(const CoreReport& core, const devcore::Membership& member) {
+    return core.now_us > member.joined_us ? seconds(core.now_us - member.joined_us) : 0;
+}
+
+ordered_json addresses_json(devcore::Family family,
+                            const std::vector<devcore::Address>& addresses) {
+    ordered_json rows = ordered_json::array();
+    for (const devcore::Address& address : addresses) {
+        rows.push_back(devcore::text(family, address));
+    }
+    return rows;
+}
+
+}  // namespace
+
+CoreReport report_core(std::uint64_t now_us) {
+    return {devcore::counters(), devcore::memberships(), now_us};
+}
+
+std::string counts_text(const std::string& title, const std::string& unit,
+                        const std::vector<Count>& counts) {
+    Table table(title, {{"kind", Align::kLeft}, {unit}});
+    for (const Count& count : counts) {
+        if (count.value > 0) table.add({std::string(count.name), number(count.value)});
+    }
+    return table.text();
+}
+
+ordered_json json_of(const std::vector<Count>& counts) {
+    ordered_json object = ordered_json::object();
+    for (const Count& count : counts) object[std::string(count.name)] = count.value;
+    return object;
+}
+
+std::string messages_text(const CoreReport& core) {
+    return counts_text("Received by the core", "messages",
+                       named<devcore::Received>(core.counters.received)) +
+           "\n" +
+           counts_text("Sent by the core", "messages", named<devcore::Sent>(core.counters.sent));
+}
+
+std::string drops_text(const std::vector<Count>& driver, const CoreReport& core) {
+    Table table("Drops", {{"by", Align::kLeft}, {"reason", Align::kLeft}, {"count"}});
+    const auto add = [&table](const char* by, const std::vector<Count>& counts) {
+        for (const Count& count : counts) {
+            if (count.value > 0) table.add({by, std::string(count.name), number(count.value)});
+        }
+    };
+    add("driver", driver);
+    add("core", named<devcore::Drop>(core.counters.drops));
+    return table.text();
+}
+
+std::string memberships_text(const CoreReport& core) {
+    Table table("Memberships", {{"port", Align::kLeft},
+                                {"VLAN"},
+                                {"group", Align::kLeft},
+                                {"version", Align::kLeft},
+                                {"filter", Align::kLeft},
+                                {"reporters"},
+                                {"age s"},
+                                {"in switch", Align::kLeft}});
+    for (const devcore::Membership& member : core.memberships) {
+        table.add({port_text(member.port), number(member.vlan),
+                   devcore::text(member.family, member.group), version_text(member),
+                   filter_text(member), number(member.reporters.size()),
+                   fixed(age_s(core, member), 1), member.programmed ? "yes" : "no"});
+    }
+    return table.text();
+}
+
+std::string entry_changes_text(const CoreReport& core) {
+    const devcore::Counters& counters = core.counters;
+    return "the core: " + number(counters.entries_added) + " added, " +
+           number(counters.add_failures) + " failed, " + number(counters.entries_removed) +
+           " taken away, " + number(counters.remove_failures) + " failed";
+}
+
+ordered_json core_json(const CoreReport& core) {
+    return {{"received", json_of(named<devcore::Received>(core.counters.received))},
+            {"sent", json_of(named<devcore::Sent>(core.counters.sent))},
+            {"entries_added", core.counters.entries_added},
+            {"entries_removed", core.counters.entries_removed},
+            {"add_failures", core.counters.add_failures},
+            {"remove_failures", core.counters.remove_failures}};
+}
+
+ordered_json drops_json(const std::vector<Count>& driver, const CoreReport& core) {
+    return {{"driver", json_of(driver)},
+            {"core", json_of(named<devcore::Drop>(core.counters.drops))}};
+}
+
+ordered_json memberships_json(const CoreReport& core) {
+    ordered_json rows = ordered_json::array();
+    for (const devcore::Membership& member : core.memberships) {
+        rows.push_back({{"port", member.port},
+                        {"vlan", member.vlan},
+                        {"group", devcore::text(member.family, member.group)},
+                        {"protocol", protocol(member)},
+                        {"version", member.version},
+                        {"filter", member.exclude ? "exclude" : "include"},
+                        {"sources", addresses_json(member.family, member.sources)},
+                        {"reporters", addresses_json(member.family, member.reporters)},
+                        {"age_s", age_s(core, member)},
+                        {"in_switch", member.programmed}});
+    }
+    return rows;
+}
+
+}  // namespace node

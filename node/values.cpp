@@ -1,0 +1,25 @@
+#include "node/values.h"
+
+#include <array>
+#include <cstdio>
+
+#include "node/driver/ports.h"
+
+namespace node {
+
+std::string number(std::uint64_t value) { return std::to_string(value); }
+
+std::string fixed(double value, int digits) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
+    return text.data();
+}
+
+double seconds(std::uint64_t us) { return static_cast<double>(us) / 1e6; }
+
+std::string port_text(std::int64_t port) {
+    const auto slot = driver::slot_of_port(port);
+    return slot ? driver::name_of_slot(*slot) : std::to_string(port);
+}
+
+}  // namespace node
