@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "mld/record.h"
-#include "node/arguments.h"
+#include "node/argument_values.h"
 #include "node/driver/driver.h"
 #include "node/usage_error.h"
 #include "platform/protocol_core.h"

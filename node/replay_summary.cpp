@@ -1,4 +1,4 @@
-#include "node/summary.h"
+#include "node/replay_summary.h"
 
 #include <array>
 #include <cstdio>

@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <string>
 
-#include "node/arguments.h"
 #include "node/capture/capture_driver.h"
 #include "node/core_report.h"
+#include "node/replay_arguments.h"
 
 namespace node {
 

@@ -1,0 +1,80 @@
+#include "node/argument_values.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <sstream>
+
+#include "node/driver/ports.h"
+#include "node/usage_error.h"
+
+namespace node {
+namespace {
+
+struct MaskName {
+    std::string_view name;
+    std::uint32_t bits;
+};
+
+constexpr std::array<MaskName, 6> kMaskNames{{
+    {"flow", 0x01},
+    {"errors", 0x04},
+    {"tx", 0x08},
+    {"rx", 0x10},
+    {"config", 0x20},
+    {"all", 0x3D},
+}};
+
+std::uint32_t mask_of(const std::string& word) {
+    const auto known = std::ranges::find(kMaskNames, std::string_view(word), &MaskName::name);
+    if (known != kMaskNames.end()) return known->bits;
+    if (const auto number = parse_number(word)) return *number;
+    throw UsageError("--debug: '" + word +
+                     "' is neither a number nor one of flow, errors, tx, rx, config, all");
+}
+
+}  // namespace
+
+std::optional<std::uint32_t> parse_number(std::string_view text) {
+    int base = 10;
+    if (text.starts_with("0x") || text.starts_with("0X")) {
+        text.remove_prefix(2);
+        base = 16;
+    }
+    std::uint32_t value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
+    if (error != std::errc{} || stop != end) return std::nullopt;
+    return value;
+}
+
+std::uint8_t parse_onu_id(const std::string& text) {
+    const auto number = parse_number(text);
+    if (!number || *number > UINT8_MAX) {
+        throw UsageError("'" + text + "' is no ONU id: a number from 0 to 255 is needed");
+    }
+    return static_cast<std::uint8_t>(*number);
+}
+
+std::uint32_t parse_debug_mask(const std::string& text) {
+    std::uint32_t mask = 0;
+    std::istringstream words(text);
+    for (std::string word; std::getline(words, word, ',');) mask |= mask_of(word);
+    return mask;
+}
+
+std::pair<std::uint8_t, std::string> parse_port(const std::string& text, const std::string& what) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals + 1 == text.size()) {
+        throw UsageError("--port: '" + text + "' is not of the form PORT=" + what);
+    }
+    const std::string port = text.substr(0, equals);
+    const auto number = parse_number(port);
+    if (!number || !driver::slot_of_port(*number)) {
+        throw UsageError("--port: there is no port '" + port +
+                         "', user ports are 0 to 5 and the uplink is 29");
+    }
+    return {static_cast<std::uint8_t>(*number), text.substr(equals + 1)};
+}
+
+}  // namespace node

@@ -1,0 +1,23 @@
+/* What "mc_node live" is told. */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace live {
+
+struct PortInterface {
+    std::uint8_t port = 0;  // number
+    std::string interface;
+};
+
+struct Arguments {
+    std::string bridge;
+    std::vector<PortInterface> ports;  // sorted; neither a port nor an interface twice
+    std::uint8_t onu_id = 1;
+    std::uint32_t debug = 0;  // for mc_debug and mld_debug
+    bool json = false;
+};
+
+}  // namespace live

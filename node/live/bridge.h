@@ -1,0 +1,97 @@
+/*
+ * The bridge as the switch of the node: which of its ports are there, the settings that make its
+ * multicast database count, and the rules that keep it out of the node's business. Anything may be
+ * missing at any time, an interface, the bridge, a port in it. What is missing is said once, the
+ * rest goes on, and what was in place is put there again when it comes back.
+ *
+ * Not for several threads: the driver takes turns.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "node/driver/ports.h"
+#include "node/live/arguments.h"
+#include "node/live/entry_table.h"
+#include "node/live/guard.h"
+#include "node/live/links.h"
+#include "node/live/netlink.h"
+#include "node/live/say.h"
+
+namespace live {
+
+class Bridge {
+ public:
+    /* An interface that can be opened, under a new index; 0: it is gone. */
+    using PortIsNew = std::function<void(std::size_t slot, int index)>;
+
+    Bridge(std::string name, const std::vector<PortInterface>& ports, Say say,
+           PortIsNew port_is_new);
+
+    /* Puts everything in place. Throws LiveError when something is missing from the beginning. */
+    void begin();
+
+    /* Gives everything back: entries, settings, rules. */
+    void end();
+
+    /* Looks at all links afresh, says what has changed, and puts in place what can be. */
+    void look();
+
+    /*
+     * To be called when the bridge has got a link-local IPv6 address: without one it makes no MLD
+     * queries, and without queries it does not heed its IPv6 entries.
+     */
+    void restart_querier();
+
+    /* The kernel gives snooping up when the database overflows. */
+    void recover_from_overflow();
+
+    [[nodiscard]] EntryTable& entries() { return entries_; }
+    [[nodiscard]] const EntryTable& entries() const { return entries_; }
+    [[nodiscard]] int index() const { return bridge_ ? bridge_->index : 0; }
+    [[nodiscard]] driver::MacAddress mac() const;
+
+ private:
+    enum class PortState : std::uint8_t { kMissing, kOutside, kDown, kUp };
+
+    struct Port {
+        std::string interface;
+        std::string called;  // "port 2 (eth3)"
+        bool is_user = false;
+        PortState state = PortState::kMissing;
+        int index = 0;
+        bool isolated = false;
+        std::optional<std::uint8_t> router_before;  // while ours is in force
+    };
+
+    [[nodiscard]] Port* port_at(std::size_t slot);
+    void require_everything();
+    void take_bridge(const Link& link);
+    void lose_bridge();
+    void keep_settings();
+    void give_back_settings();
+    [[nodiscard]] PortState state_of(const std::optional<Link>& link) const;
+    void look_at_port(std::size_t slot, Port& port);
+    void say_state(const Port& port, PortState now);
+    void keep_port_settings(Port& port, const Link& link);
+    [[nodiscard]] std::string put_up_guard();
+
+    std::string name_;
+    Say say_;
+    PortIsNew port_is_new_;
+    Netlink netlink_;
+    MulticastDatabase database_{netlink_};
+    EntryTable entries_;
+    Guard guard_;
+    driver::PerPort<std::optional<Port>> ports_;
+    std::optional<Link> bridge_;            // as it was at the last look
+    std::optional<BridgeSettings> before_;  // of this bridge, to be given back
+    std::string rules_;                     // in force
+};
+
+}  // namespace live

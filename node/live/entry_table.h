@@ -1,0 +1,102 @@
+/*
+ * The forwarding entries that the library has asked for, and what has become of each in the
+ * bridge's multicast database. The library asks by port, VLAN and group; an entry of the database
+ * is for a port and a group and holds for every VLAN, so it stands for as long as one VLAN needs
+ * it.
+ *
+ * What cannot stand in the database at the moment, because the bridge or the port is not there, is
+ * remembered and put back later.
+ */
+#pragma once
+
+#include <chrono>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "node/driver/ports.h"
+#include "node/live/multicast_database.h"
+#include "node/live/say.h"
+
+namespace live {
+
+struct EntryKey {
+    std::size_t slot = 0;  // of the port
+    Group group;
+
+    auto operator<=>(const EntryKey&) const = default;
+};
+
+enum class EntryState : std::uint8_t {
+    kAbsent,
+    kOurs,     // to be taken back
+    kForeign,  // somebody had made it before, for good: left alone
+};
+
+struct Entry {
+    std::set<std::uint16_t> vlans;  // that need it; never empty
+    EntryState state = EntryState::kAbsent;
+};
+
+using Entries = std::map<EntryKey, Entry>;
+
+class EntryTable {
+ public:
+    EntryTable(MulticastDatabase& database, Say say);
+
+    /* The bridge whose database it is, 0 for none now, and how many groups it has room for. */
+    void use_bridge(int index, const std::string& name, std::uint32_t room);
+
+    /* The interface index of a port that is in the bridge, else 0; called is its name in lines. */
+    void use_port(std::size_t slot, int index, const std::string& called);
+
+    /* True when the database has the entry, or has it no more. */
+    [[nodiscard]] bool set(std::size_t slot, const Group& group, std::uint16_t vlan);
+    [[nodiscard]] bool remove(std::size_t slot, const Group& group, std::uint16_t vlan);
+
+    /* Compares with the database and puts back what is missing there; how many entries that were.
+     */
+    std::size_t put_back();
+
+    /* Takes out of the database what is ours; leftovers: what an earlier run has left in it, too.
+     */
+    void take_back(bool leftovers);
+
+    [[nodiscard]] const Entries& entries() const { return entries_; }
+
+    /* True once after the kernel has switched snooping off because the database overflowed. */
+    [[nodiscard]] bool take_overflow();
+
+ private:
+    struct Port {
+        int index = 0;
+        std::string called;
+    };
+
+    [[nodiscard]] int program(const EntryKey& key, Entry& entry);
+    [[nodiscard]] int take_over(int port, const Group& group, Entry& entry);
+    [[nodiscard]] bool has_room_for(const Group& group);
+    [[nodiscard]] bool is_known(const Group& group) const;
+    void count_others();
+    void say_refused(const EntryKey& key, int error);
+    void note_absences();
+
+    MulticastDatabase& database_;
+    Say say_;
+    int bridge_ = 0;
+    std::string bridge_name_;
+    std::uint32_t room_ = 0;
+    driver::PerPort<Port> ports_;
+    Entries entries_;
+    std::map<Group, std::size_t> groups_;  // ours in the database, with the number of ports
+    std::size_t others_ = 0;               // groups of others, when they were last counted
+    std::chrono::steady_clock::time_point counted_;
+    bool said_refused_ = false;  // until the database takes an entry again
+    bool overflowed_ = false;
+};
+
+}  // namespace live

@@ -1,0 +1,170 @@
+#include "node/live/guard.h"
+
+#include <nftables/libnftables.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace live {
+namespace {
+
+// Deleting what is not there would fail, so it is made first. All of it is one transaction.
+constexpr const char* kRemoval =
+    "add table bridge mc_node\n"
+    "delete table bridge mc_node\n"
+    "add table netdev mc_node\n"
+    "delete table netdev mc_node\n";
+
+constexpr const char* kMldTypes = "{ 130, 131, 132, 143 }";
+
+std::string quoted(const std::string& name) { return "\"" + name + "\""; }
+
+/* A raw match in the frame as it was on the wire: bytes from its beginning. */
+std::string match(std::size_t at, std::size_t bytes, const std::string& value) {
+    return "@ll," + std::to_string(at * 8) + "," + std::to_string(bytes * 8) + " " + value + " ";
+}
+
+/* Drops IGMP (is_ipv6: MLD) in a packet that begins at a byte, behind framing that framed matches.
+ */
+std::string packet_stops(const std::string& framed, std::size_t packet, bool is_ipv6) {
+    constexpr std::size_t kBody = 40;
+    if (!is_ipv6) return "  " + framed + match(packet + 9, 1, "2") + "drop\n";
+    return "  " + framed + match(packet + 6, 1, "58") + match(packet + kBody, 1, kMldTypes) +
+           "drop\n"
+           "  " +
+           framed + match(packet + 6, 1, "0") + match(packet + kBody, 1, "58") +
+           match(packet + kBody + 8, 1, kMldTypes) + "drop\n";
+}
+
+/*
+ * What the trap takes. nftables itself looks behind one tag; the framings that it does not know,
+ * two tags and PPPoE, are matched by their bytes. A service tag (802.1ad) is none of the trap's.
+ */
+std::string trapped_frames_stop() {
+    std::string rules =
+        "  ether type 8021ad accept\n"
+        "  meta l4proto igmp drop\n"
+        "  icmpv6 type " +
+        std::string(kMldTypes) +
+        " drop\n"
+        // Nearly all there is, streams above all.
+        "  meta protocol { ip, ip6, arp } accept\n";
+    std::string tags;
+    for (std::size_t type = 12; type <= 20; type += 4) {
+        const std::string pppoe = tags + match(type, 2, "0x8864");
+        // The PPP protocol, or an Ethernet type in its place.
+        for (const char* const ipv4 : {"0x0021", "0x0800"}) {
+            rules += packet_stops(pppoe + match(type + 8, 2, ipv4), type + 10, false);
+        }
+        for (const char* const ipv6 : {"0x0057", "0x86dd"}) {
+            rules += packet_stops(pppoe + match(type + 8, 2, ipv6), type + 10, true);
+        }
+        tags += match(type, 2, "0x8100");
+    }
+    const std::string two_tags = match(12, 2, "0x8100") + match(16, 2, "0x8100");
+    rules += packet_stops(two_tags + match(20, 2, "0x0800"), 22, false);
+    rules += packet_stops(two_tags + match(20, 2, "0x86dd"), 22, true);
+    return rules;
+}
+
+/* "{ "eth1", "eth2" }": by name, so that an interface that comes back is met at once. */
+std::string set_of_names(const std::vector<std::string>& interfaces) {
+    std::string set = "{ ";
+    for (const std::string& interface : interfaces) {
+        set += (set.size() > 2 ? ", " : "") + quoted(interface);
+    }
+    return set + " }";
+}
+
+std::string bridge_table(const std::vector<std::string>& interfaces) {
+    const std::string ports = set_of_names(interfaces);
+    return "table bridge mc_node {\n"
+           " chain trapped {\n" +
+           trapped_frames_stop() +
+           " }\n"
+           " chain arriving {\n"
+           "  type filter hook prerouting priority -400; policy accept;\n"
+           "  iifname " +
+           ports +
+           " jump trapped\n"
+           " }\n"
+           " chain leaving {\n"
+           "  type filter hook output priority 0; policy accept;\n"
+           "  oifname " +
+           ports +
+           " ip saddr 0.0.0.0 igmp type membership-query drop\n"
+           "  oifname " +
+           ports +
+           " icmpv6 type mld-listener-query drop\n"
+           " }\n"
+           "}\n";
+}
+
+/* One rule a target: a port that cannot be sent to does not stop the others. */
+std::string passed_on(const GuardedPort* from, const std::vector<GuardedPort>& ports) {
+    std::string rules;
+    for (const GuardedPort& to : ports) {
+        const bool kept_apart = from != nullptr && from->isolated && to.isolated;
+        if (!to.is_user || &to == from || kept_apart) continue;
+        rules += "  dup to " + quoted(to.interface) + "\n";
+    }
+    return rules;
+}
+
+std::string netdev_chain(const std::string& name, const std::string& hook,
+                         const std::string& device, const std::string& rules) {
+    return " chain " + name +
+           " {\n"
+           "  type filter hook " +
+           hook + " device " + quoted(device) +
+           " priority 0;"
+           " policy accept;\n"
+           "  meta protocol != ip6 accept\n"
+           "  ip6 daddr != ff02::/16 accept\n"
+           "  ip6 daddr ff02::1 accept\n"
+           "  icmpv6 type " +
+           std::string(kMldTypes) + " accept\n" + rules + " }\n";
+}
+
+std::string netdev_table(const std::string& bridge, const std::vector<GuardedPort>& ports) {
+    std::string text = "table netdev mc_node {\n";
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        const std::string rules = passed_on(&ports[i], ports);
+        if (rules.empty()) continue;
+        text += netdev_chain("from" + std::to_string(i), "ingress", ports[i].interface, rules);
+    }
+    const std::string own = passed_on(nullptr, ports);
+    if (!own.empty() && !bridge.empty()) text += netdev_chain("from_here", "egress", bridge, own);
+    return text + "}\n";
+}
+
+}  // namespace
+
+std::string guard_rules(const std::string& bridge, const std::vector<std::string>& interfaces,
+                        const std::vector<GuardedPort>& there) {
+    return kRemoval + bridge_table(interfaces) + netdev_table(bridge, there);
+}
+
+void Guard::Free::operator()(nft_ctx* context) const { nft_ctx_free(context); }
+
+Guard::Guard() : nft_(nft_ctx_new(NFT_CTX_DEFAULT)) {
+    if (nft_ != nullptr) {
+        nft_ctx_buffer_output(nft_.get());
+        nft_ctx_buffer_error(nft_.get());
+    }
+}
+
+std::string Guard::put_up(const std::string& rules) { return run(rules); }
+
+void Guard::take_down() { (void)run(kRemoval); }
+
+std::string Guard::run(const std::string& commands) {
+    if (nft_ == nullptr) return "nftables cannot be used";
+    if (nft_run_cmd_from_buffer(nft_.get(), commands.c_str()) == 0) return {};
+    // "Error: ..." and then the place in the rules.
+    std::string error = nft_ctx_get_error_buffer(nft_.get());
+    error.resize(std::min(error.find('\n'), error.size()));
+    return error.empty() ? "nftables refuses the rules" : error;
+}
+
+}  // namespace live

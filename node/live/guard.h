@@ -1,0 +1,55 @@
+/*
+ * Keeps the bridge out of the node's business, with two nftables tables of the network namespace,
+ * both named mc_node:
+ *
+ *   bridge   IGMP and MLD stop in front of the bridge, which would forward them and learn from
+ * them; packet sockets have heard them by then. The queries that the bridge makes itself, which it
+ * must do for its database to be in effect, do not leave it. netdev   A bridge with a querier sends
+ * IPv6 multicast of an unknown group to router ports only, all of ff02::/16 but ff02::1 included,
+ * because hosts report those groups. As reports do not reach it, neighbour discovery would end at
+ * the bridge. So each port passes what is of link-local scope on to the user ports, and the bridge
+ * device what this machine sends.
+ */
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+struct nft_ctx;
+
+namespace live {
+
+struct GuardedPort {
+    std::string interface;
+    bool is_user = false;   // the uplink is a router port: the bridge sends it everything
+    bool isolated = false;  // keeps apart from other isolated ports
+};
+
+/*
+ * What nft is told. interfaces: all ports, whether there or not; there: those that are in the
+ * bridge now. Without a bridge only the first table is of use: its name is empty then.
+ */
+[[nodiscard]] std::string guard_rules(const std::string& bridge,
+                                      const std::vector<std::string>& interfaces,
+                                      const std::vector<GuardedPort>& there);
+
+class Guard {
+ public:
+    Guard();
+
+    /* Puts the rules in force, in place of earlier ones; nothing, or why not in one line. */
+    [[nodiscard]] std::string put_up(const std::string& rules);
+    void take_down();
+
+ private:
+    struct Free {
+        void operator()(nft_ctx* context) const;
+    };
+
+    [[nodiscard]] std::string run(const std::string& commands);
+
+    std::unique_ptr<nft_ctx, Free> nft_;
+};
+
+}  // namespace live

@@ -1,0 +1,180 @@
+#include "node/live/live.h"
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include "adapt/adapt.h"
+#include "adapt/records.h"
+#include "mld/record.h"
+#include "node/console.h"
+#include "node/live/core_clock.h"
+#include "node/live/links.h"
+#include "node/live/live_driver.h"
+#include "node/live/live_error.h"
+#include "node/live/live_summary.h"
+#include "node/live/netlink.h"
+
+namespace live {
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+
+// News of one event comes in pieces, an interface that is deleted goes down first: wait for the
+// rest.
+constexpr std::uint64_t kNewsSettleUs = 30'000;
+
+/* Blocked in every thread that is started from here on: the supervisor alone hears of them. */
+int catch_signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    (void)pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
+    if (descriptor < 0) throw LiveError(std::string("signalfd: ") + std::strerror(errno));
+    return descriptor;
+}
+
+/*
+ * Two nodes in one network namespace would take the rules and entries from each other. A name in
+ * the namespace's own list of sockets goes with the process, however that ends.
+ */
+void be_the_only_one() {
+    constexpr std::string_view kName = "mc_node live";
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::ranges::copy(kName, address.sun_path + 1);
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + kName.size());
+    const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (bind(descriptor, reinterpret_cast<const sockaddr*>(&address), size) != 0) {
+        throw LiveError("another node is live in this network namespace");
+    }
+}
+
+/*
+ * The library has an address of its own that no interface has, for MLD none at all, and switches
+ * refuse frames from nobody.
+ */
+void send_from(const driver::MacAddress& mac) {
+    std::ranges::copy(mac, sys_mac);
+    std::ranges::copy(mac, mld_sys_mac);
+}
+
+class Supervisor {
+ public:
+    explicit Supervisor(LiveDriver& driver, const CoreClock& clock, int signals)
+        : driver_(driver), clock_(clock), signals_(signals) {}
+
+    /* Until a signal. */
+    void run() {
+        while (true) {
+            std::array<pollfd, 3> wanted{{{signals_, POLLIN, 0},
+                                          {clock_.descriptor(), POLLIN, 0},
+                                          {news_.descriptor(), POLLIN, 0}}};
+            (void)poll(wanted.data(), wanted.size(), patience_ms());
+            if (wanted[0].revents != 0) return;
+            if (wanted[1].revents != 0) CoreClock::move();
+            if (wanted[2].revents != 0) take_news();
+            look_when_settled();
+        }
+    }
+
+ private:
+    [[nodiscard]] int patience_ms() const {
+        if (!look_at_us_) return -1;
+        const std::uint64_t now = CoreClock::now_us();
+        return *look_at_us_ <= now ? 0 : static_cast<int>((*look_at_us_ - now) / 1000 + 1);
+    }
+
+    void take_news() {
+        const int bridge = driver_.bridge_index();
+        bool has_address = false;
+        news_.take([&](const nlmsghdr& message) {
+            has_address = has_address || tells_of_link_local(message, bridge);
+        });
+        if (has_address) driver_.restart_querier();
+        if (!look_at_us_) look_at_us_ = CoreClock::now_us() + kNewsSettleUs;
+    }
+
+    void look_when_settled() {
+        if (!look_at_us_ || *look_at_us_ > CoreClock::now_us()) return;
+        look_at_us_.reset();
+        driver_.look();
+    }
+
+    LiveDriver& driver_;
+    const CoreClock& clock_;
+    int signals_;
+    LinkNews news_;
+    std::optional<std::uint64_t> look_at_us_;
+};
+
+std::string ready_line(const Arguments& arguments) {
+    std::string line = "live on " + arguments.bridge + ":";
+    for (const PortInterface& port : arguments.ports) {
+        const bool is_uplink = port.port == driver::kUplinkPort;
+        line += (line.back() == ':' ? " " : ", ") +
+                (is_uplink ? "uplink" : "port " + std::to_string(port.port)) + " " + port.interface;
+    }
+    return line;
+}
+
+/* Tasks of the library use it to the end of the process. */
+LiveDriver& make_driver(const Arguments& arguments) {
+    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, node::complain,
+                           CoreClock::move);
+}
+
+}  // namespace
+
+int run(const Arguments& arguments) {
+    std::FILE* const out = arguments.json ? node::divert_library_output() : stdout;
+    if (out == nullptr) throw LiveError("standard output cannot be diverted");
+    // Whoever watches sees what the library prints when it is printed.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    const int signals = catch_signals();
+    be_the_only_one();
+
+    LiveDriver& driver = make_driver(arguments);
+    try {
+        driver.begin();
+    } catch (const LiveError&) {
+        driver.end();
+        throw;
+    }
+    const std::uint64_t begin_us = CoreClock::now_us();
+    CoreClock::move();
+    IgmpInit();
+    mc_debug = arguments.debug;
+    mld_debug = arguments.debug;
+    send_from(driver.bridge_mac());
+    const CoreClock clock;
+    Supervisor supervisor(driver, clock, signals);
+    driver.start();
+    node::complain(ready_line(arguments));
+    supervisor.run();
+
+    const std::uint64_t end_us = CoreClock::now_us();
+    const Summary summary{arguments.bridge, driver.report(), node::report_core(end_us),
+                          static_cast<double>(end_us - begin_us) / 1e6};
+    driver.end();
+    const std::string text = arguments.json ? as_json(summary) : as_text(summary);
+    const bool is_written = std::fputs(text.c_str(), out) >= 0 && std::fflush(out) == 0;
+    if (!is_written) node::complain("the summary could not be written");
+    return is_written ? kDone : kFailed;
+}
+
+}  // namespace live

@@ -1,0 +1,236 @@
+#include "node/live/live_driver.h"
+
+#include <pthread.h>
+#include <sched.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "node/core/development_core.h"
+#include "node/driver/trap_filter.h"
+#include "node/live/live_error.h"
+
+namespace live {
+namespace {
+
+constexpr std::uint64_t kWake = driver::kSlots;  // behind the slots of the ports
+
+/*
+ * A join waits for the packet task, so that task goes before what is not in a hurry. Machines that
+ * do not allow it run it as any other.
+ */
+void go_before_others() {
+    sched_param parameters{};
+    parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 9;
+    (void)pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters);
+}
+
+int made(int descriptor, const char* what) {
+    if (descriptor < 0) throw LiveError(std::string(what) + ": " + std::strerror(errno));
+    return descriptor;
+}
+
+void listen_to(int epoll, int descriptor, std::uint64_t number) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.u64 = number;
+    if (epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) != 0) {
+        throw LiveError(std::string("epoll: ") + std::strerror(errno));
+    }
+}
+
+}  // namespace
+
+LiveDriver::LiveDriver(const std::string& bridge, const std::vector<PortInterface>& ports,
+                       std::uint8_t onu_id, Say say, std::function<void()> now)
+    : say_(std::move(say)),
+      now_(std::move(now)),
+      onu_id_(onu_id),
+      wake_(made(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      epoll_(made(epoll_create1(EPOLL_CLOEXEC), "epoll")),
+      bridge_(bridge, ports, say_,
+              [this](std::size_t slot, int index) { open_port(slot, index); }) {
+    listen_to(epoll_, wake_, kWake);
+    for (const PortInterface& port : ports) {
+        counters_[*driver::slot_of_port(port.port)].interface = port.interface;
+    }
+}
+
+// ---- For the supervisor -------------------------------------------------------------------------
+
+void LiveDriver::begin() {
+    driver::use(*this);
+    const std::lock_guard lock(mutex_);
+    bridge_.begin();
+}
+
+void LiveDriver::start() {
+    started_ = true;
+    started_.notify_all();
+}
+
+void LiveDriver::end() {
+    const std::lock_guard lock(mutex_);
+    if (std::exchange(ended_, true)) return;
+    const std::uint64_t one = 1;
+    (void)!write(wake_, &one, sizeof one);
+    bridge_.end();
+}
+
+void LiveDriver::look() {
+    const std::lock_guard lock(mutex_);
+    if (!ended_) bridge_.look();
+}
+
+void LiveDriver::restart_querier() {
+    const std::lock_guard lock(mutex_);
+    if (!ended_) bridge_.restart_querier();
+}
+
+int LiveDriver::bridge_index() {
+    const std::lock_guard lock(mutex_);
+    return bridge_.index();
+}
+
+driver::MacAddress LiveDriver::bridge_mac() {
+    const std::lock_guard lock(mutex_);
+    return bridge_.mac();
+}
+
+Report LiveDriver::report() {
+    const std::lock_guard lock(mutex_);
+    Report report;
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) note_drops(slot);
+    report.ports = counters_;
+    report.send_invalid_port = send_invalid_port_;
+    for (const auto& [key, entry] : bridge_.entries().entries()) {
+        report.entries.push_back({driver::port_of_slot(key.slot),
+                                  key.group,
+                                  {entry.vlans.begin(), entry.vlans.end()},
+                                  entry.state});
+    }
+    return report;
+}
+
+// ---- Ports --------------------------------------------------------------------------------------
+
+/* Under the mutex, as all of the bridge's doing. Index 0: there is nothing to open. */
+void LiveDriver::open_port(std::size_t slot, int index) {
+    note_drops(slot);
+    sockets_[slot].reset();  // leaves the epoll with it
+    if (index == 0) return;
+    try {
+        auto socket = std::make_unique<PortSocket>(counters_[slot].interface, index);
+        listen_to(epoll_, socket->descriptor(), slot);
+        sockets_[slot] = std::move(socket);
+    } catch (const LiveError& error) {
+        if (!started_) throw;
+        say_(error.what());
+    }
+}
+
+void LiveDriver::note_drops(std::size_t slot) {
+    if (sockets_[slot]) counters_[slot].socket_dropped += sockets_[slot]->take_dropped();
+}
+
+// ---- Frames -------------------------------------------------------------------------------------
+
+/*
+ * One frame at a time: between two frames of one port the epoll looks at the others, so that a port
+ * that never stops does not keep them out.
+ */
+std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
+    if (!std::exchange(has_scheduling_, true)) go_before_others();
+    started_.wait(false);
+    while (true) {
+        epoll_event event{};
+        if (epoll_wait(epoll_, &event, 1, -1) < 1) continue;  // a signal, for a debugger's sake
+        if (event.data.u64 == kWake) return std::nullopt;
+        const std::uint32_t length = take_frame(event.data.u64, buf);
+        if (length == 0) continue;
+        now_();
+        return driver::Delivery{driver::port_of_slot(event.data.u64), length};
+    }
+}
+
+/* 0 when the port has none, or one that does not go to the library. */
+std::uint32_t LiveDriver::take_frame(std::size_t slot, std::span<std::uint8_t> buf) {
+    const std::lock_guard lock(mutex_);
+    if (ended_ || !sockets_[slot]) return 0;
+    const auto size = sockets_[slot]->receive(buf);
+    if (!size) return 0;
+    PortCounters& counters = counters_[slot];
+    if (*size > driver::kLongestFrame) {
+        ++counters.too_long;
+        return 0;
+    }
+    switch (driver::classify(buf.first(*size))) {
+        case driver::TrapVerdict::kIgmp:
+            ++counters.igmp;
+            return *size;
+        case driver::TrapVerdict::kMld:
+            ++counters.mld;
+            return *size;
+        case driver::TrapVerdict::kOther:
+        case driver::TrapVerdict::kTooShort:
+            ++counters.not_trapped;
+            return 0;
+    }
+    return 0;
+}
+
+bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
+    const std::lock_guard lock(mutex_);
+    const auto slot = driver::slot_of_port(port);
+    if (!slot) {
+        ++send_invalid_port_;
+        return false;
+    }
+    // A port that the node was not given has nobody behind it, as a socket without a plug.
+    if (counters_[*slot].interface.empty()) return true;
+    const bool sent = !ended_ && !frame.empty() && sockets_[*slot] && sockets_[*slot]->send(frame);
+    ++(sent ? counters_[*slot].sent : counters_[*slot].send_failed);
+    return sent;
+}
+
+// ---- Entries ------------------------------------------------------------------------------------
+
+/* The database is by group, the call by MAC address: the core, which calls, knows the group. */
+std::optional<Group> LiveDriver::group_in_hand(const driver::MacAddress& mac) {
+    if (const auto owner = devcore::entry_in_hand()) return Group{owner->family, owner->group};
+    if (!std::exchange(said_no_group_, true)) {
+        std::array<char, 96> line;
+        std::snprintf(
+            line.data(), line.size(),
+            "no entry for MAC %02x:%02x:%02x:%02x:%02x:%02x alone: its group is not known", mac[0],
+            mac[1], mac[2], mac[3], mac[4], mac[5]);
+        say_(line.data());
+    }
+    return std::nullopt;
+}
+
+bool LiveDriver::set_entry(std::int64_t port, const driver::MacAddress& mac, std::uint16_t vlan) {
+    const std::lock_guard lock(mutex_);
+    const auto slot = driver::slot_of_port(port);
+    const auto group = group_in_hand(mac);
+    if (!slot || !group || ended_) return false;
+    const bool done = bridge_.entries().set(*slot, *group, vlan);
+    if (bridge_.entries().take_overflow()) bridge_.recover_from_overflow();
+    return done;
+}
+
+bool LiveDriver::remove_entry(std::int64_t port, const driver::MacAddress& mac,
+                              std::uint16_t vlan) {
+    const std::lock_guard lock(mutex_);
+    const auto slot = driver::slot_of_port(port);
+    const auto group = group_in_hand(mac);
+    if (!slot || !group || ended_) return false;
+    return bridge_.entries().remove(*slot, *group, vlan);
+}
+
+}  // namespace live

@@ -1,0 +1,137 @@
+#include "node/live/live_summary.h"
+
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "node/table.h"
+#include "node/values.h"
+
+namespace live {
+namespace {
+
+using nlohmann::ordered_json;
+using node::Align;
+using node::number;
+using node::port_text;
+using node::Table;
+
+const char* state_text(EntryState state) {
+    switch (state) {
+        case EntryState::kAbsent:
+            return "no";
+        case EntryState::kOurs:
+            return "yes";
+        case EntryState::kForeign:
+            return "not by the node";
+    }
+    return "";
+}
+
+std::string vlans_text(const EntryReport& entry) {
+    std::string text;
+    for (const std::uint16_t vlan : entry.vlans) text += (text.empty() ? "" : ", ") + number(vlan);
+    return text;
+}
+
+/* The frames that the driver kept from the library, and the sends that came to nothing. */
+std::vector<node::Count> driver_drops(const Report& report) {
+    PortCounters sum;
+    for (const PortCounters& port : report.ports) {
+        sum.not_trapped += port.not_trapped;
+        sum.too_long += port.too_long;
+        sum.socket_dropped += port.socket_dropped;
+        sum.send_failed += port.send_failed;
+    }
+    return {{"not trapped", sum.not_trapped},
+            {"longer than 2000 bytes", sum.too_long},
+            {"no room in the socket", sum.socket_dropped},
+            {"not sent", sum.send_failed},
+            {"sent to an unknown port", report.send_invalid_port}};
+}
+
+std::string ports_text(const Report& report) {
+    Table table("Ports", {{"port", Align::kLeft},
+                          {"interface", Align::kLeft},
+                          {"IGMP"},
+                          {"MLD"},
+                          {"dropped"},
+                          {"sent"},
+                          {"failed"}});
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        const PortCounters& port = report.ports[slot];
+        if (port.interface.empty()) continue;
+        table.add({driver::name_of_slot(slot), port.interface, number(port.igmp), number(port.mld),
+                   number(port.socket_dropped), number(port.sent), number(port.send_failed)});
+    }
+    return table.text();
+}
+
+std::string entries_text(const Summary& summary) {
+    Table table("Groups for the multicast database of " + summary.bridge,
+                {{"port", Align::kLeft},
+                 {"group", Align::kLeft},
+                 {"for VLAN", Align::kLeft},
+                 {"in it", Align::kLeft}});
+    for (const EntryReport& entry : summary.report.entries) {
+        table.add({port_text(entry.port), devcore::text(entry.group.family, entry.group.address),
+                   vlans_text(entry), state_text(entry.state)});
+    }
+    return table.text() + "  " + node::entry_changes_text(summary.core) + "\n";
+}
+
+ordered_json ports_json(const Report& report) {
+    ordered_json rows = ordered_json::array();
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        const PortCounters& port = report.ports[slot];
+        if (port.interface.empty()) continue;
+        rows.push_back({{"port", driver::port_of_slot(slot)},
+                        {"name", driver::name_of_slot(slot)},
+                        {"interface", port.interface},
+                        {"igmp", port.igmp},
+                        {"mld", port.mld},
+                        {"not_trapped", port.not_trapped},
+                        {"too_long", port.too_long},
+                        {"socket_dropped", port.socket_dropped},
+                        {"sent", port.sent},
+                        {"send_failed", port.send_failed}});
+    }
+    return rows;
+}
+
+ordered_json entries_json(const Report& report) {
+    ordered_json rows = ordered_json::array();
+    for (const EntryReport& entry : report.entries) {
+        rows.push_back({{"port", entry.port},
+                        {"group", devcore::text(entry.group.family, entry.group.address)},
+                        {"vlans", entry.vlans},
+                        {"in_database", entry.state != EntryState::kAbsent},
+                        {"ours", entry.state == EntryState::kOurs}});
+    }
+    return rows;
+}
+
+}  // namespace
+
+std::string as_text(const Summary& summary) {
+    return ports_text(summary.report) + "\n" + node::messages_text(summary.core) + "\n" +
+           node::drops_text(driver_drops(summary.report), summary.core) + "\n" +
+           node::memberships_text(summary.core) + "\n" + entries_text(summary) + "\nRan for " +
+           node::fixed(summary.ran_s, 1) + " s\n";
+}
+
+std::string as_json(const Summary& summary) {
+    const ordered_json object{
+        {"live",
+         {{"bridge", summary.bridge},
+          {"ran_s", summary.ran_s},
+          {"ports", ports_json(summary.report)},
+          {"entries", entries_json(summary.report)}}},
+        {"core", node::core_json(summary.core)},
+        {"drops", node::drops_json(driver_drops(summary.report), summary.core)},
+        {"memberships", node::memberships_json(summary.core)},
+    };
+    // An interface's name may hold any bytes; JSON may not.
+    return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace live

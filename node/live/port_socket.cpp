@@ -1,0 +1,119 @@
+#include "node/live/port_socket.h"
+
+#include <arpa/inet.h>
+#include <linux/filter.h>
+#include <linux/if_ether.h>
+#include <linux/if_packet.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "common/bytes.h"
+#include "node/live/live_error.h"
+#include "node/live/trap_program.h"
+
+namespace live {
+namespace {
+
+constexpr std::size_t kMacs = 12;
+constexpr std::size_t kTag = 4;
+// A burst of reports of a few thousand hosts, at some 1 KB each in the kernel's accounts.
+constexpr int kReceiveBuffer = 8 * 1024 * 1024;
+
+template <class Value>
+bool set(int descriptor, int level, int option, const Value& value) {
+    return setsockopt(descriptor, level, option, &value, sizeof value) == 0;
+}
+
+bool set_trap(int descriptor) {
+    const auto program = trap_program();
+    // The kernel only reads it.
+    const sock_fprog filter{static_cast<unsigned short>(program.size()),
+                            const_cast<sock_filter*>(program.data())};
+    return set(descriptor, SOL_SOCKET, SO_ATTACH_FILTER, filter);
+}
+
+/* The filter stands before the socket hears anything: until it is bound it has no protocol. */
+bool prepare(int descriptor, int index) {
+    constexpr int kOn = 1;
+    if (!set_trap(descriptor) || !set(descriptor, SOL_PACKET, PACKET_AUXDATA, kOn) ||
+        !set(descriptor, SOL_PACKET, PACKET_IGNORE_OUTGOING, kOn)) {
+        return false;
+    }
+    (void)set(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBuffer);  // smaller works too
+    sockaddr_ll address{};
+    address.sll_family = AF_PACKET;
+    address.sll_protocol = htons(ETH_P_ALL);
+    address.sll_ifindex = index;
+    return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+/* The tag that the kernel has taken off, as the four bytes on the wire. */
+std::optional<std::array<std::uint8_t, kTag>> taken_tag(msghdr& message) {
+    for (const cmsghdr* one = CMSG_FIRSTHDR(&message); one != nullptr;
+         one = CMSG_NXTHDR(&message, const_cast<cmsghdr*>(one))) {
+        if (one->cmsg_level != SOL_PACKET || one->cmsg_type != PACKET_AUXDATA) continue;
+        tpacket_auxdata data;
+        std::memcpy(&data, CMSG_DATA(one), sizeof data);
+        if ((data.tp_status & TP_STATUS_VLAN_VALID) == 0) return std::nullopt;
+        const bool has_tpid = (data.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
+        std::array<std::uint8_t, kTag> tag{};
+        mc::store_be16(tag.data(), has_tpid ? data.tp_vlan_tpid : ETH_P_8021Q);
+        mc::store_be16(tag.data() + 2, data.tp_vlan_tci);
+        return tag;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+PortSocket::PortSocket(const std::string& interface, int index)
+    : descriptor_(socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+    if (descriptor_ >= 0 && prepare(descriptor_, index)) return;
+    const int error = errno;
+    if (descriptor_ >= 0) close(descriptor_);
+    const char* const hint = error == EPERM ? " (CAP_NET_RAW is needed)" : "";
+    throw LiveError(interface + ": no packet socket: " + std::strerror(error) + hint);
+}
+
+PortSocket::~PortSocket() { close(descriptor_); }
+
+std::optional<std::uint32_t> PortSocket::receive(std::span<std::uint8_t> buf) const {
+    if (buf.size() < kMacs + kTag) return std::nullopt;
+    // Read so that there is room for the tag: the addresses first, the rest behind the gap.
+    std::array<iovec, 2> parts{
+        {{buf.data(), kMacs}, {buf.data() + kMacs + kTag, buf.size() - kMacs - kTag}}};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(tpacket_auxdata))> control;
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const ssize_t size = recvmsg(descriptor_, &message, MSG_TRUNC);
+    if (size < 0) return std::nullopt;
+    const auto length = static_cast<std::uint32_t>(size);
+    if (const auto tag = taken_tag(message)) {
+        std::memcpy(buf.data() + kMacs, tag->data(), kTag);
+        return length + kTag;
+    }
+    std::memmove(buf.data() + kMacs, buf.data() + kMacs + kTag, buf.size() - kMacs - kTag);
+    return length;
+}
+
+bool PortSocket::send(std::span<const std::uint8_t> frame) const {
+    const ssize_t size = ::send(descriptor_, frame.data(), frame.size(), 0);
+    return size == static_cast<ssize_t>(frame.size());
+}
+
+std::uint64_t PortSocket::take_dropped() const {
+    tpacket_stats counts{};
+    socklen_t size = sizeof counts;
+    if (getsockopt(descriptor_, SOL_PACKET, PACKET_STATISTICS, &counts, &size) != 0) return 0;
+    return counts.tp_drops;
+}
+
+}  // namespace live

@@ -1,0 +1,40 @@
+/*
+ * The packet socket of one port: it hears what the trap lets through, before the bridge does, and
+ * sends frames out of the interface. The kernel takes the first 802.1Q tag off a frame that comes
+ * in and hands it over beside it; the tag is put back here.
+ */
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace live {
+
+class PortSocket {
+ public:
+    /* Throws LiveError. */
+    PortSocket(const std::string& interface, int index);
+    ~PortSocket();
+    PortSocket(const PortSocket&) = delete;
+    PortSocket& operator=(const PortSocket&) = delete;
+
+    [[nodiscard]] int descriptor() const { return descriptor_; }
+
+    /*
+     * The next frame, in buf, without waiting: its length on the wire, which may be more than what
+     * fits. Nothing when there is none, or when the interface has gone down.
+     */
+    [[nodiscard]] std::optional<std::uint32_t> receive(std::span<std::uint8_t> buf) const;
+
+    [[nodiscard]] bool send(std::span<const std::uint8_t> frame) const;
+
+    /* Frames that came when the socket had no room, since the last time it was asked. */
+    [[nodiscard]] std::uint64_t take_dropped() const;
+
+ private:
+    int descriptor_;
+};
+
+}  // namespace live

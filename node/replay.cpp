@@ -1,0 +1,136 @@
+#include "node/replay.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "adapt/adapt.h"
+#include "adapt/records.h"
+#include "node/capture/capture_driver.h"
+#include "node/console.h"
+#include "node/core/development_core.h"
+#include "node/progress_line.h"
+#include "node/replay_summary.h"
+#include "node/timed_commands.h"
+
+namespace node {
+namespace {
+
+using capture::Driver;
+using std::chrono::steady_clock;
+
+constexpr int kDone = 0;
+constexpr int kFailed = 1;
+constexpr int kInterrupted = 130;  // what a shell reports for SIGINT
+
+constexpr std::chrono::milliseconds kLook{200};             // between two looks at the replay
+constexpr std::chrono::seconds kPatienceForPacketTask{10};  // start-up takes milliseconds
+constexpr std::chrono::seconds kPatienceForLastFrame{2};
+
+std::atomic<bool> interrupted = false;
+std::atomic<std::size_t> commands_run = 0;
+
+extern "C" void note_interrupt(int /*signal*/) { interrupted = true; }
+
+void catch_interrupt(bool hold) {
+    struct sigaction action {};
+    action.sa_handler = note_interrupt;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    if (hold) sigaction(SIGTERM, &action, nullptr);
+}
+
+/* The command task works on meanwhile. */
+void hold_until_interrupted() {
+    while (!interrupted) std::this_thread::sleep_for(kLook);
+}
+
+std::uint64_t total_bytes(const std::vector<capture::Input>& inputs) {
+    std::uint64_t total = 0;
+    for (const capture::Input& input : inputs) {
+        std::error_code unknown;
+        const std::uintmax_t size = std::filesystem::file_size(input.file, unknown);
+        if (!unknown) total += size;
+    }
+    return total;
+}
+
+capture::Replay replay_of(const ReplayArguments& arguments) {
+    return {arguments.inputs,
+            arguments.output,
+            arguments.onu_id,
+            arguments.tail_us,
+            {devcore::set_clock, devcore::next_timer},
+            events_of(arguments.commands, [] { ++commands_run; })};
+}
+
+/* Runs the library over the captures. False when it never came for the frames. */
+bool run_replay(const ReplayArguments& arguments) {
+    Driver& driver = Driver::instance();
+    IgmpInit();
+    mc_debug = arguments.debug;
+    mld_debug = arguments.debug;
+    driver.start();
+
+    // Diagnostics on the same terminal would tear the progress line apart.
+    const bool silent = arguments.debug == 0 && arguments.commands.empty();
+    ProgressLine progress(total_bytes(arguments.inputs), silent);
+    const auto start = steady_clock::now();
+    bool started = true;
+    while (!interrupted && started && !driver.wait_until_finished(kLook)) {
+        progress.show(driver.progress());
+        started = driver.asked_for_frames() || steady_clock::now() - start < kPatienceForPacketTask;
+    }
+    if (interrupted) {
+        driver.stop();
+        (void)driver.wait_until_finished(kPatienceForLastFrame);  // the summary is due either way
+    }
+    progress.erase();
+    return started;
+}
+
+}  // namespace
+
+int replay(const ReplayArguments& arguments) {
+    Driver& driver = Driver::instance();
+    driver.prepare(replay_of(arguments));
+
+    std::FILE* out = arguments.json ? divert_library_output() : stdout;
+    if (out == nullptr) {
+        complain("standard output cannot be diverted");
+        return kFailed;
+    }
+    catch_interrupt(arguments.hold);
+    // What a command shows is to be seen when it ran, not when the node ends.
+    if (arguments.hold) std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    const auto start = steady_clock::now();
+    if (!run_replay(arguments)) {
+        complain("the library started no packet task");
+        return kFailed;
+    }
+    const std::chrono::duration<double> took = steady_clock::now() - start;
+
+    capture::Report report = driver.report();
+    const std::uint64_t end_us = report.span ? report.span->end_us : 0;
+    const Summary summary{arguments,    std::move(report), report_core(end_us),
+                          commands_run, interrupted,       took.count()};
+    const std::string text = arguments.json ? as_json(summary) : as_text(summary);
+    bool complete = summary.report.failures.empty();
+    if (std::fputs(text.c_str(), out) < 0 || std::fflush(out) != 0) {
+        complain("the summary could not be written");
+        complete = false;
+    }
+    for (const std::string& line : summary.report.failures) complain(line);
+    if (summary.interrupted) return kInterrupted;
+    if (arguments.hold) hold_until_interrupted();
+    return complete ? kDone : kFailed;
+}
+
+}  // namespace node
