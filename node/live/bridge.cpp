@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "node/live/live_error.h"
@@ -10,9 +12,14 @@
 namespace live {
 namespace {
 
-// The database is in effect once the bridge's own querier has had this time for answers; nobody
-// answers it, as its queries do not leave.
-constexpr std::uint64_t kQueryResponse = 10;  // hundredths of a second, a multiple of any tick
+/*
+ * What makes a bridge heed its database: a querier, and the time that the querier gives for answers
+ * gone by. The queries do not leave the bridge, only this machine hears them: hence in versions
+ * that it need not fall back for, and with a tenth of a second for the answer, as less would make
+ * an IGMP query one of version 1. Ten hundredths are whole ticks of any kernel.
+ */
+constexpr BridgeSettings kWanted{1, 3, 2, 10, 1};
+constexpr std::chrono::milliseconds kUntilHeeded{150};
 
 std::string called(const PortInterface& port) {
     const std::string name =
@@ -59,7 +66,8 @@ void Bridge::require_everything() {
         }
     }
     // Asks for what is there already: only to see whether it may be changed.
-    const int error = set_snooping(netlink_, bridge->index, bridge->bridged->snooping);
+    const int error =
+        set_bridge(netlink_, bridge->index, BridgeSetting::kSnooping, bridge->bridged->front());
     if (error != 0) throw refusal(name_ + ": its settings cannot be changed", error);
 }
 
@@ -69,11 +77,12 @@ void Bridge::begin() {
     if (!bridge || !bridge->bridged) throw LiveError(name_ + ": has just gone");
     take_bridge(*bridge);
     entries_.take_back(true);
-    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
-        if (Port* const port = port_at(slot)) look_at_port(slot, *port);
-    }
+    look_at_ports();
+    // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
     if (!error.empty()) throw LiveError("nftables: " + error);
+    keep_settings();
+    std::this_thread::sleep_for(kUntilHeeded);
 }
 
 void Bridge::end() {
@@ -89,11 +98,12 @@ Bridge::Port* Bridge::port_at(std::size_t slot) { return ports_[slot] ? &*ports_
 void Bridge::take_bridge(const Link& link) {
     bridge_ = link;
     before_ = link.bridged;
-    entries_.use_bridge(link.index, name_, link.bridged->hash_max);
-    keep_settings();
+    entries_.use_bridge(link.index, name_, link.hash_max);
 }
 
+/* Until the next one heeds its database, it would flood. */
 void Bridge::lose_bridge() {
+    is_flooding_ = true;
     bridge_.reset();
     before_.reset();
     entries_.use_bridge(0, name_, 0);
@@ -102,14 +112,14 @@ void Bridge::lose_bridge() {
 
 /* Sets what is not as the node needs it. */
 void Bridge::keep_settings() {
-    const BridgeSettings& now = *bridge_->bridged;
-    int error = 0;
-    if (!now.snooping) error = set_snooping(netlink_, bridge_->index, true);
-    if (error == 0 && now.query_response_interval != kQueryResponse) {
-        error = set_query_response_interval(netlink_, bridge_->index, kQueryResponse);
+    for (std::size_t i = 0; i < kBridgeSettings; ++i) {
+        if ((*bridge_->bridged)[i] == kWanted[i]) continue;
+        const int error =
+            set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), kWanted[i]);
+        if (error == 0) continue;
+        say_(name_ + ": its settings cannot be changed: " + std::strerror(error));
+        return;
     }
-    if (error == 0 && !now.querier) error = set_querier(netlink_, bridge_->index, true);
-    if (error != 0) say_(name_ + ": its settings cannot be changed: " + std::strerror(error));
 }
 
 void Bridge::give_back_settings() {
@@ -119,44 +129,52 @@ void Bridge::give_back_settings() {
         port->router_before.reset();
     }
     if (!bridge_ || !before_) return;
-    (void)set_querier(netlink_, bridge_->index, before_->querier);
-    (void)set_query_response_interval(netlink_, bridge_->index, before_->query_response_interval);
-    (void)set_snooping(netlink_, bridge_->index, before_->snooping);
+    for (std::size_t i = kBridgeSettings; i-- > 0;) {
+        (void)set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), (*before_)[i]);
+    }
 }
 
 void Bridge::restart_querier() {
     if (!bridge_) return;
-    (void)set_querier(netlink_, bridge_->index, false);
-    (void)set_querier(netlink_, bridge_->index, true);
+    (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 0);
+    (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 1);
 }
 
 void Bridge::recover_from_overflow() {
-    if (bridge_) (void)set_snooping(netlink_, bridge_->index, true);
+    if (bridge_) (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kSnooping, 1);
 }
 
 // ---- Looking ------------------------------------------------------------------------------------
 
-void Bridge::look() {
+std::optional<std::chrono::milliseconds> Bridge::look() {
     const auto link = find_link(netlink_, name_);
     const bool is_there = link && link->bridged;
     const bool is_new = is_there && (!bridge_ || bridge_->index != link->index);
     if (bridge_ && (!is_there || is_new)) lose_bridge();
     if (is_new) {
         take_bridge(*link);
+        heeds_at_ = Clock::now() + kUntilHeeded;
         say_(name_ + " is back");
     } else if (is_there) {
         bridge_ = link;
-        entries_.use_bridge(link->index, name_, link->bridged->hash_max);
-        keep_settings();
+        entries_.use_bridge(link->index, name_, link->hash_max);
     }
-    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
-        if (Port* const port = port_at(slot)) look_at_port(slot, *port);
-    }
+    look_at_ports();
+    if (is_there && is_flooding_ && Clock::now() >= heeds_at_) is_flooding_ = false;
     const std::string error = put_up_guard();
     if (!error.empty()) say_("nftables: " + error);
+    if (is_there) keep_settings();
     if (const std::size_t count = entries_.put_back(); count > 0) {
         say_("put " + std::to_string(count) + " groups back into the multicast database of " +
              name_);
+    }
+    if (is_there && is_flooding_) return kUntilHeeded;
+    return std::nullopt;
+}
+
+void Bridge::look_at_ports() {
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        if (Port* const port = port_at(slot)) look_at_port(slot, *port);
     }
 }
 
@@ -218,15 +236,13 @@ void Bridge::keep_port_settings(Port& port, const Link& link) {
 
 /* Nothing, or why not. */
 std::string Bridge::put_up_guard() {
-    std::vector<std::string> interfaces;
-    std::vector<GuardedPort> there;
+    GuardedBridge guarded{bridge_ ? name_ : "", is_flooding_, {}};
     for (const auto& port : ports_) {
         if (!port) continue;
-        interfaces.push_back(port->interface);
-        if (port->state != PortState::kUp && port->state != PortState::kDown) continue;
-        there.push_back({port->interface, port->is_user, port->isolated});
+        const bool is_in = port->state == PortState::kUp || port->state == PortState::kDown;
+        guarded.ports.push_back({port->interface, port->is_user, port->isolated, is_in});
     }
-    std::string rules = guard_rules(bridge_ ? name_ : "", interfaces, there);
+    std::string rules = guard_rules(guarded);
     // A chain of an interface that was deleted is gone, though the rules have not changed.
     for (const auto& port : ports_) {
         if (port) rules += "# " + port->interface + " " + std::to_string(port->index) + "\n";

@@ -8,6 +8,7 @@
  */
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -39,8 +40,11 @@ class Bridge {
     /* Gives everything back: entries, settings, rules. */
     void end();
 
-    /* Looks at all links afresh, says what has changed, and puts in place what can be. */
-    void look();
+    /*
+     * Looks at all links afresh, says what has changed, and puts in place what can be. When it
+     * comes back with a time, it is to be called again after that.
+     */
+    [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
     /*
      * To be called when the bridge has got a link-local IPv6 address: without one it makes no MLD
@@ -57,6 +61,8 @@ class Bridge {
     [[nodiscard]] driver::MacAddress mac() const;
 
  private:
+    using Clock = std::chrono::steady_clock;
+
     enum class PortState : std::uint8_t { kMissing, kOutside, kDown, kUp };
 
     struct Port {
@@ -76,6 +82,7 @@ class Bridge {
     void keep_settings();
     void give_back_settings();
     [[nodiscard]] PortState state_of(const std::optional<Link>& link) const;
+    void look_at_ports();
     void look_at_port(std::size_t slot, Port& port);
     void say_state(const Port& port, PortState now);
     void keep_port_settings(Port& port, const Link& link);
@@ -92,6 +99,8 @@ class Bridge {
     std::optional<Link> bridge_;            // as it was at the last look
     std::optional<BridgeSettings> before_;  // of this bridge, to be given back
     std::string rules_;                     // in force
+    bool is_flooding_ = false;              // would, were it not kept from it
+    Clock::time_point heeds_at_;            // when that is over
 };
 
 }  // namespace live

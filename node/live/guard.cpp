@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace live {
 namespace {
@@ -16,6 +17,14 @@ constexpr const char* kRemoval =
     "delete table netdev mc_node\n";
 
 constexpr const char* kMldTypes = "{ 130, 131, 132, 143 }";
+
+/*
+ * The protocol is named although the type implies it: left alone, nft puts a test of the Ethernet
+ * type in front, and of a tagged frame that is the tag's.
+ */
+std::string icmpv6(const std::string& types) {
+    return "meta protocol ip6 meta l4proto ipv6-icmp icmpv6 type " + types + " ";
+}
 
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
@@ -44,9 +53,9 @@ std::string trapped_frames_stop() {
     std::string rules =
         "  ether type 8021ad accept\n"
         "  meta l4proto igmp drop\n"
-        "  icmpv6 type " +
-        std::string(kMldTypes) +
-        " drop\n"
+        "  " +
+        icmpv6(kMldTypes) +
+        "drop\n"
         // Nearly all there is, streams above all.
         "  meta protocol { ip, ip6, arp } accept\n";
     std::string tags;
@@ -68,16 +77,30 @@ std::string trapped_frames_stop() {
 }
 
 /* "{ "eth1", "eth2" }": by name, so that an interface that comes back is met at once. */
-std::string set_of_names(const std::vector<std::string>& interfaces) {
-    std::string set = "{ ";
-    for (const std::string& interface : interfaces) {
-        set += (set.size() > 2 ? ", " : "") + quoted(interface);
-    }
-    return set + " }";
+std::string set_of_names(const std::vector<GuardedPort>& ports) {
+    std::string set;
+    for (const GuardedPort& port : ports) set += (set.empty() ? "" : ", ") + quoted(port.interface);
+    return "{ " + set + " } ";
 }
 
-std::string bridge_table(const std::vector<std::string>& interfaces) {
-    const std::string ports = set_of_names(interfaces);
+std::vector<GuardedPort> user_ports(const std::vector<GuardedPort>& ports) {
+    std::vector<GuardedPort> users = ports;
+    std::erase_if(users, [](const GuardedPort& port) { return !port.is_user; });
+    return users;
+}
+
+std::string flood_stops(const GuardedBridge& bridge) {
+    const auto users = user_ports(bridge.ports);
+    if (!bridge.is_flooding || users.empty()) return {};
+    const std::string to_users = "  oifname " + set_of_names(users);
+    return " chain flooded {\n"
+           "  type filter hook forward priority 0; policy accept;\n" +
+           to_users + "ip daddr 224.0.0.0/4 ip daddr != 224.0.0.0/24 drop\n" + to_users +
+           "ip6 daddr ff00::/8 ip6 daddr != ff02::/16 drop\n" + " }\n";
+}
+
+std::string bridge_table(const GuardedBridge& bridge) {
+    const std::string ports = set_of_names(bridge.ports);
     return "table bridge mc_node {\n"
            " chain trapped {\n" +
            trapped_frames_stop() +
@@ -86,18 +109,18 @@ std::string bridge_table(const std::vector<std::string>& interfaces) {
            "  type filter hook prerouting priority -400; policy accept;\n"
            "  iifname " +
            ports +
-           " jump trapped\n"
+           "jump trapped\n"
            " }\n"
            " chain leaving {\n"
            "  type filter hook output priority 0; policy accept;\n"
            "  oifname " +
            ports +
-           " ip saddr 0.0.0.0 igmp type membership-query drop\n"
+           "ip saddr 0.0.0.0 igmp type membership-query drop\n"
            "  oifname " +
-           ports +
-           " icmpv6 type mld-listener-query drop\n"
-           " }\n"
-           "}\n";
+           ports + icmpv6("130") +
+           "drop\n"
+           " }\n" +
+           flood_stops(bridge) + "}\n";
 }
 
 /* One rule a target: a port that cannot be sent to does not stop the others. */
@@ -105,7 +128,7 @@ std::string passed_on(const GuardedPort* from, const std::vector<GuardedPort>& p
     std::string rules;
     for (const GuardedPort& to : ports) {
         const bool kept_apart = from != nullptr && from->isolated && to.isolated;
-        if (!to.is_user || &to == from || kept_apart) continue;
+        if (!to.is_user || !to.is_there || &to == from || kept_apart) continue;
         rules += "  dup to " + quoted(to.interface) + "\n";
     }
     return rules;
@@ -122,27 +145,29 @@ std::string netdev_chain(const std::string& name, const std::string& hook,
            "  meta protocol != ip6 accept\n"
            "  ip6 daddr != ff02::/16 accept\n"
            "  ip6 daddr ff02::1 accept\n"
-           "  icmpv6 type " +
-           std::string(kMldTypes) + " accept\n" + rules + " }\n";
+           "  " +
+           icmpv6(kMldTypes) + "accept\n" + rules + " }\n";
 }
 
-std::string netdev_table(const std::string& bridge, const std::vector<GuardedPort>& ports) {
+std::string netdev_table(const GuardedBridge& bridge) {
     std::string text = "table netdev mc_node {\n";
-    for (std::size_t i = 0; i < ports.size(); ++i) {
-        const std::string rules = passed_on(&ports[i], ports);
-        if (rules.empty()) continue;
-        text += netdev_chain("from" + std::to_string(i), "ingress", ports[i].interface, rules);
+    for (std::size_t i = 0; i < bridge.ports.size(); ++i) {
+        const GuardedPort& port = bridge.ports[i];
+        const std::string rules = passed_on(&port, bridge.ports);
+        if (!port.is_there || rules.empty()) continue;
+        text += netdev_chain("from" + std::to_string(i), "ingress", port.interface, rules);
     }
-    const std::string own = passed_on(nullptr, ports);
-    if (!own.empty() && !bridge.empty()) text += netdev_chain("from_here", "egress", bridge, own);
+    const std::string own = passed_on(nullptr, bridge.ports);
+    if (!own.empty() && !bridge.name.empty()) {
+        text += netdev_chain("from_here", "egress", bridge.name, own);
+    }
     return text + "}\n";
 }
 
 }  // namespace
 
-std::string guard_rules(const std::string& bridge, const std::vector<std::string>& interfaces,
-                        const std::vector<GuardedPort>& there) {
-    return kRemoval + bridge_table(interfaces) + netdev_table(bridge, there);
+std::string guard_rules(const GuardedBridge& bridge) {
+    return kRemoval + bridge_table(bridge) + netdev_table(bridge);
 }
 
 void Guard::Free::operator()(nft_ctx* context) const { nft_ctx_free(context); }
@@ -154,9 +179,15 @@ Guard::Guard() : nft_(nft_ctx_new(NFT_CTX_DEFAULT)) {
     }
 }
 
-std::string Guard::put_up(const std::string& rules) { return run(rules); }
+std::string Guard::put_up(const std::string& rules) {
+    std::string error = run(rules);
+    if (error.empty()) is_up_ = true;
+    return error;
+}
 
-void Guard::take_down() { (void)run(kRemoval); }
+void Guard::take_down() {
+    if (std::exchange(is_up_, false)) (void)run(kRemoval);
+}
 
 std::string Guard::run(const std::string& commands) {
     if (nft_ == nullptr) return "nftables cannot be used";

@@ -9,6 +9,9 @@
  * because hosts report those groups. As reports do not reach it, neighbour discovery would end at
  * the bridge. So each port passes what is of link-local scope on to the user ports, and the bridge
  * device what this machine sends.
+ *
+ * While the bridge does not heed its database it floods: the rules can hold streams back for that
+ * time.
  */
 #pragma once
 
@@ -24,15 +27,17 @@ struct GuardedPort {
     std::string interface;
     bool is_user = false;   // the uplink is a router port: the bridge sends it everything
     bool isolated = false;  // keeps apart from other isolated ports
+    bool is_there = false;  // in the bridge now
 };
 
-/*
- * What nft is told. interfaces: all ports, whether there or not; there: those that are in the
- * bridge now. Without a bridge only the first table is of use: its name is empty then.
- */
-[[nodiscard]] std::string guard_rules(const std::string& bridge,
-                                      const std::vector<std::string>& interfaces,
-                                      const std::vector<GuardedPort>& there);
+struct GuardedBridge {
+    std::string name;  // empty: it is not there
+    bool is_flooding = false;
+    std::vector<GuardedPort> ports;
+};
+
+/* What nft is told. */
+[[nodiscard]] std::string guard_rules(const GuardedBridge& bridge);
 
 class Guard {
  public:
@@ -40,6 +45,7 @@ class Guard {
 
     /* Puts the rules in force, in place of earlier ones; nothing, or why not in one line. */
     [[nodiscard]] std::string put_up(const std::string& rules);
+    /* Nothing, if they are not in force. */
     void take_down();
 
  private:
@@ -50,6 +56,7 @@ class Guard {
     [[nodiscard]] std::string run(const std::string& commands);
 
     std::unique_ptr<nft_ctx, Free> nft_;
+    bool is_up_ = false;
 };
 
 }  // namespace live

@@ -16,27 +16,31 @@ namespace {
 
 // ---- Reading ------------------------------------------------------------------------------------
 
-BridgeSettings read_bridge(const nlattr& data) {
-    BridgeSettings settings;
+struct SettingAttribute {
+    std::uint16_t type;
+    bool is_wide;  // 64 bits, else 8
+};
+
+constexpr std::array<SettingAttribute, kBridgeSettings> kSettingAttributes{{
+    {IFLA_BR_MCAST_SNOOPING, false},
+    {IFLA_BR_MCAST_IGMP_VERSION, false},
+    {IFLA_BR_MCAST_MLD_VERSION, false},
+    {IFLA_BR_MCAST_QUERY_RESPONSE_INTVL, true},
+    {IFLA_BR_MCAST_QUERIER, false},
+}};
+
+void read_bridge(const nlattr& data, Link& link) {
+    BridgeSettings settings{};
     each_nested(data, [&](const nlattr& one) {
-        switch (mnl_attr_get_type(&one)) {
-            case IFLA_BR_MCAST_SNOOPING:
-                settings.snooping = mnl_attr_get_u8(&one) != 0;
-                break;
-            case IFLA_BR_MCAST_QUERIER:
-                settings.querier = mnl_attr_get_u8(&one) != 0;
-                break;
-            case IFLA_BR_MCAST_QUERY_RESPONSE_INTVL:
-                settings.query_response_interval = mnl_attr_get_u64(&one);
-                break;
-            case IFLA_BR_MCAST_HASH_MAX:
-                settings.hash_max = mnl_attr_get_u32(&one);
-                break;
-            default:
-                break;
+        const std::uint16_t type = mnl_attr_get_type(&one);
+        if (type == IFLA_BR_MCAST_HASH_MAX) link.hash_max = mnl_attr_get_u32(&one);
+        for (std::size_t i = 0; i < kBridgeSettings; ++i) {
+            if (kSettingAttributes[i].type != type) continue;
+            settings[i] =
+                kSettingAttributes[i].is_wide ? mnl_attr_get_u64(&one) : mnl_attr_get_u8(&one);
         }
     });
-    return settings;
+    link.bridged = settings;
 }
 
 PortSettings read_port(const nlattr& data) {
@@ -73,7 +77,7 @@ void read_kinds(const nlattr& info, Link& link) {
                 is_port = says_bridge(one);
                 break;
             case IFLA_INFO_DATA:
-                if (is_bridge) link.bridged = read_bridge(one);
+                if (is_bridge) read_bridge(one, link);
                 break;
             case IFLA_INFO_SLAVE_DATA:
                 if (is_port) link.port = read_port(one);
@@ -129,10 +133,6 @@ int change(Netlink& netlink, int index, std::uint16_t kind, std::uint16_t data,
     return netlink.ask(request);
 }
 
-int change_bridge(Netlink& netlink, int index, const std::function<void(nlmsghdr*)>& put) {
-    return change(netlink, index, IFLA_INFO_KIND, IFLA_INFO_DATA, put);
-}
-
 }  // namespace
 
 std::optional<Link> find_link(Netlink& netlink, const std::string& name) {
@@ -150,21 +150,14 @@ int set_multicast_router(Netlink& netlink, int index, std::uint8_t mode) {
     });
 }
 
-int set_snooping(Netlink& netlink, int bridge, bool on) {
-    return change_bridge(netlink, bridge, [on](nlmsghdr* to) {
-        mnl_attr_put_u8(to, IFLA_BR_MCAST_SNOOPING, on ? 1 : 0);
-    });
-}
-
-int set_querier(Netlink& netlink, int bridge, bool on) {
-    return change_bridge(netlink, bridge, [on](nlmsghdr* to) {
-        mnl_attr_put_u8(to, IFLA_BR_MCAST_QUERIER, on ? 1 : 0);
-    });
-}
-
-int set_query_response_interval(Netlink& netlink, int bridge, std::uint64_t hundredths) {
-    return change_bridge(netlink, bridge, [hundredths](nlmsghdr* to) {
-        mnl_attr_put_u64(to, IFLA_BR_MCAST_QUERY_RESPONSE_INTVL, hundredths);
+int set_bridge(Netlink& netlink, int bridge, BridgeSetting setting, std::uint64_t value) {
+    const SettingAttribute attribute = kSettingAttributes[static_cast<std::size_t>(setting)];
+    return change(netlink, bridge, IFLA_INFO_KIND, IFLA_INFO_DATA, [&](nlmsghdr* to) {
+        if (attribute.is_wide) {
+            mnl_attr_put_u64(to, attribute.type, value);
+        } else {
+            mnl_attr_put_u8(to, attribute.type, static_cast<std::uint8_t>(value));
+        }
     });
 }
 

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -27,12 +29,19 @@ struct PortSettings {
     bool operator==(const PortSettings&) const = default;
 };
 
-struct BridgeSettings {
-    bool snooping = true;
-    bool querier = false;
-    std::uint64_t query_response_interval = 0;  // hundredths of a second
-    std::uint32_t hash_max = 0;                 // groups that the database holds
+/* Settings of a bridge, in the order in which they are to be set; given back the other way round.
+ */
+enum class BridgeSetting : std::uint8_t {
+    kSnooping,
+    kIgmpVersion,            // that it asks in
+    kMldVersion,             // likewise
+    kQueryResponseInterval,  // hundredths of a second
+    kQuerier,
 };
+
+inline constexpr std::size_t kBridgeSettings = 5;
+
+using BridgeSettings = std::array<std::uint64_t, kBridgeSettings>;
 
 struct Link {
     int index = 0;
@@ -41,17 +50,16 @@ struct Link {
     driver::MacAddress mac{};
     std::optional<PortSettings> port;       // of a port of a bridge
     std::optional<BridgeSettings> bridged;  // of a bridge itself
+    std::uint32_t hash_max = 0;             // likewise: the groups that its database holds
 };
 
 /* Nothing when there is none of that name. */
 [[nodiscard]] std::optional<Link> find_link(Netlink& netlink, const std::string& name);
 
-/* 0, or the errno of the refusal. Only the settings named are changed. */
+/* 0, or the errno of the refusal. */
 [[nodiscard]] int set_multicast_router(Netlink& netlink, int index, std::uint8_t mode);
-[[nodiscard]] int set_snooping(Netlink& netlink, int bridge, bool on);
-[[nodiscard]] int set_querier(Netlink& netlink, int bridge, bool on);
-[[nodiscard]] int set_query_response_interval(Netlink& netlink, int bridge,
-                                              std::uint64_t hundredths);
+[[nodiscard]] int set_bridge(Netlink& netlink, int bridge, BridgeSetting setting,
+                             std::uint64_t value);
 
 /* True for the news that an interface can use its link-local IPv6 address now. */
 [[nodiscard]] bool tells_of_link_local(const nlmsghdr& news, int index);

@@ -112,7 +112,9 @@ class Supervisor {
     void look_when_settled() {
         if (!look_at_us_ || *look_at_us_ > CoreClock::now_us()) return;
         look_at_us_.reset();
-        driver_.look();
+        const auto again = driver_.look();
+        if (again)
+            look_at_us_ = CoreClock::now_us() + 1000 * static_cast<std::uint64_t>(again->count());
     }
 
     LiveDriver& driver_;

@@ -82,9 +82,9 @@ void LiveDriver::end() {
     bridge_.end();
 }
 
-void LiveDriver::look() {
+std::optional<std::chrono::milliseconds> LiveDriver::look() {
     const std::lock_guard lock(mutex_);
-    if (!ended_) bridge_.look();
+    return ended_ ? std::nullopt : bridge_.look();
 }
 
 void LiveDriver::restart_querier() {

@@ -15,6 +15,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -70,7 +71,7 @@ class LiveDriver final : public driver::Driver {
     void end();
 
     /* For the supervisor, after news. */
-    void look();
+    [[nodiscard]] std::optional<std::chrono::milliseconds> look();  // again after that, if any
     void restart_querier();
 
     [[nodiscard]] int bridge_index();
