@@ -155,6 +155,7 @@ exec {feed}<>endless  # open at both ends, so that neither side waits for the ot
 cat report.pcap frame >&"$feed"
 # A job that bash starts in the background ignores SIGINT unless job control is on. With --hold what
 # the library prints comes at once: a frame received shows that the replay is under way.
+rm -f stdout
 set -m
 "${node[@]}" replay --port 2=endless --hold --debug rx >stdout 2>stderr </dev/null &
 player=$!
