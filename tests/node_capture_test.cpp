@@ -22,8 +22,8 @@
 
 #include "node/capture/capture_driver.h"
 #include "node/capture/capture_error.h"
-#include "node/driver/trap_filter.h"
 #include "platform/l2_multicast.h"
+#include "support/frame_pieces.h"
 
 namespace {
 
@@ -32,61 +32,10 @@ using capture::CaptureError;
 using capture::Driver;
 using capture::Input;
 using capture::Replay;
-using driver::TrapVerdict;
-using Bytes = std::vector<std::uint8_t>;
+using namespace frame_pieces;
 
 constexpr std::uint64_t kSecond = 1'000'000;
 constexpr std::uint64_t kStart = 1'700'000'000 * kSecond;
-
-Bytes operator+(Bytes left, const Bytes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-// ---- Frames, in pieces --------------------------------------------------------------------------
-
-const Bytes kMacs{0x01, 0x00, 0x5E, 0x01, 0x01, 0x01, 0x02, 0x00, 0x00, 0x00, 0x00, 0x07};
-const Bytes kTag100{0x81, 0x00, 0x00, 0x64};
-const Bytes kTag200{0x81, 0x00, 0x00, 0xC8};
-const Bytes kServiceTag{0x88, 0xA8, 0x00, 0xC8};
-const Bytes kIpv4Type{0x08, 0x00};
-const Bytes kIpv6Type{0x86, 0xDD};
-const Bytes kPppoeSession{0x88, 0x64, 0x11, 0x00, 0x00, 0x01, 0x00, 0x22};
-const Bytes kPppIpv4{0x00, 0x21};
-const Bytes kPppIpv6{0x00, 0x57};
-
-Bytes ipv4(std::uint8_t protocol) {
-    return {0x45, 0x00,     0x00, 0x1C, 0x00, 0x00, 0x00, 0x00,
-            0x01, protocol, 0x00, 0x00, 192,  168,  1,    7,  // source
-            239,  1,        1,    1,                          // destination
-            0x16, 0x00,     0x00, 0x00,                       // membership report, version 2
-            239,  1,        1,    1};
-}
-
-Bytes ipv6_header(std::uint8_t next) {
-    Bytes header{0x60, 0x00, 0x00, 0x00, 0x00, 0x20, next, 0x01};
-    header.resize(40, 0xFE);
-    return header;
-}
-
-const Bytes kHopByHop{58, 0x00, 0x05, 0x02, 0x00, 0x00, 0x01, 0x00};  // router alert, then ICMPv6
-const Bytes kLongHopByHop = Bytes{58, 0x01} + Bytes(14, 0);
-
-Bytes icmpv6(std::uint8_t type) { return Bytes{type} + Bytes(23, 0); }
-
-Bytes igmp_frame() { return kMacs + kIpv4Type + ipv4(2); }
-Bytes igmp_frame(std::uint8_t mark) {
-    Bytes frame = igmp_frame();
-    frame[11] = mark;
-    return frame;
-}
-Bytes mld_frame() { return kMacs + kIpv6Type + ipv6_header(0) + kHopByHop + icmpv6(131); }
-Bytes udp_frame() { return kMacs + kIpv4Type + ipv4(17); }
-
-Bytes padded(Bytes frame, std::size_t size) {
-    frame.resize(size, 0);
-    return frame;
-}
 
 // ---- Capture files ------------------------------------------------------------------------------
 
@@ -363,68 +312,6 @@ TEST_F(CaptureDriver, CapturesWithoutFramesReplay) {
 }
 
 // ---- The trap ----
-
-struct TrapCase {
-    const char* name;
-    Bytes frame;
-    TrapVerdict verdict;
-};
-
-TEST(TrapFilter, TellsFramesApartByTheirFraming) {
-    const Bytes report6 = ipv6_header(0) + kHopByHop + icmpv6(143);
-    const std::vector<TrapCase> cases{
-        {"IGMP", kMacs + kIpv4Type + ipv4(2), TrapVerdict::kIgmp},
-        {"IGMP, one tag", kMacs + kTag100 + kIpv4Type + ipv4(2), TrapVerdict::kIgmp},
-        {"IGMP, two tags", kMacs + kTag200 + kTag100 + kIpv4Type + ipv4(2), TrapVerdict::kIgmp},
-        {"IGMP, PPPoE", kMacs + kPppoeSession + kPppIpv4 + ipv4(2), TrapVerdict::kIgmp},
-        {"IGMP, PPPoE with a type", kMacs + kPppoeSession + kIpv4Type + ipv4(2),
-         TrapVerdict::kIgmp},
-        {"IGMP, tag and PPPoE", kMacs + kTag100 + kPppoeSession + kPppIpv4 + ipv4(2),
-         TrapVerdict::kIgmp},
-        {"MLD query", kMacs + kIpv6Type + ipv6_header(58) + icmpv6(130), TrapVerdict::kMld},
-        {"MLD report", kMacs + kIpv6Type + ipv6_header(58) + icmpv6(131), TrapVerdict::kMld},
-        {"MLD done", kMacs + kIpv6Type + ipv6_header(58) + icmpv6(132), TrapVerdict::kMld},
-        {"MLDv2 report", kMacs + kIpv6Type + ipv6_header(58) + icmpv6(143), TrapVerdict::kMld},
-        {"MLD, router alert", kMacs + kIpv6Type + report6, TrapVerdict::kMld},
-        {"MLD, 16 bytes of hop-by-hop",
-         kMacs + kIpv6Type + ipv6_header(0) + kLongHopByHop + icmpv6(131), TrapVerdict::kMld},
-        {"MLD, one tag", kMacs + kTag100 + kIpv6Type + report6, TrapVerdict::kMld},
-        {"MLD, two tags", kMacs + kTag200 + kTag100 + kIpv6Type + report6, TrapVerdict::kMld},
-        {"MLD, PPPoE", kMacs + kPppoeSession + kPppIpv6 + report6, TrapVerdict::kMld},
-
-        {"UDP", kMacs + kIpv4Type + ipv4(17), TrapVerdict::kOther},
-        {"three tags", kMacs + kTag200 + kTag200 + kTag100 + kIpv4Type + ipv4(2),
-         TrapVerdict::kOther},
-        {"a service tag", kMacs + kServiceTag + kTag100 + kIpv4Type + ipv4(2), TrapVerdict::kOther},
-        {"ARP", kMacs + Bytes{0x08, 0x06} + ipv4(2), TrapVerdict::kOther},
-        {"PPPoE, link control", kMacs + kPppoeSession + Bytes{0xC0, 0x21} + ipv4(2),
-         TrapVerdict::kOther},
-        {"IPv4 type, IPv6 packet", kMacs + kIpv4Type + report6, TrapVerdict::kOther},
-        {"IPv6 type, IPv4 packet", kMacs + kIpv6Type + ipv4(2), TrapVerdict::kOther},
-        {"neighbour solicitation", kMacs + kIpv6Type + ipv6_header(58) + icmpv6(135),
-         TrapVerdict::kOther},
-        {"UDP behind hop-by-hop",
-         kMacs + kIpv6Type + ipv6_header(0) + Bytes{17, 0, 0, 0, 0, 0, 0, 0} + icmpv6(131),
-         TrapVerdict::kOther},
-        {"nothing", {}, TrapVerdict::kTooShort},
-    };
-    for (const TrapCase& each : cases)
-        EXPECT_EQ(driver::classify(each.frame), each.verdict) << each.name;
-}
-
-TEST(TrapFilter, NeverReadsBehindTheEnd) {
-    const Bytes frames[]{
-        kMacs + kTag200 + kTag100 + kIpv4Type + ipv4(2), mld_frame(),
-        kMacs + kPppoeSession + kPppIpv6 + ipv6_header(0) + kHopByHop + icmpv6(143)};
-    for (const Bytes& frame : frames) {
-        for (std::size_t size = 0; size < frame.size(); ++size) {
-            // An exact copy on the heap, so that a sanitizer sees the first byte too many.
-            const auto exact = std::make_unique<std::uint8_t[]>(size);
-            std::copy_n(frame.begin(), size, exact.get());
-            EXPECT_NE(driver::classify({exact.get(), size}), TrapVerdict::kOther) << size;
-        }
-    }
-}
 
 TEST_F(CaptureDriver, CountsEveryFrameByKind) {
     prepare({input(2, pcap_bytes({{kStart, igmp_frame()},

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <utility>
 
+#include "adapt/records.h"
 #include "node/core/development_core.h"
 #include "node/driver/trap_filter.h"
 #include "node/live/live_error.h"
@@ -193,7 +194,8 @@ bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
     }
     // A port that the node was not given has nobody behind it, as a socket without a plug.
     if (counters_[*slot].interface.empty()) return true;
-    const bool sent = !ended_ && !frame.empty() && sockets_[*slot] && sockets_[*slot]->send(frame);
+    const bool sent =
+        !ended_ && !frame.empty() && sockets_[*slot] && sockets_[*slot]->send(frame, ::defaultVlan);
     ++(sent ? counters_[*slot].sent : counters_[*slot].send_failed);
     return sent;
 }

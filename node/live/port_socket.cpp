@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "common/bytes.h"
+#include "node/live/egress.h"
 #include "node/live/live_error.h"
 #include "node/live/trap_program.h"
 
@@ -104,9 +105,19 @@ std::optional<std::uint32_t> PortSocket::receive(std::span<std::uint8_t> buf) co
     return length;
 }
 
-bool PortSocket::send(std::span<const std::uint8_t> frame) const {
-    const ssize_t size = ::send(descriptor_, frame.data(), frame.size(), 0);
-    return size == static_cast<ssize_t>(frame.size());
+bool PortSocket::send(std::span<const std::uint8_t> frame, std::uint16_t default_vid) const {
+    if (frame.size() < kMacs) return false;
+    Egress egress = egress_of(frame, default_vid);
+    const auto rest = frame.subspan(egress.rest);
+    // The kernel only reads them.
+    auto* const bytes = const_cast<std::uint8_t*>(frame.data());
+    std::array<iovec, 3> parts{{{bytes, kMacs},
+                                {egress.head.data(), egress.head_length},
+                                {bytes + egress.rest, rest.size()}}};
+    msghdr message{};
+    message.msg_iov = parts.data();
+    message.msg_iovlen = parts.size();
+    return sendmsg(descriptor_, &message, 0) >= 0;
 }
 
 std::uint64_t PortSocket::take_dropped() const {

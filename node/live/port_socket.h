@@ -28,7 +28,8 @@ class PortSocket {
      */
     [[nodiscard]] std::optional<std::uint32_t> receive(std::span<std::uint8_t> buf) const;
 
-    [[nodiscard]] bool send(std::span<const std::uint8_t> frame) const;
+    /* As a switch whose untagged frames belong to the default VLAN: see node/live/egress.h. */
+    [[nodiscard]] bool send(std::span<const std::uint8_t> frame, std::uint16_t default_vid) const;
 
     /* Frames that came when the socket had no room, since the last time it was asked. */
     [[nodiscard]] std::uint64_t take_dropped() const;
