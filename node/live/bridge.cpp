@@ -21,6 +21,9 @@ namespace {
 constexpr BridgeSettings kWanted{1, 3, 2, 10, 1};
 constexpr std::chrono::milliseconds kUntilHeeded{150};
 
+constexpr std::chrono::seconds kAddressPatience{3};
+constexpr std::chrono::milliseconds kAddressLook{50};
+
 std::string called(const PortInterface& port) {
     const std::string name =
         port.port == driver::kUplinkPort ? "uplink" : "port " + std::to_string(port.port);
@@ -81,7 +84,9 @@ void Bridge::begin() {
     // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
     if (!error.empty()) throw LiveError("nftables: " + error);
+    await_link_local();
     keep_settings();
+    look_at_link_local();
     std::this_thread::sleep_for(kUntilHeeded);
 }
 
@@ -134,8 +139,28 @@ void Bridge::give_back_settings() {
     }
 }
 
-void Bridge::restart_querier() {
-    if (!bridge_) return;
+/* An address of its own takes a machine a second or two to make sure of. */
+void Bridge::await_link_local() {
+    const auto until = Clock::now() + kAddressPatience;
+    while (find_link_local(netlink_, bridge_->index) == LinkLocal::kTentative) {
+        if (Clock::now() > until) break;
+        std::this_thread::sleep_for(kAddressLook);
+    }
+}
+
+/*
+ * Without a link-local address the bridge makes no MLD queries, and without queries it does not
+ * heed its IPv6 entries: it floods. With one, it is to ask at once.
+ */
+void Bridge::look_at_link_local() {
+    const bool has = find_link_local(netlink_, bridge_->index) == LinkLocal::kUsable;
+    if (has == has_link_local_) return;
+    has_link_local_ = has;
+    if (!has) {
+        say_(name_ + " has no link-local IPv6 address: until it has, it floods IPv6 streams");
+        return;
+    }
+    say_(name_ + " has a link-local IPv6 address now");
     (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 0);
     (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 1);
 }
@@ -163,7 +188,10 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     if (is_there && is_flooding_ && Clock::now() >= heeds_at_) is_flooding_ = false;
     const std::string error = put_up_guard();
     if (!error.empty()) say_("nftables: " + error);
-    if (is_there) keep_settings();
+    if (is_there) {
+        keep_settings();
+        look_at_link_local();
+    }
     if (const std::size_t count = entries_.put_back(); count > 0) {
         say_("put " + std::to_string(count) + " groups back into the multicast database of " +
              name_);

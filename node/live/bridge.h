@@ -46,12 +46,6 @@ class Bridge {
      */
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
-    /*
-     * To be called when the bridge has got a link-local IPv6 address: without one it makes no MLD
-     * queries, and without queries it does not heed its IPv6 entries.
-     */
-    void restart_querier();
-
     /* The kernel gives snooping up when the database overflows. */
     void recover_from_overflow();
 
@@ -81,6 +75,8 @@ class Bridge {
     void lose_bridge();
     void keep_settings();
     void give_back_settings();
+    void look_at_link_local();
+    void await_link_local();
     [[nodiscard]] PortState state_of(const std::optional<Link>& link) const;
     void look_at_ports();
     void look_at_port(std::size_t slot, Port& port);
@@ -99,6 +95,7 @@ class Bridge {
     std::optional<Link> bridge_;            // as it was at the last look
     std::optional<BridgeSettings> before_;  // of this bridge, to be given back
     std::string rules_;                     // in force
+    bool has_link_local_ = true;            // as far as has been said
     bool is_flooding_ = false;              // would, were it not kept from it
     Clock::time_point heeds_at_;            // when that is over
 };

@@ -161,11 +161,18 @@ int set_bridge(Netlink& netlink, int bridge, BridgeSetting setting, std::uint64_
     });
 }
 
-bool tells_of_link_local(const nlmsghdr& news, int index) {
-    if (news.nlmsg_type != RTM_NEWADDR) return false;
-    const auto& header = *static_cast<const ifaddrmsg*>(mnl_nlmsg_get_payload(&news));
-    return header.ifa_family == AF_INET6 && static_cast<int>(header.ifa_index) == index &&
-           header.ifa_scope == RT_SCOPE_LINK && (header.ifa_flags & IFA_F_TENTATIVE) == 0;
+LinkLocal find_link_local(Netlink& netlink, int index) {
+    Request request(RTM_GETADDR, NLM_F_DUMP, sizeof(ifaddrmsg));
+    request.body<ifaddrmsg>().ifa_family = AF_INET6;
+    LinkLocal best = LinkLocal::kNone;
+    (void)netlink.ask(request, [&](const nlmsghdr& message) {
+        const auto& address = *static_cast<const ifaddrmsg*>(mnl_nlmsg_get_payload(&message));
+        if (address.ifa_family != AF_INET6 || static_cast<int>(address.ifa_index) != index) return;
+        if (address.ifa_scope != RT_SCOPE_LINK) return;
+        const bool is_tentative = (address.ifa_flags & IFA_F_TENTATIVE) != 0;
+        best = std::max(best, is_tentative ? LinkLocal::kTentative : LinkLocal::kUsable);
+    });
+    return best;
 }
 
 }  // namespace live

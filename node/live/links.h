@@ -61,7 +61,9 @@ struct Link {
 [[nodiscard]] int set_bridge(Netlink& netlink, int bridge, BridgeSetting setting,
                              std::uint64_t value);
 
-/* True for the news that an interface can use its link-local IPv6 address now. */
-[[nodiscard]] bool tells_of_link_local(const nlmsghdr& news, int index);
+enum class LinkLocal : std::uint8_t { kNone, kTentative, kUsable };
+
+/* What an interface has in the way of a link-local IPv6 address. */
+[[nodiscard]] LinkLocal find_link_local(Netlink& netlink, int index);
 
 }  // namespace live

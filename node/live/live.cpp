@@ -20,7 +20,6 @@
 #include "mld/record.h"
 #include "node/console.h"
 #include "node/live/core_clock.h"
-#include "node/live/links.h"
 #include "node/live/live_driver.h"
 #include "node/live/live_error.h"
 #include "node/live/live_summary.h"
@@ -100,12 +99,7 @@ class Supervisor {
     }
 
     void take_news() {
-        const int bridge = driver_.bridge_index();
-        bool has_address = false;
-        news_.take([&](const nlmsghdr& message) {
-            has_address = has_address || tells_of_link_local(message, bridge);
-        });
-        if (has_address) driver_.restart_querier();
+        news_.take();
         if (!look_at_us_) look_at_us_ = CoreClock::now_us() + kNewsSettleUs;
     }
 

@@ -88,16 +88,6 @@ std::optional<std::chrono::milliseconds> LiveDriver::look() {
     return ended_ ? std::nullopt : bridge_.look();
 }
 
-void LiveDriver::restart_querier() {
-    const std::lock_guard lock(mutex_);
-    if (!ended_) bridge_.restart_querier();
-}
-
-int LiveDriver::bridge_index() {
-    const std::lock_guard lock(mutex_);
-    return bridge_.index();
-}
-
 driver::MacAddress LiveDriver::bridge_mac() {
     const std::lock_guard lock(mutex_);
     return bridge_.mac();

@@ -72,9 +72,7 @@ class LiveDriver final : public driver::Driver {
 
     /* For the supervisor, after news. */
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();  // again after that, if any
-    void restart_querier();
 
-    [[nodiscard]] int bridge_index();
     [[nodiscard]] driver::MacAddress bridge_mac();
     [[nodiscard]] Report report();
 

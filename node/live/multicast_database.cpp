@@ -71,7 +71,7 @@ int MulticastDatabase::change(bool add, int bridge, int port, const Group& group
         mnl_attr_put_u8(request.header(), kEntryProtocol, kOwnProtocol);
         mnl_attr_nest_end(request.header(), more);
     }
-    return netlink_.ask(request);
+    return netlink_.tell(request);
 }
 
 int MulticastDatabase::add(int bridge, int port, const Group& group) {

@@ -93,21 +93,32 @@ int Netlink::ask(Request& request, const Message& each) {
     }
 }
 
+int Netlink::tell(Request& request) {
+    nlmsghdr* const header = request.header();
+    header->nlmsg_seq = ++sequence_;
+    const int descriptor = mnl_socket_get_fd(socket_.get());
+    if (::send(descriptor, header, header->nlmsg_len, 0) < 0) return errno;
+    alignas(nlmsghdr) std::array<std::byte, kLargestAnswer> answer;
+    while (true) {
+        const ssize_t size = recv(descriptor, answer.data(), answer.size(), MSG_DONTWAIT);
+        if (size < 0) return errno == EAGAIN ? 0 : errno;
+        const int left = mnl_cb_run(answer.data(), static_cast<std::size_t>(size), sequence_,
+                                    mnl_socket_get_portid(socket_.get()), nullptr, nullptr);
+        // Only a refusal of this very request counts.
+        if (left < MNL_CB_STOP && errno != ESRCH && errno != EPROTO) return errno;
+    }
+}
+
 // ---- News ---------------------------------------------------------------------------------------
 
 LinkNews::LinkNews() : socket_(open_rtnetlink(RTMGRP_LINK | RTMGRP_IPV6_IFADDR)) {}
 
 int LinkNews::descriptor() const { return mnl_socket_get_fd(socket_.get()); }
 
-void LinkNews::take(const Message& each) {
-    alignas(nlmsghdr) std::array<std::byte, kLargestAnswer> news;
-    while (true) {
-        const ssize_t size = recv(descriptor(), news.data(), news.size(), MSG_DONTWAIT);
-        // Whoever looks at the links afresh needs no news that were lost.
-        if (size < 0 && errno == ENOBUFS) continue;
-        if (size <= 0) return;
-        (void)mnl_cb_run(news.data(), static_cast<std::size_t>(size), 0, 0, hand_on,
-                         const_cast<Message*>(&each));
+void LinkNews::take() {
+    std::array<std::byte, kLargestAnswer> news;
+    // News that were lost for want of room are news as well.
+    while (recv(descriptor(), news.data(), news.size(), MSG_DONTWAIT) > 0 || errno == ENOBUFS) {
     }
 }
 
