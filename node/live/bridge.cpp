@@ -84,6 +84,7 @@ void Bridge::begin() {
     // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
     if (!error.empty()) throw LiveError("nftables: " + error);
+    look_whether_on();
     await_link_local();
     keep_settings();
     look_at_link_local();
@@ -103,6 +104,9 @@ Bridge::Port* Bridge::port_at(std::size_t slot) { return ports_[slot] ? &*ports_
 void Bridge::take_bridge(const Link& link) {
     bridge_ = link;
     before_ = link.bridged;
+    // One that asks already is not to be interrupted.
+    const bool asks = (*link.bridged)[static_cast<std::size_t>(BridgeSetting::kQuerier)] != 0;
+    link_local_ = asks ? LinkLocal::kUsable : LinkLocal::kTentative;
     entries_.use_bridge(link.index, name_, link.hash_max);
 }
 
@@ -139,6 +143,13 @@ void Bridge::give_back_settings() {
     }
 }
 
+/* Switched off it switches nothing and takes no entry; without a carrier it only has no port up. */
+void Bridge::look_whether_on() {
+    if (bridge_->on == is_on_) return;
+    is_on_ = bridge_->on;
+    say_(name_ + (is_on_ ? " is up again" : " is down: streams are not switched until it is up"));
+}
+
 /* An address of its own takes a machine a second or two to make sure of. */
 void Bridge::await_link_local() {
     const auto until = Clock::now() + kAddressPatience;
@@ -153,14 +164,17 @@ void Bridge::await_link_local() {
  * heed its IPv6 entries: it floods. With one, it is to ask at once.
  */
 void Bridge::look_at_link_local() {
-    const bool has = find_link_local(netlink_, bridge_->index) == LinkLocal::kUsable;
-    if (has == has_link_local_) return;
-    has_link_local_ = has;
-    if (!has) {
+    // Switched off it has none, which then is not the point.
+    const LinkLocal before = link_local_;
+    link_local_ = is_on_ ? find_link_local(netlink_, bridge_->index) : LinkLocal::kTentative;
+    if (link_local_ == LinkLocal::kNone && !said_no_link_local_) {
+        said_no_link_local_ = true;
         say_(name_ + " has no link-local IPv6 address: until it has, it floods IPv6 streams");
-        return;
     }
-    say_(name_ + " has a link-local IPv6 address now");
+    if (link_local_ != LinkLocal::kUsable || before == LinkLocal::kUsable) return;
+    if (std::exchange(said_no_link_local_, false)) {
+        say_(name_ + " has a link-local IPv6 address now");
+    }
     (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 0);
     (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 1);
 }
@@ -189,6 +203,7 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     const std::string error = put_up_guard();
     if (!error.empty()) say_("nftables: " + error);
     if (is_there) {
+        look_whether_on();
         keep_settings();
         look_at_link_local();
     }

@@ -75,6 +75,7 @@ class Bridge {
     void lose_bridge();
     void keep_settings();
     void give_back_settings();
+    void look_whether_on();
     void look_at_link_local();
     void await_link_local();
     [[nodiscard]] PortState state_of(const std::optional<Link>& link) const;
@@ -92,12 +93,14 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
-    std::optional<Link> bridge_;            // as it was at the last look
-    std::optional<BridgeSettings> before_;  // of this bridge, to be given back
-    std::string rules_;                     // in force
-    bool has_link_local_ = true;            // as far as has been said
-    bool is_flooding_ = false;              // would, were it not kept from it
-    Clock::time_point heeds_at_;            // when that is over
+    std::optional<Link> bridge_;                 // as it was at the last look
+    std::optional<BridgeSettings> before_;       // of this bridge, to be given back
+    std::string rules_;                          // in force
+    bool is_on_ = true;                          // as far as has been said
+    LinkLocal link_local_ = LinkLocal::kUsable;  // at the last look
+    bool said_no_link_local_ = false;
+    bool is_flooding_ = false;    // would, were it not kept from it
+    Clock::time_point heeds_at_;  // when that is over
 };
 
 }  // namespace live

@@ -92,7 +92,8 @@ Link read_link(const nlmsghdr& message) {
     const auto& header = *static_cast<const ifinfomsg*>(mnl_nlmsg_get_payload(&message));
     Link link;
     link.index = header.ifi_index;
-    link.up = (header.ifi_flags & IFF_UP) != 0 && (header.ifi_flags & IFF_LOWER_UP) != 0;
+    link.on = (header.ifi_flags & IFF_UP) != 0;
+    link.up = link.on && (header.ifi_flags & IFF_LOWER_UP) != 0;
     each_attribute(message, sizeof(ifinfomsg), [&](const nlattr& one) {
         switch (mnl_attr_get_type(&one)) {
             case IFLA_MASTER:

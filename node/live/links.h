@@ -46,7 +46,8 @@ using BridgeSettings = std::array<std::uint64_t, kBridgeSettings>;
 struct Link {
     int index = 0;
     int bridge = 0;   // the index of the bridge that it is a port of; 0: none
-    bool up = false;  // switched on, and with a carrier
+    bool on = false;  // switched on
+    bool up = false;  // and with a carrier
     driver::MacAddress mac{};
     std::optional<PortSettings> port;       // of a port of a bridge
     std::optional<BridgeSettings> bridged;  // of a bridge itself
