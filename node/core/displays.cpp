@@ -186,7 +186,8 @@ void print_timers() {
     std::printf("Timers\n%9s  %-20s %s\n", "due in", "what", "about");
     for (const auto& [id, timer] : core().timers.all()) {
         const std::uint64_t left = id.first - std::min(core().now_us, id.first);
-        std::printf("%9s  %-20s %s\n", seconds_text(left).c_str(), timer.what, timer.about.c_str());
+        std::printf("%9s  %-20s %s\n", seconds_text(left).c_str(), timer.what,
+                    timer.about().c_str());
     }
 }
 

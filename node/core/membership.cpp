@@ -13,6 +13,9 @@ namespace {
 
 std::string name_of(const GroupKey& key) { return text(key.family, key.group); }
 
+/* What a timer of the group is about. */
+std::string about(const GroupKey& key) { return name_of(key) + " on port " + port_text(key.port); }
+
 Group* find_group(const GroupKey& key) {
     const auto found = core().groups.find(key);
     return found == core().groups.end() ? nullptr : &found->second;
@@ -153,10 +156,9 @@ void arm_ageing(const GroupKey& key, Group& group) {
     core().timers.stop(group.age_timer);
     const auto rule = age_rule(key.family);
     if (!rule || group.hosts.empty()) return;
-    group.age_timer =
-        core().timers.start(ageing_of(group, *rule).first,
-                            {"membership", name_of(key) + " on port " + port_text(key.port),
-                             [key] { run_ageing(key); }});
+    group.age_timer = core().timers.start(
+        ageing_of(group, *rule).first,
+        {"membership", [key] { return about(key); }, [key] { run_ageing(key); }});
 }
 
 // ---- Switch entries -----------------------------------------------------------------------------
@@ -196,12 +198,12 @@ void program(const GroupKey& key) {
     Counters& counters = core().counters;
     if (!change_entry(key, true)) {
         ++counters.add_failures;
-        trace(Trace::kDrops, place_of(key), "the switch takes no entry of %s",
-              name_of(key).c_str());
+        trace(Trace::kDrops, place_of(key),
+              [&] { return "the switch takes no entry of " + name_of(key); });
         return;
     }
     ++counters.entries_added;
-    trace(Trace::kEntries, place_of(key), "entry of %s added", name_of(key).c_str());
+    trace(Trace::kEntries, place_of(key), [&] { return "entry of " + name_of(key) + " added"; });
     if (Group* const group = find_group(key)) group->programmed = true;
 }
 
@@ -209,8 +211,8 @@ void unprogram(const GroupKey& key) {
     Counters& counters = core().counters;
     const bool removed = change_entry(key, false);
     ++(removed ? counters.entries_removed : counters.remove_failures);
-    trace(removed ? Trace::kEntries : Trace::kDrops, place_of(key), "entry of %s %s",
-          name_of(key).c_str(), removed ? "removed" : "not removed");
+    trace(removed ? Trace::kEntries : Trace::kDrops, place_of(key),
+          [&] { return "entry of " + name_of(key) + (removed ? " removed" : " not removed"); });
 }
 
 // ---- Memberships --------------------------------------------------------------------------------
@@ -224,7 +226,7 @@ void add_group(const GroupKey& key) {
         port.bandwidth += group.bandwidth;
         ++port.groups;
     }
-    trace(Trace::kMemberships, place_of(key), "%s joined", name_of(key).c_str());
+    trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " joined"; });
 }
 
 void remove_group(const GroupKey& key, const char* why) {
@@ -240,7 +242,7 @@ void remove_group(const GroupKey& key, const char* why) {
     }
     // Gone before a call-back can look.
     core().groups.erase(found);
-    trace(Trace::kMemberships, place_of(key), "%s %s", name_of(key).c_str(), why);
+    trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " " + why; });
     if (programmed) unprogram(key);
     if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
 }
@@ -279,10 +281,9 @@ void continue_leave(const GroupKey& key) {
         return;
     }
     --group->queries_left;
-    group->leave_timer =
-        core().timers.start(core().now_us + core().settings.last_member_query_interval * kSecond,
-                            {"last member query", name_of(key) + " on port " + port_text(key.port),
-                             [key] { continue_leave(key); }});
+    group->leave_timer = core().timers.start(
+        core().now_us + core().settings.last_member_query_interval * kSecond,
+        {"last member query", [key] { return about(key); }, [key] { continue_leave(key); }});
     send_group_query(key, group->version);
 }
 
@@ -329,9 +330,9 @@ void update(const GroupKey& key, Group& group, const Reporter& from, const Recor
     }
     core().timers.stop(group.leave_timer);
     if (is_join) group.last_reporter = from.host;
-    const bool must_program = is_join && !group.programmed;
+    // First the entry: the stream waits for it.
+    if (is_join && !group.programmed) program(key);
     refresh(key, group);
-    if (must_program) program(key);
 }
 
 }  // namespace

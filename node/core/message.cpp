@@ -184,8 +184,10 @@ void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destina
     const IgmpSendPacket send = core().call_backs.send;
     if (send == nullptr) return;
     ++core().counters.sent[static_cast<std::size_t>(kind)];
-    trace(Trace::kSent, {Family::kIpv4, port, tag.vid}, "sent %s to %s", name(kind).data(),
-          text(Family::kIpv4, from_ipv4(destination)).c_str());
+    trace(Trace::kSent, {Family::kIpv4, port, tag.vid}, [&] {
+        return "sent " + std::string(name(kind)) + " to " +
+               text(Family::kIpv4, from_ipv4(destination));
+    });
     Bytes packet = ipv4_packet(destination, message);
     IgmpVlanTag record{0x8100, tag.vid, tag.priority};
     send(port, packet.data(), &record, static_cast<std::uint16_t>(packet.size()));
@@ -236,7 +238,8 @@ void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet) {
     const MldSendPacket send = core().call_backs.mld_send;
     if (send == nullptr) return;
     ++core().counters.sent[static_cast<std::size_t>(kind)];
-    trace(Trace::kSent, {Family::kIpv6, port, vid}, "sent %s", name(kind).data());
+    trace(Trace::kSent, {Family::kIpv6, port, vid},
+          [&] { return "sent " + std::string(name(kind)); });
     IgmpVlanTag tag{0x8100, vid, 0};
     send(packet.data(), port, &tag, static_cast<std::uint16_t>(packet.size()));
 }

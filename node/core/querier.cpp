@@ -47,9 +47,9 @@ void stop_general_queries() { core().timers.stop(core().query_timer); }
 void restart_general_queries() {
     stop_general_queries();
     if (core().settings.mode != Mode::kProxy) return;
-    core().query_timer =
-        core().timers.start(core().now_us + core().settings.query_interval * kSecond,
-                            {"general query", "all user ports", start_general_queries});
+    core().query_timer = core().timers.start(
+        core().now_us + core().settings.query_interval * kSecond,
+        {"general query", [] { return std::string("all user ports"); }, start_general_queries});
 }
 
 void send_group_query(const GroupKey& key, std::uint8_t version) {

@@ -21,8 +21,8 @@ class Timers {
     using Id = std::pair<std::uint64_t, std::uint64_t>;
 
     struct Timer {
-        const char* what;   // for the display
-        std::string about;  // likewise
+        const char* what;                    // for the display
+        std::function<std::string()> about;  // likewise
         std::function<void()> run;
     };
 

@@ -1,7 +1,6 @@
 #include "node/core/trace.h"
 
 #include <cinttypes>
-#include <cstdarg>
 #include <cstdio>
 
 namespace devcore {
@@ -58,27 +57,22 @@ bool traced(Trace kind, const Place& place) {
     return (kinds & bit(kind)) != 0;
 }
 
-void trace(Trace kind, const Place& place, const char* format, ...) {
-    if (!traced(kind, place)) return;
+void print_trace(const Place& place, const std::string& line) {
     const std::uint64_t now = core().now_us;
-    std::printf("%" PRIu64 ".%06" PRIu64 " port %s vlan %" PRIu32 ": ", now / kSecond,
-                now % kSecond, port_text(place.port).c_str(), place.vlan);
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::vprintf(format, arguments);
-    va_end(arguments);
-    std::printf("\n");
+    std::printf("%" PRIu64 ".%06" PRIu64 " port %s vlan %" PRIu32 ": %s\n", now / kSecond,
+                now % kSecond, port_text(place.port).c_str(), place.vlan, line.c_str());
 }
 
 void note_received(const Place& place, Received kind, const Address& host) {
     ++core().counters.received[static_cast<std::size_t>(kind)];
-    trace(Trace::kReceived, place, "received %s from %s", name(kind).data(),
-          text(place.family, host).c_str());
+    trace(Trace::kReceived, place, [&] {
+        return "received " + std::string(name(kind)) + " from " + text(place.family, host);
+    });
 }
 
 void note_drop(const Place& place, Drop reason) {
     ++core().counters.drops[static_cast<std::size_t>(reason)];
-    trace(Trace::kDrops, place, "dropped, %s", name(reason).data());
+    trace(Trace::kDrops, place, [&] { return "dropped, " + std::string(name(reason)); });
 }
 
 }  // namespace devcore

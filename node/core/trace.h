@@ -15,6 +15,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "node/core/state.h"
 
@@ -38,9 +39,14 @@ struct Place {
 
 [[nodiscard]] bool traced(Trace kind, const Place& place);
 
-/* Prints a line, "12.000000 port 2 vlan 100: " before it, when its kind is switched on there. */
-void trace(Trace kind, const Place& place, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+void print_trace(const Place& place, const std::string& line);
+
+/* Prints a line, "12.000000 port 2 vlan 100: " before it, when its kind is switched on there; it is
+ * not made up otherwise. */
+template <class MakeLine>
+void trace(Trace kind, const Place& place, const MakeLine& make_line) {
+    if (traced(kind, place)) print_trace(place, make_line());
+}
 
 /* They count, and print a line. */
 void note_received(const Place& place, Received kind, const Address& host);

@@ -166,11 +166,13 @@ void start_upstream() {
 void stop_upstream() { core().upstream.clear(); }
 
 void answer_query(const UpstreamQuery& query) {
-    const std::string about =
-        query.group == 0 ? "all groups" : text(Family::kIpv4, from_ipv4(query.group));
+    const auto about = [query] {
+        const std::string groups =
+            query.group == 0 ? "all groups" : text(Family::kIpv4, from_ipv4(query.group));
+        return groups + " in VLAN " + std::to_string(query.vlan);
+    };
     core().timers.start(core().now_us + query.response_us / 2,
-                        {"answer upstream", about + " in VLAN " + std::to_string(query.vlan),
-                         [query] { answer(query); }});
+                        {"answer upstream", about, [query] { answer(query); }});
 }
 
 }  // namespace devcore

@@ -1,0 +1,185 @@
+"""Leaves: who loses a stream, and when."""
+
+import time
+
+from live_test import AT_ONCE, LiveTest, SAMPLE, until
+
+VERSIONS = [("IGMPv2", 2, 1, "239.2.1.1", "IGMPv2 leave"), ("IGMPv3", 3, 2, "239.2.1.2", "IGMPv3 report"),
+            ("MLDv1", 2, 1, "ff1e::211", "MLDv1 done"), ("MLDv2", 3, 2, "ff1e::212", "MLDv2 report")]
+
+
+class Leaves(LiveTest):
+    def receive(self, name, group, igmp, mld):
+        """A host that gets a stream; the stream and the membership."""
+        host = self.hosts[name]
+        host.speak(igmp, mld)
+        stream = self.uplink.stream(group)
+        member = host.join(group)
+        self.assert_reaches(stream, int(name[1]))
+        return stream, member
+
+    def test_with_fast_leave_a_leave_stops_the_stream_at_once(self):
+        self.node.ctl("fast-leave", "--port", "0", "on")
+        for version, igmp, mld, group, _ in VERSIONS:
+            with self.subTest(version=version):
+                stream, member = self.receive("h0", group, igmp, mld)
+                left = member.leave()
+                stopped = self.wait_for_stop(0, stream)
+                self.assertLess(stopped - left, AT_ONCE)
+                self.assertFalse([frame for frame in self.home.ports[0].wire.frames()
+                                  if frame.kind.endswith("group query") and group in frame.groups],
+                                 "nobody is asked")
+
+    def test_without_fast_leave_the_last_members_are_asked_first(self):
+        self.uplink.query(interval=60)
+        received = {}
+        for port, (version, igmp, mld, group, _) in enumerate(VERSIONS):
+            received[version] = (port, group, *self.receive("h%d" % port, group, igmp, mld))
+        left = {version: member.leave() for version, (*_, member) in received.items()}
+        for version, (port, group, stream, _) in received.items():
+            with self.subTest(version=version):
+                stopped = self.wait_for_stop(port, stream)
+                asked = [frame.when for frame in self.home.ports[port].wire.frames()
+                         if frame.kind.endswith("group query") and group in frame.groups]
+                self.assertGreaterEqual(len(asked), 2, "the last member queries")
+                self.assertLess(left[version], asked[0])
+                self.assertLess(asked[1], stopped)
+                # Two queries a second apart, and a second for the last answer.
+                self.assertGreater(stopped - left[version], 1.5)
+
+    def test_a_change_to_include_nothing_is_a_leave(self):
+        self.node.ctl("fast-leave", "--port", "2", "on")
+        stream, member = self.receive("h2", "239.2.3.1", 3, 2)
+        self.home.clear()
+        member.leave()
+        self.wait_for_stop(2, stream)
+        reports = self.at_uplink("IGMPv3 report", "239.2.3.1", self.hosts["h2"])
+        self.assertIn((3, "239.2.3.1", 0), reports[0].records)
+
+    def test_a_fast_leave_does_not_cut_the_other_receiver_behind_the_port(self):
+        self.node.ctl("fast-leave", "--port", "5", "on")
+        for version, igmp, mld, group, leave_kind in VERSIONS:
+            with self.subTest(version=version):
+                stays, leaves = self.hosts["h5a"], self.hosts["h5b"]
+                stream, staying = self.receive("h5a", group, igmp, mld)
+                leaves.speak(igmp, mld)
+                leaving = leaves.join(group)
+                self.wait_until_last_to_report(group, leaves)
+                self.home.clear()
+                first = stream.sent
+                leaving.leave()
+                self.wait_for(lambda: self.at_uplink(leave_kind, group, leaves), "the leave goes up")
+                before = staying.received
+                until(lambda: stream.sent >= first + 2 * SAMPLE, "the stream goes on")
+                self.assert_whole(5, stream, first + 1)
+                self.assertGreater(staying.received, before)
+                # The one that stays answers the next query, so that its own leave is no silent one.
+                self.home.clear()
+                router = self.uplink.query(interval=60)
+                self.wait_for(lambda: self.reports(group, stays), "it answers")
+                router.close()
+                staying.leave()
+                self.wait_for_stop(5, stream)
+                self.assertTrue(self.at_uplink(leave_kind, group, stays))
+
+    def reports(self, group, host):
+        return self.uplink.capture.frames(
+            lambda frame: frame.kind.endswith("report") and group in frame.groups
+            and frame.source_mac == host.mac)
+
+    def wait_until_last_to_report(self, group, host):
+        """Hosts of the old versions leave silently unless theirs was the last report."""
+        def reporters():
+            return [frame.source_mac for frame in self.uplink.capture.frames()
+                    if frame.kind.endswith("report") and group in frame.groups]
+        # A report is repeated once, within a second; then no more come.
+        until(lambda: reporters().count(host.mac) >= 2 and reporters()[-1] == host.mac,
+              "%s is the last to report" % host.name)
+
+    def test_a_leave_on_one_port_leaves_the_stream_of_another_alone(self):
+        self.node.ctl("fast-leave", "all", "on")
+        for version, igmp, mld, group, leave_kind in VERSIONS:
+            with self.subTest(version=version):
+                stream, _ = self.receive("h3", group, igmp, mld)
+                self.hosts["h4"].speak(igmp, mld)
+                other = self.hosts["h4"].join(group)
+                self.assert_reaches(stream, 3, 4)
+                first = stream.sent
+                other.leave()
+                # In snooping mode the network hears of it and has to ask itself.
+                self.wait_for(lambda: self.at_uplink(leave_kind, group, self.hosts["h4"]),
+                              "the leave goes up")
+                self.wait_for_stop(4, stream)
+                self.assert_whole(3, stream, first)
+                self.assert_reaches(stream, 3)
+
+
+class MixedVersions(LiveTest):
+    def test_behind_one_port(self):
+        self.mix("h5a", "h5b", 5, 5)
+
+    def test_on_two_ports(self):
+        self.mix("h0", "h1", 0, 1)
+
+    def mix(self, old_name, new_name, old_port, new_port):
+        """A host of IGMPv2 and one of IGMPv3 in one group: either gets on without the other."""
+        self.node.ctl("fast-leave", "all", "on")
+        old, new = self.hosts[old_name], self.hosts[new_name]
+        old.speak(igmp=2)
+        new.speak(igmp=3)
+        for number, (first, second) in enumerate([(old, new), (new, old)]):
+            group = "239.2.6.%d" % (number + 1)
+            port, other_port = (old_port, new_port) if first is old else (new_port, old_port)
+            stream = self.uplink.stream(group)
+            memberships = {first: first.join(group)}
+            self.assert_reaches(stream, port)
+            memberships[second] = second.join(group)
+            self.assert_reaches(stream, *{port, other_port})
+            # A silent leave of the old version would prove nothing.
+            until(lambda: self.reports_of(second, group) >= 2, "%s has repeated itself" % second.name)
+            start = stream.sent
+            memberships[second].leave()
+            if port != other_port:
+                self.wait_for_stop(other_port, stream)
+            time.sleep(AT_ONCE)
+            self.assert_whole(port, stream, start)
+            self.assert_reaches(stream, port)
+            memberships[first].leave()
+            self.wait_for_stop(port, stream)
+
+    def reports_of(self, host, group):
+        return len([frame for frame in self.uplink.capture.frames()
+                    if frame.kind.endswith("report") and group in frame.groups
+                    and frame.source_mac == host.mac])
+
+
+class LeavesInProxyMode(LiveTest):
+    def test_nothing_goes_up_before_the_last_member_leaves(self):
+        self.node.ctl("mode", "proxy")
+        self.node.ctl("fast-leave", "all", "on")
+        group = "239.2.7.1"
+        stream = self.uplink.stream(group)
+        members = []
+        for name, igmp in (("h0", 2), ("h1", 3), ("h2", 3)):
+            self.hosts[name].speak(igmp=igmp)
+            members.append(self.hosts[name].join(group))
+        self.assert_reaches(stream, 0, 1, 2)
+        self.wait_for(lambda: self.about(group), "the proxy reports the group")
+        self.assertFalse([frame for frame in self.about(group) if frame.leaves()])
+        for port, member in enumerate(members[:2]):
+            member.leave()
+            self.wait_for_stop(port, stream)
+            self.assert_reaches(stream, *range(port + 1, 3))
+            self.assertFalse([frame for frame in self.about(group) if frame.leaves()],
+                             "a leave goes up while port 2 holds the group")
+        members[2].leave()
+        self.wait_for(lambda: [frame for frame in self.about(group) if group in frame.leaves()],
+                      "the proxy leaves the group")
+        self.wait_for_stop(2, stream)
+        # The hosts themselves were not heard upstream at any time.
+        macs = {self.hosts[name].mac for name in ("h0", "h1", "h2")}
+        self.assertFalse([frame for frame in self.about(group) if frame.source_mac in macs])
+        self.assertFalse([frame for frame in self.about(group) if frame.tags], "the default VLAN")
+
+    def about(self, group):
+        return self.uplink.capture.frames(lambda frame: frame.family == "IGMP" and group in frame.groups)
