@@ -181,7 +181,8 @@ class Demonstration:
     def claim_vids(self, name, group, expected):
         vids = self.report(self.home.hosts[name], group)
         seen = "nowhere" if vids is None else " ".join(map(str, vids)) or "none"
-        self.shown.claim(vids == expected, "a report of %s arrives at the uplink with VID: %s" % (name, seen))
+        self.shown.claim(vids == expected,
+                         "a report of %s arrives at the uplink with VID: %s" % (name, seen))
 
     def a_rule_changes_the_tag(self):
         self.shown.heading("A VLAN rule on port 1")
@@ -194,7 +195,8 @@ class Demonstration:
         self.claim_vids("h2", "239.1.2.3", [])
 
     def control_mode_stamps(self):
-        self.shown.heading("Control mode: the outer tag is the ONU id, %d, the inner one the port + 1" % ONU_ID)
+        self.shown.heading("Control mode: the outer tag is the ONU id, %d, the inner one the port + 1"
+                           % ONU_ID)
         self.node.ctl("mode", "control")
         self.shown.line("         mcctl mode control")
         for name in ("h1", "h4"):
@@ -223,8 +225,8 @@ def main(arguments):
     started = time.monotonic()
     try:
         with Home() as home:
-            shown.line("%s has the uplink %s and the ports lan0 to lan%d; a host behind each, two behind port 5"
-                       % (BRIDGE, UPLINK, PORTS - 1))
+            shown.line("%s has the uplink %s and the ports lan0 to lan%d; a host behind each, "
+                       "two behind port 5" % (BRIDGE, UPLINK, PORTS - 1))
             node = Node(home, arguments, "--onu-id", ONU_ID)
             try:
                 Demonstration(home, node, shown).run()

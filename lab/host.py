@@ -71,6 +71,10 @@ class Host:
     def send(self, frame):
         self.capture.send(frame)
 
+    def take_address(self, address):
+        """Another IPv6 address, with a solicited-node group of its own."""
+        self.namespace.ip("address add %s/64 dev %s nodad" % (address, DEVICE))
+
     def ping(self, address):
         """Whether the address answers, the neighbour being unknown before."""
         self.namespace.must(["ip", "neigh", "flush", "dev", DEVICE])
