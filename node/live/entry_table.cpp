@@ -1,5 +1,6 @@
 #include "node/live/entry_table.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -125,6 +126,16 @@ void EntryTable::count_others() {
         if (!is_known(one.group)) others.insert(one.group);
     }
     others_ = others.size();
+}
+
+void EntryTable::rehearse(std::size_t slot, const Group& group) {
+    const EntryKey key{slot, group};
+    if (bridge_ == 0 || entries_.contains(key)) return;
+    (void)database_.remove(bridge_, ports_[slot].index, group);  // ENOENT
+    const auto ours = std::ranges::find(entries_, EntryState::kOurs,
+                                        [](const auto& one) { return one.second.state; });
+    if (ours == entries_.end()) return;
+    (void)database_.add(bridge_, ports_[ours->first.slot].index, ours->first.group);  // EEXIST
 }
 
 void EntryTable::note_absences() {

@@ -1,6 +1,7 @@
 #include "node/live/live.h"
 
 #include <poll.h>
+#include <sys/msg.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -9,11 +10,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <thread>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
@@ -118,6 +121,16 @@ class Supervisor {
     std::optional<std::uint64_t> look_at_us_;
 };
 
+/* The command task makes it; whoever reads that the node is live sends commands. */
+void await_command_queue() {
+    constexpr int kQueueKey = 81;
+    constexpr int kLooks = 200;
+    constexpr std::chrono::milliseconds kBetween{10};
+    for (int i = 0; i < kLooks && msgget(kQueueKey, 0) < 0; ++i) {
+        std::this_thread::sleep_for(kBetween);
+    }
+}
+
 std::string ready_line(const Arguments& arguments) {
     std::string line = "live on " + arguments.bridge + ":";
     for (const PortInterface& port : arguments.ports) {
@@ -130,8 +143,8 @@ std::string ready_line(const Arguments& arguments) {
 
 /* Tasks of the library use it to the end of the process. */
 LiveDriver& make_driver(const Arguments& arguments) {
-    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, node::complain,
-                           CoreClock::move);
+    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, arguments.keep_warm,
+                           node::complain, CoreClock::move);
 }
 
 }  // namespace
@@ -160,6 +173,7 @@ int run(const Arguments& arguments) {
     const CoreClock clock;
     Supervisor supervisor(driver, clock, signals);
     driver.start();
+    await_command_queue();
     node::complain(ready_line(arguments));
     supervisor.run();
 
