@@ -8,6 +8,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -84,25 +85,22 @@ PortSocket::PortSocket(const std::string& interface, int index)
 PortSocket::~PortSocket() { close(descriptor_); }
 
 std::optional<std::uint32_t> PortSocket::receive(std::span<std::uint8_t> buf) const {
-    if (buf.size() < kMacs + kTag) return std::nullopt;
-    // Read so that there is room for the tag: the addresses first, the rest behind the gap.
-    std::array<iovec, 2> parts{
-        {{buf.data(), kMacs}, {buf.data() + kMacs + kTag, buf.size() - kMacs - kTag}}};
+    iovec part{buf.data(), buf.size()};
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(tpacket_auxdata))> control;
     msghdr message{};
-    message.msg_iov = parts.data();
-    message.msg_iovlen = parts.size();
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
     message.msg_control = control.data();
     message.msg_controllen = control.size();
     const ssize_t size = recvmsg(descriptor_, &message, MSG_TRUNC);
     if (size < 0) return std::nullopt;
     const auto length = static_cast<std::uint32_t>(size);
-    if (const auto tag = taken_tag(message)) {
-        std::memcpy(buf.data() + kMacs, tag->data(), kTag);
-        return length + kTag;
-    }
-    std::memmove(buf.data() + kMacs, buf.data() + kMacs + kTag, buf.size() - kMacs - kTag);
-    return length;
+    const auto tag = taken_tag(message);
+    if (!tag || buf.size() < kMacs + kTag || length < kMacs) return length;
+    const std::size_t behind = std::min<std::size_t>(length - kMacs, buf.size() - kMacs - kTag);
+    std::memmove(buf.data() + kMacs + kTag, buf.data() + kMacs, behind);
+    std::memcpy(buf.data() + kMacs, tag->data(), kTag);
+    return length + kTag;
 }
 
 bool PortSocket::send(std::span<const std::uint8_t> frame, std::uint16_t default_vid) const {
