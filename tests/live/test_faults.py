@@ -82,6 +82,34 @@ class Faults(FaultTest):
         self.assert_works(0, "239.6.3.1")
         self.assert_works(4, "ff1e::631")
 
+    def test_what_was_joined_is_put_back_with_the_bridge(self):
+        # Nobody asks, so it is the node that remembers.
+        streams = [self.uplink.stream(group) for group in ("239.6.8.1", "ff1e::681")]
+        for stream in streams:
+            self.hosts["h0"].join(stream.group)
+            self.assert_reaches(stream, 0)
+        self.home.take_bridge_away()
+        self.one_complaint("br0")
+        self.home.clear()
+        self.home.put_bridge_back()
+        for stream in streams:
+            self.assert_reaches(stream, 0)
+            for port in (1, 2, 3, 4, 5):
+                self.assertEqual(self.numbers(port, stream), [], "flooded meanwhile")
+
+    def test_a_bridge_that_is_switched_off_and_on(self):
+        streams = [self.uplink.stream(group) for group in ("239.6.9.1", "ff1e::691")]
+        for stream in streams:
+            self.hosts["h0"].join(stream.group)
+            self.assert_reaches(stream, 0)
+        self.switch.ip("link set br0 down")
+        self.one_complaint("br0 is down")
+        self.switch.ip("link set br0 up")
+        until(lambda: self.node.said("br0 is up again"), "mc_node notices")
+        self.wait_until_heeded()
+        for stream in streams:
+            self.assert_reaches(stream, 0)
+
     def test_the_uplink_goes_down_and_comes_back(self):
         self.switch.ip("link set wan0 down")
         self.one_complaint("wan0")
@@ -110,6 +138,22 @@ class Faults(FaultTest):
         self.assertEqual(self.node.stop()[0], 0)
         self.assertEqual(entries(self.switch), [])
         self.assertEqual(rules(self.switch), [])
+
+
+class NoLinkLocalAddress(FaultTest):
+    """Without one the bridge cannot ask for IPv6 groups, and does not heed its IPv6 entries."""
+    runs = False
+
+    def test_it_is_said_and_over_when_there_is_one(self):
+        self.switch.set_knob("ipv6/conf/br0/disable_ipv6", 1)
+        self.node.start()
+        self.one_complaint("no link-local")
+        self.assert_works(1, "239.6.10.1")
+        self.switch.set_knob("ipv6/conf/br0/disable_ipv6", 0)
+        until(lambda: self.node.said("has a link-local IPv6 address now"), "mc_node notices")
+        probe = self.uplink.stream("ff1e::6a1")
+        self.wait_for_stop(2, probe)
+        self.assert_works(1, "ff1e::6a2")
 
 
 class FullDatabase(FaultTest):
