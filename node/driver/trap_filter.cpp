@@ -2,18 +2,14 @@
 
 #include <cstddef>
 
+#include "common/ethernet.h"
+
 namespace driver {
 namespace {
 
-constexpr std::uint16_t kTypeVlan = 0x8100;
-constexpr std::uint16_t kTypePppoeSession = 0x8864;
-constexpr std::uint16_t kTypeIpv4 = 0x0800;
-constexpr std::uint16_t kTypeIpv6 = 0x86DD;
 constexpr std::uint16_t kPppIpv4 = 0x0021;
 constexpr std::uint16_t kPppIpv6 = 0x0057;
 
-constexpr std::size_t kMacs = 12;
-constexpr std::size_t kTag = 4;
 constexpr int kMaxTags = 2;
 constexpr std::size_t kPppoeHeader = 6;
 constexpr std::size_t kIpv6Header = 40;
@@ -69,21 +65,21 @@ TrapVerdict classify_ipv6(Reader& frame, std::size_t packet) {
 }
 
 TrapVerdict walk(Reader& frame) {
-    std::size_t at = kMacs;
+    std::size_t at = mc::kMacsLength;
     std::uint16_t type = frame.be16(at);
-    for (int tags = 0; type == kTypeVlan && tags < kMaxTags; ++tags) {
-        at += kTag;
+    for (int tags = 0; type == mc::kTpid && tags < kMaxTags; ++tags) {
+        at += mc::kTagLength;
         type = frame.be16(at);
     }
     std::size_t packet = at + 2;
-    if (type == kTypePppoeSession) {
+    if (type == mc::kEtherTypePppoe) {
         type = frame.be16(packet + kPppoeHeader);
         packet += kPppoeHeader + 2;
-        if (type == kPppIpv4) type = kTypeIpv4;
-        if (type == kPppIpv6) type = kTypeIpv6;
+        if (type == kPppIpv4) type = mc::kEtherTypeIpv4;
+        if (type == kPppIpv6) type = mc::kEtherTypeIpv6;
     }
-    if (type == kTypeIpv4) return classify_ipv4(frame, packet);
-    if (type == kTypeIpv6) return classify_ipv6(frame, packet);
+    if (type == mc::kEtherTypeIpv4) return classify_ipv4(frame, packet);
+    if (type == mc::kEtherTypeIpv6) return classify_ipv6(frame, packet);
     return TrapVerdict::kOther;
 }
 

@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "common/bytes.h"
+#include "common/ethernet.h"
 #include "node/live/egress.h"
 #include "node/live/live_error.h"
 #include "node/live/trap_program.h"
@@ -21,8 +22,6 @@
 namespace live {
 namespace {
 
-constexpr std::size_t kMacs = 12;
-constexpr std::size_t kTag = 4;
 // A burst of reports of a few thousand hosts, at some 1 KB each in the kernel's accounts.
 constexpr int kReceiveBuffer = 8 * 1024 * 1024;
 
@@ -55,7 +54,7 @@ bool prepare(int descriptor, int index) {
 }
 
 /* The tag that the kernel has taken off, as the four bytes on the wire. */
-std::optional<std::array<std::uint8_t, kTag>> taken_tag(msghdr& message) {
+std::optional<std::array<std::uint8_t, mc::kTagLength>> taken_tag(msghdr& message) {
     for (const cmsghdr* one = CMSG_FIRSTHDR(&message); one != nullptr;
          one = CMSG_NXTHDR(&message, const_cast<cmsghdr*>(one))) {
         if (one->cmsg_level != SOL_PACKET || one->cmsg_type != PACKET_AUXDATA) continue;
@@ -63,7 +62,7 @@ std::optional<std::array<std::uint8_t, kTag>> taken_tag(msghdr& message) {
         std::memcpy(&data, CMSG_DATA(one), sizeof data);
         if ((data.tp_status & TP_STATUS_VLAN_VALID) == 0) return std::nullopt;
         const bool has_tpid = (data.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
-        std::array<std::uint8_t, kTag> tag{};
+        std::array<std::uint8_t, mc::kTagLength> tag{};
         mc::store_be16(tag.data(), has_tpid ? data.tp_vlan_tpid : ETH_P_8021Q);
         mc::store_be16(tag.data() + 2, data.tp_vlan_tci);
         return tag;
@@ -96,20 +95,23 @@ std::optional<std::uint32_t> PortSocket::receive(std::span<std::uint8_t> buf) co
     if (size < 0) return std::nullopt;
     const auto length = static_cast<std::uint32_t>(size);
     const auto tag = taken_tag(message);
-    if (!tag || buf.size() < kMacs + kTag || length < kMacs) return length;
-    const std::size_t behind = std::min<std::size_t>(length - kMacs, buf.size() - kMacs - kTag);
-    std::memmove(buf.data() + kMacs + kTag, buf.data() + kMacs, behind);
-    std::memcpy(buf.data() + kMacs, tag->data(), kTag);
-    return length + kTag;
+    if (!tag || buf.size() < mc::kMacsLength + mc::kTagLength || length < mc::kMacsLength)
+        return length;
+    const std::size_t behind = std::min<std::size_t>(length - mc::kMacsLength,
+                                                     buf.size() - mc::kMacsLength - mc::kTagLength);
+    std::memmove(buf.data() + mc::kMacsLength + mc::kTagLength, buf.data() + mc::kMacsLength,
+                 behind);
+    std::memcpy(buf.data() + mc::kMacsLength, tag->data(), mc::kTagLength);
+    return length + mc::kTagLength;
 }
 
 bool PortSocket::send(std::span<const std::uint8_t> frame, std::uint16_t default_vid) const {
-    if (frame.size() < kMacs) return false;
+    if (frame.size() < mc::kMacsLength) return false;
     Egress egress = egress_of(frame, default_vid);
     const auto rest = frame.subspan(egress.rest);
     // The kernel only reads them.
     auto* const bytes = const_cast<std::uint8_t*>(frame.data());
-    std::array<iovec, 3> parts{{{bytes, kMacs},
+    std::array<iovec, 3> parts{{{bytes, mc::kMacsLength},
                                 {egress.head.data(), egress.head_length},
                                 {bytes + egress.rest, rest.size()}}};
     msghdr message{};

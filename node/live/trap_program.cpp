@@ -3,13 +3,11 @@
 #include <array>
 #include <cstdint>
 
+#include "common/ethernet.h"
+
 namespace live {
 namespace {
 
-constexpr std::uint32_t kVlan = 0x8100;
-constexpr std::uint32_t kPppoe = 0x8864;
-constexpr std::uint32_t kIpv4 = 0x0800;
-constexpr std::uint32_t kIpv6 = 0x86DD;
 constexpr std::uint32_t kPppIpv4 = 0x0021;
 constexpr std::uint32_t kPppIpv6 = 0x0057;
 constexpr std::uint32_t kIgmp = 2;
@@ -17,7 +15,7 @@ constexpr std::uint32_t kHopByHop = 0;
 constexpr std::uint32_t kIcmpv6 = 58;
 
 // Offsets without a tag; X holds what stands in between.
-constexpr std::uint32_t kType = 12;
+constexpr std::uint32_t kType = mc::kMacsLength;
 constexpr std::uint32_t kPppProtocol = 20;
 constexpr std::uint32_t kIpv4Protocol = 23;
 constexpr std::uint32_t kIpv6Next = 20;
@@ -42,24 +40,24 @@ constexpr sock_filter refuse() { return {BPF_RET | BPF_K, 0, 0, 0}; }
 constexpr std::array kProgram{
     /*  0 */ skip(0),
     /*  1 */ load16(kType),
-    /*  2 */ unless_equal(kVlan, 5),  // to 8
+    /*  2 */ unless_equal(mc::kTpid, 5),  // to 8
     /*  3 */ skip(4),
     /*  4 */ load16(kType),
-    /*  5 */ unless_equal(kVlan, 2),  // to 8
+    /*  5 */ unless_equal(mc::kTpid, 2),  // to 8
     /*  6 */ skip(8),
     /*  7 */ load16(kType),
-    /*  8 */ if_equal(kIpv4, 12),      // to 21
-    /*  9 */ if_equal(kIpv6, 14),      // to 24
-    /* 10 */ unless_equal(kPppoe, 9),  // to 20
+    /*  8 */ if_equal(mc::kEtherTypeIpv4, 12),      // to 21
+    /*  9 */ if_equal(mc::kEtherTypeIpv6, 14),      // to 24
+    /* 10 */ unless_equal(mc::kEtherTypePppoe, 9),  // to 20
     // Moves X on by the PPPoE header, the PPP protocol included, which has the type's place then.
     /* 11 */ sock_filter{BPF_MISC | BPF_TXA, 0, 0, 0},
     /* 12 */ add(kPppProtocol - kType),
     /* 13 */ sock_filter{BPF_MISC | BPF_TAX, 0, 0, 0},
     /* 14 */ load16(kType),
-    /* 15 */ if_equal(kPppIpv4, 5),  // to 21
-    /* 16 */ if_equal(kIpv4, 4),     // to 21
-    /* 17 */ if_equal(kPppIpv6, 6),  // to 24
-    /* 18 */ if_equal(kIpv6, 5),     // to 24
+    /* 15 */ if_equal(kPppIpv4, 5),            // to 21
+    /* 16 */ if_equal(mc::kEtherTypeIpv4, 4),  // to 21
+    /* 17 */ if_equal(kPppIpv6, 6),            // to 24
+    /* 18 */ if_equal(mc::kEtherTypeIpv6, 5),  // to 24
     /* 19 */ refuse(),
     /* 20 */ refuse(),
     // IPv4
