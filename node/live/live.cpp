@@ -44,6 +44,7 @@ int catch_signals() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGHUP);  // the terminal is gone: the bridge must not be left as it is
     (void)pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
     if (descriptor < 0) throw LiveError(std::string("signalfd: ") + std::strerror(errno));

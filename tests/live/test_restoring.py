@@ -28,6 +28,9 @@ class Restoring(LiveTest):
     def test_a_plain_bridge_after_sigint(self):
         self.restores(signal.SIGINT)
 
+    def test_a_plain_bridge_when_the_terminal_goes(self):
+        self.restores(signal.SIGHUP)
+
     def test_settings_and_entries_of_others(self):
         self.switch.ip("link set br0 type bridge mcast_snooping 1 mcast_querier 0 mcast_hash_max 1024"
                        " mcast_query_interval 6000 mcast_membership_interval 20000")
