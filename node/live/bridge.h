@@ -51,7 +51,6 @@ class Bridge {
 
     [[nodiscard]] EntryTable& entries() { return entries_; }
     [[nodiscard]] const EntryTable& entries() const { return entries_; }
-    [[nodiscard]] int index() const { return bridge_ ? bridge_->index : 0; }
     [[nodiscard]] driver::MacAddress mac() const;
 
  private:

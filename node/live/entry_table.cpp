@@ -129,9 +129,8 @@ void EntryTable::count_others() {
 }
 
 void EntryTable::rehearse(std::size_t slot, const Group& group) {
-    const EntryKey key{slot, group};
-    if (bridge_ == 0 || entries_.contains(key)) return;
-    (void)database_.remove(bridge_, ports_[slot].index, group);  // ENOENT
+    if (bridge_ == 0) return;
+    database_.remove_nothing(bridge_, ports_[slot].index, group);
     const auto ours = std::ranges::find(entries_, EntryState::kOurs,
                                         [](const auto& one) { return one.second.state; });
     if (ours == entries_.end()) return;

@@ -1,17 +1,17 @@
 /*
  * Keeps the bridge out of the node's business, with two nftables tables of the network namespace,
- * both named mc_node:
+ * both named mc_node.
  *
- *   bridge   IGMP and MLD stop in front of the bridge, which would forward them and learn from
- * them; packet sockets have heard them by then. The queries that the bridge makes itself, which it
- * must do for its database to be in effect, do not leave it. netdev   A bridge with a querier sends
- * IPv6 multicast of an unknown group to router ports only, all of ff02::/16 but ff02::1 included,
- * because hosts report those groups. As reports do not reach it, neighbour discovery would end at
- * the bridge. So each port passes what is of link-local scope on to the user ports, and the bridge
+ * In the bridge family IGMP and MLD stop in front of the bridge, which would forward them and learn
+ * from them; packet sockets have heard them by then. The queries that the bridge makes itself,
+ * which it must do for its database to be in effect, do not leave it. While it does not heed its
+ * database it floods: the rules can hold streams back for that time.
+ *
+ * In the netdev family IPv6 multicast of link-local scope is passed on. A bridge with a querier
+ * sends what is for an unknown group to router ports only, ff02::/16 but for ff02::1 included,
+ * because hosts report these groups too. As their reports do not reach it, neighbour discovery
+ * would end at the bridge. So each port passes such frames on to the user ports, and the bridge
  * device what this machine sends.
- *
- * While the bridge does not heed its database it floods: the rules can hold streams back for that
- * time.
  */
 #pragma once
 
@@ -45,7 +45,7 @@ class Guard {
 
     /* Puts the rules in force, in place of earlier ones; nothing, or why not in one line. */
     [[nodiscard]] std::string put_up(const std::string& rules);
-    /* Nothing, if they are not in force. */
+    /* Does nothing when they are not in force. */
     void take_down();
 
  private:
