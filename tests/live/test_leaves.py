@@ -47,6 +47,17 @@ class Leaves(LiveTest):
                 # Two queries a second apart, and a second for the last answer.
                 self.assertGreater(stopped - left[version], 1.5)
 
+    def test_no_router_is_needed_to_ask(self):
+        for port, (version, igmp, mld, group, _) in enumerate(VERSIONS):
+            with self.subTest(version=version):
+                stream, member = self.receive("h%d" % port, group, igmp, mld)
+                member.leave()
+                self.wait_for_stop(port, stream)
+                asked = [frame for frame in self.home.ports[port].wire.frames()
+                         if frame.kind.endswith("group query") and group in frame.groups]
+                self.assertEqual(len(asked), 2, "the node's own queries")
+                self.assertEqual([frame.tags for frame in asked], [[], []])
+
     def test_a_change_to_include_nothing_is_a_leave(self):
         self.node.ctl("fast-leave", "--port", "2", "on")
         stream, member = self.receive("h2", "239.2.3.1", 3, 2)
