@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
+#include <exception>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -42,5 +44,17 @@ class Arguments {
  private:
     std::map<std::string, std::vector<std::string>> values_;
 };
+
+/* What main() does: a problem is one line and status 1. */
+template <class Run>
+int run_program(const char* name, int count, char** words, const Run& run) {
+    try {
+        run(Arguments(count, words));
+    } catch (const std::exception& problem) {
+        std::fprintf(stderr, "%s: %s\n", name, problem.what());
+        return 1;
+    }
+    return 0;
+}
 
 }  // namespace bench

@@ -268,11 +268,5 @@ void run(const Arguments& arguments) {
 }  // namespace bench
 
 int main(int count, char** words) {
-    try {
-        bench::run(bench::Arguments(count, words));
-    } catch (const std::exception& problem) {
-        std::fprintf(stderr, "join_probe: %s\n", problem.what());
-        return 1;
-    }
-    return 0;
+    return bench::run_program("join_probe", count, words, bench::run);
 }

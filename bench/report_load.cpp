@@ -129,11 +129,5 @@ void run(const Arguments& arguments) {
 }  // namespace bench
 
 int main(int count, char** words) {
-    try {
-        bench::run(bench::Arguments(count, words));
-    } catch (const std::exception& problem) {
-        std::fprintf(stderr, "report_load: %s\n", problem.what());
-        return 1;
-    }
-    return 0;
+    return bench::run_program("report_load", count, words, bench::run);
 }

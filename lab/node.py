@@ -50,6 +50,8 @@ class Node:
 
     def launch(self, command):
         self.lines = []
+        if self.out:
+            self.out.close()
         self.out = tempfile.TemporaryFile("w+")
         self.process = self.home.switch.start(command, stdout=self.out, stderr=subprocess.PIPE,
                                               text=True, errors="replace")

@@ -1,5 +1,7 @@
 #include "node/core_report.h"
 
+#include <array>
+#include <cstddef>
 #include <nlohmann/json.hpp>
 
 #include "node/table.h"
@@ -41,10 +43,14 @@ ordered_json addresses_json(devcore::Family family,
     return rows;
 }
 
-}  // namespace
-
-CoreReport report_core(std::uint64_t now_us) {
-    return {devcore::counters(), devcore::memberships(), now_us};
+/* One of the core's arrays of counts with the name of each. */
+template <class Kind, std::size_t size>
+std::vector<Count> named(const std::array<std::uint64_t, size>& counts) {
+    std::vector<Count> rows;
+    for (std::size_t i = 0; i < size; ++i) {
+        rows.push_back({devcore::name(static_cast<Kind>(i)), counts[i]});
+    }
+    return rows;
 }
 
 std::string counts_text(const std::string& title, const std::string& unit,
@@ -60,6 +66,12 @@ ordered_json json_of(const std::vector<Count>& counts) {
     ordered_json object = ordered_json::object();
     for (const Count& count : counts) object[std::string(count.name)] = count.value;
     return object;
+}
+
+}  // namespace
+
+CoreReport report_core(std::uint64_t now_us) {
+    return {devcore::counters(), devcore::memberships(), now_us};
 }
 
 std::string messages_text(const CoreReport& core) {

@@ -4,8 +4,6 @@
  */
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
@@ -25,27 +23,11 @@ struct CoreReport {
 /* As it is at this moment, on a clock that says now_us. */
 [[nodiscard]] CoreReport report_core(std::uint64_t now_us);
 
-// ---- Counts ----
-
+/* A row for each count of a table; those that are 0 are left out. */
 struct Count {
     std::string_view name;
     std::uint64_t value;
 };
-
-/* One of the core's arrays of counts with the name of each. */
-template <class Kind, std::size_t size>
-std::vector<Count> named(const std::array<std::uint64_t, size>& counts) {
-    std::vector<Count> rows;
-    for (std::size_t i = 0; i < size; ++i) {
-        rows.push_back({devcore::name(static_cast<Kind>(i)), counts[i]});
-    }
-    return rows;
-}
-
-/* A row for each count that is not 0. */
-[[nodiscard]] std::string counts_text(const std::string& title, const std::string& unit,
-                                      const std::vector<Count>& counts);
-[[nodiscard]] nlohmann::ordered_json json_of(const std::vector<Count>& counts);
 
 // ---- What it has seen and holds ----
 

@@ -19,8 +19,8 @@ constexpr double kLongestWarm = 86400;    // seconds
 constexpr const char* kFooter =
     "The interfaces are ports of the bridge. IGMP and MLD reach the node in place of the bridge; it\n"
     "forwards them, and programs the bridge's multicast database with what hosts join. Commands are\n"
-    "taken from the queue (mcctl). At SIGINT or SIGTERM the bridge is given back as it was and the\n"
-    "summary printed. With --json what the library prints goes to standard error.\n"
+    "taken from the queue (mcctl). At SIGINT, SIGTERM or SIGHUP the bridge is given back as it was\n"
+    "and the summary printed. With --json what the library prints goes to standard error.\n"
     "\n"
     "Exit status: 0 done; 1 the summary could not be written; 2 the command line, the bridge or an\n"
     "interface cannot be used, or privileges are missing (CAP_NET_ADMIN and CAP_NET_RAW).";

@@ -20,6 +20,7 @@ fi
 queue_is_ours=${queue_is_ours-yes}
 
 root=$(cd "$(dirname "$0")/.." && pwd)
+. "$root/tests/support/checks.sh"
 work=$(mktemp -d)
 node_process=
 clean() {
@@ -34,12 +35,6 @@ emulator=("${@:1:$#-2}")
 mcctl=("${emulator[@]}" "${programs[0]}")
 node=("${emulator[@]}" "${programs[1]}")
 cd "$work"
-
-failures=0
-fail() {
-    echo "FAILED: $1" >&2
-    failures=$((failures + 1))
-}
 
 # Runs mcctl; what it said and how it ended is in stdout, stderr and $status.
 run() {
@@ -218,5 +213,4 @@ if [[ $queue_is_ours == yes ]]; then
     node_process=
 fi
 
-[[ $failures -eq 0 ]] || { echo "$failures failed" >&2; exit 1; }
-echo "all passed"
+finish

@@ -18,6 +18,7 @@ if [[ -z ${MCSTAT_TEST_NAMESPACE:-} ]]; then
 fi
 
 root=$(cd "$(dirname "$0")/.." && pwd)
+. "$root/tests/support/checks.sh"
 work=$(mktemp -d)
 player=
 trap '[[ -z $player ]] || kill "$player" 2>/dev/null; rm -rf "$work"' EXIT
@@ -26,20 +27,10 @@ mcstat=("${emulator[@]}" "$(realpath "${@: -2:1}")")
 node=("${emulator[@]}" "$(realpath "${@: -1}")")
 cd "$work"
 
-failures=0
-fail() {
-    echo "FAILED: $1" >&2
-    failures=$((failures + 1))
-}
-
 # Runs mcstat; what it said and how it ended is in stdout, stderr and $status.
 show() {
     status=0
     "${mcstat[@]}" "$@" >stdout 2>stderr </dev/null || status=$?
-}
-
-expect_status() {
-    [[ $status -eq $1 ]] || fail "$2: status $status instead of $1: $(head -c 500 stderr)"
 }
 
 # One line with this in it, and nothing on standard output.
@@ -202,5 +193,4 @@ if [[ $MCSTAT_TEST_NAMESPACE == own ]]; then
     expect_complaint "nobody answers" 1 "nobody takes commands from the queue (key 81)"
 fi
 
-[[ $failures -eq 0 ]] || { echo "$failures failed" >&2; exit 1; }
-echo "all passed"
+finish

@@ -6,12 +6,19 @@
 #include <string>
 #include <vector>
 
+#include "node/driver/ports.h"
+
 namespace live {
 
 struct PortInterface {
     std::uint8_t port = 0;  // number
     std::string interface;
 };
+
+/* "port 2" or "uplink": what a port is called in lines for people. */
+[[nodiscard]] inline std::string name_of(const PortInterface& port) {
+    return port.port == driver::kUplinkPort ? "uplink" : "port " + std::to_string(port.port);
+}
 
 struct Arguments {
     std::string bridge;

@@ -24,12 +24,6 @@ constexpr std::chrono::milliseconds kUntilHeeded{150};
 constexpr std::chrono::seconds kAddressPatience{3};
 constexpr std::chrono::milliseconds kAddressLook{50};
 
-std::string called(const PortInterface& port) {
-    const std::string name =
-        port.port == driver::kUplinkPort ? "uplink" : "port " + std::to_string(port.port);
-    return name + " (" + port.interface + ")";
-}
-
 LiveError refusal(const std::string& what, int error) {
     const char* const hint = error == EPERM ? " (CAP_NET_ADMIN is needed)" : "";
     return LiveError(what + ": " + std::strerror(error) + hint);
@@ -46,7 +40,7 @@ Bridge::Bridge(std::string name, const std::vector<PortInterface>& ports, Say sa
     for (const PortInterface& each : ports) {
         Port port;
         port.interface = each.interface;
-        port.called = called(each);
+        port.called = name_of(each) + " (" + each.interface + ")";
         port.is_user = each.port != driver::kUplinkPort;
         ports_[*driver::slot_of_port(each.port)] = port;
     }

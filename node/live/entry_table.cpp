@@ -76,13 +76,21 @@ void EntryTable::say_refused(const EntryKey& key, int error) {
 
 // ---- The database -------------------------------------------------------------------------------
 
-/* 0, or why not. */
+/* 0, or why not. An entry that the bridge has learnt is replaced; one that somebody has made stays.
+ */
 int EntryTable::program(const EntryKey& key, Entry& entry) {
     const int port = ports_[key.slot].index;
     if (bridge_ == 0 || port == 0) return ENODEV;
     if (!has_room_for(key.group)) return ENOSPC;
     int error = database_.add(bridge_, port, key.group);
-    if (error == EEXIST) return take_over(port, key.group, entry);
+    if (error == EEXIST) {
+        if (is_for_good(port, key.group)) {
+            entry.state = EntryState::kForeign;
+            return 0;
+        }
+        (void)database_.remove(bridge_, port, key.group);
+        error = database_.add(bridge_, port, key.group);
+    }
     if (error == E2BIG) overflowed_ = true;
     if (error != 0) return error;
     entry.state = EntryState::kOurs;
@@ -90,27 +98,16 @@ int EntryTable::program(const EntryKey& key, Entry& entry) {
     return 0;
 }
 
-/* An entry that the bridge has learnt goes with its host; one that somebody has made stays. */
-int EntryTable::take_over(int port, const Group& group, Entry& entry) {
-    for (const DatabaseEntry& one : database_.entries(bridge_)) {
-        if (one.port != port || one.group != group) continue;
-        if (one.permanent && !one.ours) {
-            entry.state = EntryState::kForeign;
-            return 0;
-        }
-        (void)database_.remove(bridge_, port, group);
-        break;
-    }
-    const int error = database_.add(bridge_, port, group);
-    if (error != 0) return error;
-    entry.state = EntryState::kOurs;
-    ++groups_[group];
-    return 0;
+bool EntryTable::is_for_good(int port, const Group& group) {
+    const auto entries = database_.entries(bridge_);
+    return std::ranges::any_of(entries, [&](const DatabaseEntry& one) {
+        return one.port == port && one.group == group && one.permanent && !one.ours;
+    });
 }
 
 /* At its limit the kernel does not refuse one group, it gives up snooping: that must not happen. */
 bool EntryTable::has_room_for(const Group& group) {
-    if (is_known(group) || groups_.size() + others_ < room_) return true;
+    if (groups_.contains(group) || groups_.size() + others_ < room_) return true;
     const auto now = std::chrono::steady_clock::now();
     if (now - counted_ < kCountAtMostEvery) return false;
     counted_ = now;
@@ -118,12 +115,10 @@ bool EntryTable::has_room_for(const Group& group) {
     return groups_.size() + others_ < room_;
 }
 
-bool EntryTable::is_known(const Group& group) const { return groups_.contains(group); }
-
 void EntryTable::count_others() {
     std::set<Group> others;
     for (const DatabaseEntry& one : database_.entries(bridge_)) {
-        if (!is_known(one.group)) others.insert(one.group);
+        if (!groups_.contains(one.group)) others.insert(one.group);
     }
     others_ = others.size();
 }

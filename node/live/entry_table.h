@@ -81,9 +81,8 @@ class EntryTable {
     };
 
     [[nodiscard]] int program(const EntryKey& key, Entry& entry);
-    [[nodiscard]] int take_over(int port, const Group& group, Entry& entry);
+    [[nodiscard]] bool is_for_good(int port, const Group& group);
     [[nodiscard]] bool has_room_for(const Group& group);
-    [[nodiscard]] bool is_known(const Group& group) const;
     void count_others();
     void say_refused(const EntryKey& key, int error);
     void note_absences();

@@ -25,8 +25,6 @@ enum MulticastRouter : std::uint8_t {
 struct PortSettings {
     std::uint8_t multicast_router = kRouterWhenSeen;
     bool isolated = false;  // does not talk to other isolated ports
-
-    bool operator==(const PortSettings&) const = default;
 };
 
 /* Settings of a bridge, in the order in which they are to be set; given back the other way round.

@@ -135,9 +135,7 @@ void await_command_queue() {
 std::string ready_line(const Arguments& arguments) {
     std::string line = "live on " + arguments.bridge + ":";
     for (const PortInterface& port : arguments.ports) {
-        const bool is_uplink = port.port == driver::kUplinkPort;
-        line += (line.back() == ':' ? " " : ", ") +
-                (is_uplink ? "uplink" : "port " + std::to_string(port.port)) + " " + port.interface;
+        line += (line.back() == ':' ? " " : ", ") + name_of(port) + " " + port.interface;
     }
     return line;
 }

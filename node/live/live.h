@@ -1,4 +1,4 @@
-/* "mc_node live": the library on the ports of a Linux bridge, until SIGINT or SIGTERM. */
+/* "mc_node live": the library on the ports of a Linux bridge, until SIGINT, SIGTERM or SIGHUP. */
 #pragma once
 
 #include "node/live/arguments.h"

@@ -19,6 +19,18 @@ class Ageing(LiveTest):
                       "--response-interval", RESPONSE, "--last-member-interval", 1,
                       "--last-member-count", 2)
 
+    def receiver(self, *groups):
+        """A host on port 0 with its streams, while the network asks."""
+        self.shorten()
+        self.uplink.query(igmp=3, mld=2, interval=INTERVAL)
+        host = self.hosts["h0"]
+        host.speak(3, 2)
+        streams = [self.uplink.stream(group) for group in groups]
+        for stream in streams:
+            host.join(stream.group)
+            self.assert_reaches(stream, 0)
+        return host, streams
+
     def deafen(self, host):
         """The host does not get queries any more, its port still does."""
         host.namespace.must(["nft", DEAF])
@@ -61,14 +73,7 @@ class Ageing(LiveTest):
                 self.assert_whole(port, stream, first[group])
 
     def test_one_unanswered_query_does_not_end_a_stream(self):
-        self.shorten()
-        self.uplink.query(igmp=3, mld=2, interval=INTERVAL)
-        host = self.hosts["h0"]
-        host.speak(3, 2)
-        streams = [self.uplink.stream(group) for group in ("239.3.3.1", "ff1e::331")]
-        for stream in streams:
-            host.join(stream.group)
-            self.assert_reaches(stream, 0)
+        host, streams = self.receiver("239.3.3.1", "ff1e::331")
         answered = self.queries_seen(0)
         until(lambda: self.queries_seen(0) > answered, "a query")
         time.sleep(RESPONSE)              # its answer
@@ -87,14 +92,7 @@ class Ageing(LiveTest):
                    ("IGMPv3 general query", "MLDv2 general query"))
 
     def test_a_host_that_vanishes_loses_its_streams_after_the_ageing_time(self):
-        self.shorten()
-        self.uplink.query(igmp=3, mld=2, interval=INTERVAL)
-        host = self.hosts["h0"]
-        host.speak(3, 2)
-        streams = [self.uplink.stream(group) for group in ("239.3.4.1", "ff1e::341")]
-        for stream in streams:
-            host.join(stream.group)
-            self.assert_reaches(stream, 0)
+        host, streams = self.receiver("239.3.4.1", "ff1e::341")
         self.deafen(host)
         vanished = time.time()
         for stream in streams:

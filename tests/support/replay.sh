@@ -4,6 +4,7 @@
 #     . "$(dirname "$0")/support/replay.sh"      with the test's own arguments: [EMULATOR ...] MC_NODE
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+. "$root/tests/support/checks.sh"
 home=$root/scenario/home
 work=$(mktemp -d)
 held= # a node that the test leaves running
@@ -20,24 +21,8 @@ elif unshare --user --map-root-user --ipc true 2>/dev/null; then
     node=(unshare --user --map-root-user --ipc "$@")
 fi
 
-failures=0
-fail() {
-    echo "FAILED: $1" >&2
-    failures=$((failures + 1))
-}
-
 # Runs mc_node; what it said and how it ended is in stdout, stderr and $status.
 replay() {
     status=0
     "${node[@]}" replay "$@" >stdout 2>stderr </dev/null || status=$?
-}
-
-expect_status() {
-    [[ $status -eq $1 ]] || fail "$2: status $status instead of $1: $(head -c 500 stderr)"
-}
-
-# The last thing that a test does.
-finish() {
-    [[ $failures -eq 0 ]] || { echo "$failures failed" >&2; exit 1; }
-    echo "all passed"
 }
