@@ -18,8 +18,6 @@ constinit std::uint16_t defaultVlan = MC_DEFAULT_VLAN;
 constinit std::int32_t testuplink = MC_NO_TEST_UPLINK;
 constinit std::int32_t tablereturn = 1;
 constinit std::int32_t igmp_adapt = -1;
-constinit std::uint32_t mc_debug = 0;
-constinit std::uint32_t mld_debug = 0;
 constinit std::uint32_t flag_omci_version = 0;
 constinit std::uint8_t mld_sys_mac[6]{};
 

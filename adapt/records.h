@@ -3,9 +3,9 @@
  * rules, the template VLAN list, the global IGMP parameters and the scalars of the packet path.
  *
  * All of them are static, zero at load unless a comment says otherwise, and live as long as the
- * process. Start-up (adapt/startup.h) fills them; afterwards the command task writes and the packet
- * task and the core's own tasks read, without a lock: single fields change in place, and a frame
- * may see a rule half written.
+ * process. Start-up (adapt_init in adapt/adapt.h) fills them. Afterwards the command task writes
+ * what is configured, the packet task srcPortNum and ponVlan, and both and the core's own tasks
+ * read, without a lock: single fields change in place, and a frame may see a rule half written.
  *
  * Integers are in native byte order. VLAN ids are 12-bit values (IEEE 802.1Q VID) in 16-bit fields;
  * 0xFFFF stands for "no VLAN".
@@ -17,6 +17,7 @@
 #include <stdint.h>
 
 #include "common/export.h"
+#include "common/masks.h"
 
 MC_C_BEGIN
 
@@ -30,7 +31,8 @@ enum {
     MC_NO_TEST_UPLINK = 65534, /* testuplink: the real uplink is in use */
     MC_RESULT_VLANS = 4,       /* VLANs that a search of the rules finds for one frame */
     MC_NO_VLAN = 0xFFFF,
-    MC_DEFAULT_VLAN = 4088 /* the default multicast VLAN until it is changed */
+    MC_DEFAULT_VLAN = 4088,          /* the default multicast VLAN until it is changed */
+    MC_DEFAULT_PROXY_IP = 0x0A190E14 /* 10.25.14.20 */
 };
 
 /* Kind of a port, in a port_type field. 0 marks an empty entry of the MLD port table. */
@@ -70,8 +72,8 @@ typedef struct PortVlanCfgEntry {
     int8_t datedntagmode;   /* tag mode of downstream multicast data */
     uint16_t in_data_vlan;  /* multicast (data) VLAN of the rule */
     uint16_t out_data_vlan; /* VLAN of the data as delivered to the user port */
-    uint8_t
-        rule_flag; /* travels with the rule; 0 from start-up, nothing on the frame path reads it */
+    /* Travels with the rule; 0 from start-up, nothing on the frame path reads it. */
+    uint8_t rule_flag;
 } PortVlanCfgEntry;
 
 /* A range of groups that a port may join. */
@@ -147,23 +149,26 @@ extern MC_EXPORT PortStateEntry portState[MC_PORTS];
 extern MC_EXPORT uint16_t PortVlan[MC_TEMPLATE_VLANS]; /* template VLAN list; 0 = empty entry */
 extern MC_EXPORT int32_t setVlanNumber;                /* its entries in use */
 
-extern MC_EXPORT uint8_t proxy_adapt_mode; /* MC_MODE_...; 0 until start-up sets it */
-extern MC_EXPORT uint8_t*
-    mc_status_global; /* base of the shared status segment, see adapt/status_segment.h */
-extern MC_EXPORT uint8_t srcPortNum; /* port number of the last IGMP frame received */
-extern MC_EXPORT uint32_t ponVlan;   /* group VLAN of the last frame classified */
-extern MC_EXPORT uint8_t sys_mac[6]; /* the node's own MAC address */
-extern MC_EXPORT uint16_t
-    defaultVlan; /* group VLAN of a frame that no template VLAN claims; 4088 at load */
-extern MC_EXPORT int32_t testuplink; /* port number treated as the uplink; 65534 at load = none */
-extern MC_EXPORT int32_t
-    tablereturn; /* 1 at load: the core hears of a failing switch entry; 0: it does not */
-extern MC_EXPORT int32_t igmp_adapt; /* report level of the VLAN operations; -1 at load */
-extern MC_EXPORT uint32_t
-    mc_debug; /* diagnostics mask of the IGMP side, see common/diagnostics.h */
-extern MC_EXPORT uint32_t mld_debug; /* the same of the MLD side */
-extern MC_EXPORT uint32_t
-    flag_omci_version; /* 1 once a VLAN was set by port and mode: rules are no longer normalised */
+/* MC_MODE_...; 0 until start-up sets it. */
+extern MC_EXPORT uint8_t proxy_adapt_mode;
+/* Base of the shared status segment, see adapt/status_segment.h. */
+extern MC_EXPORT uint8_t* mc_status_global;
+/* Port number of the last IGMP frame received. */
+extern MC_EXPORT uint8_t srcPortNum;
+/* Group VLAN of the last frame classified. */
+extern MC_EXPORT uint32_t ponVlan;
+/* The node's own MAC address. */
+extern MC_EXPORT uint8_t sys_mac[6];
+/* Group VLAN of a frame that no template VLAN claims; 4088 at load. */
+extern MC_EXPORT uint16_t defaultVlan;
+/* Port number treated as the uplink; 65534 at load: none. */
+extern MC_EXPORT int32_t testuplink;
+/* 1 at load: the core hears of a failing switch entry; 0: it does not. */
+extern MC_EXPORT int32_t tablereturn;
+/* Report level of the VLAN operations; -1 at load. */
+extern MC_EXPORT int32_t igmp_adapt;
+/* 1 once a VLAN was set by port and mode: rules are no longer normalised. */
+extern MC_EXPORT uint32_t flag_omci_version;
 
 /* The node's own MAC address on the MLD side. Nothing sets it: it stays 00:00:00:00:00:00. */
 extern MC_EXPORT uint8_t mld_sys_mac[6];

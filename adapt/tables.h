@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "adapt/records.h"
+#include "common/ethernet.h"
 
 namespace mc {
 
@@ -58,7 +59,6 @@ inline int template_vlans_in_use() { return std::clamp<int>(setVlanNumber, 0, MC
 
 // The first template VLAN whose low 12 bits are vid; null when there is none.
 inline const std::uint16_t* find_template_vlan(std::uint32_t vid) {
-    constexpr std::uint16_t kVidMask = 0x0FFF;
     for (int i = 0; i < template_vlans_in_use(); ++i) {
         if ((PortVlan[i] & kVidMask) == vid) return &PortVlan[i];
     }

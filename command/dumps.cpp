@@ -4,7 +4,7 @@
 
 #include "adapt/records.h"
 #include "adapt/tables.h"
-#include "common/config_text.h"
+#include "command/config_text.h"
 #include "mld/record.h"
 
 namespace {

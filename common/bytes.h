@@ -24,4 +24,11 @@ constexpr void store_be32(std::uint8_t* p, std::uint32_t value) {
     store_be16(p + 2, value);
 }
 
+// A value that another task may be changing: read exactly once, so that what was checked is what is
+// used.
+template <class Value>
+Value read_once(const Value& value) {
+    return *static_cast<const volatile Value*>(&value);
+}
+
 }  // namespace mc

@@ -1,8 +1,9 @@
-// The diagnostics on standard output: categories, and the hex dump that frames and records share.
+// The diagnostics on standard output: categories, the report of a failing call, and the hex dump
+// that frames and records share.
 //
-// Each side has its own mask, mc_debug and mld_debug, both 0 at load: a default system is silent. A
-// message tests its category first and stands whole behind the test, so that nothing is evaluated
-// for a message that is switched off and every line seen on a console can be found with grep:
+// Each side has its own mask, mc_debug and mld_debug. A message tests its category first and stands
+// whole behind the test, so that nothing is evaluated for a message that is switched off and every
+// line seen on a console can be found with grep:
 //
 //     if (igmp_says(kErrors)) std::printf("\r\n[MC_DBG_ERR]: usLength  = %d\r\n", len);
 //
@@ -14,7 +15,7 @@
 #include <cstdio>
 #include <span>
 
-#include "adapt/records.h"
+#include "common/masks.h"
 
 namespace mc {
 
@@ -28,6 +29,19 @@ enum Category : std::uint32_t {
 
 inline bool igmp_says(Category category) { return (mc_debug & category) != 0; }
 inline bool mld_says(Category category) { return (mld_debug & category) != 0; }
+
+// A call and the one text of its failure: the status of the call, handed on. Any but 0 prints the
+// text under the error category of the side.
+//
+//     return igmp_checked(igmp_vlan_add(old), "\r\n[MC_DBG_ERR]: \n ERROR!igmp_vlan_add Fail");
+//
+// The first prints the text as it stands, by printf; the second as a line, by puts; the third puts
+// the status into the one %d of its text.
+std::int32_t igmp_checked(std::int32_t status, const char* text);
+std::int32_t igmp_checked_line(std::int32_t status, const char* text);
+std::int32_t igmp_checked_ret(std::int32_t status, const char* text)
+    __attribute__((format(printf, 2, 0)));
+std::int32_t mld_checked_line(std::int32_t status, const char* text);
 
 // Prints the first `wanted` bytes between two separator lines, sixteen a line. What lies behind the
 // bytes at hand prints as 00.

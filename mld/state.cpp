@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "adapt/defaults.h"
 #include "adapt/tables.h"
-#include "common/config_text.h"
+#include "command/config_text.h"
 #include "common/diagnostics.h"
 #include "mld/mld.h"
 #include "mld/record.h"
@@ -16,6 +17,7 @@ namespace {
 
 using mc::kErrors;
 using mc::kFlow;
+using mc::mld_checked_line;
 using mc::mld_says;
 
 }  // namespace
@@ -25,20 +27,8 @@ void initmldGlobleParmeter() {
     mld.testuplink = MC_NO_TEST_UPLINK;
     mld.mld_adapt = -1;
     mld.mld_flag_omci_version = 0;
-    mld.defaultVlan = MC_DEFAULT_VLAN;
     mld.multiMode = MLD_MODE_SNOOPING;
-    mld.learningMode = 0;
-    mld.robustness = 2;
-    mld.version = 3;
-    mld.query_interval = 125;
-    mld.query_max_resp_time = 10;
-    mld.last_member_query_interval = 1;
-    mld.last_member_query_count = 2;
-    mld.general_member_interval = 1;
-    mld.ssm_ip_start = 0;
-    mld.ssm_ip_end = 0;
-    mld.proxy_ip = 0x0A190E14;  // 10.25.14.20
-    std::fill(std::begin(mld.ssm_map), std::end(mld.ssm_map), 0);
+    mc::set_default_parameters(mld);
     std::fill(std::begin(mld.TemplateVlan), std::end(mld.TemplateVlan), std::uint16_t{0});
     std::fill(std::begin(mld.mldport), std::end(mld.mldport), MldPortParm{});
 }
@@ -50,23 +40,16 @@ void mldinitVlancfgNode() {
 }
 
 std::int32_t mld_adapt_init() {
-    if (mld_register_switch_send_pkt(send_pkt_mld) != 0 && mld_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_send_pkt Fail !");
-    }
-    if (mld_register_switch_add_table(mld_add_grp) != 0 && mld_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_add_table Fail !");
-    }
-    if (mld_register_switch_del_table(mld_del_grp) != 0 && mld_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_del_table Fail !");
-    }
-    if (mld_adapt_port_conf_set() != 0 && mld_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! mld_port_conf_set Fail !");
-    }
-    const std::int32_t ret = mld_proxy_snoop_set_globle(mldInitParams.multiMode);
-    if (ret != 0 && mld_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_pack_set_mc_mode snooping Fail");
-    }
-    return ret;
+    mld_checked_line(mld_register_switch_send_pkt(send_pkt_mld),
+                     "\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_send_pkt Fail !");
+    mld_checked_line(mld_register_switch_add_table(mld_add_grp),
+                     "\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_add_table Fail !");
+    mld_checked_line(mld_register_switch_del_table(mld_del_grp),
+                     "\r\n[MC_DBG_ERR]: \n ERROR! mld_register_switch_del_table Fail !");
+    mld_checked_line(mld_adapt_port_conf_set(),
+                     "\r\n[MC_DBG_ERR]: \n ERROR! mld_port_conf_set Fail !");
+    return mld_checked_line(mld_proxy_snoop_set_globle(mldInitParams.multiMode),
+                            "\r\n[MC_DBG_ERR]: \n ERROR!mld_pack_set_mc_mode snooping Fail");
 }
 
 std::int32_t mld_adapt_port_conf_set() {
@@ -106,13 +89,11 @@ std::int32_t mld_omci_set_igmp_global_parmeter(std::uint32_t robustness,
     mld.last_member_query_interval = last_member_query_interval;
     mld.last_member_query_count = last_member_query_count;
     // The core has one entry for the parameters of both sides.
-    const std::int32_t status = igmp_para_globle_set(
-        mld.robustness, query_interval, query_max_resp_time, last_member_query_interval,
-        last_member_query_count, mld.general_member_interval);
-    if (status != 0 && mld_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_omci_set_igmp_global_parmeter Fail");
-    }
-    return status;
+    return mld_checked_line(
+        igmp_para_globle_set(mld.robustness, query_interval, query_max_resp_time,
+                             last_member_query_interval, last_member_query_count,
+                             mld.general_member_interval),
+        "\r\n[MC_DBG_ERR]: \n ERROR!mld_omci_set_igmp_global_parmeter Fail");
 }
 
 void mld_adapt_globe() {

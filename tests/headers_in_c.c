@@ -4,6 +4,7 @@
 #include "command/auth_groups.h"
 #include "command/command.h"
 #include "command/dumps.h"
+#include "common/masks.h"
 #include "igmp/igmp.h"
 #include "mld/mld.h"
 #include "mld/record.h"

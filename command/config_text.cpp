@@ -1,4 +1,4 @@
-#include "common/config_text.h"
+#include "command/config_text.h"
 
 #include <cstdio>
 
