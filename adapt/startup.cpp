@@ -16,6 +16,9 @@
 
 namespace {
 
+using mc::igmp_checked;
+using mc::igmp_checked_line;
+using mc::igmp_checked_ret;
 using mc::igmp_says;
 using mc::kErrors;
 using mc::kFlow;
@@ -78,9 +81,8 @@ std::int32_t adapt_init() {
         std::printf("[igmp_adapt_init]: mc_hal_init_share_memory() return %d, error!\r\n", ret);
     }
     mc::clear_template_list();
-    if (const std::int32_t ret = igmp_vlan_del_all(); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: igmp_vlan_del_all is error! ret = %d\r\n", ret);
-    }
+    igmp_checked_ret(igmp_vlan_del_all(),
+                     "\r\n[MC_DBG_ERR]: igmp_vlan_del_all is error! ret = %d\r\n");
     mc::clear_rules(PortVlanCfg, setVlanCfgNumber);
     initIgmpGlobleParmeter();
     mc::fill_ports(portState);
@@ -90,35 +92,24 @@ std::int32_t adapt_init() {
 
     if (const std::int32_t ret = open_driver(); ret != 0) return ret;
 
-    if (omci_set_multicast_mode(MC_MODE_SNOOPING) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_multicast_mode snooping Fail");
-    }
-    const std::int32_t ret = igmp_globle_proxyip_set(globle_parm.proxy_ip);
-    if (ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_globle_proxyip_set snooping Fail");
-    }
-    return ret;
+    igmp_checked(omci_set_multicast_mode(MC_MODE_SNOOPING),
+                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_multicast_mode snooping Fail");
+    return igmp_checked(igmp_globle_proxyip_set(globle_parm.proxy_ip),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_globle_proxyip_set snooping Fail");
 }
 
 std::int32_t igmp_adapt_init() {
-    if (igmp_register_switch_send_pkt(send_pkt_igmp) != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! igmp_register_switch_send_pkt Fail !");
-    }
+    igmp_checked_line(igmp_register_switch_send_pkt(send_pkt_igmp),
+                      "\r\n[MC_DBG_ERR]: \n ERROR! igmp_register_switch_send_pkt Fail !");
     const std::int32_t added = igmp_register_switch_add_table(igmp_add_grp);
     if (igmp_says(kFlow)) {
         std::puts("\r\n[MC_DBG_DBG]: \n igmp_register_switch_add_table !");
     }
-    if (added != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! igmp_register_switch_add_table Fail !");
-    }
-    if (igmp_register_switch_del_table(igmp_del_grp) != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! igmp_register_switch_del_table Fail !");
-    }
-    const std::int32_t ret = igmp_adapt_port_conf_set();
-    if (ret != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR! igmp_adapt_port_conf_set Fail !");
-    }
-    return ret;
+    igmp_checked_line(added, "\r\n[MC_DBG_ERR]: \n ERROR! igmp_register_switch_add_table Fail !");
+    igmp_checked_line(igmp_register_switch_del_table(igmp_del_grp),
+                      "\r\n[MC_DBG_ERR]: \n ERROR! igmp_register_switch_del_table Fail !");
+    return igmp_checked_line(igmp_adapt_port_conf_set(),
+                             "\r\n[MC_DBG_ERR]: \n ERROR! igmp_adapt_port_conf_set Fail !");
 }
 
 std::int32_t igmp_adapt_task_init() {

@@ -26,6 +26,14 @@ void send_untagged(const Frame& frame, WorkingCopy& copy, std::uint32_t port) {
     send<IgmpSide>(copy.bytes, len, port);
 }
 
+// A frame of 14 or 15 bytes ends inside the tag that would be written over it.
+void say_no_room(const Frame& frame) {
+    if (igmp_says(kErrors)) {
+        std::printf("\r\n[MC_DBG_ERR]: frame of %d bytes has no room for a tag, abord!\r\n",
+                    frame.len);
+    }
+}
+
 struct IgmpSnooping : IgmpHandler {
     static void say_entered(std::uint32_t port, std::uint32_t type) {
         if (igmp_says(kFlow)) {
@@ -44,7 +52,9 @@ struct IgmpSnooping : IgmpHandler {
         if (vlan == 0) {
             WorkingCopy copy(frame);
             send_untagged(frame, copy, out);
-        } else if (frame.len >= kBehindTag) {
+        } else if (frame.len < kBehindTag) {
+            say_no_room(frame);
+        } else {
             write_tag(frame, vlan);
             send<IgmpSide>(frame.bytes, frame.len, out);
         }
@@ -96,9 +106,8 @@ struct IgmpControl : IgmpHandler {
 
     // Outer tag: the node; none at all while no ONU id is assigned. Inner tag: the user port.
     static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t /*vid*/) {
-        constexpr std::uint8_t kNoOnuId = 255;
         const std::uint8_t onu_id = read_onu_id<IgmpSide>();
-        if (onu_id == kNoOnuId) {
+        if (onu_id == L2_MULTICAST_NO_ONU_ID) {
             forward_up_stamped<IgmpSide>(frame, {port_vlan(port)});
         } else {
             forward_up_stamped<IgmpSide>(frame, {onu_vlan(onu_id), port_vlan(port)});

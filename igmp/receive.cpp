@@ -115,13 +115,6 @@ void IgmpSide::say_from_uplink() {
     }
 }
 
-void IgmpSide::say_receive_port_unknown(std::uint32_t port) {
-    if (says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-        std::printf("\r\n[MC_DBG_ERR]: port number is invalid!\r");
-    }
-}
-
 void IgmpSide::say_mode(std::uint32_t mode) {
     if (says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: IGMP MODE = %d\r\n", mode);
 }

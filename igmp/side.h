@@ -4,28 +4,27 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
-#include "adapt/tables.h"
+#include "adapt/views.h"
 #include "common/bytes.h"
-#include "common/diagnostics.h"
 #include "common/ethernet.h"
 #include "igmp/igmp.h"
 #include "packet/receive.h"
 
 namespace mc {
 
-struct IgmpSide {
+struct IgmpSide : IgmpView {
     static constexpr std::uint16_t kEtherType = kEtherTypeIpv4;
     // Blocks that reception searches: the uplink's is left out.
     static constexpr int kReceiveBlocks = MC_PORTS - 1;
     static constexpr int kDownlinkPorts = MC_PORTS;
+    // How the refusal of an unknown port ends.
+    static constexpr Closing kReceiveClosing = Closing::kPrintf;
+    static constexpr Closing kSendClosing = Closing::kPuts;
 
-    // ---- Records ----
-    static bool says(Category category) { return igmp_says(category); }
-    static const PortTable& ports() { return portState; }
-    static const RuleTable& rules() { return PortVlanCfg; }
+    // ---- Records besides those of the view ----
     static const RuleTable& receive_doors() { return PortVlanCfg; }
-    static const std::int32_t (&rule_counts())[MC_PORTS] { return setVlanCfgNumber; }
     static std::uint8_t& receive_port() { return srcPortNum; }
     static std::uint32_t test_uplink() { return static_cast<std::uint32_t>(testuplink); }
     static const std::uint8_t (&own_mac())[kMacLength] { return sys_mac; }
@@ -51,7 +50,6 @@ struct IgmpSide {
     static void say_received(std::uint32_t port);
     static void say_search_vlan(std::uint32_t vid, std::uint32_t port);
     static void say_from_uplink();
-    static void say_receive_port_unknown(std::uint32_t port);
     static void say_mode(std::uint32_t mode);
     static void say_kept_from_core(std::uint32_t mode, std::uint32_t port);
 
@@ -69,11 +67,10 @@ struct IgmpSide {
         std::uint16_t& vid;
         std::uint8_t priority;
     };
-    static void write_destination(std::uint8_t* mac, const std::uint8_t* packet, std::uint16_t len);
+    static void write_destination(std::uint8_t* mac, const std::uint8_t* packet);
     static std::int32_t transmit_failed(std::int32_t status, int /*printed*/) { return status; }
     static void dump_sent(const std::uint8_t* frame, std::uint16_t len, std::uint16_t port);
     static void say_transmit(std::uint16_t port, std::uint16_t len);
-    static void say_send_port_unknown(std::uint16_t port);
 };
 
 }  // namespace mc

@@ -4,9 +4,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/status_segment.h"
-#include "adapt/tables.h"
+#include "adapt/views.h"
 #include "common/diagnostics.h"
 #include "igmp/igmp.h"
 #include "platform/protocol_core.h"
@@ -14,7 +15,6 @@
 namespace {
 
 using mc::igmp_says;
-using mc::kErrors;
 using mc::kFlow;
 using mc::kNoPort;
 
@@ -32,18 +32,6 @@ std::uint32_t native_word(const std::uint8_t* p) {
     return word;
 }
 
-[[nodiscard]] int exported_port(std::uint32_t port) {
-    if (port > MC_UPLINK_PORT) {
-        if (igmp_says(kErrors)) std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port);
-        return kNoPort;
-    }
-    const int logical = mc::logical_port(portState, port);
-    if (logical == kNoPort && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-    }
-    return logical;
-}
-
 // Spreads a packed record of the core to where the words of a segment record are aligned: two
 // bytes, five words, three bytes.
 void export_record(std::uint32_t index, const std::uint8_t* record) {
@@ -58,7 +46,7 @@ void export_record(std::uint32_t index, const std::uint8_t* record) {
 
 std::int32_t igmp_hal_sync_if_status(std::uint32_t port) {
     port &= 0xFF;
-    const int logical = exported_port(port);
+    const int logical = mc::accept_port<mc::IgmpView>(port);
     if (logical == kNoPort) return -1;
     std::uint8_t buffer[kStatusBytes] = {};
     if (igmp_if_gather_if_status(port, kStatusBytes, buffer) <= 0) return -1;
@@ -74,7 +62,7 @@ std::int32_t igmp_hal_sync_if_status(std::uint32_t port) {
 std::int32_t igmp_hal_sync_grp_infor(std::uint32_t port) {
     constexpr std::uint32_t kAllPorts = 255;
     port &= 0xFF;
-    if (port != kAllPorts && exported_port(port) == kNoPort) return -1;
+    if (port != kAllPorts && mc::accept_port<mc::IgmpView>(port) == kNoPort) return -1;
     std::uint8_t buffer[kDumpBuffer] = {};
     if (igmp_says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]:  in igmp_gather_grp_info phy_port = %d data_len = %d\r\n",

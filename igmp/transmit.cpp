@@ -18,13 +18,13 @@ constexpr L2MulticastMac group_mac(std::uint32_t group) {
              static_cast<std::uint8_t>(group >> 8), static_cast<std::uint8_t>(group)}};
 }
 
-constexpr std::uint32_t kIpv4Header = 20;
 constexpr std::uint32_t kIpv4Destination = 16;
 
 }  // namespace
 
-void IgmpSide::write_destination(std::uint8_t* mac, const std::uint8_t* packet, std::uint16_t len) {
-    if (packet == nullptr || len < kIpv4Header) return;  // the address stays zero
+// What the core hands over begins with a whole IP header, whatever length it gives.
+void IgmpSide::write_destination(std::uint8_t* mac, const std::uint8_t* packet) {
+    if (packet == nullptr) return;  // the address stays zero
     const L2MulticastMac group = group_mac(load_be32(packet + kIpv4Destination));
     std::copy_n(group.byte, kMacLength, mac);
 }
@@ -39,13 +39,6 @@ void IgmpSide::say_transmit(std::uint16_t port, std::uint16_t len) {
         std::printf(
             "\r\n[MC_DBG_DBG]: l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n",
             port, len, srcPortNum, ponVlan);
-    }
-}
-
-void IgmpSide::say_send_port_unknown(std::uint16_t port) {
-    if (says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-        std::puts("\r\n[MC_DBG_ERR]: port number is invalid!\r");
     }
 }
 

@@ -16,6 +16,9 @@ namespace {
 constinit std::uint32_t frames_received = 0;
 constinit MldReceiveRecord receive_record{};
 
+// The first word of the frame plus this is all that the core learns of the frame itself.
+constexpr std::uint32_t kFrameWordAdds = 12;
+
 constexpr std::uint32_t kPayloadLengthOffset = 4;
 constexpr std::uint32_t kIpv6Header = 40;
 
@@ -42,7 +45,7 @@ void MldSide::keep_tag(const Framing& framing) {
 // As many entries as the receive port's number are searched, since the byte that counts them has
 // just been overwritten with it: a frame from port 0 always gets the default VLAN. Kept on purpose.
 std::uint32_t MldSide::template_vlan(std::uint32_t vlan) {
-    const int used = std::min<int>(mldInitParams.srcPortNum, MC_TEMPLATE_VLANS);
+    const int used = list_used();
     for (int i = 0; i < used; ++i) {
         const std::int32_t entry = mldInitParams.portVlan[i];
         if ((static_cast<std::uint32_t>(entry) & kVidMask) != vlan) continue;
@@ -58,7 +61,7 @@ std::uint32_t MldSide::packet_length(const std::uint8_t* packet) {
 
 std::int32_t MldSide::hand_to_core(const ReceivedFrame& frame, std::uint32_t length,
                                    std::uint32_t vlan) {
-    receive_record.frame_word = static_cast<std::uint16_t>(load_be16(frame.bytes) + kMacsLength);
+    receive_record.frame_word = static_cast<std::uint16_t>(load_be16(frame.bytes) + kFrameWordAdds);
     const std::int32_t ret = mld_pkt_recv(frame.packet, length, frame.port, vlan, &receive_record);
     if (ret != 0 && says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: mld_pkt_recv ret = %d\r\n", ret);
@@ -106,13 +109,6 @@ void MldSide::say_search_vlan(std::uint32_t vid, std::uint32_t port) {
 void MldSide::say_from_uplink() {
     if (says(kFlow)) {
         std::puts("\r\n[MC_DBG_DBG]: recieve paket from uplink,no need vlan config search!\r");
-    }
-}
-
-void MldSide::say_receive_port_unknown(std::uint32_t port) {
-    if (says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-        std::puts("\r\n[MC_DBG_ERR]: port number is invalid!\r");
     }
 }
 

@@ -2,18 +2,17 @@
 // IGMP side, each stated where it is made:
 //   - the port of a block is looked up in the IGMP rules, its VLANs in the MLD ones (receive_doors)
 //   - downstream there are rows for the six user ports only (kDownlinkPorts)
-//   - the tag of the last frame is kept and put in front of what the core sends (keep_tag,
-//   tag_sent)
+//   - the tag of the last frame is kept and put in front of what the core sends (keep_tag and
+//     tag_sent)
 //   - the receive port doubles as the length of the template VLAN list (template_vlan)
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
-#include "adapt/tables.h"
-#include "common/bytes.h"
-#include "common/diagnostics.h"
+#include "adapt/views.h"
 #include "common/ethernet.h"
 #include "mld/mld.h"
 #include "mld/record.h"
@@ -21,19 +20,17 @@
 
 namespace mc {
 
-struct MldSide {
+struct MldSide : MldView {
     static constexpr std::uint16_t kEtherType = kEtherTypeIpv6;
     static constexpr int kReceiveBlocks = MC_PORTS;
     static constexpr int kDownlinkPorts = MC_PORTS - 1;
+    static constexpr Closing kReceiveClosing = Closing::kPuts;
+    static constexpr Closing kSendClosing = Closing::kPrintf;
 
-    // ---- Records ----
-    static bool says(Category category) { return mld_says(category); }
-    static const PortTable& ports() { return mldInitParams.port; }
-    static const RuleTable& rules() { return mldInitParams.mldPortVlanCfg; }
+    // ---- Records besides those of the view ----
     // A block opens by the port number in the IGMP table, kept on purpose: both tables are set
     // together, but only the IGMP one is cleared by a web set or a delete.
     static const RuleTable& receive_doors() { return PortVlanCfg; }
-    static const std::int32_t (&rule_counts())[MC_PORTS] { return mldInitParams.vlancfgnum; }
     static std::uint8_t& receive_port() { return mldInitParams.srcPortNum; }
     static std::uint32_t test_uplink() { return mldInitParams.testuplink; }
     static const std::uint8_t (&own_mac())[kMacLength] { return mld_sys_mac; }
@@ -60,7 +57,6 @@ struct MldSide {
     static void say_received(std::uint32_t port);
     static void say_search_vlan(std::uint32_t vid, std::uint32_t port);
     static void say_from_uplink();
-    static void say_receive_port_unknown(std::uint32_t port);
     static void say_mode(std::uint32_t mode);
     static void say_kept_from_core(std::uint32_t mode, std::uint32_t port);
 
@@ -78,11 +74,10 @@ struct MldSide {
         std::uint16_t& vid;
         std::uint8_t priority;
     };
-    static void write_destination(std::uint8_t* mac, const std::uint8_t* packet, std::uint16_t len);
+    static void write_destination(std::uint8_t* mac, const std::uint8_t* packet);
     static std::int32_t transmit_failed(std::int32_t status, int printed);
     static void dump_sent(const std::uint8_t* frame, std::uint16_t len, std::uint16_t port);
     static void say_transmit(std::uint16_t port, std::uint16_t len);
-    static void say_send_port_unknown(std::uint16_t port);
 };
 
 }  // namespace mc

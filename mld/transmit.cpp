@@ -19,13 +19,12 @@ L2MulticastMac group_mac(const std::uint8_t (&tail)[4]) {
 }
 
 constexpr std::uint32_t kIpv6DestinationTail = 28;
-constexpr std::uint32_t kIpv6Address = 32;  // from here on behind the bytes looked at
 
 }  // namespace
 
-// What the core hands over is read at the end of where the group stands in the packet.
-void MldSide::write_destination(std::uint8_t* mac, const std::uint8_t* packet, std::uint16_t len) {
-    if (packet == nullptr || len < kIpv6Address) return;  // the address stays zero
+// What the core hands over begins with a whole IP header, whatever length it gives.
+void MldSide::write_destination(std::uint8_t* mac, const std::uint8_t* packet) {
+    if (packet == nullptr) return;  // the address stays zero
     mac[0] = 0x33;
     mac[1] = 0x33;
     std::memcpy(mac + 2, packet + kIpv6DestinationTail, 4);
@@ -43,13 +42,6 @@ void MldSide::say_transmit(std::uint16_t port, std::uint16_t len) {
         std::printf(
             "\r\n[MC_DBG_DBG]: mld_l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n",
             port, len, mldInitParams.srcPortNum, ponVlan);
-    }
-}
-
-void MldSide::say_send_port_unknown(std::uint16_t port) {
-    if (says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-        std::printf("\r\n[MC_DBG_ERR]: port number is invalid!\r");
     }
 }
 

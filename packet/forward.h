@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <iterator>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
@@ -30,16 +31,12 @@ void send(std::uint8_t* bytes, std::uint32_t len, std::uint32_t port) {
 template <class Side>
 std::uint32_t receive_port_type(std::uint32_t port) {
     if (port > MC_UPLINK_PORT) {
-        if (Side::says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port);
-        }
+        if (Side::says(kErrors)) say_port_invalid(port);
         return kPortInvalid;
     }
     const int logical = logical_port(Side::ports(), port);
     if (logical == kNoPort) {
-        if (Side::says(kFlow)) {
-            std::printf("\r\n[MC_DBG_DBG]: \n [checkPortState]port(%d) is not find!", port);
-        }
+        if (Side::says(kFlow)) trace_port_unknown(port);
         return kPortInvalid;
     }
     return Side::ports()[logical].port_type;
@@ -131,14 +128,8 @@ void forward_down(const Frame& frame, std::uint32_t vid) {
 // The VLAN that a user port's rules give a frame towards the network; "no VLAN" when none matches.
 template <class Side>
 std::uint16_t search_uplink_vlan(std::uint32_t port, std::uint32_t vid) {
-    const int logical = logical_port(Side::ports(), port);
-    if (logical == kNoPort) {
-        if (Side::says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-            std::printf("\r\n[MC_DBG_ERR]: port number is invalid!\r");
-        }
-        return MC_NO_VLAN;
-    }
+    const int logical = accept_known_port<Side>(port, Closing::kPrintf);
+    if (logical == kNoPort) return MC_NO_VLAN;
     const auto found = walk_upstream_rules(
         {.doors = Side::rules(),
          .rules = Side::rules(),

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <optional>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
@@ -78,11 +79,8 @@ std::optional<Framing> accept_framing(const std::uint8_t* frame, std::uint32_t l
 // The multicast VLAN that the rules give a frame from a user port, 0 when no rule takes its VID.
 template <class Side>
 std::uint32_t search_data_vlan(std::uint32_t port, std::uint32_t vid) {
-    const int logical = logical_port(Side::ports(), port);
-    if (logical == kNoPort) {
-        Side::say_receive_port_unknown(port);
-        return 0;
-    }
+    const int logical = accept_known_port<Side>(port, Side::kReceiveClosing);
+    if (logical == kNoPort) return 0;
     const auto found = walk_upstream_rules(
         {.doors = Side::receive_doors(),
          .rules = Side::rules(),
@@ -102,9 +100,7 @@ template <class Side>
 std::uint32_t configured_vlan(std::uint32_t port, std::uint32_t vid) {
     Side::say_search_vlan(vid, port);
     const int logical = logical_port(Side::ports(), port);
-    if (logical == kNoPort && Side::says(kFlow)) {
-        std::printf("\r\n[MC_DBG_DBG]: \n [checkPortState]port(%d) is not find!", port);
-    }
+    if (logical == kNoPort && Side::says(kFlow)) trace_port_unknown(port);
     if (logical != kNoPort && Side::ports()[logical].port_type == MC_PORT_UPLINK) {
         Side::say_from_uplink();
         return vid;
@@ -126,9 +122,7 @@ bool kept_from_core(std::uint32_t port, std::uint32_t mode) {
     if (!Side::forwards(mode)) return false;
     const int logical = logical_port(Side::ports(), port);
     if (logical == kNoPort) {
-        if (Side::says(kFlow)) {
-            std::printf("\r\n[MC_DBG_DBG]: \n [checkPortState]port(%d) is not find!", port);
-        }
+        if (Side::says(kFlow)) trace_port_unknown(port);
         return false;
     }
     if (Side::ports()[logical].port_type != MC_PORT_UPLINK) return false;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/tables.h"
 #include "common/bytes.h"
@@ -53,11 +54,8 @@ void search_send_vlans(std::uint16_t port, std::uint16_t vid, ResultVlans& resul
     if (Side::says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan ,vlan(%d)", vid);
     }
-    const int logical = logical_port(Side::ports(), port);
-    if (logical == kNoPort) {
-        Side::say_send_port_unknown(port);
-        return;
-    }
+    const int logical = accept_known_port<Side>(port, Side::kSendClosing);
+    if (logical == kNoPort) return;
     const RuleTable& rules = Side::rules();
     const bool has_block =
         std::any_of(std::begin(rules), std::end(rules),
@@ -122,15 +120,13 @@ void send_packet(std::uint16_t port, const std::uint8_t* packet, typename Side::
         return;
     }
     TransmitFrame frame;
-    Side::write_destination(frame.bytes, packet, len);
+    Side::write_destination(frame.bytes, packet);
     std::memcpy(frame.bytes + kMacLength, Side::own_mac(), kMacLength);
 
     const int logical = logical_port(Side::ports(), port);
     if (Side::says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: checkPortState %d", port);
-        if (logical == kNoPort) {
-            std::printf("\r\n[MC_DBG_DBG]: \n [checkPortState]port(%d) is not find!", port);
-        }
+        if (logical == kNoPort) trace_port_unknown(port);
     }
     ResultVlans result;
     if (logical == kNoPort || Side::ports()[logical].port_type != MC_PORT_UPLINK) {

@@ -41,7 +41,10 @@ int32_t L2_multicast_send_msg(uint8_t* frame, uint8_t port, uint16_t len, uint8_
 int32_t L2_multicast_set_port_iptv_entry(int16_t port, L2MulticastMac mac, uint16_t vlan);
 int32_t L2_multicast_remove_port_iptv_entry(int16_t port, L2MulticastMac mac, uint16_t vlan);
 
-/* Stores the ONU id, one byte; 255 = none was assigned (EPON). The result is not looked at. */
+/* The ONU id of a node that was given none: it runs in EPON mode. */
+enum { L2_MULTICAST_NO_ONU_ID = 255 };
+
+/* Stores the ONU id, one byte. The result is not looked at. */
 int32_t L2_multicast_get_onu_id(uint8_t* onu_id);
 
 MC_C_END

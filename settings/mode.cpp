@@ -11,6 +11,8 @@
 
 namespace {
 
+using mc::igmp_checked;
+using mc::igmp_checked_ret;
 using mc::igmp_says;
 using mc::kErrors;
 using mc::kFlow;
@@ -56,7 +58,8 @@ std::int32_t omci_set_multicast_mode(std::uint32_t mode) {
     if (flood_trap(requested) != 0 && igmp_says(kErrors)) {
         std::printf("\r\n[MC_DBG_ERR]: ERROR!flood_trap =%d ", requested);
     }
-    switch (requested) {
+    // Read again: the hook may have chosen another mode.
+    switch (proxy_adapt_mode) {
         case MC_MODE_CONTROL:
             return switch_to_control();
         case kRequestProxy:
@@ -77,19 +80,15 @@ std::int32_t onu_std_omci_set_multicast_mode(std::uint32_t std_mode) {
         return -1;
     }
     // The value itself goes no further: every mode of the standard that is not refused is snooping.
-    const std::int32_t status = omci_set_multicast_mode(0);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!std_omci_set_multicast_mode Fail");
-    }
-    return status;
+    return igmp_checked(omci_set_multicast_mode(0),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!std_omci_set_multicast_mode Fail");
 }
 
 std::int32_t omci_clear_igmp_all_parmeter() {
     mc::clear_rules(PortVlanCfg, setVlanCfgNumber);
     mc::clear_template_list();
-    if (const std::int32_t ret = igmp_vlan_del_all(); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: igmp_vlan_del_all is error! ret = %d\r\n", ret);
-    }
+    igmp_checked_ret(igmp_vlan_del_all(),
+                     "\r\n[MC_DBG_ERR]: igmp_vlan_del_all is error! ret = %d\r\n");
     initIgmpGlobleParmeter();
     return igmp_del_all_group();
 }

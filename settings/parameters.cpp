@@ -12,6 +12,7 @@
 
 namespace {
 
+using mc::igmp_checked;
 using mc::igmp_says;
 using mc::kConfig;
 using mc::kErrors;
@@ -30,11 +31,8 @@ std::int32_t omci_set_para_rv_globle(std::uint32_t robustness) {
         std::printf("\r\n[MC_DBG_CFG]: omci_set_para_rv_globle is in!robustness = %d\n", value);
     }
     globle_parm.robustness = value;
-    const std::int32_t status = igmp_para_rv_globle_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_rv_globle_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_para_rv_globle_set(value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_rv_globle_set Fail");
 }
 
 std::int32_t omci_set_para_qi_globle(std::uint32_t query_interval) {
@@ -43,11 +41,8 @@ std::int32_t omci_set_para_qi_globle(std::uint32_t query_interval) {
         std::printf("\r\n[MC_DBG_CFG]: omci_para_qi_globle is in! query_interval = %d\n", value);
     }
     globle_parm.query_interval = value;
-    const std::int32_t status = igmp_para_qi_globle_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_qi_globle_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_para_qi_globle_set(value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_qi_globle_set Fail");
 }
 
 std::int32_t omci_set_para_qri_globle(std::uint32_t query_response_interval) {
@@ -57,11 +52,8 @@ std::int32_t omci_set_para_qri_globle(std::uint32_t query_response_interval) {
                     value);
     }
     globle_parm.query_max_resp_time = value;
-    const std::int32_t status = igmp_para_qri_globle_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_qri_globle_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_para_qri_globle_set(value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_qri_globle_set Fail");
 }
 
 std::int32_t omci_set_para_lmqi_globle(std::uint32_t last_member_query_interval) {
@@ -72,11 +64,8 @@ std::int32_t omci_set_para_lmqi_globle(std::uint32_t last_member_query_interval)
             value);
     }
     globle_parm.last_member_query_interval = value;
-    const std::int32_t status = igmp_para_lmqi_globle_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_lmqi_globle_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_para_lmqi_globle_set(value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_lmqi_globle_set Fail");
 }
 
 std::int32_t omci_set_para_lmqc_globle(std::uint32_t last_member_query_count) {
@@ -87,12 +76,9 @@ std::int32_t omci_set_para_lmqc_globle(std::uint32_t last_member_query_count) {
             value);
     }
     globle_parm.last_member_query_count = value;
-    const std::int32_t status = igmp_para_lmqc_globle_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        // The interval's text stands here for the count too, kept on purpose.
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_lmqi_globle_set Fail");
-    }
-    return status;
+    // The interval's text stands here for the count too, kept on purpose.
+    return igmp_checked(igmp_para_lmqc_globle_set(value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_para_lmqi_globle_set Fail");
 }
 
 std::int32_t omci_set_igmp_global_parmeter(std::uint32_t robustness, std::uint32_t query_interval,
@@ -106,13 +92,10 @@ std::int32_t omci_set_igmp_global_parmeter(std::uint32_t robustness, std::uint32
     globle_parm.query_max_resp_time = query_max_resp_time;
     globle_parm.last_member_query_count = last_member_query_count;
     globle_parm.last_member_query_interval = last_member_query_interval;
-    const std::int32_t status = igmp_para_globle_set(
-        static_cast<std::uint8_t>(robustness), query_interval, query_max_resp_time,
-        last_member_query_interval, last_member_query_count, ageing);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_para_globle_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_para_globle_set(static_cast<std::uint8_t>(robustness), query_interval,
+                                             query_max_resp_time, last_member_query_interval,
+                                             last_member_query_count, ageing),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_para_globle_set Fail");
 }
 
 std::int32_t omci_igmp_version_globle_set(std::uint32_t version) {
@@ -121,22 +104,16 @@ std::int32_t omci_igmp_version_globle_set(std::uint32_t version) {
         std::printf("\r\n[MC_DBG_DBG]: omci_igmp_version_globle_set version = %d\n", value);
     }
     globle_parm.version = value;
-    const std::int32_t status = igmp_version_globle_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_version_globle_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_version_globle_set(value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_version_globle_set Fail");
 }
 
 std::int32_t omci_igmp_ssm_ip_globle_set(std::uint32_t start, std::uint32_t end) {
     if (igmp_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: igmp_adapt_ssm_ip_globle_set is in!");
     globle_parm.ssm_ip_start = start;
     globle_parm.ssm_ip_end = end;
-    const std::int32_t status = igmp_ssm_ip_globle_set(start, end);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_ssm_ip_globle_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_ssm_ip_globle_set(start, end),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_ssm_ip_globle_set Fail");
 }
 
 std::int32_t omci_igmp_ssm_map_globle_set(std::uint32_t w0, std::uint32_t w1, std::uint32_t w2,
@@ -145,22 +122,16 @@ std::int32_t omci_igmp_ssm_map_globle_set(std::uint32_t w0, std::uint32_t w1, st
     // The core keeps the address: the words are stored first, and stay where they are.
     const std::uint32_t words[] = {w0, w1, w2, w3, w4};
     std::copy(std::begin(words), std::end(words), globle_parm.ssm_map);
-    const std::int32_t status = igmp_ssm_map_change(globle_parm.ssm_map);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_ssm_map_change Fail");
-    }
-    return status;
+    return igmp_checked(igmp_ssm_map_change(globle_parm.ssm_map),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_ssm_map_change Fail");
 }
 
 std::int32_t omci_set_igmp_dynamic_enable(std::uint32_t enable) {
     if (igmp_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: omci_set_igmp_dynamic_enable is in!");
     const auto value = static_cast<std::uint8_t>(enable);
     globle_parm.learningMode = value;
-    const std::int32_t status = igmp_vlan_learning_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail");
-    }
-    return status;
+    return igmp_checked(igmp_vlan_learning_set(value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail");
 }
 
 std::int32_t omci_set_igmp_leave_mode(std::uint32_t mode) {
@@ -172,10 +143,8 @@ std::int32_t omci_set_igmp_leave_mode(std::uint32_t mode) {
     std::int32_t status = 0;
     for (IgmpPortParm& port : globle_parm.port) {
         port.leavemod = value;
-        status = igmp_fast_leave_enable_globle(value);
-        if (status != 0 && igmp_says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_fast_leave_enable_globle Fail");
-        }
+        status = igmp_checked(igmp_fast_leave_enable_globle(value),
+                              "\r\n[MC_DBG_ERR]: \n ERROR!igmp_fast_leave_enable_globle Fail");
     }
     return status;
 }
@@ -199,21 +168,14 @@ std::int32_t omci_set_igmp_default_vlan(std::uint32_t vlan) {
         defaultVlan = value;
         mldInitParams.defaultVlan = value;
     }
-    if (mld_api_set_default_vlan(value) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!mld_api_set_default_vlan Fail");
-    }
-    const std::int32_t status = igmp_default_vid_set(value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_default_vid_set Fail");
-    }
+    igmp_checked(mld_api_set_default_vlan(value),
+                 "\r\n[MC_DBG_ERR]: \n ERROR!mld_api_set_default_vlan Fail");
+    const std::int32_t status = igmp_checked(
+        igmp_default_vid_set(value), "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_default_vid_set Fail");
     if (template_vlan == nullptr) return status;
 
     // The old default goes on as a template VLAN, so the core must keep it in its list.
-    const std::int32_t added = igmp_vlan_add(old);
-    if (added != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_vlan_add Fail");
-    }
-    return added;
+    return igmp_checked(igmp_vlan_add(old), "\r\n[MC_DBG_ERR]: \n ERROR!igmp_vlan_add Fail");
 }
 
 std::int32_t omci_set_igmp_vid() { return void_function(); }

@@ -2,16 +2,20 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "adapt/port_lookup.h"
+#include "adapt/records.h"
 #include "adapt/status_segment.h"
-#include "adapt/tables.h"
+#include "adapt/views.h"
 #include "common/diagnostics.h"
 #include "platform/protocol_core.h"
-#include "settings/port_number.h"
 #include "settings/settings.h"
 
 namespace {
 
+using mc::Closing;
+using mc::igmp_checked;
 using mc::igmp_says;
+using mc::IgmpView;
 using mc::kConfig;
 using mc::kErrors;
 using mc::kFlow;
@@ -33,7 +37,7 @@ IgmpUplinkTag uplink_tag(std::uint32_t word) {
 
 // The reset operations store the default and drop the core's answer: a port is always reset.
 std::int32_t reset_leave_mode(std::uint8_t port) {
-    const int logical = mc::accept_known_port(port);
+    const int logical = mc::accept_known_port<IgmpView>(port, Closing::kPuts);
     if (logical == kNoPort) return -1;
     globle_parm.port[logical].leavemod = 0;
     static_cast<void>(igmp_if_fast_leave_enable(port, 0));
@@ -41,7 +45,7 @@ std::int32_t reset_leave_mode(std::uint8_t port) {
 }
 
 std::int32_t reset_group_limit(std::uint8_t port) {
-    const int logical = mc::accept_known_port(port);
+    const int logical = mc::accept_known_port<IgmpView>(port, Closing::kPuts);
     if (logical == kNoPort) return -1;
     store_group_limit(logical, kDefaultGroupLimit);
     static_cast<void>(igmp_if_max_group_num_set(port, kDefaultGroupLimit));
@@ -65,14 +69,11 @@ std::int32_t omci_set_port_igmp_leave_mode(std::uint32_t port, std::uint32_t mod
         std::printf("\r\n[MC_DBG_DBG]: omci_set_port_igmp_leave_mode  port=%d leave mode = %d\n",
                     port_id, value);
     }
-    const int logical = mc::accept_port(port_id);
+    const int logical = mc::accept_port<IgmpView>(port_id, Closing::kPuts);
     if (logical == kNoPort) return -1;
     globle_parm.port[logical].leavemod = value;
-    const std::int32_t status = igmp_if_fast_leave_enable(port_id, value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_fast_leave_enable Fail");
-    }
-    return status;
+    return igmp_checked(igmp_if_fast_leave_enable(port_id, value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_fast_leave_enable Fail");
 }
 
 std::int32_t omci_set_port_igmpgroup_limit(std::uint32_t port, std::uint32_t limit) {
@@ -89,37 +90,29 @@ std::int32_t omci_set_port_igmpgroup_limit(std::uint32_t port, std::uint32_t lim
         }
         return -1;
     }
-    const int logical = mc::accept_known_port(port_id);
+    const int logical = mc::accept_known_port<IgmpView>(port_id, Closing::kPuts);
     if (logical == kNoPort) return -1;
     const std::uint16_t value = requested != 0 ? requested : kDefaultGroupLimit;
     store_group_limit(logical, value);
-    const std::int32_t status = igmp_if_max_group_num_set(port_id, value);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_max_group_num_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_if_max_group_num_set(port_id, value),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_max_group_num_set Fail");
 }
 
 std::int32_t onu_std_omci_set_port_igmpgroup_limit(std::uint32_t port, std::uint32_t limit) {
     if (igmp_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: std_omci_set_port_igmpgroup_limit is in!");
-    const std::int32_t status = omci_set_port_igmpgroup_limit(port & 0xFF, limit & 0xFFFF);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!std_omci_set_port_igmpgroup_limit Fail");
-    }
-    return status;
+    return igmp_checked(omci_set_port_igmpgroup_limit(port & 0xFF, limit & 0xFFFF),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!std_omci_set_port_igmpgroup_limit Fail");
 }
 
 std::int32_t onu_std_max_multi_bandwidth_limit(std::uint32_t port, std::uint32_t enable,
                                                std::uint32_t bandwidth, std::uint32_t extra) {
     const auto port_id = static_cast<std::uint8_t>(port);
-    const int logical = mc::accept_port(port_id);
+    const int logical = mc::accept_port<IgmpView>(port_id, Closing::kPuts);
     if (logical == kNoPort) return -1;
     globle_parm.port[logical].max_bandwidth = bandwidth;
-    const std::int32_t status = igmp_if_max_bandwidth_set(
-        port_id, static_cast<std::uint8_t>(enable), bandwidth, static_cast<std::uint16_t>(extra));
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!traxmax_multi_bandwidth_limit Fail");
-    }
+    igmp_checked(igmp_if_max_bandwidth_set(port_id, static_cast<std::uint8_t>(enable), bandwidth,
+                                           static_cast<std::uint16_t>(extra)),
+                 "\r\n[MC_DBG_ERR]: \n ERROR!traxmax_multi_bandwidth_limit Fail");
     return 0;  // whatever the core says, kept on purpose: the limit is stored
 }
 
@@ -131,9 +124,7 @@ std::int32_t omci_set_port_up_igmp_vlan(std::uint32_t port, std::uint32_t outer,
     const auto port_id = static_cast<std::uint8_t>(port);
     const int logical = mc::logical_port(portState, port_id);
     if (logical == kNoPort) {
-        if (igmp_says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port_id);
-        }
+        if (igmp_says(kErrors)) mc::say_port_invalid(port_id);
         return -1;
     }
     if (igmp_says(kFlow)) {
@@ -151,11 +142,8 @@ std::int32_t omci_set_port_up_igmp_vlan(std::uint32_t port, std::uint32_t outer,
     }
     IgmpUplinkTag outer_tag = uplink_tag(outer);
     IgmpUplinkTag inner_tag = uplink_tag(inner);
-    const std::int32_t status = igmp_if_snp_uplinkvlan_set(port_id, &outer_tag, &inner_tag);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_snp_uplinkvlan_set Fail");
-    }
-    return status;
+    return igmp_checked(igmp_if_snp_uplinkvlan_set(port_id, &outer_tag, &inner_tag),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_snp_uplinkvlan_set Fail");
 }
 
 std::int32_t igmp_adapt_set_sig_vlan(std::uint32_t logical_port, std::uint32_t vlan,

@@ -8,7 +8,7 @@
 #include "common/diagnostics.h"
 #include "platform/l2_multicast.h"
 #include "platform/protocol_core.h"
-#include "vlan/igmp_side.h"
+#include "vlan/igmp_table.h"
 #include "vlan/rules.h"
 #include "vlan/vlan.h"
 
@@ -28,8 +28,8 @@ void say_request(const PortVlanCfgEntry& rule) {
     }
 }
 
-struct IgmpSet : TagModeLines<IgmpRules>, PortLines<IgmpRules> {
-    using Side = IgmpRules;
+struct IgmpSet : TagModeLines<IgmpTable>, PortLines<IgmpTable> {
+    using Table = IgmpTable;
 
     static void say_entered(const PortVlanCfgEntry& rule) {
         if (igmp_says(kFlow)) {
@@ -44,8 +44,8 @@ struct IgmpSet : TagModeLines<IgmpRules>, PortLines<IgmpRules> {
     }
 };
 
-struct IgmpDelete : TagModeLines<IgmpRules>, PortLines<IgmpRules> {
-    using Side = IgmpRules;
+struct IgmpDelete : TagModeLines<IgmpTable>, PortLines<IgmpTable> {
+    using Table = IgmpTable;
 
     static void say_entered(const PortVlanCfgEntry& rule) {
         if (igmp_says(kFlow)) {
@@ -67,32 +67,32 @@ struct IgmpDelete : TagModeLines<IgmpRules>, PortLines<IgmpRules> {
 // An ONU without an OMCI id runs in EPON mode, where the core learns VLANs by itself. Returns what
 // the core says to that, 0 in any other mode.
 [[nodiscard]] std::int32_t learn_vlans_in_epon_mode() {
-    constexpr std::uint8_t kNoOnuId = 255;
     std::uint8_t onu_id = 0;
     static_cast<void>(L2_multicast_get_onu_id(&onu_id));
-    if (onu_id != kNoOnuId) return 0;
+    if (onu_id != L2_MULTICAST_NO_ONU_ID) return 0;
     if (igmp_says(kFlow)) {
         std::puts("\r\n[MC_DBG_DBG]: epon mode,omci_set_igmp_dynamic_enable is in!");
     }
-    return IgmpRules::learn_vlans();
+    return IgmpTable::learn_vlans();
 }
 
-// A data VLAN that is new enters the template list, the core and the MLD side.
+// Whether an eleventh VLAN would have to enter the template list.
+[[nodiscard]] bool list_is_full_for(std::uint16_t vlan) {
+    return IgmpTable::list_used() == MC_TEMPLATE_VLANS &&
+           std::find(std::begin(PortVlan), std::end(PortVlan), vlan) == std::end(PortVlan);
+}
+
+// A data VLAN that is new enters the template list, which has room, the core and the MLD side.
 [[nodiscard]] std::int32_t announce_vlan(PortVlanCfgEntry& rule) {
-    append_to_list<IgmpRules>(rule.in_data_vlan);
-    trace_new_vlan<IgmpRules>(rule.in_data_vlan);
-    const std::int32_t added = igmp_vlan_add(rule.in_data_vlan & kVidMask);
-    if (added != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_standard_vlan_add Fail %d\r\n", added);
-    }
+    static_cast<void>(append_to_list<IgmpTable>(rule.in_data_vlan));
+    trace_new_vlan<IgmpTable>(rule.in_data_vlan);
+    igmp_checked_ret(igmp_vlan_add(rule.in_data_vlan & kVidMask),
+                     "\r\n[MC_DBG_ERR]: \n ERROR!igmp_standard_vlan_add Fail %d\r\n");
     if (igmp_says(kConfig)) {
         std::puts("\r\n[MC_DBG_CFG]: \nmld_onu_std_omci_set_multicast_vlan is in!");
     }
-    const std::int32_t status = mld_onu_std_omci_set_multicast_vlan(&rule);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_onu_std_omci_set_multicast_vlan Fail");
-    }
-    return status;
+    return igmp_checked_line(mld_onu_std_omci_set_multicast_vlan(&rule),
+                             "\r\n[MC_DBG_ERR]: \n ERROR!mld_onu_std_omci_set_multicast_vlan Fail");
 }
 
 // A rule from a port, a tag mode and one or two VLANs. Modes 0 and 3 give an untagging rule for one
@@ -132,20 +132,17 @@ PortVlanCfgEntry rule_from_mode(std::int32_t port, std::int32_t mode, std::int32
 
 }  // namespace
 
-std::int32_t IgmpRules::learn_vlans() {
+std::int32_t IgmpTable::learn_vlans() {
     globle_parm.learningMode = 1;
-    const std::int32_t status = igmp_vlan_learning_set(1);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail");
-    }
-    return status;
+    return igmp_checked_line(igmp_vlan_learning_set(1),
+                             "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail");
 }
 
-void IgmpRules::pack_port(std::uint32_t port) {
+void IgmpTable::pack_port(std::uint32_t port) {
     std::memcpy(PortVlanCfg, sortPortVlanCfg(PortVlanCfg, port), sizeof(PortVlanCfg));
 }
 
-void IgmpRules::pack_lists() {
+void IgmpTable::pack_lists() {
     std::copy_n(sortMcVlan(PortVlan), MC_TEMPLATE_VLANS, PortVlan);
     std::copy_n(sortMcVlan(globle_parm.TemplateVlan), MC_TEMPLATE_VLANS, globle_parm.TemplateVlan);
 }
@@ -154,7 +151,7 @@ void IgmpRules::pack_lists() {
 
 McRuleBlock* sortPortVlanCfg(McRuleBlock* table, std::uint32_t port) {
     std::memcpy(mc::temPortVlanCfg, table, sizeof(mc::temPortVlanCfg));
-    const int logical = mc::packed_port<mc::IgmpRules>(port);
+    const int logical = mc::packed_port<mc::IgmpTable>(port);
     if (logical != mc::kNoPort) mc::pack_rules(mc::temPortVlanCfg[logical]);
     return mc::temPortVlanCfg;
 }
@@ -162,22 +159,22 @@ McRuleBlock* sortPortVlanCfg(McRuleBlock* table, std::uint32_t port) {
 std::uint16_t* sortMcVlan(std::uint16_t* list) { return mc::packed_copy(list, mc::tempPortVlan); }
 
 std::int32_t IsSameVlanExist(std::uint32_t vlan) {
-    return mc::data_vlan_in_use<mc::IgmpRules>(vlan) ? 0 : 1;
+    return mc::data_vlan_in_use<mc::IgmpTable>(vlan) ? 0 : 1;
 }
 
 std::int32_t onu_std_omci_set_multicast_vlan(PortVlanCfgEntry* rule) {
-    using mc::IgmpRules;
     using mc::IgmpSet;
+    using mc::IgmpTable;
     if (rule == nullptr) return -1;
     IgmpSet::say_entered(*rule);
     const std::int32_t pending = mc::learn_vlans_in_epon_mode();
     const int logical = mc::accept_new_rule<IgmpSet>(*rule);
     if (logical == mc::kNoPort) return -1;
-    if (mc::list_is_full_for<IgmpRules>(rule->in_data_vlan)) {
-        mc::say_list_full<IgmpRules>(rule->in_data_vlan);
+    if (mc::list_is_full_for(rule->in_data_vlan)) {
+        mc::say_list_full<IgmpTable>(rule->in_data_vlan);
         return -1;
     }
-    mc::store_rule<IgmpRules>(logical, *rule);
+    mc::store_rule<IgmpTable>(logical, *rule);
     if (mc::list_has<IgmpSet>(rule->in_data_vlan)) return pending;
     return mc::announce_vlan(*rule);
 }
@@ -189,15 +186,12 @@ std::int32_t igmp_port_vlan_and_mode_set(std::int32_t port, std::int32_t mode, s
     }
     flag_omci_version = 1;
     PortVlanCfgEntry rule = mc::rule_from_mode(port, mode, vlan, vlan2);
-    if (onu_std_omci_set_multicast_vlan(&rule) != 0 && mc::igmp_says(mc::kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_multicast_vlan Fail");
-    }
+    mc::igmp_checked_line(onu_std_omci_set_multicast_vlan(&rule),
+                          "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_multicast_vlan Fail");
     // A new data VLAN has reached the MLD side already; the rule is given to it again all the same.
-    const std::int32_t status = mld_onu_std_omci_set_multicast_vlan(&rule);
-    if (status != 0 && mc::igmp_says(mc::kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_onu_std_omci_set_multicast_vlan Fail");
-    }
-    return status;
+    return mc::igmp_checked_line(
+        mld_onu_std_omci_set_multicast_vlan(&rule),
+        "\r\n[MC_DBG_ERR]: \n ERROR!mld_onu_std_omci_set_multicast_vlan Fail");
 }
 
 std::int32_t onu_std_omci_delete_multicast_vlan(PortVlanCfgEntry* rule) {
@@ -212,12 +206,9 @@ std::int32_t igmp_service_remove_port_config(std::int32_t port, std::int32_t mod
                     port);
     }
     PortVlanCfgEntry rule = mc::rule_from_mode(port, mode, vlan, vlan2);
-    if (onu_std_omci_delete_multicast_vlan(&rule) != 0 && mc::igmp_says(mc::kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_delete_multicast_vlan Fail");
-    }
-    const std::int32_t status = mld_onu_std_omci_delete_multicast_vlan(&rule);
-    if (status != 0 && mc::igmp_says(mc::kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!mld_onu_std_omci_delete_multicast_vlan Fail");
-    }
-    return status;
+    mc::igmp_checked(onu_std_omci_delete_multicast_vlan(&rule),
+                     "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_delete_multicast_vlan Fail");
+    return mc::igmp_checked(
+        mld_onu_std_omci_delete_multicast_vlan(&rule),
+        "\r\n[MC_DBG_ERR]: \n ERROR!mld_onu_std_omci_delete_multicast_vlan Fail");
 }

@@ -6,7 +6,7 @@
 #include "adapt/records.h"
 #include "common/diagnostics.h"
 #include "mld/record.h"
-#include "vlan/mld_side.h"
+#include "vlan/mld_table.h"
 #include "vlan/rules.h"
 #include "vlan/vlan.h"
 
@@ -17,7 +17,7 @@ namespace {
 constinit std::uint16_t tempPortVlan[MC_TEMPLATE_VLANS]{};
 
 struct MldSet {
-    using Side = MldRules;
+    using Table = MldTable;
 
     static void say_entered(const PortVlanCfgEntry& rule) {
         if (mld_says(kFlow)) {
@@ -60,8 +60,8 @@ struct MldSet {
     }
 };
 
-struct MldDelete : TagModeLines<MldRules>, PortLines<MldRules> {
-    using Side = MldRules;
+struct MldDelete : TagModeLines<MldTable>, PortLines<MldTable> {
+    using Table = MldTable;
 
     // The IGMP operation's name stands here, kept on purpose.
     static void say_entered(const PortVlanCfgEntry& rule) {
@@ -81,11 +81,11 @@ struct MldDelete : TagModeLines<MldRules>, PortLines<MldRules> {
 
 }  // namespace
 
-void MldRules::pack_port(std::uint32_t port) {
+void MldTable::pack_port(std::uint32_t port) {
     static_cast<void>(mldsortPortVlanCfg(mldInitParams.mldPortVlanCfg, port));
 }
 
-void MldRules::pack_lists() {
+void MldTable::pack_lists() {
     pack_list(mldInitParams.portVlan);
     std::copy_n(sortmldVlan(mldInitParams.TemplateVlan), MC_TEMPLATE_VLANS,
                 mldInitParams.TemplateVlan);
@@ -94,7 +94,7 @@ void MldRules::pack_lists() {
 }  // namespace mc
 
 McRuleBlock* mldsortPortVlanCfg(McRuleBlock* table, std::uint32_t port) {
-    const int logical = mc::packed_port<mc::MldRules>(port);
+    const int logical = mc::packed_port<mc::MldTable>(port);
     if (logical != mc::kNoPort) mc::pack_rules(table[logical]);
     return table;
 }
@@ -104,21 +104,17 @@ std::uint16_t* sortmldVlan(std::uint16_t* list) { return mc::packed_copy(list, m
 std::int32_t* mldgetPortVlanConfigNumber() { return mldInitParams.vlancfgnum; }
 
 std::int32_t mld_onu_std_omci_set_multicast_vlan(PortVlanCfgEntry* rule) {
-    using mc::MldRules;
     using mc::MldSet;
+    using mc::MldTable;
     if (rule == nullptr) return -1;
     MldSet::say_entered(*rule);
     const int logical = mc::accept_new_rule<MldSet>(*rule);
     if (logical == mc::kNoPort) return -1;
-    mc::store_rule<MldRules>(logical, *rule);
+    mc::store_rule<MldTable>(logical, *rule);
     if (mc::list_has<MldSet>(rule->in_data_vlan)) return 0;
     // The rule stays: it is only the place of the list entry that a frame's port may have taken.
-    if (mc::list_is_full_for<MldRules>(rule->in_data_vlan)) {
-        mc::say_list_full<MldRules>(rule->in_data_vlan);
-        return -1;
-    }
-    mc::append_to_list<MldRules>(rule->in_data_vlan);
-    mc::trace_new_vlan<MldRules>(rule->in_data_vlan);
+    if (!mc::append_to_list<MldTable>(rule->in_data_vlan)) return -1;
+    mc::trace_new_vlan<MldTable>(rule->in_data_vlan);
     return 0;
 }
 

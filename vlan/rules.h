@@ -1,14 +1,15 @@
 // Setting and deleting a rule, told once for both sides.
 //
-// IgmpRules (vlan/igmp_rules.cpp) and MldRules (vlan/mld_rules.cpp) hold the tables of a side. An
-// Op names its Side and holds what an operation on it says and does differently. Categories on the
-// console are the side's own.
+// IgmpTable (vlan/igmp_table.h) and MldTable (vlan/mld_table.h) are the tables of a side. An Op (in
+// igmp_rules.cpp and mld_rules.cpp) names its Table and holds what an operation on it says and does
+// differently. Categories on the console are the side's own.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
@@ -44,23 +45,13 @@ inline std::uint16_t* packed_copy(const std::uint16_t* list,
 }
 
 // Logical port of the rules to pack; says what it looked up.
-template <class Side>
+template <class Table>
 int packed_port(std::uint32_t port) {
-    if (Side::says(kFlow)) {
+    if (Table::says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: sortPortVlanCfg usport = %d\r\n", port);
     }
-    int logical = kNoPort;
-    if (port > MC_UPLINK_PORT) {
-        if (Side::says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port);
-        }
-    } else {
-        logical = logical_port(Side::ports(), port);
-        if (logical == kNoPort && Side::says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-        }
-    }
-    if (Side::says(kFlow)) {
+    const int logical = accept_port<Table>(port);
+    if (Table::says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: checkPortlogic logicPort = %d\r\n", logical);
     }
     return logical;
@@ -68,50 +59,47 @@ int packed_port(std::uint32_t port) {
 
 // ---- What set and delete share -----------------------------------------------------------------
 
-// A port number as a request carries it; 128 and above are no port and must not be taken for
-// negative.
+// A port number as a request carries it, in 8 bits.
 inline std::uint32_t port_number(const PortVlanCfgEntry& rule) {
     return static_cast<std::uint8_t>(rule.portNO);
 }
 
 // The tag mode lines of every operation but the MLD set, which has its own.
-template <class Side>
+template <class Table>
 struct TagModeLines {
     static void say_untag_mode(int mode) {
-        if (Side::says(kFlow)) {
+        if (Table::says(kFlow)) {
             std::printf("\r\n[MC_DBG_DBG]: multicast_vlan tagmode = %d, is untag mode!\n", mode);
         }
     }
     static void say_translate_mode(int mode) {
-        if (Side::says(kFlow)) {
+        if (Table::says(kFlow)) {
             std::printf("\r\n[MC_DBG_DBG]: multicast_vlan tagmode = %d, is translate mode!\n",
                         mode);
         }
     }
     static void say_tag_mode(int mode) {
-        if (Side::says(kFlow)) {
+        if (Table::says(kFlow)) {
             std::printf("\r\n[MC_DBG_DBG]: multicast_vlan tagmode = %d, is tag mode!\n", mode);
         }
     }
 };
 
 // The port lines of the same operations.
-template <class Side>
+template <class Table>
 struct PortLines {
     static void say_port_invalid(int port) {
-        if (Side::says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port);
-        }
+        if (Table::says(kErrors)) mc::say_port_invalid(static_cast<std::uint32_t>(port));
     }
     static void say_logical_port(int logical) {
-        if (Side::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: \n logicPort is %d", logical);
+        if (Table::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: \n logicPort is %d", logical);
     }
 };
 
 // Fills upstream VLANs that an OMCI request leaves open from its downstream ones, by tag mode.
 template <class Op>
 void normalise_by_tag_mode(PortVlanCfgEntry& rule) {
-    if (Op::Side::taken_as_given()) return;
+    if (Op::Table::taken_as_given()) return;
     const std::int8_t mode = rule.prouptagmode;
     const bool open = rule.in_up_vlan == MC_NO_VLAN;
     switch (mode) {
@@ -141,9 +129,12 @@ inline void normalise_upstream(PortVlanCfgEntry& rule) {
     rule.out_data_vlan = 0;
 }
 
+// Port numbers of 128 and above are no port, even where a port table holds such a number: in the
+// rule they are negative.
 template <class Op>
 [[nodiscard]] int accept_rule_port(const PortVlanCfgEntry& rule) {
-    const int logical = logical_port(Op::Side::ports(), port_number(rule));
+    const int logical =
+        rule.portNO < 0 ? kNoPort : logical_port(Op::Table::ports(), port_number(rule));
     if (logical == kNoPort) {
         Op::say_port_invalid(rule.portNO);
     } else {
@@ -155,12 +146,12 @@ template <class Op>
 // ---- Set ---------------------------------------------------------------------------------------
 
 // Whether slot `count` of a port can take a rule. A full port is refused without a message.
-template <class Side>
+template <class Table>
 [[nodiscard]] bool has_free_slot(int logical) {
-    const std::int32_t count = Side::rule_counts()[logical];
+    const std::int32_t count = Table::rule_counts()[logical];
     if (count < 0 || count >= MC_RULES) return false;
-    if (Side::rules()[logical][count].in_data_vlan == MC_NO_VLAN) return true;
-    if (Side::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!");
+    if (Table::rules()[logical][count].in_data_vlan == MC_NO_VLAN) return true;
+    if (Table::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!");
     return false;
 }
 
@@ -171,31 +162,23 @@ template <class Op>
     const int logical = accept_rule_port<Op>(rule);
     if (logical == kNoPort) return kNoPort;
     normalise_upstream(rule);
-    return has_free_slot<typename Op::Side>(logical) ? logical : kNoPort;
+    return has_free_slot<typename Op::Table>(logical) ? logical : kNoPort;
 }
 
 // Writes a rule into the next slot of a port that has_free_slot. The count is raised first, so for
 // a moment a frame may see the slot half written; the slot's flag stays as it is.
-template <class Side>
+template <class Table>
 void append_rule(int logical, const PortVlanCfgEntry& rule) {
-    const std::int32_t count = Side::rule_counts()[logical]++;
-    PortVlanCfgEntry& slot = Side::rules()[logical][count];
+    const std::int32_t count = Table::rule_counts()[logical]++;
+    PortVlanCfgEntry& slot = Table::rules()[logical][count];
     const std::uint8_t flag = slot.rule_flag;
     slot = rule;
     slot.rule_flag = flag;
 }
 
-// Whether an eleventh VLAN would have to enter the template list.
-template <class Side>
-[[nodiscard]] bool list_is_full_for(std::uint16_t vlan) {
-    const auto& list = Side::list();
-    return Side::list_used() == MC_TEMPLATE_VLANS &&
-           std::find(std::begin(list), std::end(list), vlan) == std::end(list);
-}
-
-template <class Side>
+template <class Table>
 void say_list_full(std::uint16_t vlan) {
-    if (Side::says(kErrors)) {
+    if (Table::says(kErrors)) {
         std::printf("\r\n[MC_DBG_ERR]: \n no room for vlan(%d) in the template vlan list!", vlan);
     }
 }
@@ -203,47 +186,54 @@ void say_list_full(std::uint16_t vlan) {
 // Whether the template list holds a VLAN, told entry by entry.
 template <class Op>
 [[nodiscard]] bool list_has(std::uint16_t vlan) {
-    using Side = typename Op::Side;
+    using Table = typename Op::Table;
     bool found = false;
-    for (int j = 0; j < Side::list_used(); ++j) {
-        Op::say_list_entry(Side::list()[j]);
-        if (Side::list()[j] != vlan) continue;
+    const int used = Table::list_used();
+    for (int j = 0; j < used; ++j) {
+        Op::say_list_entry(Table::list()[j]);
+        if (Table::list()[j] != vlan) continue;
         found = true;
-        if (!Side::dumps_changes()) continue;
-        if (Side::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \n PortVlan is  already exist!");
-        Side::dump();
+        if (!Table::dumps_changes()) continue;
+        if (Table::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \n PortVlan is  already exist!");
+        Table::dump();
     }
     return found;
 }
 
-// Enters a VLAN at the end of the template list and its mirror; there must be room.
-template <class Side>
-void append_to_list(std::uint16_t vlan) {
-    const int used = Side::list_used();
-    Side::list()[used] = vlan;
-    Side::mirror()[used] = vlan;
-    Side::set_list_used(used + 1);
-    if (!Side::dumps_changes()) return;
-    if (Side::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \n after add PortVlan!");
-    Side::dump();
+// Enters a VLAN at the end of the template list and its mirror. False, and said so, when there is
+// no room. The count is read once: on the MLD side another task moves it at any time.
+template <class Table>
+[[nodiscard]] bool append_to_list(std::uint16_t vlan) {
+    const int used = Table::list_used();
+    if (used >= MC_TEMPLATE_VLANS) {
+        say_list_full<Table>(vlan);
+        return false;
+    }
+    Table::list()[used] = vlan;
+    Table::mirror()[used] = vlan;
+    Table::set_list_used(used + 1);
+    if (!Table::dumps_changes()) return true;
+    if (Table::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \n after add PortVlan!");
+    Table::dump();
+    return true;
 }
 
-template <class Side>
+template <class Table>
 void store_rule(int logical, const PortVlanCfgEntry& rule) {
-    if (Side::dumps_changes()) {
-        Side::say_before_add();
-        Side::dump();
+    if (Table::dumps_changes()) {
+        Table::say_before_add();
+        Table::dump();
     }
-    append_rule<Side>(logical, rule);
-    if (Side::dumps_changes()) {
-        Side::say_after_add();
-        Side::dump();
+    append_rule<Table>(logical, rule);
+    if (Table::dumps_changes()) {
+        Table::say_after_add();
+        Table::dump();
     }
 }
 
-template <class Side>
+template <class Table>
 void trace_new_vlan(std::uint16_t vlan) {
-    if (Side::says(kConfig)) {
+    if (Table::says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: temp_var = %d\n", vlan & kVidMask);
     }
 }
@@ -251,74 +241,75 @@ void trace_new_vlan(std::uint16_t vlan) {
 // ---- Delete ------------------------------------------------------------------------------------
 
 // The first slot of a port with this upstream VLAN, all ten looked at; null when there is none.
-template <class Side>
+template <class Table>
 PortVlanCfgEntry* find_rule(int logical, std::uint16_t in_up_vlan) {
-    McRuleBlock& block = Side::rules()[logical];
+    McRuleBlock& block = Table::rules()[logical];
     auto* const found = std::ranges::find(block, in_up_vlan, &PortVlanCfgEntry::in_up_vlan);
     return found != std::end(block) ? found : nullptr;
 }
 
 // Whether a rule in use, of any port, has this data VLAN.
-template <class Side>
+template <class Table>
 bool data_vlan_in_use(std::uint32_t vlan) {
     for (int p = 0; p < MC_PORTS; ++p) {
-        const int used = rules_in_use(Side::rule_counts()[p]);
+        const int used = rules_in_use(Table::rule_counts()[p]);
         for (int j = 0; j < used; ++j) {
-            if ((Side::rules()[p][j].in_data_vlan & kVidMask) != vlan) continue;
-            if (Side::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \nIsSameVlanExist is find");
+            if ((Table::rules()[p][j].in_data_vlan & kVidMask) != vlan) continue;
+            if (Table::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \nIsSameVlanExist is find");
             return true;
         }
     }
     return false;
 }
 
-template <class Side>
+template <class Table>
 void remove_from_list(std::uint16_t vlan) {
-    const int used = Side::list_used();
+    const int used = Table::list_used();
     for (int i = 0; i < used; ++i) {
-        if (Side::list()[i] != vlan) continue;
-        Side::list()[i] = 0;
-        Side::mirror()[i] = 0;
-        Side::lower_list_used();
+        if (Table::list()[i] != vlan) continue;
+        Table::list()[i] = 0;
+        Table::mirror()[i] = 0;
+        Table::lower_list_used();
         break;
     }
-    Side::pack_lists();
+    Table::pack_lists();
 }
 
 template <class Op>
 [[nodiscard]] std::int32_t delete_rule(PortVlanCfgEntry& rule) {
-    using Side = typename Op::Side;
+    using Table = typename Op::Table;
     Op::say_entered(rule);
     normalise_by_tag_mode<Op>(rule);
     const int logical = accept_rule_port<Op>(rule);
     if (logical == kNoPort) return -1;
-    if (Side::rule_counts()[logical] == 0) {
-        if (Side::says(kFlow)) {
+    if (Table::rule_counts()[logical] == 0) {
+        if (Table::says(kFlow)) {
             std::printf("\r\n[MC_DBG_DBG]: \n vlan is not been disposed,use default vlan!");
         }
         return -1;
     }
     normalise_upstream(rule);
-    PortVlanCfgEntry* const found = find_rule<Side>(logical, rule.in_up_vlan);
+    PortVlanCfgEntry* const found = find_rule<Table>(logical, rule.in_up_vlan);
     if (found == nullptr) {
-        if (Side::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: \n delete PortVlanCfg is not find!");
+        if (Table::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: \n delete PortVlanCfg is not find!");
         return 0;
     }
     *found = kEmptyRule;
-    --Side::rule_counts()[logical];
-    Side::pack_port(port_number(rule));
-    if (Side::dumps_changes()) {
+    --Table::rule_counts()[logical];
+    Table::pack_port(port_number(rule));
+    if (Table::dumps_changes()) {
         Op::say_packed();
-        Side::dump();
+        Table::dump();
     }
-    if (data_vlan_in_use<Side>(rule.in_data_vlan)) return 0;
-    if (rule.in_data_vlan == Side::default_vlan()) return 0;  // the default VLAN is never withdrawn
+    if (data_vlan_in_use<Table>(rule.in_data_vlan)) return 0;
+    if (rule.in_data_vlan == Table::default_vlan())
+        return 0;  // the default VLAN is never withdrawn
 
     const auto vid = static_cast<std::uint16_t>(rule.in_data_vlan & kVidMask);
-    if (Side::says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: del temp_var = %d\r\n", vid);
+    if (Table::says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: del temp_var = %d\r\n", vid);
     const std::int32_t status = igmp_vlan_del(vid);
     if (status != 0) Op::say_not_withdrawn();
-    remove_from_list<Side>(rule.in_data_vlan);
+    remove_from_list<Table>(rule.in_data_vlan);
     return status;
 }
 

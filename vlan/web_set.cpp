@@ -8,16 +8,17 @@
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
 #include "platform/protocol_core.h"
-#include "vlan/igmp_side.h"
+#include "vlan/igmp_table.h"
 #include "vlan/rules.h"
 #include "vlan/vlan.h"
 
 namespace {
 
+using mc::igmp_checked_line;
+using mc::igmp_checked_ret;
 using mc::igmp_says;
-using mc::IgmpRules;
+using mc::IgmpTable;
 using mc::kConfig;
-using mc::kErrors;
 using mc::kFlow;
 
 // Takes the data VLAN of the port's first rule back from the core, 4095 when there is no rule. A
@@ -26,23 +27,21 @@ void withdraw_old_vlan(int port, std::uint16_t requested_vlan) {
     if (requested_vlan == globle_parm.defaultVlan) return;
     const auto vid = static_cast<std::uint16_t>(PortVlanCfg[port][0].in_data_vlan & mc::kVidMask);
     if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: \r\n temp_var = %d\r\n", vid);
-    if (const std::int32_t status = igmp_vlan_del(vid); status != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_vlan_del Fail(%d)", status);
-    }
+    igmp_checked_ret(igmp_vlan_del(vid), "\r\n[MC_DBG_ERR]: \n ERROR!igmp_vlan_del Fail(%d)");
 }
 
 // Drops the first template VLAN that is the data VLAN of the first rule of the port at the same
 // position: list entry i is compared with port i, not with the requested port. Kept on purpose.
 void drop_one_template_vlan() {
-    const int compared = std::min<int>(IgmpRules::list_used(), MC_PORTS);
+    const int compared = std::min<int>(IgmpTable::list_used(), MC_PORTS);
     for (int i = 0; i < compared; ++i) {
         if (PortVlan[i] != PortVlanCfg[i][0].in_data_vlan) continue;
         PortVlan[i] = 0;
         globle_parm.TemplateVlan[i] = 0;
-        IgmpRules::lower_list_used();
+        IgmpTable::lower_list_used();
         break;
     }
-    IgmpRules::pack_lists();
+    IgmpTable::pack_lists();
 }
 
 void empty_port(int port) {
@@ -50,17 +49,19 @@ void empty_port(int port) {
     setVlanCfgNumber[port] = 0;
 }
 
-// These two go by the report level, not by the category mask, and name the operation and the line.
+// These two go by the report level, not by the category mask, and name the operation and a line.
 void report_port_invalid(int port) {
+    constexpr int kReportedLine = 56;
     if (igmp_adapt < -1) return;
-    std::printf("\r\n [IGMP_ERROR]%s(%d): ", "onu_std_omci_web_set_vlan", __LINE__);
+    std::printf("\r\n [IGMP_ERROR]%s(%d): ", "onu_std_omci_web_set_vlan", kReportedLine);
     std::printf("\n port(%d) is invalid!", port);
     std::puts("\r");
 }
 
 void report_logical_port(int logical) {
+    constexpr int kReportedLine = 63;
     if (igmp_adapt <= 0) return;
-    std::printf("\r\n [IGMP_INFORMATION]%s(%d): ", "onu_std_omci_web_set_vlan", __LINE__);
+    std::printf("\r\n [IGMP_INFORMATION]%s(%d): ", "onu_std_omci_web_set_vlan", kReportedLine);
     std::printf("\n logicPort is %d", logical);
     std::puts("\r");
 }
@@ -84,8 +85,8 @@ void derive_rule(PortVlanCfgEntry& rule) {
 
 // The list is not searched for the VLAN: it is entered again with every request.
 [[nodiscard]] bool has_list_room(std::uint16_t vlan) {
-    if (IgmpRules::list_used() < MC_TEMPLATE_VLANS) return true;
-    mc::say_list_full<IgmpRules>(vlan);
+    if (IgmpTable::list_used() < MC_TEMPLATE_VLANS) return true;
+    mc::say_list_full<IgmpTable>(vlan);
     return false;
 }
 
@@ -107,7 +108,7 @@ std::int32_t onu_std_omci_web_set_vlan(PortVlanCfgEntry* rule) {
         return -1;
     }
     // Unlike an OMCI set, in EPON mode or not.
-    static_cast<void>(IgmpRules::learn_vlans());
+    static_cast<void>(IgmpTable::learn_vlans());
     const int cleared = static_cast<int>(port);
     withdraw_old_vlan(cleared, rule->in_data_vlan);
     drop_one_template_vlan();
@@ -123,12 +124,9 @@ std::int32_t onu_std_omci_web_set_vlan(PortVlanCfgEntry* rule) {
     derive_rule(*rule);
     if (setVlanCfgNumber[logical] >= MC_RULES) return -1;
     if (!has_list_room(rule->in_data_vlan)) return -1;
-    if (!mc::has_free_slot<IgmpRules>(logical)) return -1;
-    mc::store_rule<IgmpRules>(logical, *rule);
-    mc::append_to_list<IgmpRules>(rule->in_data_vlan);
-    const std::int32_t status = igmp_vlan_add(rule->in_data_vlan & mc::kVidMask);
-    if (status != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: \n ERROR!igmp_standard_vlan_add Fail");
-    }
-    return status;
+    if (!mc::has_free_slot<IgmpTable>(logical)) return -1;
+    mc::store_rule<IgmpTable>(logical, *rule);
+    static_cast<void>(mc::append_to_list<IgmpTable>(rule->in_data_vlan));  // there is room
+    return igmp_checked_line(igmp_vlan_add(rule->in_data_vlan & mc::kVidMask),
+                             "\r\n[MC_DBG_ERR]: \n ERROR!igmp_standard_vlan_add Fail");
 }
