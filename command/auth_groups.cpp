@@ -4,13 +4,16 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "adapt/port_lookup.h"
 #include "adapt/records.h"
-#include "adapt/tables.h"
+#include "adapt/views.h"
 #include "common/diagnostics.h"
 #include "platform/protocol_core.h"
 
 namespace {
 
+using mc::igmp_checked;
+using mc::igmp_checked_ret;
 using mc::igmp_says;
 using mc::kConfig;
 using mc::kErrors;
@@ -27,16 +30,7 @@ struct Range {
 constexpr int kPrivatePort = 0;  // logical port whose copy holds the private groups
 
 [[nodiscard]] int accept_port(std::uint8_t port) {
-    const bool in_range = port <= MC_UPLINK_PORT;
-    const int logical = in_range ? mc::logical_port(portState, port) : kNoPort;
-    if (logical != kNoPort || !igmp_says(kErrors)) return logical;
-    if (in_range) {
-        std::printf("\r\n[MC_DBG_ERR]: \n [checkPortState]port(%d) is not find!", port);
-    } else {
-        std::printf("\r\n[MC_DBG_ERR]: \n port(%d) is invalid!", port);
-    }
-    std::printf("\r\n[MC_DBG_ERR]: port number is invalid!\r");
-    return kNoPort;
+    return mc::accept_port<mc::IgmpView>(port, mc::Closing::kPrintf);
 }
 
 void say_parameter_invalid() {
@@ -78,14 +72,17 @@ void clear_all(IgmpPortParm& port) {
     port.auth_group_num = 0;
 }
 
-// Clears the entries of a range. A range of 0 to 0 leaves free entries alone, whose addresses are 0
-// too: the count stays the number of entries in use.
+// The addresses of a free entry are 0 to 0, and so may be those of a range.
+[[nodiscard]] bool is_free(const AuthGroupEntry& entry) {
+    return entry.vlan == 0 && entry.start_groupAdress == 0 && entry.end_groupAdress == 0;
+}
+
+// Clears the entries of a range, whatever their VLAN. Free ones are not counted down: the count
+// stays the number of entries in use.
 void remove(IgmpPortParm& port, const Range& range) {
     for (AuthGroupEntry& entry : port.auth_group) {
-        if (entry.vlan == 0 || entry.start_groupAdress != range.start ||
-            entry.end_groupAdress != range.end) {
-            continue;
-        }
+        if (entry.start_groupAdress != range.start || entry.end_groupAdress != range.end) continue;
+        if (is_free(entry)) continue;
         clear(entry);
         --port.auth_group_num;
     }
@@ -93,12 +90,9 @@ void remove(IgmpPortParm& port, const Range& range) {
 
 // Hands a range to the core. True when the core took it.
 [[nodiscard]] bool add_to_core(std::uint8_t port, const Range& range) {
-    const bool added =
-        igmp_if_add_auth_group_cfg(port, range.start, range.end, range.bandwidth, range.vlan) == 0;
-    if (!added && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_add_auth_group_cfg Fail");
-    }
-    return added;
+    return igmp_checked(igmp_if_add_auth_group_cfg(port, range.start, range.end, range.bandwidth,
+                                                   range.vlan),
+                        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_add_auth_group_cfg Fail") == 0;
 }
 
 void trace_private_group(std::uint32_t group, std::uint16_t vlan) {
@@ -129,14 +123,10 @@ std::int32_t omci_add_auth_igmp_group_vlan_config(std::uint32_t group, std::uint
         say_parameter_invalid();
         return -1;
     }
-    if (const std::int32_t ret = add_to_auth_group_api(group, vid); ret != 0) {
-        if (igmp_says(kErrors)) {
-            std::printf(
-                "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_add_auth_group_cfg(private mode) Fail ret(%d)",
-                ret);
-        }
-        return ret;
-    }
+    const std::int32_t ret = igmp_checked_ret(
+        add_to_auth_group_api(group, vid),
+        "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_add_auth_group_cfg(private mode) Fail ret(%d)");
+    if (ret != 0) return ret;
     if (!store(kPrivatePort, {group, group, 0, vid}) && igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: [omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d exceed max num.\r\n",
@@ -154,13 +144,10 @@ std::int32_t omci_delete_auth_igmp_group_vlan_config(std::uint32_t group, std::u
     trace_private_group(group, vid);
     std::int32_t ret = 0;
     for (int i = 0; i < kCalls; ++i) {
-        ret = auth_group_delete_api(group, vid);
+        ret = igmp_checked_ret(
+            auth_group_delete_api(group, vid),
+            "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_delete_auth_group_cfg(private mode) Fail ret(%d)");
         vid = 0;
-        if (ret != 0 && igmp_says(kErrors)) {
-            std::printf(
-                "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_delete_auth_group_cfg(private mode) Fail ret(%d)",
-                ret);
-        }
     }
     return ret;
 }
@@ -209,9 +196,8 @@ std::int32_t onu_std_omci_add_auth_igmp_group_vlan_config(std::uint32_t port, st
             "[onu_std_omci_add_auth_igmp_group_vlan_config]: group-vlan cfg in port %d exceed max num.\r\n",
             logical);
     }
-    if (igmp_if_grp_range_auth_enable(port_id, 1) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_grp_range_auth_enable Fail");
-    }
+    igmp_checked(igmp_if_grp_range_auth_enable(port_id, 1),
+                 "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_grp_range_auth_enable Fail");
     return 0;
 }
 
@@ -223,12 +209,10 @@ std::int32_t onu_std_omci_delete_auth_igmp_group_vlan_config(std::uint32_t port,
     const Range range = {start, end, bandwidth, static_cast<std::uint16_t>(vlan)};
     const int logical = accept_port(port_id);
     if (logical == kNoPort || !accept_range(range)) return -1;
-    if (const std::int32_t ret =
-            igmp_if_delete_auth_group_cfg(port_id, start, end, bandwidth, range.vlan);
-        ret != 0) {
-        if (igmp_says(kErrors)) std::printf("\r\n[MC_DBG_ERR]: \n ERROR!trax Fail");
-        return ret;
-    }
+    const std::int32_t ret =
+        igmp_checked(igmp_if_delete_auth_group_cfg(port_id, start, end, bandwidth, range.vlan),
+                     "\r\n[MC_DBG_ERR]: \n ERROR!trax Fail");
+    if (ret != 0) return ret;
     if (globle_parm.port[logical].auth_group_num == 0) {
         std::printf(
             "[onu_std_omci_delete_auth_igmp_group_vlan_config]: group-vlan cfg in port %d no item to del.\r\n",
@@ -244,14 +228,10 @@ std::int32_t onu_std_omci_clear_port_all_auth_igmp_group_vlan_config(std::uint32
     const auto port_id = static_cast<std::uint8_t>(port);
     const int logical = accept_port(port_id);
     if (logical == kNoPort) return -1;
-    if (const std::int32_t ret =
-            igmp_if_delete_auth_group_cfg_all(port_id, static_cast<std::uint16_t>(vlan));
-        ret != 0) {
-        if (igmp_says(kErrors)) {
-            std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_delete_auth_group_cfg_all Fail");
-        }
-        return ret;
-    }
+    const std::int32_t ret =
+        igmp_checked(igmp_if_delete_auth_group_cfg_all(port_id, static_cast<std::uint16_t>(vlan)),
+                     "\r\n[MC_DBG_ERR]: \n ERROR!igmp_if_delete_auth_group_cfg_all Fail");
+    if (ret != 0) return ret;
     IgmpPortParm& parm = globle_parm.port[logical];
     if (parm.auth_group_num != 0) clear_all(parm);
     return 0;

@@ -1,13 +1,15 @@
 // The debug, show and test commands. The shape is that of the configuration commands; what the core
 // displays, it prints itself.
+#include "command/debug_commands.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
+#include "command/config_commands.h"
 #include "command/dumps.h"
-#include "command/handlers.h"
-#include "command/record.h"
 #include "common/diagnostics.h"
 #include "igmp/igmp.h"
 #include "mld/mld.h"
@@ -16,37 +18,39 @@
 
 namespace mc {
 
-// ---- Tests and diagnostics of the library ----
+// ---- Tests and diagnostics of the library ------------------------------------------------------
 
-// The built-in report, as if it had come in on the port.
-void inject_test_frame(const CommandRecord& record) {
-    if (igmpL2PktProc(jion_buffer, MC_JION_BUFFER_SIZE, record.u8(8)) != 0 && igmp_says(kErrors)) {
-        std::puts("\r\n[MC_DBG_ERR]: test igmpL2PktProc error\r");
-    }
+// The built-in report, as if it had come in on the port. Forwarding may rewrite a frame, so each
+// time it is a copy that comes in.
+void InjectTestFrame::run(const CommandRecord& record) {
+    std::uint8_t report[MC_JION_BUFFER_SIZE];
+    std::copy_n(jion_buffer, MC_JION_BUFFER_SIZE, report);
+    igmp_checked_line(igmpL2PktProc(report, MC_JION_BUFFER_SIZE, record[port]),
+                      "\r\n[MC_DBG_ERR]: test igmpL2PktProc error\r");
 }
 
-void set_test_uplink(const CommandRecord& record) {
-    static_cast<void>(igmp_adapt_set_test_uplink(static_cast<std::int32_t>(record.be32(8))));
+void SetTestUplink::run(const CommandRecord& record) {
+    static_cast<void>(igmp_adapt_set_test_uplink(record.as_signed(port)));
 }
 
 // Offsets 1 to 6 name one category each, 7 all eight low bits. Enabling a category that is on turns
 // it off, kept on purpose.
-void switch_debug_mask(const CommandRecord& record) {
-    const std::uint32_t offset = record.be32(8);
-    const std::uint32_t enable = record.be32(12);
+void SwitchDebugMask::run(const CommandRecord& record) {
+    const std::uint32_t category = record[offset];
+    const std::uint32_t on = record[enable];
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_PROT_DEBUG offset = %d port_no = %d\r\n", offset,
-                    enable);
+        std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_PROT_DEBUG offset = %d port_no = %d\r\n", category,
+                    on);
     }
-    if (offset < 1 || offset > 7) return;
-    const std::uint32_t bits = offset == 7 ? 0xFF : 1u << (offset - 1);
-    if (enable != 0 && (mc_debug & bits) == 0) {
+    if (category < 1 || category > 7) return;
+    const std::uint32_t bits = category == 7 ? 0xFF : 1u << (category - 1);
+    if (on != 0 && (mc_debug & bits) == 0) {
         mc_debug |= bits;
     } else {
         mc_debug &= ~bits;
     }
     std::printf("[mc_set_debug]: result: 0x%x.\r\n", mc_debug);
-    mld_adapt_set_debug(bits, enable);
+    mld_adapt_set_debug(bits, on);
 }
 
 namespace {
@@ -97,160 +101,150 @@ void set_core_debug(std::uint32_t value, std::uint8_t selector) {
 
 }  // namespace
 
-void debug_from_cli(const CommandRecord& record) {
-    const std::uint32_t value = record.be32(8);
-    const std::uint8_t selector = record.u8(12);
-    const std::uint8_t sub_selector = record.u8(13);
+void DebugFromCli::run(const CommandRecord& record) {
     // Each selector has its own meaning alone; the two together have none.
-    const bool adapt = selector == kSelectAdapt;
-    const bool igmp = sub_selector == kSelectIgmp;
+    const bool adapt = record[selector] == kSelectAdapt;
+    const bool igmp = record[sub_selector] == kSelectIgmp;
     if (adapt == igmp) {
         report_cli_debug_error();
     } else if (adapt) {
-        set_report_level(value, sub_selector);
+        set_report_level(record[value], record[sub_selector]);
     } else {
-        set_core_debug(value, selector);
+        set_core_debug(record[value], record[selector]);
     }
 }
 
-void show_configuration(const CommandRecord& /*record*/) { print_configuration(); }
+void ShowConfiguration::run(const CommandRecord& /*record*/) { print_configuration(); }
 
-// ---- Status export ----
+// ---- Status export -----------------------------------------------------------------------------
 
-void export_port_status(const CommandRecord& record) {
-    if (igmp_hal_sync_if_status(record.u8(8)) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_if_status Fail");
-    }
+void ExportPortStatus::run(const CommandRecord& record) {
+    igmp_checked(igmp_hal_sync_if_status(record[port]),
+                 "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_if_status Fail");
 }
 
-void export_groups(const CommandRecord& /*record*/) {
+void ExportGroups::run(const CommandRecord& /*record*/) {
     constexpr std::uint32_t kAllPorts = 255;
-    if (igmp_hal_sync_grp_infor(kAllPorts) != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_grp_inform Fail");
-    }
+    igmp_checked(igmp_hal_sync_grp_infor(kAllPorts),
+                 "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_grp_inform Fail");
 }
 
-// ---- Displays of the core ----
+// ---- Displays of the core ----------------------------------------------------------------------
 
-void show_all_groups(const CommandRecord& /*record*/) {
+void ShowAllGroups::run(const CommandRecord& /*record*/) {
     static_cast<void>(igmp_display_all_group());
 }
 
-void show_group(const CommandRecord& record) {
-    static_cast<void>(igmp_display_special_group(record.be32(8)));
+void ShowGroup::run(const CommandRecord& record) {
+    static_cast<void>(igmp_display_special_group(record[group]));
 }
 
-void show_standard_vlan(const CommandRecord& record) {
-    const std::uint16_t vlan = record.be16(8);
-    const std::uint32_t port = record.be32(10);
-    const std::uint16_t flag = record.be16(14);
+void ShowStandardVlan::run(const CommandRecord& record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: STD_IGMP_DEBUG_SHOW_VLAN vlan_id = %d port_no = %d flag = %d\r\n",
-            vlan, port, flag);
+            record[vlan], record[port], record[flag]);
     }
-    static_cast<void>(igmp_show_vlan_config(port, vlan, flag));
+    static_cast<void>(igmp_show_vlan_config(record[port], record[vlan], record[flag]));
 }
 
-void show_vlan(const CommandRecord& record) {
-    const std::uint16_t vlan = record.be16(8);
-    const std::uint32_t port = record.be32(10);
-    const std::uint16_t flag = record.be16(14);
+void ShowVlan::run(const CommandRecord& record) {
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: SHOW_VLAN vlan_id = %d port_no = %d flag = %d\r\n", vlan,
-                    port, flag);
+        std::printf("\r\n[MC_DBG_CFG]: SHOW_VLAN vlan_id = %d port_no = %d flag = %d\r\n",
+                    record[vlan], record[port], record[flag]);
     }
-    static_cast<void>(igmp_show_vlan_config(port, vlan, flag));
+    static_cast<void>(igmp_show_vlan_config(record[port], record[vlan], record[flag]));
 }
 
-void show_proxy_groups(const CommandRecord& /*record*/) {
+void ShowProxyGroups::run(const CommandRecord& /*record*/) {
     static_cast<void>(show_igmp_all_proxy_group());
 }
 
-void show_proxy_group(const CommandRecord& record) {
-    static_cast<void>(show_igmp_special_proxy_group(record.be32(8)));
+void ShowProxyGroup::run(const CommandRecord& record) {
+    static_cast<void>(show_igmp_special_proxy_group(record[group]));
 }
 
-void show_vlan_instances(const CommandRecord& /*record*/) {
+void ShowVlanInstances::run(const CommandRecord& /*record*/) {
     static_cast<void>(igmp_show_vlan_instance());
 }
 
-void show_igmpv3_globals(const CommandRecord& /*record*/) {
+void ShowIgmpv3Globals::run(const CommandRecord& /*record*/) {
     static_cast<void>(show_igmpv3_globle());
 }
 
-void show_packet_statistics(const CommandRecord& /*record*/) {
+void ShowPacketStatistics::run(const CommandRecord& /*record*/) {
     static_cast<void>(show_igmp_packet_statistic());
 }
 
-void show_interfaces(const CommandRecord& /*record*/) { static_cast<void>(show_igmp_if_list()); }
+void ShowInterfaces::run(const CommandRecord& /*record*/) {
+    static_cast<void>(show_igmp_if_list());
+}
 
-void show_timers(const CommandRecord& /*record*/) { static_cast<void>(igmp_timer_show_api()); }
+void ShowTimers::run(const CommandRecord& /*record*/) { static_cast<void>(igmp_timer_show_api()); }
 
-void show_authorised_groups(const CommandRecord& /*record*/) {
+void ShowAuthorisedGroups::run(const CommandRecord& /*record*/) {
     static_cast<void>(igmp_auth_group_show_api());
 }
 
-void show_port_configuration(const CommandRecord& record) {
-    if (const std::int32_t ret = igmp_if_show_if_cfg(record.u8(8));
-        ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: test igmp_if_show_if_cfg error(%d)\r\n", ret);
-    }
+void ShowPortConfiguration::run(const CommandRecord& record) {
+    igmp_checked_ret(igmp_if_show_if_cfg(record[port]),
+                     "\r\n[MC_DBG_ERR]: test igmp_if_show_if_cfg error(%d)\r\n");
 }
 
-void show_port_status(const CommandRecord& record) {
-    if (const std::int32_t ret = igmp_if_show_if_status(record.u8(8));
-        ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: test igmp_if_show_if_status error(%d)\r\n", ret);
-    }
+void ShowPortStatus::run(const CommandRecord& record) {
+    igmp_checked_ret(igmp_if_show_if_status(record[port]),
+                     "\r\n[MC_DBG_ERR]: test igmp_if_show_if_status error(%d)\r\n");
 }
 
-void show_port_authorised_group(const CommandRecord& record) {
-    const std::uint8_t port = record.u8(8);
-    const std::uint32_t group = record.be32(9);
+void ShowPortAuthorisedGroup::run(const CommandRecord& record) {
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: portno = %d grp_addr = 0x%x\r\n", port, group);
+        std::printf("\r\n[MC_DBG_CFG]: portno = %d grp_addr = 0x%x\r\n", record[port],
+                    record[group]);
     }
-    if (const std::int32_t ret = igmp_if_show_auth_group_cfg(port, group);
-        ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]: test igmp_if_show_auth_group_cfg error(%d)\r\n", ret);
-    }
+    igmp_checked_ret(igmp_if_show_auth_group_cfg(record[port], record[group]),
+                     "\r\n[MC_DBG_ERR]: test igmp_if_show_auth_group_cfg error(%d)\r\n");
 }
 
-void show_mld(const CommandRecord& /*record*/) {
+void ShowMld::run(const CommandRecord& /*record*/) {
     static_cast<void>(mld_unpack_show_mld_sys(0));
     static_cast<void>(mld_unpack_show_mld_thread(0));
     static_cast<void>(mld_unpack_show_vlan_global(0));
     static_cast<void>(mld_show_if_list());
 }
 
-void show_memory(const CommandRecord& /*record*/) { static_cast<void>(pal_mem_show()); }
+void ShowMemory::run(const CommandRecord& /*record*/) { static_cast<void>(pal_mem_show()); }
 
-void reset_memory_statistics(const CommandRecord& /*record*/) {
+void ResetMemoryStatistics::run(const CommandRecord& /*record*/) {
     static_cast<void>(pal_mem_reset());
 }
 
-void show_memory_type(const CommandRecord& record) {
-    const std::uint32_t type = record.be32(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: SHOW_MEMORY_TYPE  %d \r\n", type);
-    if (const std::int32_t ret = pal_mtype_show(type); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  pal_mtype_show is error ret = %d\r\n", ret);
-    }
-}
-
-void set_memory_type_range(const CommandRecord& record) {
-    const std::uint32_t first = record.be32(8);
-    const std::uint32_t second = record.be32(12);
+void ShowMemoryType::run(const CommandRecord& record) {
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: SET_MEMORY_TYPE_RANGE %d %d\r\n", first, second);
+        std::printf("\r\n[MC_DBG_CFG]: SHOW_MEMORY_TYPE  %d \r\n", record[type]);
     }
-    static_cast<void>(pal_mrecord_range_set(first, second));
+    igmp_checked_ret(pal_mtype_show(record[type]),
+                     "\r\n[MC_DBG_ERR]:  pal_mtype_show is error ret = %d\r\n");
 }
 
-// ---- Debug switches and tests of the core ----
+void SetMemoryTypeRange::run(const CommandRecord& record) {
+    if (igmp_says(kConfig)) {
+        std::printf("\r\n[MC_DBG_CFG]: SET_MEMORY_TYPE_RANGE %d %d\r\n", record[first],
+                    record[last]);
+    }
+    static_cast<void>(pal_mrecord_range_set(record[first], record[last]));
+}
 
-void set_warnings(const CommandRecord& record) {
-    static_cast<void>(igmp_warn_printf_set(record.u8(8)));
+// ---- Debug switches and tests of the core ------------------------------------------------------
+
+namespace {
+
+// The core's trace of packets: no port, and no port of the MLD side either.
+constexpr std::uint16_t kTraceNoPort = 65534;
+
+}  // namespace
+
+void SetWarnings::run(const CommandRecord& record) {
+    static_cast<void>(igmp_warn_printf_set(record[enable]));
 }
 
 namespace {
@@ -265,99 +259,91 @@ void trace_test(std::uint32_t port, std::uint16_t vlan) {
 
 }  // namespace
 
-void test_report(const CommandRecord& record) {
-    trace_test(record.be32(8), record.be16(12));
+void TestReport::run(const CommandRecord& record) {
+    trace_test(record[port], record[vlan]);
     static_cast<void>(
-        test_igmp_report_v2_l3(static_cast<std::uint16_t>(record.be32(8)), record.be16(12)));
+        test_igmp_report_v2_l3(static_cast<std::uint16_t>(record[port]), record[vlan]));
 }
 
-void test_leave(const CommandRecord& record) {
-    trace_test(record.be32(8), record.be16(12));
+void TestLeave::run(const CommandRecord& record) {
+    trace_test(record[port], record[vlan]);
     static_cast<void>(
-        test_igmp_leave_v2_l3(static_cast<std::uint16_t>(record.be32(8)), record.be16(12)));
+        test_igmp_leave_v2_l3(static_cast<std::uint16_t>(record[port]), record[vlan]));
 }
 
-void set_vlan_debug(const CommandRecord& record) {
-    const std::uint16_t vlan = record.be16(8);
-    const std::uint8_t selector = record.u8(10);
+void SetVlanDebug::run(const CommandRecord& record) {
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP_VLAN %d,%d \r\n", vlan, selector);
+        std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP_VLAN %d,%d \r\n", record[vlan], record[selector]);
     }
-    static_cast<void>(igmp_dbg_set(vlan, selector));
+    static_cast<void>(igmp_dbg_set(record[vlan], record[selector]));
 }
 
-void unset_vlan_debug(const CommandRecord& record) {
-    const std::uint16_t vlan = record.be16(8);
-    const std::uint8_t selector = record.u8(10);
+void UnsetVlanDebug::run(const CommandRecord& record) {
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: NO_DEBUG_IGMP_VLAN %d, %d \r\n", vlan, selector);
+        std::printf("\r\n[MC_DBG_CFG]: NO_DEBUG_IGMP_VLAN %d, %d \r\n", record[vlan],
+                    record[selector]);
     }
-    static_cast<void>(igmp_dbg_unset(vlan, selector));
+    static_cast<void>(igmp_dbg_unset(record[vlan], record[selector]));
 }
 
-void set_debug_level(const CommandRecord& record) {
-    const std::uint32_t level = record.be32(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP_LEVEL  %d \r\n", level);
-    if (const std::int32_t ret = igmp_set_debug_level(level, 1); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  DEBUG_IGMP_LEVEL is error ret = %d\r\n", ret);
+void SetDebugLevel::run(const CommandRecord& record) {
+    if (igmp_says(kConfig)) {
+        std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP_LEVEL  %d \r\n", record[level]);
     }
+    igmp_checked_ret(igmp_set_debug_level(record[level], 1),
+                     "\r\n[MC_DBG_ERR]:  DEBUG_IGMP_LEVEL is error ret = %d\r\n");
 }
 
-void unset_debug_level(const CommandRecord& record) {
-    const std::uint32_t level = record.be32(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: NO_DEBUG_IGMP_LEVEL  %d \r\n", level);
-    if (const std::int32_t ret = igmp_set_debug_level(level, 0); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  NO_DEBUG_IGMP_LEVEL is error ret = %d\r\n", ret);
+void UnsetDebugLevel::run(const CommandRecord& record) {
+    if (igmp_says(kConfig)) {
+        std::printf("\r\n[MC_DBG_CFG]: NO_DEBUG_IGMP_LEVEL  %d \r\n", record[level]);
     }
+    igmp_checked_ret(igmp_set_debug_level(record[level], 0),
+                     "\r\n[MC_DBG_ERR]:  NO_DEBUG_IGMP_LEVEL is error ret = %d\r\n");
 }
 
-void set_packet_debug(const CommandRecord& record) {
-    const std::uint32_t which = record.be32(8);
-    const std::uint16_t port = record.be16(12);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP  %d  %d\r\n", which, port);
-    if (const std::int32_t ret = igmp_set_debug_pkt_port(port); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  igmp_set_debug_pkt_port is error ret = %d\r\n", ret);
+void SetPacketDebug::run(const CommandRecord& record) {
+    if (igmp_says(kConfig)) {
+        std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP  %d  %d\r\n", record[which], record[port]);
     }
-    if (const std::int32_t ret = igmp_set_debug_switch(which, 1); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  igmp_set_debug_switch is error ret = %d\r\n", ret);
-    }
+    igmp_checked_ret(igmp_set_debug_pkt_port(record[port]),
+                     "\r\n[MC_DBG_ERR]:  igmp_set_debug_pkt_port is error ret = %d\r\n");
+    igmp_checked_ret(igmp_set_debug_switch(record[which], 1),
+                     "\r\n[MC_DBG_ERR]:  igmp_set_debug_switch is error ret = %d\r\n");
 }
 
-void set_other_debug(const CommandRecord& record) {
-    const std::uint32_t which = record.be32(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: OTHER_DEBUG_IGMP %d \r\n", which);
-    if (const std::int32_t ret = igmp_set_debug_switch(which, 1); ret != 0 && igmp_says(kErrors)) {
-        std::printf("\r\n[MC_DBG_ERR]:  OTHER_DEBUG_IGMP is error ret = %d\r\n", ret);
+void SetOtherDebug::run(const CommandRecord& record) {
+    if (igmp_says(kConfig)) {
+        std::printf("\r\n[MC_DBG_CFG]: OTHER_DEBUG_IGMP %d \r\n", record[which]);
     }
+    igmp_checked_ret(igmp_set_debug_switch(record[which], 1),
+                     "\r\n[MC_DBG_ERR]:  OTHER_DEBUG_IGMP is error ret = %d\r\n");
 }
 
-void unset_debug(const CommandRecord& record) {
-    constexpr std::uint16_t kNoPort = 65534;
+void UnsetDebug::run(const CommandRecord& record) {
     constexpr std::uint32_t kEverything = 65535;
-    const std::uint32_t which = record.be32(8);
-    if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: NO_ALL_DEBUG_IGMP %d \r\n", which);
-    static_cast<void>(igmp_set_debug_switch(which, 0));
-    static_cast<void>(igmp_set_debug_pkt_port(kNoPort));
-    if (which == kEverything) static_cast<void>(igmp_no_debug_all());
+    if (igmp_says(kConfig)) {
+        std::printf("\r\n[MC_DBG_CFG]: NO_ALL_DEBUG_IGMP %d \r\n", record[which]);
+    }
+    static_cast<void>(igmp_set_debug_switch(record[which], 0));
+    static_cast<void>(igmp_set_debug_pkt_port(kTraceNoPort));
+    if (record[which] == kEverything) static_cast<void>(igmp_no_debug_all());
 }
 
-void set_mld_port_debug(const CommandRecord& record) {
+void SetMldPortDebug::run(const CommandRecord& record) {
     constexpr std::uint32_t kAllPorts = 255;
-    constexpr std::uint32_t kNoPort = 65534;
-    const std::uint32_t value = record.be32(8);
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: SET_MLD_PROT_DEBUG offset = %d.\r\n", value);
+        std::printf("\r\n[MC_DBG_CFG]: SET_MLD_PROT_DEBUG offset = %d.\r\n", record[value]);
     }
-    static_cast<void>(mld_set_mld_debug_port(value == 1 ? kAllPorts : kNoPort));
+    static_cast<void>(mld_set_mld_debug_port(record[value] == 1 ? kAllPorts : kTraceNoPort));
 }
 
-void set_mld_debug(const CommandRecord& record) {
-    const std::uint32_t value = record.be32(8);
-    const std::uint32_t port = record.be32(12);
+void SetMldDebug::run(const CommandRecord& record) {
     if (igmp_says(kConfig)) {
-        std::printf("\r\n[MC_DBG_CFG]: SET_MLD_DEBUG offset = %d port_no = %d\r\n", value, port);
+        std::printf("\r\n[MC_DBG_CFG]: SET_MLD_DEBUG offset = %d port_no = %d\r\n", record[value],
+                    record[port]);
     }
-    static_cast<void>(mld_set_mld_debug(value == 1 ? 255u : 0u, port));
+    static_cast<void>(mld_set_mld_debug(record[value] == 1 ? 255u : 0u, record[port]));
 }
 
 }  // namespace mc
