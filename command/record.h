@@ -43,6 +43,10 @@ struct FieldPlace {
     std::uint32_t offset;
     std::uint32_t width;  // bytes
     const char* name;
+
+    template <class Value>
+    constexpr FieldPlace(RecordField<Value> field)
+        : offset(field.offset), width(sizeof(Value)), name(field.name) {}
 };
 
 void fields_overlap_or_leave_the_record();  // defined nowhere: named by the compiler's complaint
@@ -51,8 +55,7 @@ void fields_overlap_or_leave_the_record();  // defined nowhere: named by the com
 // outside the payload, does not compile.
 template <class... Values>
 consteval std::array<FieldPlace, sizeof...(Values)> record_of(RecordField<Values>... fields) {
-    const std::array<FieldPlace, sizeof...(Values)> places{
-        FieldPlace{fields.offset, sizeof(Values), fields.name}...};
+    const std::array<FieldPlace, sizeof...(Values)> places{FieldPlace(fields)...};
     std::uint32_t end = kRecordHeader;
     for (const FieldPlace& place : places) {
         if (place.offset < end) fields_overlap_or_leave_the_record();

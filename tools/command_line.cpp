@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "command/command.h"
+#include "command/record.h"
 #include "tools/command_table.h"
 #include "tools/documents.h"
 #include "tools/values.h"
@@ -17,8 +19,6 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr std::uint32_t kRecordSize = 132;
-constexpr std::uint32_t kHeader = 8;
 constexpr std::uint32_t kLargestCode = 0x7FFFFFFF;  // what a message's type holds everywhere
 
 bool begins_with(const Command& command, const Words& words) {
@@ -161,9 +161,9 @@ Record encode_fields(const Command& command, const Words& words) {
     Parser parser(command);
     parser.parse(words, command.path.size());
     const Values values(command, parser);
-    Record record = empty_record(command.code, command.record_size());
+    Record record = empty_record(command.record.code, command.record_size());
     for (const Field& field : command.fields) {
-        store(record.bytes, field.offset, field.width, values.of(field) + field.added);
+        store(record.bytes, field.at.offset, field.at.width, values.of(field) + field.added);
     }
     return record;
 }
@@ -184,12 +184,13 @@ Record encode_raw(const Words& words) {
         throw UsageError(std::string("raw: '") + *wrong + "' is not a hexadecimal digit");
     }
     if (digits.size() % 2 != 0) throw UsageError("raw: half a byte is left over");
-    if (digits.size() / 2 > kRecordSize - kHeader) {
+    if (digits.size() / 2 > MC_RECORD_SIZE - mc::kRecordHeader) {
         throw UsageError("raw: " + std::to_string(digits.size() / 2) + " bytes do not fit, 124 do");
     }
-    Record record = empty_record(code, kHeader + static_cast<std::uint32_t>(digits.size() / 2));
+    Record record =
+        empty_record(code, mc::kRecordHeader + static_cast<std::uint32_t>(digits.size() / 2));
     for (std::size_t i = 0; i < digits.size() / 2; ++i) {
-        record.bytes[kHeader + i] =
+        record.bytes[mc::kRecordHeader + i] =
             static_cast<std::uint8_t>(std::stoul(digits.substr(2 * i, 2), nullptr, 16));
     }
     return record;

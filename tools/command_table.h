@@ -1,6 +1,7 @@
 /*
- * What is known about the commands: a table of names, codes and fields. The parser, the help, the
- * reference, the completion and the tests all read it; nothing else names a command.
+ * What is known about the commands: their words, and what their values mean to people. The parser,
+ * the help, the reference, the completion and the tests all read it. Codes and places of fields are
+ * the library's own (command/config_commands.h and command/debug_commands.h).
  */
 #pragma once
 
@@ -9,6 +10,8 @@
 #include <span>
 #include <string_view>
 #include <vector>
+
+#include "command/record.h"
 
 namespace commands {
 
@@ -35,8 +38,7 @@ struct Choice {
  */
 struct Field {
     std::string_view name;  // "--port" for an option, "VLAN" for a word at its place
-    std::uint32_t offset;   // from the start of the record
-    std::uint32_t width;    // 1, 2 or 4 bytes
+    mc::FieldPlace at;      // in the record
     Kind kind;
     std::uint32_t least;
     std::uint32_t most;
@@ -57,16 +59,21 @@ struct Order {
     std::string_view high;
 };
 
+// What the library reads for a command: its code, and all fields of the record in their order.
+struct RecordLayout {
+    std::uint32_t code;
+    std::span<const mc::FieldPlace> fields;
+};
+
 struct Command {
     std::vector<std::string_view> path;
-    std::uint32_t code;
+    RecordLayout record;
     std::string_view help;
     std::string_view example;  // what stands behind the path
     std::vector<Field> fields = {};
     std::vector<Order> ordered = {};
-    std::uint32_t size = 0;  // of the record, where it is longer than its last field
 
-    // How long the record is: up to its last field.
+    // How long the record is: up to its last field, whether the words give it or not.
     [[nodiscard]] std::uint32_t record_size() const;
 };
 

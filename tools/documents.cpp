@@ -37,8 +37,9 @@ constexpr std::string_view kReferenceHead =
     "# Commands\n"
     "\n"
     "`mcctl` posts these commands on System V message queue 81, where one task takes them in\n"
-    "turn. This file is the output of `mcctl --reference`: change `tools/command_table.cpp`, then\n"
-    "write it again.\n"
+    "turn. This file is the output of `mcctl --reference`: codes and fields of the records come from\n"
+    "`command/config_commands.h` and `command/debug_commands.h`, what the values mean from\n"
+    "`tools/command_table.cpp`; change those, then write it again.\n"
     "\n"
     "A record begins with the command's code and its length, 4 bytes each, and goes on with the\n"
     "fields of the tables below: offsets count from the start of the record, every field is\n"
@@ -81,20 +82,29 @@ std::string list_of(const Words& prefix) {
 
 std::string code_block(const std::string& text) { return "```\n" + text + "```\n"; }
 
+// What the words say about a field of the record; null when they leave it at 0.
+const Field* argument_at(const Command& command, const mc::FieldPlace& place) {
+    const auto found = std::ranges::find(command.fields, place.offset,
+                                         [](const Field& field) { return field.at.offset; });
+    return found == command.fields.end() ? nullptr : &*found;
+}
+
+std::string argument_cells(const Field* field) {
+    if (field == nullptr) return " | | | sent as 0 |\n";
+    const std::string otherwise = describe_default(*field);
+    return "`" + std::string(field->name) + "` | " + describe_values(*field) + " | " +
+           (otherwise.empty() ? "required" : otherwise) + " | " + std::string(field->help) +
+           (field->added != 0 ? ", sent plus " + std::to_string(field->added) : "") + " |\n";
+}
+
 std::string field_table(const Command& command) {
-    if (command.fields.empty()) return {};
+    if (command.record.fields.empty()) return {};
     std::string text =
-        "\n| Argument | Values | Default | Offset | Bytes | Meaning |\n"
-        "|---|---|---|---|---|---|\n";
-    std::vector<Field> sorted = command.fields;
-    std::ranges::sort(sorted, {}, &Field::offset);
-    for (const Field& field : sorted) {
-        const std::string otherwise = describe_default(field);
-        text += "| `" + std::string(field.name) + "` | " + describe_values(field) + " | " +
-                (otherwise.empty() ? "required" : otherwise) + " | " +
-                std::to_string(field.offset) + " | " + std::to_string(field.width) + " | " +
-                std::string(field.help) +
-                (field.added != 0 ? ", sent plus " + std::to_string(field.added) : "") + " |\n";
+        "\n| Offset | Bytes | Field | Argument | Values | Default | Meaning |\n"
+        "|---|---|---|---|---|---|---|\n";
+    for (const mc::FieldPlace& place : command.record.fields) {
+        text += "| " + std::to_string(place.offset) + " | " + std::to_string(place.width) + " | " +
+                place.name + " | " + argument_cells(argument_at(command, place));
     }
     return text;
 }
@@ -107,8 +117,9 @@ std::string example_of(const Command& command) {
 
 std::string section(const Command& command) {
     return "\n## " + path_text(command) + "\n\n" + std::string(command.help) + " Code " +
-           std::to_string(command.code) + ", record of " + std::to_string(command.record_size()) +
-           " bytes.\n\n" + code_block(usage(command) + "\n") + field_table(command) + "\n" +
+           std::to_string(command.record.code) + ", record of " +
+           std::to_string(command.record_size()) + " bytes.\n\n" +
+           code_block(usage(command) + "\n") + field_table(command) + "\n" +
            code_block(example_of(command));
 }
 
