@@ -38,7 +38,7 @@ MC_EXPORT void igmp_get_cpu_mac(void);
 
 /* Fills globle_parm with its defaults and pushes them to the core. Also resets defaultVlan. */
 MC_EXPORT void initIgmpGlobleParmeter(void);
-/* Stores the group membership (ageing) interval. The core hears of it with the next parameter set.
+/* Stores the group membership (ageing) interval. The core hears of it when parameters are next set.
  */
 MC_EXPORT void setIgmpAgeEnable(uint32_t value);
 

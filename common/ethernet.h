@@ -15,17 +15,16 @@ constexpr std::uint16_t kEtherTypeIpv4 = 0x0800;
 constexpr std::uint16_t kEtherTypeIpv6 = 0x86DD;
 constexpr std::uint16_t kEtherTypePppoe = 0x8864;  // RFC 2516 session stage
 
+// Of a TCI.
 constexpr std::uint16_t kVidMask = 0x0FFF;
-constexpr std::uint16_t kNoDeiMask =
-    0xEFFF;  // a TCI that forwarding writes never carries the DEI bit
+constexpr std::uint16_t kNoDeiMask = 0xEFFF;  // what forwarding writes never carries the DEI bit
 
 constexpr std::uint32_t kMacLength = 6;
-constexpr std::uint32_t kMacsLength = 12;      // destination and source
-constexpr std::uint32_t kTagLength = 4;        // TPID and TCI
-constexpr std::uint32_t kEthernetHeader = 14;  // MACs and ethertype
-constexpr std::uint32_t kLongestFrame = 2000;  // longest frame that reception lets through
-constexpr std::uint32_t kTransmitFrame =
-    1518;  // buffer of a frame built around a packet of the core
+constexpr std::uint32_t kMacsLength = 12;       // destination and source
+constexpr std::uint32_t kTagLength = 4;         // TPID and TCI
+constexpr std::uint32_t kEthernetHeader = 14;   // MACs and ethertype
+constexpr std::uint32_t kLongestFrame = 2000;   // longest frame that reception lets through
+constexpr std::uint32_t kTransmitFrame = 1518;  // longest frame built around a packet of the core
 
 // What a received frame is framed in. A minimum length belongs to each kind; the packet of a frame
 // that is too short must not be looked at.

@@ -40,10 +40,12 @@ MC_EXPORT int32_t igmpL2PktProc(uint8_t* frame, uint32_t len, uint32_t port);
  */
 MC_EXPORT int32_t MuticastReceive(uint8_t* frame, uint32_t len, uint32_t port, uint32_t kind);
 
-/* ---- Forwarding by mode: frame of len bytes, 14 to 2000, received on port with VID vid (0 =
- * untagged). A frame of any other length is dropped. ---------------------------------------------
- */
+/* ---- Forwarding by mode ---------------------------------------------------------------------- */
 
+/*
+ * frame: len bytes, 14 to 2000, received on port with VID vid (0: untagged). A frame of any other
+ * length is dropped.
+ */
 MC_EXPORT void igmp_adapt_snoop_handle(uint8_t* frame, uint32_t port, uint32_t len, uint32_t vid);
 MC_EXPORT void igmp_adapt_control_handle(uint8_t* frame, uint32_t port, uint32_t len, uint32_t vid);
 
@@ -56,8 +58,10 @@ MC_EXPORT McResultVlans* searchDownSnoopPortCfgVlan(uint32_t vid, uint16_t count
 
 /* ---- Status export, see adapt/status_segment.h for the segment's layout --------------------- */
 
-/* Copies the core's status of a port (8 bits, a port number) into the segment. 0, or -1: the port
- * is unknown, the core delivered nothing, or there is no segment. */
+/*
+ * Copies the core's status of a port (8 bits, a port number) into the segment. 0, or -1: the port
+ * is unknown, the core delivered nothing, or there is no segment.
+ */
 MC_EXPORT int32_t igmp_hal_sync_if_status(uint32_t port);
 /* The same for the core's groups on a port; 255 stands for all ports. */
 MC_EXPORT int32_t igmp_hal_sync_grp_infor(uint32_t port);

@@ -10,6 +10,7 @@
 
 #include "adapt/records.h"
 #include "adapt/tables.h"
+#include "common/protocols.h"
 #include "igmp/igmp.h"
 #include "igmp/side.h"
 #include "mld/mld.h"
@@ -23,7 +24,6 @@ namespace {
 constinit std::uint32_t frames_received = 0;
 
 constexpr std::uint32_t kProtocolOffset = 9;
-constexpr std::uint8_t kProtocolIgmp = 2;
 
 constexpr std::uint32_t kReadBuffer = 2048;
 constexpr unsigned kIdlePause = 1;  // seconds

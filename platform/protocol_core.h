@@ -93,8 +93,7 @@ typedef void (*IgmpSendPacket)(uint16_t port, uint8_t* ip_packet, IgmpVlanTag* t
                                uint16_t ip_len);
 /* Programs the switch, or takes an entry back. The core keeps the record. Returns 0 when done. */
 typedef int32_t (*IgmpTableChange)(IgmpGroupEntry* group);
-/* The MLD counterparts. The tag is not read: MLD packets leave with the tag of the last MLD frame.
- */
+/* The MLD counterparts. The tag is not read: packets leave with the tag of the last MLD frame. */
 typedef void (*MldSendPacket)(uint8_t* packet, uint16_t port, void* tag, uint16_t len);
 typedef int32_t (*MldTableChange)(MldGroupEntry* group);
 

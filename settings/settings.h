@@ -65,18 +65,18 @@ MC_EXPORT int32_t omci_set_port_igmp_leave_mode(uint32_t port, uint32_t mode);
 /* Ports below 7, so never the uplink. limit: 16 bits; 0 means no limit and is kept as 1024. */
 MC_EXPORT int32_t omci_set_port_igmpgroup_limit(uint32_t port, uint32_t limit);
 MC_EXPORT int32_t onu_std_omci_set_port_igmpgroup_limit(uint32_t port, uint32_t limit);
-/* enable 8 bits, extra 16 bits, both only passed on. 0 for a good port, even when the core fails.
- */
+/* enable 8 bits, extra 16 bits, only passed on. 0 for a good port, even when the core fails. */
 MC_EXPORT int32_t onu_std_max_multi_bandwidth_limit(uint32_t port, uint32_t enable,
                                                     uint32_t bandwidth, uint32_t extra);
 /* Tags of IGMP on the uplink. A word holds a tag's first field below and its second one above. */
 MC_EXPORT int32_t omci_set_port_up_igmp_vlan(uint32_t port, uint32_t outer, uint32_t inner);
-/* Signalling VLANs, 16 bits each, of a logical port, 0 to 6; a larger one stores nothing. vlan 0
- * means none. Returns 0. */
+/*
+ * Signalling VLANs, 16 bits each, of a logical port, 0 to 6; a larger one stores nothing. vlan 0
+ * means none. Returns 0.
+ */
 MC_EXPORT int32_t igmp_adapt_set_sig_vlan(uint32_t logical_port, uint32_t vlan, uint32_t a,
                                           uint32_t b);
-/* Resets one setting of a port below 7: type (8 bits) 0 leave mode, 1 uplink tags, 2 group limit.
- */
+/* Resets a setting of a port below 7: type (8 bits) 0 leave mode, 1 uplink tags, 2 group limit. */
 MC_EXPORT int32_t omci_clear_igmp_parmeter(uint32_t port, uint32_t type);
 /* Declares all ports to the core. 0, or -1 at the first port that it refuses. */
 MC_EXPORT int32_t igmp_adapt_port_conf_set(void);

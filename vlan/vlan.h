@@ -34,8 +34,7 @@ typedef PortVlanCfgEntry McRuleBlock[MC_RULES];
 MC_EXPORT McRuleBlock* sortPortVlanCfg(McRuleBlock* table, uint32_t port);
 /* The same for a list of MC_TEMPLATE_VLANS VLANs. */
 MC_EXPORT uint16_t* sortMcVlan(uint16_t* list);
-/* 0 when a rule in use has this data VLAN (of which the low 12 bits are compared), 1 when none has.
- */
+/* 0 when a rule in use has this data VLAN (its low 12 bits are compared), 1 when none has. */
 MC_EXPORT int32_t IsSameVlanExist(uint32_t vlan);
 
 /* ---- IGMP side ------------------------------------------------------------------------------ */
@@ -62,8 +61,7 @@ MC_EXPORT int32_t igmp_port_vlan_and_mode_set(int32_t port, int32_t mode, int32_
  * igmp_vlan_del's status.
  */
 MC_EXPORT int32_t onu_std_omci_delete_multicast_vlan(PortVlanCfgEntry* rule);
-/* Builds a rule as igmp_port_vlan_and_mode_set does and deletes it on both sides; the MLD result.
- */
+/* Builds a rule as igmp_port_vlan_and_mode_set does, deletes it on both sides; the MLD result. */
 MC_EXPORT int32_t igmp_service_remove_port_config(int32_t port, int32_t mode, int32_t vlan,
                                                   int32_t vlan2);
 /*
