@@ -47,20 +47,12 @@ void init_mld_side() {
 }
 
 [[nodiscard]] std::int32_t open_driver() {
-    if (const std::int32_t ret = L2_multicast_init(); ret != 0) {
-        if (igmp_says(kErrors)) {
-            std::puts("\r\n[MC_DBG_ERR]: \n ERROR! L2_multicast_init Fail !");
-        }
-        return ret;
-    }
     constexpr std::uint32_t kFilterMethod = 2;
-    if (const std::int32_t ret = L2_multicast_set_filter_method(kFilterMethod); ret != 0) {
-        if (igmp_says(kErrors)) {
-            std::puts("\r\n[MC_DBG_ERR]: \n ERROR! L2_multicast_set_filter_method Fail !");
-        }
-        return ret;
-    }
-    return 0;
+    const std::int32_t ret = igmp_checked_line(
+        L2_multicast_init(), "\r\n[MC_DBG_ERR]: \n ERROR! L2_multicast_init Fail !");
+    if (ret != 0) return ret;
+    return igmp_checked_line(L2_multicast_set_filter_method(kFilterMethod),
+                             "\r\n[MC_DBG_ERR]: \n ERROR! L2_multicast_set_filter_method Fail !");
 }
 
 }  // namespace
