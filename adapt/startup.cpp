@@ -20,7 +20,6 @@ using mc::igmp_checked;
 using mc::igmp_checked_line;
 using mc::igmp_checked_ret;
 using mc::igmp_says;
-using mc::kErrors;
 using mc::kFlow;
 
 struct Task {
@@ -105,17 +104,12 @@ std::int32_t igmp_adapt_init() {
 }
 
 std::int32_t igmp_adapt_task_init() {
-    if (start(kReceiveTask) != 0) {
-        if (igmp_says(kErrors)) {
-            std::puts("\r\n[MC_DBG_ERR]: \n ERROR! pal_task_create MC_TASK_PKT_RECV_NAME Fail !");
-        }
-        return -1;
-    }
-    if (start(kCommandTask) != 0) {
-        if (igmp_says(kErrors)) {
-            std::puts("\r\n[MC_DBG_ERR]: \n ERROR! pal_task_create MC_TASK_CMD_RECV_NAME Fail !");
-        }
-        return -1;
-    }
-    return 0;
+    std::int32_t status = igmp_checked_line(
+        start(kReceiveTask),
+        "\r\n[MC_DBG_ERR]: \n ERROR! pal_task_create MC_TASK_PKT_RECV_NAME Fail !");
+    if (status != 0) return -1;
+    status = igmp_checked_line(
+        start(kCommandTask),
+        "\r\n[MC_DBG_ERR]: \n ERROR! pal_task_create MC_TASK_CMD_RECV_NAME Fail !");
+    return status == 0 ? 0 : -1;
 }

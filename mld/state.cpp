@@ -15,7 +15,6 @@ constinit MldInitParams mldInitParams{};
 
 namespace {
 
-using mc::kErrors;
 using mc::kFlow;
 using mc::mld_checked_line;
 using mc::mld_says;
@@ -56,12 +55,10 @@ std::int32_t mld_adapt_port_conf_set() {
     if (mld_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: mld_adapt_port_conf_set is in\r");
     for (const PortStateEntry& port : mldInitParams.port) {
         if (port.port_type == 0) continue;  // an empty entry
-        if (mld_port_conf_set(port.port_id, port.port_type) != 0) {
-            if (mld_says(kErrors)) {
-                std::puts("\r\n[MC_DBG_ERR]: \n ERROR!mld_adapt_port_conf_set Fail");
-            }
-            return -1;
-        }
+        const std::int32_t status =
+            mld_checked_line(mld_port_conf_set(port.port_id, port.port_type),
+                             "\r\n[MC_DBG_ERR]: \n ERROR!mld_adapt_port_conf_set Fail");
+        if (status != 0) return -1;
     }
     return 0;
 }

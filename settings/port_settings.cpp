@@ -194,12 +194,9 @@ std::int32_t igmp_adapt_port_conf_set() {
     for (const PortStateEntry& port : portState) {
         std::uint32_t port_id = port.port_id;
         if (port.port_type == MC_PORT_UPLINK) port_id = MC_CORE_UPLINK;
-        if (igmp_port_add_all_vlan(port_id) != 0) {
-            if (igmp_says(kErrors)) {
-                std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_port_conf_set Fail");
-            }
-            return -1;
-        }
+        const std::int32_t status = igmp_checked(
+            igmp_port_add_all_vlan(port_id), "\r\n[MC_DBG_ERR]: \n ERROR!igmp_port_conf_set Fail");
+        if (status != 0) return -1;
     }
     return 0;
 }
