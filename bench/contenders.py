@@ -171,14 +171,12 @@ class BareLoop(Contender):
 
 class Node(Contender):
     name = "node"
-    options = []
 
     def begin(self):
         ports = [word for number, port in enumerate(USER_PORTS)
                  for word in ("--port", "%d=%s" % (number, port))]
         self.start_process([self.programs["mc_node"], "live", "--bridge", BRIDGE,
-                            "--uplink", UPLINK] + ports + ["--json"] + self.options,
-                           "stderr", "mc_node: live on")
+                            "--uplink", UPLINK] + ports + ["--json"], "stderr", "mc_node: live on")
         for number in range(len(USER_PORTS)):
             self.switch.must([self.programs["mcctl"], "fast-leave", "--port", number, "on"])
 
@@ -192,10 +190,4 @@ class Node(Contender):
                                   % (type(problem).__name__, problem))
 
 
-class ColdNode(Node):
-    """The node when nothing has come for a while."""
-    name = "cold"
-    options = ["--keep-warm", "0"]
-
-
-ALL = [Kernel, BareLoop, Node, ColdNode]
+ALL = [Kernel, BareLoop, Node]

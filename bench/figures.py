@@ -36,20 +36,19 @@ def load_figures(load):
             "cpu_per_report": None if load.cpu is None else load.cpu / load.sent}
 
 
-def ratio(figures, name, other, share, wait=0.0):
-    """One contender to another, of times that hold a wait which is nobody's."""
-    one, against = (figures[who]["all"]["join"][share] for who in (name, other))
-    return (one - wait) / (against - wait) if one and against and against > wait else None
+def ratio(figures, other, share, wait=0.0):
+    """Node to another, of times that hold a wait which is nobody's."""
+    node, against = (figures[name]["all"]["join"][share] for name in ("node", other))
+    return (node - wait) / (against - wait) if node and against and against > wait else None
 
 
 def all_ratios(raw, period):
     ratios = {}
-    for name in ("node", "cold"):
-        for other in ("kernel", "bare"):
-            if name in raw and other in raw:
-                shares = ratios["%s/%s" % (name, other)] = {
-                    share: ratio(raw, name, other, share) for share in ("p50", "p95")}
-                shares["p50_without_wait"] = ratio(raw, name, other, "p50", period / 2)
+    for other in ("kernel", "bare"):
+        if "node" in raw and other in raw:
+            shares = ratios["node/" + other] = {
+                share: ratio(raw, other, share) for share in ("p50", "p95")}
+            shares["p50_without_wait"] = ratio(raw, other, "p50", period / 2)
     return ratios
 
 
@@ -57,7 +56,7 @@ def all_goals(raw):
     goals = []
     for other, share, limit in GOALS:
         if "node" in raw and other in raw:
-            value = ratio(raw, "node", other, share)
+            value = ratio(raw, other, share)
             goals.append({"goal": "node %s <= %.1f x %s %s" % (share, limit, other, share),
                           "ratio": value, "met": value is not None and value <= limit})
     return goals

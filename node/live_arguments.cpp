@@ -2,8 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
-#include <cmath>
 #include <utility>
 
 #include "node/argument_values.h"
@@ -14,7 +12,6 @@ namespace node {
 namespace {
 
 constexpr std::size_t kLongestName = 15;  // of an interface
-constexpr double kLongestWarm = 86400;    // seconds
 
 constexpr const char* kFooter =
     "The interfaces are ports of the bridge. IGMP and MLD reach the node in place of the bridge; it\n"
@@ -62,11 +59,6 @@ live::Arguments meaning_of(const LiveWords& words) {
     std::ranges::sort(arguments.ports, {}, &live::PortInterface::port);
     arguments.onu_id = parse_onu_id(words.onu_id);
     arguments.debug = parse_debug_mask(words.debug);
-    // Asked this way round, so that "not a number" is refused too.
-    if (!(words.keep_warm_s >= 0 && words.keep_warm_s <= kLongestWarm)) {
-        throw UsageError("--keep-warm: a number of seconds from 0 to 86400 is needed");
-    }
-    arguments.keep_warm = std::chrono::milliseconds(std::llround(words.keep_warm_s * 1000));
     arguments.json = words.json;
     return arguments;
 }
@@ -88,11 +80,6 @@ CLI::App* declare_live(CLI::App& app, LiveWords& words) {
                      "Diagnostics of the library: flow, errors, tx, rx, config, all, separated by "
                      "commas, or a mask such as 0x25")
         ->type_name("MASK")
-        ->take_last();
-    live->add_option("--keep-warm", words.keep_warm_s,
-                     "So long after each report or query keep the caches warm for the next join, "
-                     "at a few percent of a processor; 0: never (default 2)")
-        ->type_name("SECONDS")
         ->take_last();
     live->add_flag("--json", words.json, "Print the summary as one JSON object");
     live->footer(kFooter);

@@ -19,7 +19,6 @@ struct LiveWords {
     std::vector<std::string> uplinks;
     std::string debug;
     std::string onu_id = "1";
-    double keep_warm_s = 2;
     bool json = false;
 };
 

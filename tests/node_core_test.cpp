@@ -1355,35 +1355,6 @@ TEST_F(Core, ADriverSeesTheGroupBehindTheMacAddressOfAnEntry) {
     EXPECT_FALSE(devcore::entry_in_hand()) << "outside of such a call";
 }
 
-/* What the driver was asked for during a rehearsal. */
-int rehearsed_entries = 0;
-int real_entries = 0;
-
-extern "C" std::int32_t count_entry(IgmpGroupEntry* /*group*/) {
-    ++(devcore::rehearsing() ? rehearsed_entries : real_entries);
-    return 0;
-}
-
-TEST_F(Core, ARehearsalAsksTheDriverAndChangesNothing) {
-    rehearsed_entries = real_entries = 0;
-    igmp_register_switch_add_table(count_entry);
-    igmp_register_switch_del_table(count_entry);
-    receive(2, v2_report(kHostA, kGroup));
-    const auto timer = devcore::next_timer();
-    const auto counters = devcore::counters();
-    const auto before = held();
-    for (int i = 0; i < 3; ++i) devcore::rehearse_join();
-    EXPECT_EQ(real_entries, 1);
-    EXPECT_EQ(rehearsed_entries, 6) << "three joins, three leaves";
-    EXPECT_FALSE(devcore::rehearsing());
-    EXPECT_EQ(held(), before);
-    EXPECT_EQ(devcore::next_timer(), timer);
-    EXPECT_EQ(devcore::counters().received, counters.received);
-    EXPECT_EQ(devcore::counters().drops, counters.drops);
-    EXPECT_EQ(devcore::counters().entries_added, counters.entries_added);
-    EXPECT_TRUE(sent.empty());
-}
-
 TEST_F(Core, WhoKeepsTheClockHearsOfEachChangeOfTheNextTimer) {
     std::vector<std::optional<std::uint64_t>> due;
     devcore::watch_timers([&due](std::optional<std::uint64_t> next) { due.push_back(next); });

@@ -85,14 +85,6 @@ struct EntryOwner {
  */
 [[nodiscard]] std::optional<EntryOwner> entry_in_hand();
 
-/*
- * Goes through a join and a leave without effect, so that the next real join finds its code in the
- * processor's caches. The driver is asked for the entry as for a real one; rehearsing() tells it
- * that this one is not wanted.
- */
-void rehearse_join();
-[[nodiscard]] bool rehearsing();
-
 // ---- Counters -----------------------------------------------------------------------------------
 
 enum class Received : std::uint8_t {

@@ -7,9 +7,6 @@
 namespace devcore {
 namespace {
 
-/* Of this thread, while it rehearses. */
-thread_local Core* scratch_core = nullptr;
-
 std::recursive_mutex& mutex() {
     static std::recursive_mutex* const the_mutex = new std::recursive_mutex;
     return *the_mutex;
@@ -46,17 +43,8 @@ Core::Core() {
 // Never destroyed, like the mutex: the tasks that use them outlive main.
 Core& core() {
     static Core* const the_core = new Core;
-    return scratch_core == nullptr ? *the_core : *scratch_core;
+    return *the_core;
 }
-
-OnScratchCore::OnScratchCore() {
-    static Core* const the_scratch = new Core;
-    scratch_core = the_scratch;
-}
-
-OnScratchCore::~OnScratchCore() { scratch_core = nullptr; }
-
-bool rehearsing() { return scratch_core != nullptr; }
 
 Lock::Lock() {
     mutex().lock();

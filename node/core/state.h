@@ -192,15 +192,6 @@ struct Core {
 
 [[nodiscard]] Core& core();
 
-/* As long as it lives, core() is another core on this thread: for a rehearsal, under the lock. */
-class OnScratchCore {
- public:
-    OnScratchCore();
-    ~OnScratchCore();
-    OnScratchCore(const OnScratchCore&) = delete;
-    OnScratchCore& operator=(const OnScratchCore&) = delete;
-};
-
 class Lock {
  public:
     Lock();

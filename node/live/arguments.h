@@ -1,7 +1,6 @@
 /* What "mc_node live" is told. */
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,8 +23,7 @@ struct Arguments {
     std::string bridge;
     std::vector<PortInterface> ports;  // sorted; neither a port nor an interface twice
     std::uint8_t onu_id = 1;
-    std::uint32_t debug = 0;                 // for mc_debug and mld_debug
-    std::chrono::milliseconds keep_warm{0};  // see LiveDriver
+    std::uint32_t debug = 0;  // for mc_debug and mld_debug
     bool json = false;
 };
 

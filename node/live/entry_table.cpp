@@ -123,15 +123,6 @@ void EntryTable::count_others() {
     others_ = others.size();
 }
 
-void EntryTable::rehearse(std::size_t slot, const Group& group) {
-    if (bridge_ == 0) return;
-    database_.remove_nothing(bridge_, ports_[slot].index, group);
-    const auto ours = std::ranges::find(entries_, EntryState::kOurs,
-                                        [](const auto& one) { return one.second.state; });
-    if (ours == entries_.end()) return;
-    (void)database_.add(bridge_, ports_[ours->first.slot].index, ours->first.group);  // EEXIST
-}
-
 void EntryTable::note_absences() {
     std::set<std::pair<int, Group>> there;
     for (const DatabaseEntry& one : database_.entries(bridge_)) there.insert({one.port, one.group});

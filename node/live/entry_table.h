@@ -58,9 +58,6 @@ class EntryTable {
     [[nodiscard]] bool set(std::size_t slot, const Group& group, std::uint16_t vlan);
     [[nodiscard]] bool remove(std::size_t slot, const Group& group, std::uint16_t vlan);
 
-    /* Asks the database for changes that change nothing. */
-    void rehearse(std::size_t slot, const Group& group);
-
     /* Compares with the database and puts back what is missing there; how many entries that were.
      */
     std::size_t put_back();

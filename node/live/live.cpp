@@ -142,8 +142,8 @@ std::string ready_line(const Arguments& arguments) {
 
 /* Tasks of the library use it to the end of the process. */
 LiveDriver& make_driver(const Arguments& arguments) {
-    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, arguments.keep_warm,
-                           node::complain, CoreClock::move);
+    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, node::complain,
+                           CoreClock::move);
 }
 
 }  // namespace

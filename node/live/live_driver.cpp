@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <utility>
 
 #include "adapt/records.h"
@@ -19,8 +18,6 @@
 
 namespace live {
 namespace {
-
-constexpr timespec kRehearseAfter{0, 500'000};  // of quiet
 
 constexpr std::uint64_t kWake = driver::kSlots;  // behind the slots of the ports
 
@@ -51,11 +48,9 @@ void listen_to(int epoll, int descriptor, std::uint64_t number) {
 }  // namespace
 
 LiveDriver::LiveDriver(const std::string& bridge, const std::vector<PortInterface>& ports,
-                       std::uint8_t onu_id, std::chrono::milliseconds keep_warm, Say say,
-                       std::function<void()> now)
+                       std::uint8_t onu_id, Say say, std::function<void()> now)
     : say_(std::move(say)),
       now_(std::move(now)),
-      keep_warm_(keep_warm),
       onu_id_(onu_id),
       wake_(made(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
       epoll_(made(epoll_create1(EPOLL_CLOEXEC), "epoll")),
@@ -144,20 +139,15 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
     if (!is_prepared_) {
         go_before_others();
         started_.wait(false);
-        devcore::rehearse_join();  // makes the memory that this thread will need
         is_prepared_ = true;
     }
     while (true) {
         epoll_event event{};
-        const timespec* const patience = Clock::now() < warm_until_ ? &kRehearseAfter : nullptr;
-        const int count = epoll_pwait2(epoll_, &event, 1, patience, nullptr);
-        if (count == 0) devcore::rehearse_join();
-        if (count < 1) continue;  // below 0: a signal, for a debugger's sake
+        if (epoll_wait(epoll_, &event, 1, -1) < 1) continue;  // a signal, for a debugger's sake
         if (event.data.u64 == kWake) return std::nullopt;
         const std::uint32_t length = take_frame(event.data.u64, buf);
         if (length == 0) continue;
         now_();
-        warm_until_ = Clock::now() + keep_warm_;
         return driver::Delivery{driver::port_of_slot(event.data.u64), length};
     }
 }
@@ -224,10 +214,6 @@ bool LiveDriver::set_entry(std::int64_t port, const driver::MacAddress& mac, std
     const auto slot = driver::slot_of_port(port);
     const auto group = group_in_hand(mac);
     if (!slot || !group || ended_) return false;
-    if (devcore::rehearsing()) {
-        bridge_.entries().rehearse(*slot, *group);
-        return true;
-    }
     const bool done = bridge_.entries().set(*slot, *group, vlan);
     if (bridge_.entries().take_overflow()) bridge_.recover_from_overflow();
     return done;
@@ -235,7 +221,6 @@ bool LiveDriver::set_entry(std::int64_t port, const driver::MacAddress& mac, std
 
 bool LiveDriver::remove_entry(std::int64_t port, const driver::MacAddress& mac,
                               std::uint16_t vlan) {
-    if (devcore::rehearsing()) return true;
     const std::lock_guard lock(mutex_);
     const auto slot = driver::slot_of_port(port);
     const auto group = group_in_hand(mac);

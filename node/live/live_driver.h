@@ -59,14 +59,9 @@ struct Report {
 
 class LiveDriver final : public driver::Driver {
  public:
-    /*
-     * keep_warm: for so long after a frame the packet task rehearses joins twice a millisecond,
-     * since cold caches are most of what a join takes. now moves the core's clock to the present;
-     * it is called before each frame.
-     */
+    /* now moves the core's clock to the present; it is called before each frame. */
     LiveDriver(const std::string& bridge, const std::vector<PortInterface>& ports,
-               std::uint8_t onu_id, std::chrono::milliseconds keep_warm, Say say,
-               std::function<void()> now);
+               std::uint8_t onu_id, Say say, std::function<void()> now);
 
     /* Becomes the chosen driver and takes the bridge. Throws LiveError; end() is due either way. */
     void begin();
@@ -93,8 +88,6 @@ class LiveDriver final : public driver::Driver {
     void set_onu_id(std::uint8_t onu_id) override { onu_id_ = onu_id; }
 
  private:
-    using Clock = std::chrono::steady_clock;
-
     void open_port(std::size_t slot, int index);
     [[nodiscard]] std::uint32_t take_frame(std::size_t slot, std::span<std::uint8_t> buf);
     void note_drops(std::size_t slot);
@@ -102,12 +95,9 @@ class LiveDriver final : public driver::Driver {
 
     Say say_;
     std::function<void()> now_;
-    std::chrono::milliseconds keep_warm_;
     std::atomic<std::uint8_t> onu_id_;
 
-    // The packet task's alone.
-    bool is_prepared_ = false;
-    Clock::time_point warm_until_;
+    bool is_prepared_ = false;  // the packet task's alone
 
     int wake_;   // an event that is there once reading has come to its end
     int epoll_;  // over the port sockets, and wake_

@@ -59,14 +59,12 @@ std::optional<DatabaseEntry> read_entry(const nlattr& info) {
 
 }  // namespace
 
-int MulticastDatabase::change(bool add, int bridge, int port, const Group& group,
-                              std::uint16_t vid) {
+int MulticastDatabase::change(bool add, int bridge, int port, const Group& group) {
     Request request(add ? RTM_NEWMDB : RTM_DELMDB, add ? NLM_F_CREATE | NLM_F_EXCL : 0,
                     sizeof(br_port_msg));
     request.body<br_port_msg>().family = AF_BRIDGE;
     request.body<br_port_msg>().ifindex = static_cast<std::uint32_t>(bridge);
-    br_mdb_entry entry = entry_of(port, group);
-    entry.vid = vid;
+    const br_mdb_entry entry = entry_of(port, group);
     mnl_attr_put(request.header(), MDBA_SET_ENTRY, sizeof entry, &entry);
     if (add && tells_protocol_) {
         nlattr* const more = mnl_attr_nest_start(request.header(), MDBA_SET_ENTRY_ATTRS);
@@ -88,11 +86,6 @@ int MulticastDatabase::add(int bridge, int port, const Group& group) {
 
 int MulticastDatabase::remove(int bridge, int port, const Group& group) {
     return change(false, bridge, port, group);
-}
-
-void MulticastDatabase::remove_nothing(int bridge, int port, const Group& group) {
-    constexpr std::uint16_t kLastVid = 4094;
-    (void)change(false, bridge, port, group, kLastVid);
 }
 
 std::vector<DatabaseEntry> MulticastDatabase::entries(int bridge) {

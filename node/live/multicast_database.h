@@ -38,14 +38,10 @@ class MulticastDatabase {
     [[nodiscard]] int add(int bridge, int port, const Group& group);
     [[nodiscard]] int remove(int bridge, int port, const Group& group);
 
-    /* As remove() for an entry that nobody makes: in a VLAN, where the bridge matches none. */
-    void remove_nothing(int bridge, int port, const Group& group);
-
     [[nodiscard]] std::vector<DatabaseEntry> entries(int bridge);
 
  private:
-    [[nodiscard]] int change(bool add, int bridge, int port, const Group& group,
-                             std::uint16_t vid = 0);
+    [[nodiscard]] int change(bool add, int bridge, int port, const Group& group);
 
     Netlink& netlink_;
     bool tells_protocol_ = true;  // until the kernel turns out to be older than that

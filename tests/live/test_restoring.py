@@ -36,9 +36,6 @@ class Restoring(LiveTest):
                        " mcast_query_interval 6000 mcast_membership_interval 20000")
         self.switch.must(["bridge", "mdb", "add", "dev", "br0", "port", "lan4", "grp", "239.7.2.1",
                           "permanent"])
-        # The group with which the node rehearses joins.
-        self.switch.must(["bridge", "mdb", "add", "dev", "br0", "port", "lan0", "grp", "233.252.0.1",
-                          "permanent"])
         self.switch.must(["bridge", "link", "set", "dev", "lan3", "mcast_flood", "off"])
         self.switch.must(["bridge", "link", "set", "dev", "lan2", "mcast_router", "2"])
         self.switch.must(["nft", "add table bridge others; add chain bridge others c "
