@@ -1,6 +1,4 @@
-/*
- * "--name value" arguments of the probes. They are called by bench/live, so there is no help text.
- */
+// "--name value" arguments of the probes. They are called by bench/live, so there is no help text.
 #pragma once
 
 #include <cstdint>
@@ -45,7 +43,7 @@ class Arguments {
     std::map<std::string, std::vector<std::string>> values_;
 };
 
-/* What main() does: a problem is one line and status 1. */
+// What main() does: a problem is one line and status 1.
 template <class Run>
 int run_program(const char* name, int count, char** words, const Run& run) {
     try {

@@ -1,12 +1,10 @@
-/*
- * The plainest program that does the node's job on a bridge, to compare the node with: one packet
- * socket a port, poll, the kernel's multicast database over rtnetlink, reports forwarded as they
- * came. It keeps no state, knows no timers, VLANs or queries, and a leave takes effect at once.
- *
- *     bare_loop BRIDGE UPLINK PORT...
- *
- * Says "ready" when its sockets are open; ends on SIGTERM, and says what was received and dropped.
- */
+// The plainest program that does the node's job on a bridge, to compare the node with: one packet
+// socket a port, poll, the kernel's multicast database over rtnetlink, reports forwarded as they
+// came. It keeps no state, knows no timers, VLANs or queries, and a leave takes effect at once.
+//
+//     bare_loop BRIDGE UPLINK PORT...
+//
+// Says "ready" when its sockets are open; ends on SIGTERM, and says what was received and dropped.
 #include <arpa/inet.h>
 #include <libmnl/libmnl.h>
 #include <linux/filter.h>
@@ -51,7 +49,7 @@ class Database {
     Database& operator=(const Database&) = delete;
     ~Database() { mnl_socket_close(socket_); }
 
-    /* group: 4 or 16 bytes. */
+    // group: 4 or 16 bytes.
     void change(bool add, unsigned port, View group) {
         nlmsghdr* header = mnl_nlmsg_put_header(buffer_.data());
         header->nlmsg_type = add ? RTM_NEWMDB : RTM_DELMDB;
@@ -73,7 +71,7 @@ class Database {
         if (length < 0) fail("netlink receive");
         const int answer = mnl_cb_run(buffer_.data(), static_cast<std::size_t>(length), sequence_,
                                       mnl_socket_get_portid(socket_), nullptr, nullptr);
-        /* Two members of a group leave one after the other; the second finds nothing to remove. */
+        // Two members of a group leave one after the other; the second finds nothing to remove.
         if (answer < 0 && errno != ENOENT && errno != EINVAL && errno != EEXIST) fail("database");
     }
 
@@ -84,10 +82,8 @@ class Database {
     alignas(nlmsghdr) std::array<char, 8192> buffer_{};
 };
 
-/*
- * IGMP, or IPv6 with a hop-by-hop header whose next header is ICMPv6, and not what this machine
- * sends. In the kernel, since the uplink's socket sees every stream frame.
- */
+// IGMP, or IPv6 with a hop-by-hop header whose next header is ICMPv6, and not what this machine
+// sends. In the kernel, since the uplink's socket sees every stream frame.
 void attach_filter(int socket) {
     constexpr auto kPacketType = static_cast<std::uint32_t>(SKF_AD_OFF + SKF_AD_PKTTYPE);
     std::array<sock_filter, 11> code = {{
@@ -98,7 +94,7 @@ void attach_filter(int socket) {
         BPF_STMT(BPF_LD | BPF_B | BPF_ABS, 14 + 9),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, IPPROTO_IGMP, 3, 4),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ETHERTYPE_IPV6, 0, 3),
-        BPF_STMT(BPF_LD | BPF_H | BPF_ABS, 14 + 6), /* next header and hop limit */
+        BPF_STMT(BPF_LD | BPF_H | BPF_ABS, 14 + 6),  // next header and hop limit
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, IPPROTO_HOPOPTS << 8 | 1, 0, 1),
         BPF_STMT(BPF_RET | BPF_K, 2048),
         BPF_STMT(BPF_RET | BPF_K, 0),
@@ -112,7 +108,7 @@ void attach_filter(int socket) {
 struct Port {
     explicit Port(const char* name) : index(if_nametoindex(name)) {
         if (index == 0) fail(name);
-        /* Bound to no protocol at first: nothing comes in before the filter is there. */
+        // Bound to no protocol at first: nothing comes in before the filter is there.
         socket = ::socket(AF_PACKET, SOCK_RAW, 0);
         if (socket < 0) fail("packet socket");
         attach_filter(socket);
@@ -133,21 +129,21 @@ unsigned be16(View bytes, std::size_t at) {
     return static_cast<unsigned>(bytes[at]) << 8 | bytes[at + 1];
 }
 
-/* The group records of IGMPv3 and MLDv2, which only differ in the addresses' length. */
+// The group records of IGMPv3 and MLDv2, which only differ in the addresses' length.
 void read_records(View message, std::size_t address, Database& database, unsigned port) {
     std::size_t at = 8;
     for (unsigned left = be16(message, 6); left > 0; --left) {
         if (at + 4 + address > message.size()) return;
         const std::uint8_t type = message[at];
         const std::size_t sources = be16(message, at + 2);
-        /* To include nobody, or to go on doing so, is to leave. */
+        // To include nobody, or to go on doing so, is to leave.
         const bool nobody = (type == 1 || type == 3) && sources == 0;
         database.change(!nobody, port, message.subspan(at + 4, address));
         at += 4 + address + sources * address + message[at + 1] * std::size_t{4};
     }
 }
 
-/* True for what goes up to the routers: reports and leaves, but no queries. */
+// True for what goes up to the routers: reports and leaves, but no queries.
 bool read_igmp(View message, Database& database, unsigned port) {
     if (message.size() < 8) return false;
     switch (message[0]) {
@@ -209,7 +205,7 @@ void print_statistics(const std::vector<Port>& ports) {
 
 void run(const std::vector<std::string>& words) {
     Database database(if_nametoindex(words[0].c_str()));
-    std::vector<Port> ports; /* the uplink is the first */
+    std::vector<Port> ports;  // the uplink is the first
     for (std::size_t i = 1; i < words.size(); ++i) ports.emplace_back(words[i].c_str());
     std::vector<pollfd> waits;
     for (const Port& port : ports) waits.push_back({port.socket, POLLIN, 0});
@@ -218,7 +214,7 @@ void run(const std::vector<std::string>& words) {
 
     std::array<std::uint8_t, 2048> bytes{};
     while (g_over == 0) {
-        /* The limit is for a signal that came just before the call. */
+        // The limit is for a signal that came just before the call.
         if (poll(waits.data(), waits.size(), 1000) <= 0) continue;
         for (std::size_t i = 0; i < ports.size(); ++i) {
             if ((waits[i].revents & POLLIN) == 0) continue;

@@ -15,7 +15,7 @@ constexpr std::uint8_t kProtocolIcmpv6 = 58;
 constexpr std::size_t kEthernet = 14;
 constexpr std::size_t kIpv6Header = 40;
 
-/* All IGMPv3 capable routers, all routers, all MLDv2 capable routers. */
+// All IGMPv3 capable routers, all routers, all MLDv2 capable routers.
 constexpr std::array<std::uint8_t, 4> kIgmpRouters = {224, 0, 0, 22};
 constexpr std::array<std::uint8_t, 4> kIgmpAllRouters = {224, 0, 0, 2};
 constexpr std::array<std::uint8_t, 16> kMldAllRouters = {0xFF, 2, 0, 0, 0, 0, 0, 0,
@@ -56,7 +56,7 @@ Frame host_ipv6(std::uint8_t host) {
     return {0xFE, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFE, 0, 0, host};
 }
 
-/* Ethernet header to a multicast address; the low bytes of the address make the MAC. */
+// Ethernet header to a multicast address; the low bytes of the address make the MAC.
 Frame ethernet(FrameView destination, std::uint8_t host) {
     Frame frame;
     if (destination.size() == 4) {
@@ -71,7 +71,7 @@ Frame ethernet(FrameView destination, std::uint8_t host) {
     return frame;
 }
 
-/* with_alert: the router alert option that membership frames carry. */
+// with_alert: the router alert option that membership frames carry.
 Frame ipv4(FrameView destination, std::uint8_t host, std::uint8_t protocol, bool with_alert,
            FrameView payload) {
     Frame frame = ethernet(destination, host);
@@ -91,7 +91,7 @@ Frame ipv4(FrameView destination, std::uint8_t host, std::uint8_t protocol, bool
     return frame;
 }
 
-/* checksum_at: where the payload holds its checksum, which covers addresses and length too. */
+// checksum_at: where the payload holds its checksum, which covers addresses and length too.
 Frame ipv6(FrameView destination, std::uint8_t host, std::uint8_t protocol, bool with_alert,
            FrameView payload, std::size_t checksum_at) {
     Frame frame = ethernet(destination, host);
@@ -119,7 +119,7 @@ Frame mld(FrameView destination, std::uint8_t host, const Frame& message) {
     return ipv6(destination, host, kProtocolIcmpv6, true, message, 2);
 }
 
-/* One message with one group, or with one group record without sources. */
+// One message with one group, or with one group record without sources.
 Frame message(std::uint8_t type, FrameView group) {
     Frame bytes = {type, 0, 0, 0};
     if (group.size() == 16) put(bytes, std::array<std::uint8_t, 4>{});

@@ -1,8 +1,6 @@
-/*
- * The frames that the probes send: reports and leaves as hosts send them, and stream frames. Groups
- * and hosts are numbers, so that both ends of a measurement agree on a group without writing it
- * out.
- */
+// The frames that the probes send: reports and leaves as hosts send them, and stream frames. Groups
+// and hosts are numbers, so that both ends of a measurement agree on a group without writing it
+// out.
 #pragma once
 
 #include <cstdint>
@@ -21,10 +19,10 @@ inline constexpr Kind kKinds[] = {Kind::kIgmpV2, Kind::kIgmpV3, Kind::kMldV1, Ki
 inline constexpr std::uint16_t kStreamPort = 5004;
 
 const char* name(Kind kind);
-Kind kind_named(const std::string& text); /* throws std::invalid_argument */
+Kind kind_named(const std::string& text);  // throws std::invalid_argument
 bool is_mld(Kind kind);
 
-/* The group's address, packed: 4 bytes for the IGMP kinds, 16 for the MLD ones. */
+// The group's address, packed: 4 bytes for the IGMP kinds, 16 for the MLD ones.
 std::vector<std::uint8_t> group_address(Kind kind, std::uint32_t group);
 std::string group_text(Kind kind, std::uint32_t group);
 
@@ -32,7 +30,7 @@ Frame report(Kind kind, std::uint32_t group, std::uint8_t host);
 Frame leave(Kind kind, std::uint32_t group, std::uint8_t host);
 Frame stream(Kind kind, std::uint32_t group);
 
-/* Whether this is a stream frame to that group. */
+// Whether this is a stream frame to that group.
 bool is_stream(FrameView frame, Kind kind, std::uint32_t group);
 
 }  // namespace bench

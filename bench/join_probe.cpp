@@ -1,16 +1,13 @@
-/*
- * How long after a report has entered a port does the stream leave it?
- *
- * Both times are taken by the kernel at one place, a packet socket on the switch's side of the
- * port: the stamp of the report that comes in and that of the first stream frame that goes out.
- * With
- * --sockets 1 an ordinary socket joins instead, and the time runs from the system call to the first
- * datagram's stamp; the host's own delay before its report is part of that.
- *
- * Prints a line a join: kind, nanoseconds to the stream, nanoseconds from the leave to the stream's
- * last frame ("-" where the stream did not come or did not stop), and the sender's longest pause
- * between the report and the stream.
- */
+// How long after a report has entered a port does the stream leave it?
+//
+// Both times are taken by the kernel at one place, a packet socket on the switch's side of the
+// port: the stamp of the report that comes in and that of the first stream frame that goes out.
+// With --sockets 1 an ordinary socket joins instead, and the time runs from the system call to the
+// first datagram's stamp; the host's own delay before its report is part of that.
+//
+// Prints a line a join: kind, nanoseconds to the stream, nanoseconds from the leave to the stream's
+// last frame ("-" where the stream did not come or did not stop), and the sender's longest pause
+// between the report and the stream.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -34,10 +31,9 @@ namespace {
 
 constexpr std::int64_t kMicrosecond = 1'000;
 constexpr std::int64_t kMillisecond = 1'000'000;
-constexpr std::int64_t kWarmUp = kMillisecond; /* of the sender, before the report */
-constexpr std::int64_t kUndisturbed =
-    kMillisecond; /* in which the probe leaves its CPU to others */
-constexpr std::int64_t kSilence = 3 * kMillisecond; /* after which a stream has stopped */
+constexpr std::int64_t kWarmUp = kMillisecond;       // of the sender, before the report
+constexpr std::int64_t kUndisturbed = kMillisecond;  // in which the probe leaves its CPU to others
+constexpr std::int64_t kSilence = 3 * kMillisecond;  // after which a stream has stopped
 constexpr std::uint8_t kHost = 10;
 
 struct Options {
@@ -50,13 +46,13 @@ struct Options {
 
 using Time = std::optional<std::int64_t>;
 
-/* One membership, made and ended by frames of the probe's own. */
+// One membership, made and ended by frames of the probe's own.
 class RawMember {
  public:
     RawMember(const Options& options, const Descriptor& tap)
         : tap_(tap), sender_(raw_sender(options.host)), patience_ns_(options.patience_ns) {}
 
-    /* When the report came in, by the tap's stamp. */
+    // When the report came in, by the tap's stamp.
     std::int64_t join(Kind kind, std::uint32_t group) {
         return send_and_find(report(kind, group, kHost));
     }
@@ -75,7 +71,7 @@ class RawMember {
  private:
     std::int64_t send_and_find(const Frame& frame) {
         send(sender_, frame);
-        /* Whoever handles the frame gets the CPU now; the stamps wait in the tap. */
+        // Whoever handles the frame gets the CPU now; the stamps wait in the tap.
         sleep_ns(kUndisturbed);
         Seen seen;
         const std::int64_t deadline = now_ns(CLOCK_MONOTONIC) + patience_ns_;
@@ -90,7 +86,7 @@ class RawMember {
     std::int64_t patience_ns_;
 };
 
-/* One membership of an ordinary socket. */
+// One membership of an ordinary socket.
 class SocketMember {
  public:
     explicit SocketMember(const Options& options)
@@ -165,7 +161,7 @@ class SocketMember {
     Descriptor socket_;
 };
 
-/* False when the stream runs already: then somebody floods, and no join can be measured. */
+// False when the stream runs already: then somebody floods, and no join can be measured.
 bool is_quiet(const Descriptor& tap, Kind kind, std::uint32_t group) {
     Seen seen;
     while (receive(tap, seen, 0)) {
@@ -174,7 +170,7 @@ bool is_quiet(const Descriptor& tap, Kind kind, std::uint32_t group) {
     return true;
 }
 
-/* The last stamp of the stream before it was silent; nothing when it ran on. */
+// The last stamp of the stream before it was silent; nothing when it ran on.
 Time last_frame(const Descriptor& tap, Kind kind, std::uint32_t group, std::int64_t patience_ns) {
     Time last;
     Seen seen;
@@ -206,7 +202,7 @@ class Probe {
     void run(Member member, Kind kind) {
         for (std::int64_t i = 0; i < options_.joins; ++i) {
             one_join(member, kind, options_.first_group + static_cast<std::uint32_t>(i));
-            /* Long enough for everybody to fall asleep, and never in step with anything. */
+            // Long enough for everybody to fall asleep, and never in step with anything.
             sleep_ns(pause_(random_));
         }
     }
@@ -216,8 +212,9 @@ class Probe {
     void one_join(Member& member, Kind kind, std::uint32_t group) {
         sender_.start(kind, group);
         sleep_ns(kWarmUp + jitter_(random_));
-        if (!is_quiet(tap_, kind, group))
+        if (!is_quiet(tap_, kind, group)) {
             throw std::runtime_error("streams are flooded to the port");
+        }
         const std::int64_t joined = member.join(kind, group);
         const Time first =
             member.first_frame(kind, group, now_ns(CLOCK_MONOTONIC) + options_.patience_ns);
@@ -249,8 +246,7 @@ void run(const Arguments& arguments) {
         .patience_ns = arguments.number("patience-ms") * kMillisecond,
         .first_group = static_cast<std::uint32_t>(arguments.number("first-group")),
         .joins = arguments.number("joins")};
-    /* The sender never sleeps while it sends, so that it gets a CPU that nobody else is bound to.
-     */
+    // The sender never sleeps while it sends, so that it gets a CPU that nobody else is bound to.
     StreamSender sender(options.uplink, arguments.number("period-ns"),
                         static_cast<int>(arguments.number("sender-cpu")));
     run_on_cpu(static_cast<int>(arguments.number("probe-cpu")));

@@ -1,10 +1,8 @@
-/*
- * Sends reports at an even pace, of all four kinds and from several hosts, round and round over all
- * ports and groups.
- *
- * Prints a line for each membership that must come of it, port's number and group, and at last how
- * many reports were sent in how many nanoseconds, and how many came out of the uplink.
- */
+// Sends reports at an even pace, of all four kinds and from several hosts, round and round over all
+// ports and groups.
+//
+// Prints a line for each membership that must come of it, port's number and group, and at last how
+// many reports were sent in how many nanoseconds, and how many came out of the uplink.
 #include <linux/filter.h>
 #include <linux/if_packet.h>
 #include <net/ethernet.h>
@@ -24,17 +22,15 @@ namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::uint8_t kFirstHost = 20;
-constexpr std::int64_t kHosts = 4; /* at every port */
+constexpr std::int64_t kHosts = 4;  // at every port
 
-/*
- * Counts the reports that come out of the uplink, without ever reading one: the kernel counts what
- * the filter lets through, whether there is room for it or not.
- */
+// Counts the reports that come out of the uplink, without ever reading one: the kernel counts what
+// the filter lets through, whether there is room for it or not.
 class Counter {
  public:
     explicit Counter(const Place& where) : socket_(tap(where)) {
         constexpr auto kPacketType = static_cast<std::uint32_t>(SKF_AD_OFF + SKF_AD_PKTTYPE);
-        constexpr std::uint32_t kMacOfHosts = 0x02000000; /* the first four bytes */
+        constexpr std::uint32_t kMacOfHosts = 0x02000000;  // the first four bytes
         sock_filter code[] = {
             BPF_STMT(BPF_LD | BPF_B | BPF_ABS, kPacketType),
             BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, PACKET_OUTGOING, 3, 0),
@@ -48,10 +44,10 @@ class Counter {
             0) {
             fail("filter");
         }
-        counted(); /* what came before the filter was there */
+        counted();  // what came before the filter was there
     }
 
-    /* Since the last call. */
+    // Since the last call.
     std::int64_t counted() {
         tpacket_stats statistics{};
         socklen_t length = sizeof statistics;
@@ -65,7 +61,7 @@ class Counter {
     Descriptor socket_;
 };
 
-/* One report of the round: which port it enters, which group it names. */
+// One report of the round: which port it enters, which group it names.
 struct Membership {
     std::size_t port;
     std::uint32_t group;
@@ -82,7 +78,7 @@ std::vector<Membership> memberships(std::size_t ports, std::int64_t groups) {
     return all;
 }
 
-/* The version changes from round to round, half of the groups starting with the older one. */
+// The version changes from round to round, half of the groups starting with the older one.
 Kind kind_in_round(const Membership& membership, std::int64_t round) {
     const bool newer = (round + membership.group / 2) % 2 != 0;
     if (membership.mld) return newer ? Kind::kMldV2 : Kind::kMldV1;
@@ -114,7 +110,7 @@ void run(const Arguments& arguments) {
         send(ports[one.port], frame);
     }
     const std::int64_t duration = now_ns(CLOCK_MONOTONIC) - begin;
-    sleep_ns(kSecond / 2); /* for what is still waiting to be forwarded */
+    sleep_ns(kSecond / 2);  // for what is still waiting to be forwarded
 
     for (std::int64_t i = 0; i < std::min(round_length, reports); ++i) {
         const Membership& one = all[static_cast<std::size_t>(i)];

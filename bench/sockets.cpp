@@ -10,13 +10,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace bench {
 namespace {
@@ -107,7 +107,7 @@ void want_time_stamps(const Descriptor& socket) {
 bool receive(const Descriptor& socket, Seen& seen, std::int64_t deadline_ns) {
     std::array<std::uint8_t, 2048> bytes{};
     std::array<char, 256> control{};
-    sockaddr_storage from{}; /* a packet socket's address, or another that nobody wants */
+    sockaddr_storage from{};  // a packet socket's address, or another that nobody wants
     for (;;) {
         iovec part{bytes.data(), bytes.size()};
         msghdr message{};
@@ -136,7 +136,7 @@ bool receive(const Descriptor& socket, Seen& seen, std::int64_t deadline_ns) {
 }
 
 void send(const Descriptor& socket, FrameView frame) {
-    /* ENOBUFS: the other side of the veth is full, which a wire does not tell either. */
+    // ENOBUFS: the other side of the veth is full, which a wire does not tell either.
     if (::send(socket.get(), frame.data(), frame.size(), 0) < 0 && errno != ENOBUFS) fail("send");
 }
 

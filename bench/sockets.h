@@ -1,6 +1,4 @@
-/*
- * Sockets in namespaces that others hold, and what the kernel tells with a frame.
- */
+// Sockets in namespaces that others hold, and what the kernel tells with a frame.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +22,7 @@ class Descriptor {
     int fd_ = -1;
 };
 
-/* While it lives, this thread makes its sockets in the namespace that the path names. */
+// While it lives, this thread makes its sockets in the namespace that the path names.
 class InNamespace {
  public:
     explicit InNamespace(const std::string& path);
@@ -36,29 +34,29 @@ class InNamespace {
     Descriptor own_;
 };
 
-/* An interface in a namespace. */
+// An interface in a namespace.
 struct Place {
     std::string net;
     std::string interface;
 };
 
-/* "PATH,INTERFACE"; throws std::invalid_argument. */
+// "PATH,INTERFACE"; throws std::invalid_argument.
 Place place(const std::string& text);
 int index_of(const Place& where);
 
-/* A packet socket that only sends. */
+// A packet socket that only sends.
 Descriptor raw_sender(const Place& where);
 
-/* A packet socket that sees every frame of the interface, both ways, stamped by the kernel. */
+// A packet socket that sees every frame of the interface, both ways, stamped by the kernel.
 Descriptor tap(const Place& where);
 
 struct Seen {
     Frame frame;
-    std::int64_t when_ns = 0; /* of the real-time clock, stamped by the kernel */
+    std::int64_t when_ns = 0;  // of the real-time clock, stamped by the kernel
     bool going_out = false;
 };
 
-/* Waits until deadline_ns of the monotonic clock; false when nothing came. */
+// Waits until deadline_ns of the monotonic clock; false when nothing came.
 bool receive(const Descriptor& socket, Seen& seen, std::int64_t deadline_ns);
 
 void want_time_stamps(const Descriptor& socket);
@@ -66,11 +64,11 @@ void send(const Descriptor& socket, FrameView frame);
 std::int64_t now_ns(int clock);
 void sleep_ns(std::int64_t duration);
 
-/* A negative number stands for wherever the kernel likes. */
+// A negative number stands for wherever the kernel likes.
 void run_on_cpu(int cpu);
-/* Before everything else that wants this CPU. */
+// Before everything else that wants this CPU.
 void rule_cpu(int cpu);
 
-[[noreturn]] void fail(const std::string& what); /* throws std::system_error with errno */
+[[noreturn]] void fail(const std::string& what);  // throws std::system_error with errno
 
 }  // namespace bench

@@ -60,8 +60,8 @@ void StreamSender::send_stream() {
         if (now < due) continue;
         sent_ns_.push_back(now);
         send(socket_, frame_);
-        /* A late frame is not made up for: frames in a row would not be the pace that was asked
-         * for. */
+        // A late frame is not made up for: frames in a row would not be the pace that was asked
+        // for.
         due = std::max(due, now - period_ns_) + period_ns_;
     }
 }

@@ -1,7 +1,5 @@
-/*
- * A thread that sends one stream at an even pace while it is wanted. It does not sleep between
- * frames: what a sleeping task needs to wake up would be many times the stream's period.
- */
+// A thread that sends one stream at an even pace while it is wanted. It does not sleep between
+// frames: what a sleeping task needs to wake up would be many times the stream's period.
 #pragma once
 
 #include <atomic>
@@ -24,12 +22,10 @@ class StreamSender {
     ~StreamSender();
 
     void start(Kind kind, std::uint32_t group);
-    void stop(); /* throws what went wrong in the thread */
+    void stop();  // throws what went wrong in the thread
 
-    /*
-     * The longest pause between two frames that touches this time, of the real-time clock: so much
-     * of a delay seen in it may be the sender's own. Asked while stopped, of the last start.
-     */
+    // The longest pause between two frames that touches this time, of the real-time clock: so much
+    // of a delay seen in it may be the sender's own. Asked while stopped, of the last start.
     [[nodiscard]] std::int64_t longest_pause(std::int64_t from_ns, std::int64_t to_ns) const;
 
  private:

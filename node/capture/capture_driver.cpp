@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint64_t kNanosecondsPerMicrosecond = 1000;
 constexpr std::uint64_t kRecordHeader = 16;  // in a pcap file, in front of each frame
 
-/* The count that a frame of this kind goes to. */
+// The count that a frame of this kind goes to.
 std::uint64_t& kind_of(const CapturedFrame& frame, FramesIn& counters) {
     const bool cut = frame.bytes.size() < frame.length;
     const driver::TrapVerdict verdict = driver::classify(frame.bytes);
@@ -127,7 +127,7 @@ void Driver::wait_for_start() {
     changed_.wait(lock, [this] { return started_; });
 }
 
-/* Counts a frame as it comes off its capture; true if the trap passes it on. */
+// Counts a frame as it comes off its capture; true if the trap passes it on.
 bool Driver::admit(const MergedFrame& merged) {
     const CapturedFrame& frame = merged.frame;
     const std::lock_guard lock(mutex_);
@@ -146,7 +146,7 @@ void Driver::note_stamp(std::uint64_t stamp_us, FramesIn& counters) {
     span_->last_us = std::max(span_->last_us, stamp_us);
 }
 
-/* Lets timers and events come to pass, in the order of their times; a timer before an event. */
+// Lets timers and events come to pass, in the order of their times; a timer before an event.
 void Driver::advance_to(std::uint64_t target_us) {
     while (!stopping_ && next_event_ < replay_.events.size()) {
         const Event& event = replay_.events[next_event_];
@@ -158,10 +158,8 @@ void Driver::advance_to(std::uint64_t target_us) {
     run_clock_to(target_us);
 }
 
-/*
- * Timers run one by one, each with the clock at its own time, so that what they send carries that
- * stamp. Time never goes back: a frame out of order is delivered at the time already reached.
- */
+// Timers run one by one, each with the clock at its own time, so that what they send carries that
+// stamp. Time never goes back: a frame out of order is delivered at the time already reached.
 void Driver::run_clock_to(std::uint64_t target_us) {
     while (!stopping_) {
         const std::optional<std::uint64_t> due = replay_.clock.next_timer();

@@ -1,19 +1,17 @@
-/*
- * The L2 multicast driver over capture files. It plays the switch of a replay: one capture a port
- * comes in, merged by time; the trap passes IGMP and MLD frames to the processor; frames sent go to
- * one capture a port; forwarding entries go to a table.
- *
- * The core's time is the time of the captures: before a frame is delivered the clock moves to its
- * stamp, one due timer after the other. A replay is as fast as the code it drives, and two replays
- * of the same captures are the same, because everything happens on the packet task.
- *
- *      main task                       packet task (inside L2_multicast_read_msg)
- *      prepare()
- *      IgmpInit()  ----- creates ----> waits
- *      start()     ------------------> frame, frame, ..., the end, the last timers
- *      wait_until_finished() <-------- finished, then blocked for good
- *      report()
- */
+// The L2 multicast driver over capture files. It plays the switch of a replay: one capture a port
+// comes in, merged by time; the trap passes IGMP and MLD frames to the processor; frames sent go to
+// one capture a port; forwarding entries go to a table.
+//
+// The core's time is the time of the captures: before a frame is delivered the clock moves to its
+// stamp, one due timer after the other. A replay is as fast as the code it drives, and two replays
+// of the same captures are the same, because everything happens on the packet task.
+//
+//      main task                       packet task (inside L2_multicast_read_msg)
+//      prepare()
+//      IgmpInit()  ----- creates ----> waits
+//      start()     ------------------> frame, frame, ..., the end, the last timers
+//      wait_until_finished() <-------- finished, then blocked for good
+//      report()
 #pragma once
 
 #include <atomic>
@@ -36,16 +34,14 @@
 
 namespace capture {
 
-/* The core's clock, in microseconds since the epoch. */
+// The core's clock, in microseconds since the epoch.
 struct CoreClock {
     std::function<void(std::uint64_t now_us)> set;             // moves it and runs what is due
     std::function<std::optional<std::uint64_t>()> next_timer;  // when the next timer is due
 };
 
-/*
- * Something that happens during a replay, between the frames: whatever was received up to its time
- * is through, later frames are not. It runs on the packet task, so that a replay stays repeatable.
- */
+// Something that happens during a replay, between the frames: whatever was received up to its time
+// is through, later frames are not. It runs on the packet task, so that a replay stays repeatable.
 struct Event {
     std::uint64_t after_us;  // since the first stamp of the captures
     std::function<void()> run;
@@ -61,7 +57,7 @@ struct Replay {
     std::vector<Event> events{};  // in any order; those behind the last frame run within the tail
 };
 
-/* Frames of one capture. Each is in exactly one of the five kinds. */
+// Frames of one capture. Each is in exactly one of the five kinds.
 struct FramesIn {
     std::uint64_t igmp = 0;
     std::uint64_t mld = 0;
@@ -94,7 +90,7 @@ struct TimeSpan {
     std::uint64_t end_us;   // the core's time at the end, with the tail
 };
 
-/* How far a replay came. */
+// How far a replay came.
 struct Progress {
     std::uint64_t frames = 0;
     std::uint64_t bytes = 0;  // of the capture files, roughly
@@ -109,22 +105,20 @@ struct Report {
 
 class Driver final : public driver::Driver {
  public:
-    /* There is one, and it is never destroyed: tasks outlive main. */
+    // There is one, and it is never destroyed: tasks outlive main.
     static Driver& instance();
 
-    /*
-     * Becomes the chosen driver, opens captures and outputs and sets the core's clock to the first
-     * stamp, so that start-up happens in the time of the captures too. Throws CaptureError.
-     */
+    // Becomes the chosen driver, opens captures and outputs and sets the core's clock to the first
+    // stamp, so that start-up happens in the time of the captures too. Throws CaptureError.
     void prepare(Replay replay);
 
-    /* Lets the packet task have frames. */
+    // Lets the packet task have frames.
     void start();
 
-    /* No more frames: the replay finishes at the next read. */
+    // No more frames: the replay finishes at the next read.
     void stop();
 
-    /* True once the captures are at their end and the last timers have run. */
+    // True once the captures are at their end and the last timers have run.
     [[nodiscard]] bool wait_until_finished(std::chrono::milliseconds patience);
 
     [[nodiscard]] Report report();
@@ -132,9 +126,9 @@ class Driver final : public driver::Driver {
     [[nodiscard]] bool asked_for_frames() const { return asked_for_frames_; }
     [[nodiscard]] Progress progress();
 
-    /* ---- What the L2_multicast_ functions do ---- */
+    // ---- What the L2_multicast_ functions do ----
 
-    /* The next trapped frame, in buf; nothing once the replay is finished. */
+    // The next trapped frame, in buf; nothing once the replay is finished.
     [[nodiscard]] std::optional<driver::Delivery> read(std::span<std::uint8_t> buf) override;
     [[nodiscard]] bool send(std::int64_t port, std::span<const std::uint8_t> frame) override;
     [[nodiscard]] bool set_entry(std::int64_t port, const driver::MacAddress& mac,
@@ -143,7 +137,7 @@ class Driver final : public driver::Driver {
                                     std::uint16_t vlan) override;
     [[nodiscard]] std::uint8_t onu_id() const override { return replay_.onu_id; }
 
-    /* For events, which run on the packet task. */
+    // For events, which run on the packet task.
     void set_onu_id(std::uint8_t onu_id) override { replay_.onu_id = onu_id; }
 
  private:

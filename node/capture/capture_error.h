@@ -1,4 +1,4 @@
-/* A capture that cannot be used, or an output that cannot be written: one line for the reader. */
+// A capture that cannot be used, or an output that cannot be written: one line for the reader.
 #pragma once
 
 #include <stdexcept>

@@ -1,8 +1,6 @@
-/*
- * Several captures as one stream in the order of time. Frames with equal stamps come in port order,
- * the uplink last. Frames of one capture never overtake each other: a stamp that goes back inside a
- * file is delivered where it stands.
- */
+// Several captures as one stream in the order of time. Frames with equal stamps come in port order,
+// the uplink last. Frames of one capture never overtake each other: a stamp that goes back inside a
+// file is delivered where it stands.
 #pragma once
 
 #include <cstdint>
@@ -29,16 +27,16 @@ class CaptureMerge {
  public:
     CaptureMerge() = default;
 
-    /* Throws CaptureError if one of the files cannot be used. No port may appear twice. */
+    // Throws CaptureError if one of the files cannot be used. No port may appear twice.
     explicit CaptureMerge(const std::vector<Input>& inputs);
 
-    /* The next frame; nothing at the end. Its bytes are valid until the next call. */
+    // The next frame; nothing at the end. Its bytes are valid until the next call.
     [[nodiscard]] std::optional<MergedFrame> next();
 
-    /* The earliest stamp; nothing if there is no frame at all. */
+    // The earliest stamp; nothing if there is no frame at all.
     [[nodiscard]] std::optional<std::uint64_t> first_stamp_ns() const { return first_stamp_ns_; }
 
-    /* One line for each capture that broke before its end. */
+    // One line for each capture that broke before its end.
     [[nodiscard]] std::vector<std::string> damage() const;
 
  private:

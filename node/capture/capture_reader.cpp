@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 
-/* The file stores unsigned seconds; a 32-bit time_t shows those after 2038 as negative. */
+// The file stores unsigned seconds; a 32-bit time_t shows those after 2038 as negative.
 std::uint64_t unsigned_seconds(const timeval& stamp) {
     if constexpr (sizeof(stamp.tv_sec) == sizeof(std::uint32_t)) {
         return static_cast<std::uint32_t>(stamp.tv_sec);
@@ -25,7 +25,7 @@ std::uint64_t unsigned_seconds(const timeval& stamp) {
     }
 }
 
-/* The reader asks for nanoseconds, which libpcap then puts into tv_usec. */
+// The reader asks for nanoseconds, which libpcap then puts into tv_usec.
 std::uint64_t nanoseconds(const timeval& stamp) {
     return unsigned_seconds(stamp) * kNanosecondsPerSecond +
            static_cast<std::uint64_t>(stamp.tv_usec);

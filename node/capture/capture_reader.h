@@ -1,7 +1,5 @@
-/*
- * One capture file, frame by frame, with the next frame always in view. Both pcap and pcapng files
- * are read, of either byte order and of microsecond or nanosecond resolution.
- */
+// One capture file, frame by frame, with the next frame always in view. Both pcap and pcapng files
+// are read, of either byte order and of microsecond or nanosecond resolution.
 #pragma once
 
 #include <cstdint>
@@ -23,19 +21,17 @@ struct CapturedFrame {
 
 class CaptureReader {
  public:
-    /*
-     * Opens the file and reads its first frame. Throws CaptureError if it cannot be opened, is not
-     * a capture of Ethernet frames, or is damaged before its first frame ends.
-     */
+    // Opens the file and reads its first frame. Throws CaptureError if it cannot be opened, is not
+    // a capture of Ethernet frames, or is damaged before its first frame ends.
     CaptureReader(std::filesystem::path file, std::uint8_t port);
 
-    /* The frame in view; nothing at the end. Its bytes are valid until drop(). */
+    // The frame in view; nothing at the end. Its bytes are valid until drop().
     [[nodiscard]] const std::optional<CapturedFrame>& head() const { return head_; }
 
-    /* Leaves the frame in view and reads the next one. */
+    // Leaves the frame in view and reads the next one.
     void drop();
 
-    /* What broke the file before its end; nothing if it is whole so far. */
+    // What broke the file before its end; nothing if it is whole so far.
     [[nodiscard]] const std::optional<std::string>& damage() const { return damage_; }
 
     [[nodiscard]] std::uint8_t port() const { return port_; }

@@ -1,8 +1,6 @@
-/*
- * The switch's multicast forwarding entries: which port gets the frames of a group MAC address in a
- * VLAN. As in the switch, a port is in an entry or it is not: groups that share a MAC address share
- * the entry, and the first removal takes the port away for all of them. The counts show that.
- */
+// The switch's multicast forwarding entries: which port gets the frames of a group MAC address in a
+// VLAN. As in the switch, a port is in an entry or it is not: groups that share a MAC address share
+// the entry, and the first removal takes the port away for all of them. The counts show that.
 #pragma once
 
 #include <compare>
@@ -13,7 +11,7 @@
 
 namespace capture {
 
-/* Ordered by port, then VLAN, then MAC address: the order of every listing. */
+// Ordered by port, then VLAN, then MAC address: the order of every listing.
 struct SwitchEntry {
     std::uint8_t port;
     std::uint16_t vlan;

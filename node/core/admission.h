@@ -1,16 +1,14 @@
-/*
- * Which groups a port may join. All of this is about IPv4 groups: the settings name IPv4 addresses
- * and the limits are those of IGMP, so MLD memberships are always admitted.
- *
- *   range authorisation   while enabled on a port, one of its ranges must hold the group
- *   private list          while it holds anything, it must hold the group; for all ports
- *   control list          while a port has one, it must hold the group
- *   group limit           memberships of a port, 0 for no limit
- *   bandwidth limit       sum of what the port's ranges impute to its groups
- *
- * Each of them that is on must agree. A membership that a change leaves without authorisation ends
- * at once; a lower limit only turns new ones away.
- */
+// Which groups a port may join. All of this is about IPv4 groups: the settings name IPv4 addresses
+// and the limits are those of IGMP, so MLD memberships are always admitted.
+//
+//   range authorisation   while enabled on a port, one of its ranges must hold the group
+//   private list          while it holds anything, it must hold the group; for all ports
+//   control list          while a port has one, it must hold the group
+//   group limit           memberships of a port, 0 for no limit
+//   bandwidth limit       sum of what the port's ranges impute to its groups
+//
+// Each of them that is on must agree. A membership that a change leaves without authorisation ends
+// at once; a lower limit only turns new ones away.
 #pragma once
 
 #include <cstdint>
@@ -21,23 +19,21 @@
 
 namespace devcore {
 
-/* Why a new membership is refused; nothing when it is admitted. */
+// Why a new membership is refused; nothing when it is admitted.
 [[nodiscard]] std::optional<Drop> refuse_join(const GroupKey& key);
 
-/* To be called when ranges or lists have changed. */
+// To be called when ranges or lists have changed.
 void revoke_unauthorised();
 
-/* By the port's first range that holds the group; 0 without one. */
+// By the port's first range that holds the group; 0 without one.
 [[nodiscard]] std::uint32_t imputed_bandwidth(const Port& port, std::uint16_t vlan,
                                               std::uint32_t group);
 
-/* The SSM range is empty unless it was set; there, a join must name its sources (RFC 4607). */
+// The SSM range is empty unless it was set; there, a join must name its sources (RFC 4607).
 [[nodiscard]] bool is_ssm(std::uint32_t group);
 
-/*
- * The five words of the SSM map: the first and last group that it is for, and three sources, 0 for
- * none. A host of an older version that reports such a group is taken to want these sources.
- */
+// The five words of the SSM map: the first and last group that it is for, and three sources, 0 for
+// none. A host of an older version that reports such a group is taken to want these sources.
 [[nodiscard]] std::vector<Address> ssm_map_sources(std::uint32_t group);
 
 }  // namespace devcore

@@ -1,4 +1,4 @@
-/* The names of what is counted. */
+// The names of what is counted.
 #include "node/core/state.h"
 
 namespace devcore {

@@ -1,12 +1,10 @@
-/*
- * The development core. It stands in for the closed protocol core, so that the library runs on any
- * machine: it defines all of platform/protocol_core.h and platform/pal.h, after the RFCs and what
- * these headers promise. What they leave open is settled here as its files say, and need not be
- * what the closed core does.
- *
- * This header is what it offers besides: its clock, and a look into its tables and counters. Only
- * the development node and the tests use it. All functions may be called from any thread.
- */
+// The development core. It stands in for the closed protocol core, so that the library runs on any
+// machine: it defines all of platform/protocol_core.h and platform/pal.h, after the RFCs and what
+// these headers promise. What they leave open is settled here as its files say, and need not be
+// what the closed core does.
+//
+// This header is what it offers besides: its clock, and a look into its tables and counters. Only
+// the development node and the tests use it. All functions may be called from any thread.
 #pragma once
 
 #include <array>
@@ -22,37 +20,33 @@ namespace devcore {
 
 // ---- Clock --------------------------------------------------------------------------------------
 
-/*
- * The core has one clock, in microseconds, and whoever drives the node moves it: it stands still
- * otherwise. Moving it runs every timer that falls due on the way, in the order in which they are
- * due and each at its own time, before set_clock returns. A time in the past changes nothing.
- */
+// The core has one clock, in microseconds, and whoever drives the node moves it: it stands still
+// otherwise. Moving it runs every timer that falls due on the way, in the order in which they are
+// due and each at its own time, before set_clock returns. A time in the past changes nothing.
 void set_clock(std::uint64_t now_us);
 
-/* When the next timer is due; nothing when none runs. */
+// When the next timer is due; nothing when none runs.
 [[nodiscard]] std::optional<std::uint64_t> next_timer();
 
-/*
- * Tells whoever keeps the clock when it has to be moved next: changed is called each time that
- * next_timer() gives something else than before, on the thread that caused it. It must not call the
- * core. An empty function ends it.
- */
+// Tells whoever keeps the clock when it has to be moved next: changed is called each time that
+// next_timer() gives something else than before, on the thread that caused it. It must not call the
+// core. An empty function ends it.
 void watch_timers(std::function<void(std::optional<std::uint64_t> due_us)> changed);
 
-/* A fresh core: no settings, call-backs, memberships or counts, and the clock at 0. For tests. */
+// A fresh core: no settings, call-backs, memberships or counts, and the clock at 0. For tests.
 void reset();
 
 // ---- Memberships --------------------------------------------------------------------------------
 
-/* 16 bytes for both families; an IPv4 address is in the first four and the others are 0. */
+// 16 bytes for both families; an IPv4 address is in the first four and the others are 0.
 using Address = std::array<std::uint8_t, 16>;
 
 enum class Family : std::uint8_t { kIpv4 = 4, kIpv6 = 6 };
 
-/* "239.1.1.1" or "ff1e::101". */
+// "239.1.1.1" or "ff1e::101".
 [[nodiscard]] std::string text(Family family, const Address& address);
 
-/* One group that a port receives in one VLAN. */
+// One group that a port receives in one VLAN.
 struct Membership {
     std::uint32_t port = 0;
     std::uint16_t vlan = 0;
@@ -67,10 +61,10 @@ struct Membership {
     bool programmed = false;                  // the switch has the entry
 };
 
-/* All of them, sorted by port, VLAN, family and group. */
+// All of them, sorted by port, VLAN, family and group.
 [[nodiscard]] std::vector<Membership> memberships();
 
-/* What an entry of the switch is for. */
+// What an entry of the switch is for.
 struct EntryOwner {
     std::uint32_t port = 0;
     std::uint16_t vlan = 0;
@@ -78,11 +72,9 @@ struct EntryOwner {
     Address group{};
 };
 
-/*
- * For a driver whose entries are by group: the call for an entry carries the MAC address only,
- * which several groups share. Inside such a call this is the group that the core makes or removes
- * the entry for; nothing when the call comes from elsewhere.
- */
+// For a driver whose entries are by group: the call for an entry carries the MAC address only,
+// which several groups share. Inside such a call this is the group that the core makes or removes
+// the entry for; nothing when the call comes from elsewhere.
 [[nodiscard]] std::optional<EntryOwner> entry_in_hand();
 
 // ---- Counters -----------------------------------------------------------------------------------
@@ -99,10 +91,8 @@ enum class Received : std::uint8_t {
     kMldQuery,
 };
 
-/*
- * Why a packet, or one group record of it, came to nothing. A packet of an understood kind is
- * counted as received as well.
- */
+// Why a packet, or one group record of it, came to nothing. A packet of an understood kind is
+// counted as received as well.
 enum class Drop : std::uint8_t {
     kBadLength,         // shorter than its headers, or longer than a frame
     kNotIp,             // not this version of IP, or neither IGMP nor ICMPv6 in it
@@ -138,7 +128,7 @@ inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received:
 inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kBandwidthLimit) + 1;
 inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldGroupQuery) + 1;
 
-/* Texts such as "IGMPv2 report", "wrong checksum" and "IGMP general query". */
+// Texts such as "IGMPv2 report", "wrong checksum" and "IGMP general query".
 [[nodiscard]] std::string_view name(Received kind);
 [[nodiscard]] std::string_view name(Drop reason);
 [[nodiscard]] std::string_view name(Sent kind);

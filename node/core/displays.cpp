@@ -1,4 +1,5 @@
-/* The displays: tables on the console, a heading and aligned columns each. */
+// The displays: tables on the console, a heading and aligned columns each.
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 
@@ -178,8 +179,9 @@ void print_ageing(Family family) {
 template <class Kind, std::size_t kKinds>
 void print_counts(const char* title, const std::array<std::uint64_t, kKinds>& counts) {
     std::printf("%s\n", title);
-    for (std::size_t i = 0; i < kKinds; ++i)
+    for (std::size_t i = 0; i < kKinds; ++i) {
         print_number(name(static_cast<Kind>(i)).data(), counts[i]);
+    }
 }
 
 void print_timers() {
@@ -218,7 +220,7 @@ int32_t igmp_display_special_group(uint32_t group) {
     return 0;
 }
 
-/* Port 255 stands for all ports, VLAN 0 for all VLANs; the flag changes nothing. */
+// Port 255 stands for all ports, VLAN 0 for all VLANs; the flag changes nothing.
 int32_t igmp_show_vlan_config(uint32_t port, uint16_t vlan, uint16_t /*flag*/) {
     const Lock lock;
     const bool all_ports = port == devcore::kAllPorts;
@@ -338,7 +340,7 @@ int32_t igmp_if_show_if_status(uint8_t port) {
     return 0;
 }
 
-/* Group 0 stands for all groups. */
+// Group 0 stands for all groups.
 int32_t igmp_if_show_auth_group_cfg(uint8_t port, uint32_t group) {
     const Lock lock;
     const Port* const found = devcore::find_declared_port(port);

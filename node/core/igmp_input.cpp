@@ -1,23 +1,19 @@
-/*
- * IGMP packets as they come in.
- *
- *   IPv4 header, 20 bytes or more          message
- *   0  version 4, header length in words   0  type
- *   2  total length                        1  response time of a query
- *   6  fragment flags and offset           2  checksum of the message
- *   9  protocol 2                          4  group, in queries and in versions 1 and 2
- *  10  checksum of the header              6  number of records, in reports of version 3
- *  12  source                              8  records
- *
- * The router alert option is not asked for: some hosts leave it out.
- *
- * The version set is the one that the core speaks. In proxy mode it is also the newest one that is
- * understood, as a router of that version knows no newer message (RFC 2236, 2.1); hosts then answer
- * the core's older queries in that version. In the other modes the network's querier settles what
- * hosts speak, so all versions are understood.
- */
-#include <algorithm>
-
+// IGMP packets as they come in.
+//
+//   IPv4 header, 20 bytes or more          message
+//   0  version 4, header length in words   0  type
+//   2  total length                        1  response time of a query
+//   6  fragment flags and offset           2  checksum of the message
+//   9  protocol 2                          4  group, in queries and in versions 1 and 2
+//  10  checksum of the header              6  number of records, in reports of version 3
+//  12  source                              8  records
+//
+// The router alert option is not asked for: some hosts leave it out.
+//
+// The version set is the one that the core speaks. In proxy mode it is also the newest one that is
+// understood, as a router of that version knows no newer message (RFC 2236, 2.1); hosts then answer
+// the core's older queries in that version. In the other modes the network's querier settles what
+// hosts speak, so all versions are understood.
 #include "common/bytes.h"
 #include "node/core/address.h"
 #include "node/core/input.h"
@@ -33,7 +29,7 @@ constexpr std::size_t kShortestV3Query = 12;
 constexpr std::uint8_t kProtocolIgmp = 2;
 constexpr std::uint16_t kFragmentMask = 0x3FFF;  // more fragments, and the offset
 
-/* Finds the message in the IP packet; says what is wrong with them otherwise. */
+// Finds the message in the IP packet; says what is wrong with them otherwise.
 std::optional<Drop> open_packet(std::span<const std::uint8_t> ip, Packet& packet) {
     if (ip.size() < kShortestIpHeader || ip.size() > kLongestPacket) return Drop::kBadLength;
     if (ip[0] >> 4 != 4 || ip[9] != kProtocolIgmp) return Drop::kNotIp;
@@ -76,10 +72,8 @@ std::uint8_t version_of(Received report) {
     }
 }
 
-/*
- * The version of a query follows from its length and, for version 1, from its response time of 0,
- * which then means 10 seconds (RFC 3376, 7.1).
- */
+// The version of a query follows from its length and, for version 1, from its response time of 0,
+// which then means 10 seconds (RFC 3376, 7.1).
 std::optional<Drop> take_query(const Packet& packet) {
     constexpr std::uint64_t kTenth = kSecond / 10;
     constexpr std::uint32_t kV1Tenths = 100;
@@ -129,7 +123,7 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
 }  // namespace
 }  // namespace devcore
 
-/* 0 when the message was understood and was for the core, 1 when it was dropped as a whole. */
+// 0 when the message was understood and was for the core, 1 when it was dropped as a whole.
 int32_t igmp_pkt_recv(uint8_t* ip_packet, uint16_t ip_total_length, uint32_t port,
                       uint32_t group_vlan, void* /*record*/) {
     if (ip_packet == nullptr) return 1;

@@ -29,12 +29,10 @@ Packet packet_from(Family family, std::uint32_t port, std::uint32_t group_vlan) 
     return {{family, port, group_vlan == 0 ? default_vid(family) : group_vlan}};
 }
 
-/*
- *   byte 0  record type       byte 1  auxiliary data, in words     2-3  number of sources
- *   then the group, the sources, the auxiliary data
- *
- * A record of an unknown type is passed over (RFC 3376, 4.2.12).
- */
+//   byte 0  record type       byte 1  auxiliary data, in words     2-3  number of sources
+//   then the group, the sources, the auxiliary data
+//
+// A record of an unknown type is passed over (RFC 3376, 4.2.12).
 std::optional<std::vector<Record>> parse_records(Family family,
                                                  std::span<const std::uint8_t> report) {
     const std::size_t address = address_length(family);

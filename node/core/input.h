@@ -1,4 +1,4 @@
-/* What the two packet inputs share: how much of a packet may be read, and group records. */
+// What the two packet inputs share: how much of a packet may be read, and group records.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace devcore {
 
-/* A trapped frame has at most 2000 bytes, and the packet begins at most 22 into it. */
+// A trapped frame has at most 2000 bytes, and the packet begins at most 22 into it.
 constexpr std::uint32_t kLongestPacket = 1978;
 
 struct Packet {
@@ -21,23 +21,21 @@ struct Packet {
     [[nodiscard]] std::uint16_t vlan() const { return static_cast<std::uint16_t>(place.vlan); }
 };
 
-/*
- * A packet of which only the place is known yet. VLAN 0 is no VLAN: the library has it where its
- * MLD rules name none, and the default stands in for it.
- */
+// A packet of which only the place is known yet. VLAN 0 is no VLAN: the library has it where its
+// MLD rules name none, and the default stands in for it.
 [[nodiscard]] Packet packet_from(Family family, std::uint32_t port, std::uint32_t group_vlan);
 
-/* The records behind the 8 bytes that begin a report of IGMPv3 or MLDv2. */
+// The records behind the 8 bytes that begin a report of IGMPv3 or MLDv2.
 [[nodiscard]] std::optional<std::vector<Record>> parse_records(
     Family family, std::span<const std::uint8_t> report);
 
-/* Why a report is not taken from there; nothing when it is. An unknown VLAN may be learnt. */
+// Why a report is not taken from there; nothing when it is. An unknown VLAN may be learnt.
 [[nodiscard]] std::optional<Drop> refuse_place(const Packet& packet);
 
-/* Hands a report of an older version to the engine, as the record that means the same. */
+// Hands a report of an older version to the engine, as the record that means the same.
 void take_older_message(const Packet& packet, std::uint8_t version, RecordType type,
                         const Address& group);
-/* The same for the records of a report of the newest version: all of them, or none. */
+// The same for the records of a report of the newest version: all of them, or none.
 [[nodiscard]] std::optional<Drop> take_report(const Packet& packet, std::uint8_t version);
 
 }  // namespace devcore

@@ -13,7 +13,7 @@ namespace {
 
 std::string name_of(const GroupKey& key) { return text(key.family, key.group); }
 
-/* What a timer of the group is about. */
+// What a timer of the group is about.
 std::string about(const GroupKey& key) { return name_of(key) + " on port " + port_text(key.port); }
 
 Group* find_group(const GroupKey& key) {
@@ -48,17 +48,15 @@ void forget_sources(Host& host, const Record& record) {
     for (const Address& source : record.sources) host.sources.erase(source);
 }
 
-/*
- * The state of a host and what a record makes of it. INCLUDE lists the sources wanted, EXCLUDE
- * those not wanted.
- *
- *   state       IS_EX, TO_EX (A)  TO_IN (A)   IS_IN, ALLOW (A)  BLOCK (A)
- *   INCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  INCLUDE(B+A)      INCLUDE(B-A)
- *   EXCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  EXCLUDE(B-A)      EXCLUDE(B+A)
- *
- * IS_IN only adds, because it may answer a query that named some of the sources. What a message of
- * an older version has put into EXCLUDE() is no such answer: IS_IN then says all there is.
- */
+// The state of a host and what a record makes of it. INCLUDE lists the sources wanted, EXCLUDE
+// those not wanted.
+//
+//   state       IS_EX, TO_EX (A)  TO_IN (A)   IS_IN, ALLOW (A)  BLOCK (A)
+//   INCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  INCLUDE(B+A)      INCLUDE(B-A)
+//   EXCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  EXCLUDE(B-A)      EXCLUDE(B+A)
+//
+// IS_IN only adds, because it may answer a query that named some of the sources. What a message of
+// an older version has put into EXCLUDE() is no such answer: IS_IN then says all there is.
 void apply(Host& host, const Record& record, std::uint8_t version) {
     const bool was_older = host.version < version;
     if (record.type == RecordType::kIsInclude && was_older) host = Host{};
@@ -94,7 +92,7 @@ Filter filter_of(const Host& host) {
 
 // ---- Ageing -------------------------------------------------------------------------------------
 
-/* What a family's memberships age by. */
+// What a family's memberships age by.
 struct AgeRule {
     std::uint64_t interval;
     std::uint64_t since_us;
@@ -110,7 +108,7 @@ std::optional<AgeRule> age_rule(Family family) {
     return AgeRule{*interval, age_switch(family).since_us};
 }
 
-/* When the first piece of a host ages, and when the last one does. */
+// When the first piece of a host ages, and when the last one does.
 struct Ageing {
     std::uint64_t first;
     std::uint64_t last;
@@ -138,7 +136,7 @@ Ageing ageing_of(const Group& group, const AgeRule& rule) {
     return ageing;
 }
 
-/* Takes out of a host what has aged. */
+// Takes out of a host what has aged.
 void age(Host& host, const AgeRule& rule) {
     const auto is_aged = [&rule](std::uint64_t heard) {
         return rule.aged_at(heard) <= core().now_us;
@@ -163,7 +161,7 @@ void arm_ageing(const GroupKey& key, Group& group) {
 
 // ---- Switch entries -----------------------------------------------------------------------------
 
-/* Asks the call-back for an entry or its removal; one that is not registered refuses. */
+// Asks the call-back for an entry or its removal; one that is not registered refuses.
 template <class Entry, class Change>
 bool change_entry(Change change, const GroupKey& key, Entry entry) {
     entry.vlan = key.vlan;
@@ -171,7 +169,7 @@ bool change_entry(Change change, const GroupKey& key, Entry entry) {
     return change != nullptr && change(&entry) == 0;
 }
 
-/* Of the call that this thread is in. */
+// Of the call that this thread is in.
 thread_local const GroupKey* key_in_hand = nullptr;
 
 struct InHand {
@@ -247,7 +245,7 @@ void remove_group(const GroupKey& key, const char* why) {
     if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
 }
 
-/* Works out again what the hosts want together, and tells upstream. */
+// Works out again what the hosts want together, and tells upstream.
 void refresh(const GroupKey& key, Group& group) {
     std::vector<Filter> filters;
     group.version = UINT8_MAX;
@@ -297,7 +295,7 @@ void begin_leave(const GroupKey& key, Group& group) {
     }
 }
 
-/* The record with the sources that the SSM map has for a host that cannot name any. */
+// The record with the sources that the SSM map has for a host that cannot name any.
 Record with_mapped_sources(const Reporter& from, const Record& record) {
     if (from.family != Family::kIpv4 || from.version >= 3 || !joins(record)) return record;
     const std::vector<Address> sources = ssm_map_sources(to_ipv4(record.group));
@@ -305,7 +303,7 @@ Record with_mapped_sources(const Reporter& from, const Record& record) {
     return {RecordType::kIsInclude, record.group, sources};
 }
 
-/* Why a record is not looked at, whatever is known of its group. */
+// Why a record is not looked at, whatever is known of its group.
 std::optional<Drop> refusal(const Reporter& from, const Record& record) {
     if (!is_multicast(from.family, record.group)) return Drop::kNotMulticast;
     if (is_link_local_group(from.family, record.group)) return Drop::kLinkLocalGroup;
@@ -317,7 +315,7 @@ std::optional<Drop> refusal(const Reporter& from, const Record& record) {
     return std::nullopt;
 }
 
-/* A host's record, for a membership that is there. */
+// A host's record, for a membership that is there.
 void update(const GroupKey& key, Group& group, const Reporter& from, const Record& record) {
     const bool is_join = joins(record);
     if (!is_join && !group.hosts.contains(from.host)) return;

@@ -1,27 +1,25 @@
-/*
- * The membership engine, one for both families: it takes group records, as IGMPv3 and MLDv2 have
- * them, and keeps what each host behind each port wants. Messages of older versions come as the
- * records that mean the same: a report excludes nothing, a leave or done includes nothing.
- *
- * Hosts are told apart by their source address. What a port wants is what its hosts want together,
- * by the rules of RFC 3376, 3.2, so the compatibility modes for older hosts need no code: such a
- * host holds its group in exclude mode until it leaves or ages.
- *
- *   what comes                           what happens
- *   first join of a port, VLAN, group    admission; an entry in the switch; upstream in proxy mode
- *   a join again                         refreshed; an entry that failed before is tried again
- *   a leave, another host known          nothing but that the host is forgotten
- *   a leave of the last known host       fast leave: taken away at once
- *                                        otherwise: group queries, and taken away if unanswered
- *   a leave of an unknown host           nothing
- *   nothing for the membership interval  taken away
- *
- * A host of an old version stays silent when it hears another one report its group, so there can
- * be hosts that are not known. A group query brings them out; fast leave does not wait for them.
- *
- * A membership whose entry the switch refused is kept all the same: it counts towards limits and
- * upstream, and is only not programmed.
- */
+// The membership engine, one for both families: it takes group records, as IGMPv3 and MLDv2 have
+// them, and keeps what each host behind each port wants. Messages of older versions come as the
+// records that mean the same: a report excludes nothing, a leave or done includes nothing.
+//
+// Hosts are told apart by their source address. What a port wants is what its hosts want together,
+// by the rules of RFC 3376, 3.2, so the compatibility modes for older hosts need no code: such a
+// host holds its group in exclude mode until it leaves or ages.
+//
+//   what comes                           what happens
+//   first join of a port, VLAN, group    admission; an entry in the switch; upstream in proxy mode
+//   a join again                         refreshed; an entry that failed before is tried again
+//   a leave, another host known          nothing but that the host is forgotten
+//   a leave of the last known host       fast leave: taken away at once
+//                                        otherwise: group queries, and taken away if unanswered
+//   a leave of an unknown host           nothing
+//   nothing for the membership interval  taken away
+//
+// A host of an old version stays silent when it hears another one report its group, so there can
+// be hosts that are not known. A group query brings them out; fast leave does not wait for them.
+//
+// A membership whose entry the switch refused is kept all the same: it counts towards limits and
+// upstream, and is only not programmed.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +32,7 @@
 
 namespace devcore {
 
-/* Numbered as on the wire, the same in IGMPv3 and MLDv2. */
+// Numbered as on the wire, the same in IGMPv3 and MLDv2.
 enum class RecordType : std::uint8_t {
     kIsInclude = 1,
     kIsExclude = 2,
@@ -50,7 +48,7 @@ struct Record {
     std::vector<Address> sources;
 };
 
-/* One line each, for igmpv3_rcv and igmpv3_snd. */
+// One line each, for igmpv3_rcv and igmpv3_snd.
 void print_records(Family family, const std::vector<Record>& records);
 
 struct Reporter {
@@ -61,25 +59,25 @@ struct Reporter {
     std::uint8_t version;  // of the message
 };
 
-/* A record with a group that is no membership, or that is not admitted, is counted as a drop. */
+// A record with a group that is no membership, or that is not admitted, is counted as a drop.
 void take_record(const Reporter& from, const Record& received);
 
-/* Takes memberships away at once, out of the switch too. */
+// Takes memberships away at once, out of the switch too.
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted);
 
-/* Forgets them, and leaves the switch alone: it begins anew as well. */
+// Forgets them, and leaves the switch alone: it begins anew as well.
 void forget_mld_groups();
 
-/* To be called when a setting that ageing depends on has changed. */
+// To be called when a setting that ageing depends on has changed.
 void rearm_ageing();
 
-/* How long a membership lives without a report; nothing when it does not age. */
+// How long a membership lives without a report; nothing when it does not age.
 [[nodiscard]] std::optional<std::uint64_t> membership_interval(Family family);
 
-/* When a membership ends if nothing more is heard of it; nothing when it does not age. */
+// When a membership ends if nothing more is heard of it; nothing when it does not age.
 [[nodiscard]] std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group);
 
-/* What several receivers want together (RFC 3376, 3.2). */
+// What several receivers want together (RFC 3376, 3.2).
 [[nodiscard]] Filter merge(const std::vector<Filter>& filters);
 
 [[nodiscard]] inline Place place_of(const GroupKey& key) {

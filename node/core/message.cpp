@@ -25,7 +25,7 @@ void append(Bytes& bytes, std::span<const std::uint8_t> more) {
     bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-/* The sum of 16-bit words, a last odd byte being the high half of one. */
+// The sum of 16-bit words, a last odd byte being the high half of one.
 std::uint32_t sum_words(std::span<const std::uint8_t> bytes) {
     std::uint32_t sum = 0;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
@@ -56,7 +56,7 @@ bool excludes(RecordType type) {
     return type == RecordType::kIsExclude || type == RecordType::kToExclude;
 }
 
-/* Records that are too long are split, or cut when they exclude (RFC 3376, 4.2.16). */
+// Records that are too long are split, or cut when they exclude (RFC 3376, 4.2.16).
 std::vector<Record> in_pieces(const std::vector<Record>& records) {
     std::vector<Record> pieces;
     for (const Record& record : records) {

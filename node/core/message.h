@@ -1,4 +1,4 @@
-/* The messages that the core sends: their bytes, and the way out through the call-backs. */
+// The messages that the core sends: their bytes, and the way out through the call-backs.
 #pragma once
 
 #include <cstdint>
@@ -12,14 +12,14 @@ namespace devcore {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/* RFC 1071; 0 over bytes that hold their right checksum. */
+// RFC 1071; 0 over bytes that hold their right checksum.
 [[nodiscard]] std::uint16_t internet_checksum(std::span<const std::uint8_t> bytes);
-/* The same for an ICMPv6 message, whose checksum takes in a pseudo-header (RFC 8200, 8.1). */
+// The same for an ICMPv6 message, whose checksum takes in a pseudo-header (RFC 8200, 8.1).
 [[nodiscard]] std::uint16_t icmpv6_checksum(const std::uint8_t* source,
                                             const std::uint8_t* destination,
                                             std::span<const std::uint8_t> message);
 
-/* The 8-bit codes of IGMPv3 for response times and intervals (RFC 3376, 4.1.1). */
+// The 8-bit codes of IGMPv3 for response times and intervals (RFC 3376, 4.1.1).
 [[nodiscard]] std::uint8_t encode_time(std::uint64_t value);
 [[nodiscard]] std::uint32_t decode_time(std::uint8_t code);
 
@@ -40,9 +40,9 @@ enum class IgmpType : std::uint8_t {
     kV3Report = 0x22,
 };
 
-/* The 8 bytes of versions 1 and 2. */
+// The 8 bytes of versions 1 and 2.
 [[nodiscard]] Bytes igmp_message(IgmpType type, std::uint32_t group);
-/* As many reports as it takes to keep packets well below an Ethernet frame. */
+// As many reports as it takes to keep packets well below an Ethernet frame.
 [[nodiscard]] std::vector<Bytes> igmp_v3_reports(const std::vector<Record>& records);
 
 struct SendTag {
@@ -50,13 +50,13 @@ struct SendTag {
     std::uint8_t priority;
 };
 
-/* Puts the IP header before the message: router alert, TTL 1, TOS 0xC0, from the proxy address. */
+// Puts the IP header before the message: router alert, TTL 1, TOS 0xC0, from the proxy address.
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message);
 
 // ---- MLD ----------------------------------------------------------------------------------------
 
-/* The whole packet: IPv6 and hop-by-hop header with router alert, and the query. */
+// The whole packet: IPv6 and hop-by-hop header with router alert, and the query.
 [[nodiscard]] Bytes mld_group_query(std::uint8_t version, const Address& group,
                                     std::uint32_t response_time);
 void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet);

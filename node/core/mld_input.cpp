@@ -1,16 +1,14 @@
-/*
- * MLD packets as they come in.
- *
- *   IPv6 header, 40 bytes      hop-by-hop header, if any    message (ICMPv6)
- *   0  version 6               0  next header 58            0  type
- *   6  next header, 0 or 58    1  length in 8 bytes, -1     2  checksum, with pseudo-header
- *   7  hop limit 1                                          6  number of records, MLDv2 report
- *   8  source                                               8  group, or records
- *  24  destination
- *
- * Only link-local sources are taken (RFC 2710, 3; RFC 3810, 6.2). A host whose address is not ready
- * yet reports from ::, and does so again later. The router alert option is not asked for.
- */
+// MLD packets as they come in.
+//
+//   IPv6 header, 40 bytes      hop-by-hop header, if any    message (ICMPv6)
+//   0  version 6               0  next header 58            0  type
+//   6  next header, 0 or 58    1  length in 8 bytes, -1     2  checksum, with pseudo-header
+//   7  hop limit 1                                          6  number of records, MLDv2 report
+//   8  source                                               8  group, or records
+//  24  destination
+//
+// Only link-local sources are taken (RFC 2710, 3; RFC 3810, 6.2). A host whose address is not ready
+// yet reports from ::, and does so again later. The router alert option is not asked for.
 #include "common/bytes.h"
 #include "node/core/address.h"
 #include "node/core/input.h"
@@ -28,7 +26,7 @@ constexpr std::size_t kOlderMessage = 24;    // one group
 constexpr std::uint8_t kNextHopByHop = 0;
 constexpr std::uint8_t kNextIcmpv6 = 58;
 
-/* Where the ICMPv6 message begins; nothing when there is none within the packet. */
+// Where the ICMPv6 message begins; nothing when there is none within the packet.
 std::optional<std::size_t> message_offset(std::span<const std::uint8_t> ip) {
     std::uint8_t next = ip[6];
     std::size_t at = kIpv6Header;
@@ -68,7 +66,7 @@ std::optional<Received> kind_of(std::uint8_t type) {
     }
 }
 
-/* Queries are forwarded by the library; the core has no use for them. */
+// Queries are forwarded by the library; the core has no use for them.
 std::optional<Drop> take_query(const Packet& packet) {
     if (!find_port(packet.place.port)->is_uplink) return Drop::kQueryFromUser;
     return std::nullopt;
@@ -99,7 +97,7 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
 }  // namespace
 }  // namespace devcore
 
-/* 0 when the message was understood and was for the core, 1 when it was dropped as a whole. */
+// 0 when the message was understood and was for the core, 1 when it was dropped as a whole.
 int32_t mld_pkt_recv(uint8_t* ip_packet, uint32_t length, uint32_t port, uint32_t group_vlan,
                      MldReceiveRecord* /*record*/) {
     if (ip_packet == nullptr) return 1;

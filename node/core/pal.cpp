@@ -1,9 +1,7 @@
-/*
- * The platform layer: tasks are POSIX threads, and the memory displays count what the core holds.
- *
- * The numbers of the memory types, for pal_mtype_show and pal_mrecord_range_set, are the lines of
- * pal_mem_show from 0 on.
- */
+// The platform layer: tasks are POSIX threads, and the memory displays count what the core holds.
+//
+// The numbers of the memory types, for pal_mtype_show and pal_mrecord_range_set, are the lines of
+// pal_mem_show from 0 on.
 #include <limits.h>
 #include <pthread.h>
 #include <unistd.h>
@@ -32,7 +30,7 @@ struct Task {
     std::uint32_t stack_size;
 };
 
-/* Never destroyed, like the core; and not part of it, as tasks go on when the core begins anew. */
+// Never destroyed, like the core; and not part of it, as tasks go on when the core begins anew.
 std::vector<Task>& tasks() {
     static std::vector<Task>* const all = new std::vector<Task>;
     return *all;
@@ -43,7 +41,7 @@ struct Start {
     PalTaskEntry entry;
 };
 
-/* The thread names itself: its body may look at the name, and it may be gone before its creator. */
+// The thread names itself: its body may look at the name, and it may be gone before its creator.
 extern "C" void* run_task(void* given) {
     const std::unique_ptr<Start> start(static_cast<Start*>(given));
     pthread_setname_np(pthread_self(), start->name.c_str());
@@ -57,7 +55,7 @@ constexpr std::size_t kSanitizerShare = std::size_t{256} * 1024;  // frames seve
 constexpr std::size_t kSanitizerShare = 0;
 #endif
 
-/* The stack asked for, in whole pages and not below what the platform can start a thread with. */
+// The stack asked for, in whole pages and not below what the platform can start a thread with.
 std::size_t host_stack(std::uint32_t asked) {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const auto least = static_cast<std::size_t>(PTHREAD_STACK_MIN);
@@ -111,7 +109,7 @@ std::vector<RecordCount> count_records() {
             {"tasks", tasks().size()}};
 }
 
-/* What the display counts from, and which types it shows. */
+// What the display counts from, and which types it shows.
 struct MemoryDisplay {
     std::vector<RecordCount> base;
     std::uint32_t first = 0;
@@ -186,7 +184,7 @@ int32_t pal_mtype_show(uint32_t type) {
     return 0;
 }
 
-/* Which types pal_mem_show shows, the first and the last of them. */
+// Which types pal_mem_show shows, the first and the last of them.
 int32_t pal_mrecord_range_set(uint32_t first, uint32_t second) {
     const devcore::Lock lock;
     if (first > second) return 1;

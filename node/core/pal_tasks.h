@@ -2,7 +2,7 @@
 
 namespace devcore {
 
-/* The tasks that were created, with what they were created with. To be called under the lock. */
+// The tasks that were created, with what they were created with. To be called under the lock.
 void print_tasks();
 
 }  // namespace devcore

@@ -1,7 +1,5 @@
-/*
- * The settings of single ports. Each returns 0, or 1 for a port that is not there (what limits and
- * lists mean stands in admission.h).
- */
+// The settings of single ports. Each returns 0, or 1 for a port that is not there (what limits and
+// lists mean stands in admission.h).
 #include <algorithm>
 
 #include "node/core/address.h"
@@ -83,7 +81,7 @@ int32_t igmp_if_max_group_num_set(uint8_t port, uint16_t limit) {
     return kDone;
 }
 
-/* The last argument is only kept for the display. */
+// The last argument is only kept for the display.
 int32_t igmp_if_max_bandwidth_set(uint8_t port, uint8_t enable, uint32_t bandwidth,
                                   uint16_t extra) {
     const Lock lock;
@@ -95,7 +93,7 @@ int32_t igmp_if_max_bandwidth_set(uint8_t port, uint8_t enable, uint32_t bandwid
     return kDone;
 }
 
-/* Only the uplink's tags have an effect. */
+// Only the uplink's tags have an effect.
 int32_t igmp_if_snp_uplinkvlan_set(uint8_t port, IgmpUplinkTag* outer, IgmpUplinkTag* inner) {
     const Lock lock;
     Port* const found = find_declared_port(port);
@@ -107,7 +105,7 @@ int32_t igmp_if_snp_uplinkvlan_set(uint8_t port, IgmpUplinkTag* outer, IgmpUplin
 
 // ---- Authorised groups --------------------------------------------------------------------------
 
-/* A range that is there already gets the new bandwidth, for memberships to come. */
+// A range that is there already gets the new bandwidth, for memberships to come.
 int32_t igmp_if_add_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end, uint32_t bandwidth,
                                    uint16_t vlan) {
     const Lock lock;
@@ -125,7 +123,7 @@ int32_t igmp_if_add_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end, u
     return kDone;
 }
 
-/* The bandwidth does not tell ranges apart. */
+// The bandwidth does not tell ranges apart.
 int32_t igmp_if_delete_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end,
                                       uint32_t /*bandwidth*/, uint16_t vlan) {
     const Lock lock;
@@ -139,7 +137,7 @@ int32_t igmp_if_delete_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end
     return kDone;
 }
 
-/* VLAN 65535: the ranges of all VLANs. */
+// VLAN 65535: the ranges of all VLANs.
 int32_t igmp_if_delete_auth_group_cfg_all(uint8_t port, uint16_t vlan) {
     const Lock lock;
     Port* const found = find_declared_port(port);
@@ -160,13 +158,13 @@ int32_t igmp_if_grp_range_auth_enable(uint8_t port, uint8_t enable) {
     return kDone;
 }
 
-/* action: 1 adds to the port's control list, 0 deletes from it, 2 clears it. */
+// action: 1 adds to the port's control list, 0 deletes from it, 2 clears it.
 int32_t igmp_set_multicast_control(uint16_t port, uint32_t action, int16_t vlan, uint32_t group) {
     const Lock lock;
     return change_control_list(port, action, static_cast<std::uint16_t>(vlan), group);
 }
 
-/* The same list, as OAM fills it: the word is the group. The two bytes are only kept. */
+// The same list, as OAM fills it: the word is the group. The two bytes are only kept.
 int32_t igmp_oam_control_2(uint8_t add_delete, uint16_t port, uint16_t vlan, IgmpOamControl* rest) {
     const Lock lock;
     if (rest == nullptr) return kRefused;

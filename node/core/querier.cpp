@@ -1,5 +1,6 @@
 #include "node/core/querier.h"
 
+#include <algorithm>
 #include <set>
 
 #include "node/core/address.h"
@@ -12,7 +13,7 @@ constexpr std::uint32_t kAllHosts = 0xE0000001;  // 224.0.0.1
 constexpr std::uint32_t kGeneral = 0;
 constexpr std::uint8_t kVersion2 = 2;
 
-/* Where the port's members are, and where its first ones would be. */
+// Where the port's members are, and where its first ones would be.
 std::set<std::uint16_t> queried_vlans(const Port& port) {
     const Settings& settings = core().settings;
     std::set<std::uint16_t> vlans{settings.default_vid};

@@ -1,8 +1,6 @@
-/*
- * The core's own queries. General queries go to the user ports in proxy mode only: in snooping and
- * control mode the network's querier serves the hosts, and the library forwards its queries. Group
- * queries after a leave are sent in every mode, of both families.
- */
+// The core's own queries. General queries go to the user ports in proxy mode only: in snooping and
+// control mode the network's querier serves the hosts, and the library forwards its queries. Group
+// queries after a leave are sent in every mode, of both families.
 #pragma once
 
 #include <cstdint>
@@ -11,13 +9,13 @@
 
 namespace devcore {
 
-/* Asks at once and from then on every query interval. */
+// Asks at once and from then on every query interval.
 void start_general_queries();
 void stop_general_queries();
-/* The interval has changed: it counts from now. */
+// The interval has changed: it counts from now.
 void restart_general_queries();
 
-/* version: the oldest that a reporter of the group speaks. */
+// version: the oldest that a reporter of the group speaks.
 void send_group_query(const GroupKey& key, std::uint8_t version);
 
 }  // namespace devcore

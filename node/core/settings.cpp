@@ -1,16 +1,12 @@
-/*
- * The global settings. A setter keeps its value, lets it take effect at once and returns 0, or
- * returns 1 and changes nothing. Times are in seconds.
- *
- * general_member_interval: 0 switches ageing off, 1 stands for the interval that the RFCs compute
- * from the other values, and anything else is the interval itself. 1 second would be of no use, and
- * 1 is what the library has as its default.
- *
- * A membership lives in a VLAN that is the default or is on the list, and ends with it. With VLAN
- * learning, a report puts its VLAN on the list.
- */
-#include <algorithm>
-
+// The global settings. A setter keeps its value, lets it take effect at once and returns 0, or
+// returns 1 and changes nothing. Times are in seconds.
+//
+// general_member_interval: 0 switches ageing off, 1 stands for the interval that the RFCs compute
+// from the other values, and anything else is the interval itself. 1 second would be of no use, and
+// 1 is what the library has as its default.
+//
+// A membership lives in a VLAN that is the default or is on the list, and ends with it. With VLAN
+// learning, a report puts its VLAN on the list.
 #include "node/core/address.h"
 #include "node/core/admission.h"
 #include "node/core/membership.h"
@@ -33,7 +29,7 @@ Settings& settings() { return devcore::core().settings; }
 
 bool is_vid(std::uint32_t vlan) { return vlan >= 1 && vlan <= devcore::kLastVid; }
 
-/* Checks a changed copy of the settings and puts it in force. */
+// Checks a changed copy of the settings and puts it in force.
 int32_t change_times(const Settings& changed) {
     if (changed.robustness == 0 || changed.query_interval == 0 ||
         changed.query_max_resp_time == 0 || changed.last_member_query_interval == 0) {
@@ -46,14 +42,14 @@ int32_t change_times(const Settings& changed) {
     return kDone;
 }
 
-/* Memberships do not age for the time in which ageing was off. */
+// Memberships do not age for the time in which ageing was off.
 void switch_ageing(devcore::AgeSwitch& ageing, bool on) {
     if (on && !ageing.on) ageing.since_us = devcore::core().now_us;
     ageing.on = on;
     devcore::rearm_ageing();
 }
 
-/* Ends what lives in VLANs that are not there any more. */
+// Ends what lives in VLANs that are not there any more.
 void drop_lost_vlans() {
     devcore::remove_groups_if([](const GroupKey& key) {
         return key.vlan != devcore::default_vid(key.family) && !settings().vlans.contains(key.vlan);
@@ -132,7 +128,7 @@ int32_t igmp_para_lmqi_globle_set(uint16_t last_member_query_interval) {
     return change_times(changed);
 }
 
-/* 0: no query, a leave takes effect at once. */
+// 0: no query, a leave takes effect at once.
 int32_t igmp_para_lmqc_globle_set(uint16_t last_member_query_count) {
     const Lock lock;
     Settings changed = settings();
@@ -154,7 +150,7 @@ int32_t mld_pack_set_age_switch(uint8_t enable) {
 
 // ---- Sources and the proxy ----------------------------------------------------------------------
 
-/* 0 and 0: no SSM range. */
+// 0 and 0: no SSM range.
 int32_t igmp_ssm_ip_globle_set(uint32_t start, uint32_t end) {
     const Lock lock;
     if (start > end) return kRefused;
@@ -223,7 +219,7 @@ int32_t igmp_vlan_del_all(void) {
 
 // ---- Memberships of all ports -------------------------------------------------------------------
 
-/* The last word counts: a later igmp_if_fast_leave_enable makes a port differ. */
+// The last word counts: a later igmp_if_fast_leave_enable makes a port differ.
 int32_t igmp_fast_leave_enable_globle(uint8_t mode) {
     const Lock lock;
     for (devcore::Port& port : devcore::core().ports) port.fast_leave = mode != 0;
@@ -236,7 +232,7 @@ int32_t igmp_del_all_group(void) {
     return kDone;
 }
 
-/* Both modes learn alike; the library forwards what is to be forwarded. */
+// Both modes learn alike; the library forwards what is to be forwarded.
 int32_t mld_proxy_snoop_set_globle(uint16_t mode) {
     const Lock lock;
     if (mode != 2 && mode != 3) return kRefused;
@@ -244,7 +240,7 @@ int32_t mld_proxy_snoop_set_globle(uint16_t mode) {
     return kDone;
 }
 
-/* The private list takes away what it does not hold from the first group on that is put there. */
+// The private list takes away what it does not hold from the first group on that is put there.
 int32_t add_to_auth_group_api(uint32_t group, uint16_t vlan) {
     const Lock lock;
     if (!devcore::is_multicast(Family::kIpv4, devcore::from_ipv4(group))) return kRefused;
@@ -253,7 +249,7 @@ int32_t add_to_auth_group_api(uint32_t group, uint16_t vlan) {
     return kDone;
 }
 
-/* A group that is not on the list is no error: the library deletes each one several times. */
+// A group that is not on the list is no error: the library deletes each one several times.
 int32_t auth_group_delete_api(uint32_t group, uint16_t vlan) {
     const Lock lock;
     settings().private_list.erase({vlan, group});

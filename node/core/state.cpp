@@ -12,7 +12,7 @@ std::recursive_mutex& mutex() {
     return *the_mutex;
 }
 
-/* Not part of the core: it stays when the core begins anew. */
+// Not part of the core: it stays when the core begins anew.
 struct TimerWatch {
     std::function<void(std::optional<std::uint64_t>)> changed;
     std::optional<std::uint64_t> told;
@@ -90,7 +90,7 @@ using devcore::Core;
 using devcore::Lock;
 using devcore::Port;
 
-/* All but the clock begins anew; the switch is taken to be empty as well. */
+// All but the clock begins anew; the switch is taken to be empty as well.
 int32_t igmp_data_init(void) {
     const Lock lock;
     const std::uint64_t now = devcore::core().now_us;
@@ -114,7 +114,7 @@ int32_t mld_data_init(void) {
     return 0;
 }
 
-/* There are no tasks to start: the timers run when the clock is moved. */
+// There are no tasks to start: the timers run when the clock is moved.
 int32_t igmp_task_init(uint32_t /*first*/, uint32_t /*second*/) { return 0; }
 int32_t mld_task_init(uint32_t /*first*/) { return 0; }
 

@@ -1,11 +1,9 @@
-/*
- * All that the core holds, under one lock.
- *
- * The lock is recursive and is taken at every door: the functions of platform/protocol_core.h and
- * of development_core.h. The packet task, the command task and whoever moves the clock therefore
- * take turns. Call-backs are called with the lock held, on the thread that came in. They may ask
- * the core for something, but not change what it holds, nor wait for a thread that needs it.
- */
+// All that the core holds, under one lock.
+//
+// The lock is recursive and is taken at every door: the functions of platform/protocol_core.h and
+// of development_core.h. The packet task, the command task and whoever moves the clock therefore
+// take turns. Call-backs are called with the lock held, on the thread that came in. They may ask
+// the core for something, but not change what it holds, nor wait for a thread that needs it.
 #pragma once
 
 #include <array>
@@ -71,7 +69,7 @@ struct Port {
 
 // ---- Memberships --------------------------------------------------------------------------------
 
-/* Which sources are wanted: those listed, or all others (RFC 3376, 3). */
+// Which sources are wanted: those listed, or all others (RFC 3376, 3).
 struct Filter {
     bool exclude = false;
     std::set<Address> sources;
@@ -79,7 +77,7 @@ struct Filter {
     bool operator==(const Filter&) const = default;
 };
 
-/* What one host wants of a group. It holds the group in exclude mode, or with a source. */
+// What one host wants of a group. It holds the group in exclude mode, or with a source.
 struct Host {
     std::uint8_t version = 0;
     bool exclude = false;
@@ -96,7 +94,7 @@ struct GroupKey {
     auto operator<=>(const GroupKey&) const = default;
 };
 
-/* A membership. Without hosts it has a leave timer, and is taken away when that has run out. */
+// A membership. Without hosts it has a leave timer, and is taken away when that has run out.
 struct Group {
     std::map<Address, Host> hosts;
     Filter filter;             // of all hosts together, or of the last one that left
@@ -162,7 +160,7 @@ struct CallBacks {
     MldTableChange mld_remove = nullptr;
 };
 
-/* Which lines are printed; the kinds are the bits of Trace in trace.h. */
+// Which lines are printed; the kinds are the bits of Trace in trace.h.
 struct TraceSettings {
     bool warnings = false;
     std::uint32_t switches = 0;
@@ -200,9 +198,9 @@ class Lock {
     Lock& operator=(const Lock&) = delete;
 };
 
-/* The port of a number, 29 and 0xFFFF being the uplink; null for others. */
+// The port of a number, 29 and 0xFFFF being the uplink; null for others.
 [[nodiscard]] Port* find_port(std::uint32_t number);
-/* The same, for declared ports only. */
+// The same, for declared ports only.
 [[nodiscard]] Port* find_declared_port(std::uint32_t number);
 
 [[nodiscard]] inline std::uint16_t default_vid(Family family) {
@@ -215,7 +213,7 @@ class Lock {
     return family == Family::kIpv4 ? settings.ageing : settings.mld_ageing;
 }
 
-/* "2", or "uplink". */
+// "2", or "uplink".
 [[nodiscard]] std::string port_text(std::uint32_t number);
 
 }  // namespace devcore

@@ -1,16 +1,14 @@
-/*
- * Status for other processes.
- *
- * A port's status is four words in native byte order: memberships, group limit, bandwidth in use,
- * bandwidth limit; a limit of 0 is none. A group dump is a native word, the number of records that
- * follow, and for each IGMP membership 25 bytes, big-endian:
- *
- *   0  port                       14  seconds since it was joined
- *   1  version                    18  seconds to its end, FFFFFFFF when it does not age
- *   2  group                      22  filter mode, 1 include, 2 exclude
- *   6  VLAN                       23  number of sources, 255 at most
- *  10  last reporter              24  flags, bit 0: programmed
- */
+// Status for other processes.
+//
+// A port's status is four words in native byte order: memberships, group limit, bandwidth in use,
+// bandwidth limit; a limit of 0 is none. A group dump is a native word, the number of records that
+// follow, and for each IGMP membership 25 bytes, big-endian:
+//
+//   0  port                       14  seconds since it was joined
+//   1  version                    18  seconds to its end, FFFFFFFF when it does not age
+//   2  group                      22  filter mode, 1 include, 2 exclude
+//   6  VLAN                       23  number of sources, 255 at most
+//  10  last reporter              24  flags, bit 0: programmed
 #include <algorithm>
 #include <cstring>
 

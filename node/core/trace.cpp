@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint32_t bit(Trace kind) { return static_cast<std::uint32_t>(kind); }
 constexpr std::uint32_t kPackets = bit(Trace::kReceived) | bit(Trace::kSent);
 
-/* What each level switches on; levels that mean nothing here are only stored. */
+// What each level switches on; levels that mean nothing here are only stored.
 constexpr std::uint32_t kLevels[] = {0, bit(Trace::kDrops),
                                      bit(Trace::kMemberships) | bit(Trace::kEntries), kPackets,
                                      bit(Trace::kTimers)};
@@ -86,7 +86,7 @@ std::uint32_t igmpv3_snd = 0;
 
 namespace {
 
-/* The kinds of a selector; 0 for one that does not exist. */
+// The kinds of a selector; 0 for one that does not exist.
 std::uint32_t selected(std::uint8_t selector) {
     if (selector == devcore::kLastSelector) return devcore::kAllTraces;
     return selector >= 1 && selector < devcore::kLastSelector ? 1U << (selector - 1) : 0;

@@ -52,7 +52,7 @@ void send_leave(std::uint16_t vlan, std::uint32_t group) {
               igmp_message(IgmpType::kLeave, group));
 }
 
-/* What makes an upstream router want `to` instead of `from` (RFC 3376, 5.1); nothing if equal. */
+// What makes an upstream router want `to` instead of `from` (RFC 3376, 5.1); nothing if equal.
 std::vector<Record> changes(std::uint32_t group, const Filter& from, const Filter& to) {
     const Address address = from_ipv4(group);
     if (from.exclude != to.exclude) {
@@ -69,7 +69,7 @@ std::vector<Record> changes(std::uint32_t group, const Filter& from, const Filte
     return records;
 }
 
-/* What all ports want of a group; nothing when no port is a member. */
+// What all ports want of a group; nothing when no port is a member.
 std::optional<Filter> wanted(std::uint16_t vlan, std::uint32_t group) {
     std::vector<Filter> filters;
     for (std::uint32_t port = 0; port < kUserPorts; ++port) {
@@ -101,7 +101,7 @@ void report_end(const VlanGroup& place) {
     }
 }
 
-/* What a version 3 query is told about a group (RFC 3376, 5.2). */
+// What a version 3 query is told about a group (RFC 3376, 5.2).
 Record current_state(std::uint32_t group, const Filter& filter, const std::vector<Address>& asked) {
     const Address address = from_ipv4(group);
     if (asked.empty()) {
@@ -181,7 +181,7 @@ void answer_query(const UpstreamQuery& query) {
 
 namespace {
 
-/* Where a test message goes: upstream, whatever the mode, in the VLAN given, 0 for the default. */
+// Where a test message goes: upstream, whatever the mode, in the VLAN given, 0 for the default.
 bool can_test(std::uint16_t port) {
     return devcore::find_declared_port(port) != nullptr &&
            devcore::core().call_backs.send != nullptr;
@@ -193,7 +193,7 @@ std::uint16_t test_vlan(std::uint16_t vlan) {
 
 }  // namespace
 
-/* The port only has to be one: a report has its place upstream. */
+// The port only has to be one: a report has its place upstream.
 int32_t test_igmp_report_v2_l3(uint16_t port, uint16_t vlan) {
     const devcore::Lock lock;
     if (!can_test(port)) return 1;

@@ -1,16 +1,14 @@
-/*
- * The host side of proxy mode: what all user ports together want of a VLAN is reported on the
- * uplink in the version set, once at each change and again when a query asks.
- *
- *   version  first member            filter changes             last member
- *   3        TO_EX, or ALLOW         TO_EX, TO_IN, ALLOW, BLOCK  TO_IN of nothing
- *   2        report                  nothing                     leave to 224.0.0.2
- *   1        report                  nothing                     nothing
- *
- * Messages carry the outer uplink tag if one was set: the VID and the PCP of its first field, which
- * is a TCI. Otherwise they carry the group's VLAN. The inner tag is only kept: the call-back takes
- * one tag.
- */
+// The host side of proxy mode: what all user ports together want of a VLAN is reported on the
+// uplink in the version set, once at each change and again when a query asks.
+//
+//   version  first member            filter changes             last member
+//   3        TO_EX, or ALLOW         TO_EX, TO_IN, ALLOW, BLOCK  TO_IN of nothing
+//   2        report                  nothing                     leave to 224.0.0.2
+//   1        report                  nothing                     nothing
+//
+// Messages carry the outer uplink tag if one was set: the VID and the PCP of its first field, which
+// is a TCI. Otherwise they carry the group's VLAN. The inner tag is only kept: the call-back takes
+// one tag.
 #pragma once
 
 #include <cstdint>
@@ -20,10 +18,10 @@
 
 namespace devcore {
 
-/* To be called when a port's membership has changed; does nothing unless in proxy mode. */
+// To be called when a port's membership has changed; does nothing unless in proxy mode.
 void upstream_changed(std::uint16_t vlan, std::uint32_t group);
 
-/* Reports all memberships, or forgets what was reported, when proxy mode is entered or left. */
+// Reports all memberships, or forgets what was reported, when proxy mode is entered or left.
 void start_upstream();
 void stop_upstream();
 
@@ -34,8 +32,7 @@ struct UpstreamQuery {
     std::uint64_t response_us;
 };
 
-/* Answers in the middle of the response time; that is no random delay, so that replays are equal.
- */
+// Answers in the middle of the response time; that is no random delay, so that replays are equal.
 void answer_query(const UpstreamQuery& query);
 
 }  // namespace devcore

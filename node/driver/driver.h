@@ -1,7 +1,5 @@
-/*
- * What the L2_multicast_ functions of platform/l2_multicast.h work on: the driver that the node has
- * chosen, over captures or over the interfaces of this machine.
- */
+// What the L2_multicast_ functions of platform/l2_multicast.h work on: the driver that the node has
+// chosen, over captures or over the interfaces of this machine.
 #pragma once
 
 #include <array>
@@ -21,15 +19,13 @@ struct Delivery {
     std::uint32_t length;
 };
 
-/*
- * read() is the packet task's. The others come from whatever thread the library or the core is on.
- * True is success; a port is refused that the switch does not have.
- */
+// read() is the packet task's. The others come from whatever thread the library or the core is on.
+// True is success; a port is refused that the switch does not have.
 class Driver {
  public:
     virtual ~Driver() = default;
 
-    /* Waits for the next trapped frame and puts it into buf; nothing when there will be no more. */
+    // Waits for the next trapped frame and puts it into buf; nothing when there will be no more.
     [[nodiscard]] virtual std::optional<Delivery> read(std::span<std::uint8_t> buf) = 0;
 
     [[nodiscard]] virtual bool send(std::int64_t port, std::span<const std::uint8_t> frame) = 0;
@@ -38,7 +34,7 @@ class Driver {
     [[nodiscard]] virtual bool remove_entry(std::int64_t port, const MacAddress& mac,
                                             std::uint16_t vlan) = 0;
 
-    /* The id under which the PON has registered the node; 255 is none. */
+    // The id under which the PON has registered the node; 255 is none.
     [[nodiscard]] virtual std::uint8_t onu_id() const = 0;
     virtual void set_onu_id(std::uint8_t onu_id) = 0;
 
@@ -48,10 +44,10 @@ class Driver {
     Driver& operator=(const Driver&) = default;
 };
 
-/* Chooses the driver; to be called before the library starts. It must never be destroyed. */
+// Chooses the driver; to be called before the library starts. It must never be destroyed.
 void use(Driver& driver);
 
-/* The chosen one; there must be one. */
+// The chosen one; there must be one.
 [[nodiscard]] Driver& chosen();
 
 }  // namespace driver

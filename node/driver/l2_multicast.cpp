@@ -1,4 +1,4 @@
-/* The functions of platform/l2_multicast.h, as the chosen driver gives them. */
+// The functions of platform/l2_multicast.h, as the chosen driver gives them.
 #include "platform/l2_multicast.h"
 
 #include <array>

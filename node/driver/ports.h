@@ -1,7 +1,5 @@
-/*
- * The ports of the node as the capture driver numbers them: user ports 0 to 5 and the uplink, port
- * number 29. Tables of the driver hold one slot a port, in that order, the uplink last.
- */
+// The ports of the node as the capture driver numbers them: user ports 0 to 5 and the uplink, port
+// number 29. Tables of the driver hold one slot a port, in that order, the uplink last.
 #pragma once
 
 #include <array>
@@ -20,7 +18,7 @@ inline constexpr std::uint8_t kUplinkPort = 29;
 template <class T>
 using PerPort = std::array<T, kSlots>;
 
-/* The slot of a port number; nothing for a number that the switch does not have. */
+// The slot of a port number; nothing for a number that the switch does not have.
 constexpr std::optional<std::size_t> slot_of_port(std::int64_t port) {
     if (port == kUplinkPort) return kUplinkSlot;
     if (port < 0 || port >= static_cast<std::int64_t>(kUserPorts)) return std::nullopt;
@@ -31,7 +29,7 @@ constexpr std::uint8_t port_of_slot(std::size_t slot) {
     return slot == kUplinkSlot ? kUplinkPort : static_cast<std::uint8_t>(slot);
 }
 
-/* "port0" to "port5" and "uplink": what a port is called in summaries and in file names. */
+// "port0" to "port5" and "uplink": what a port is called in summaries and in file names.
 inline std::string name_of_slot(std::size_t slot) {
     return slot == kUplinkSlot ? "uplink" : "port" + std::to_string(slot);
 }

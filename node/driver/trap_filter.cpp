@@ -18,7 +18,7 @@ constexpr std::uint8_t kProtocolIgmp = 2;
 constexpr std::uint8_t kNextHopByHop = 0;
 constexpr std::uint8_t kNextIcmpv6 = 58;
 
-/* Reads that remember whether they ran past the end, so that the walk needs one test only. */
+// Reads that remember whether they ran past the end, so that the walk needs one test only.
 class Reader {
  public:
     explicit Reader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}

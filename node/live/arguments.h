@@ -1,4 +1,4 @@
-/* What "mc_node live" is told. */
+// What "mc_node live" is told.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@ struct PortInterface {
     std::string interface;
 };
 
-/* "port 2" or "uplink": what a port is called in lines for people. */
+// "port 2" or "uplink": what a port is called in lines for people.
 [[nodiscard]] inline std::string name_of(const PortInterface& port) {
     return port.port == driver::kUplinkPort ? "uplink" : "port " + std::to_string(port.port);
 }

@@ -1,6 +1,5 @@
 #include "node/live/bridge.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -12,12 +11,10 @@
 namespace live {
 namespace {
 
-/*
- * What makes a bridge heed its database: a querier, and the time that the querier gives for answers
- * gone by. The queries do not leave the bridge, only this machine hears them: hence in versions
- * that it need not fall back for, and with a tenth of a second for the answer, as less would make
- * an IGMP query one of version 1. Ten hundredths are whole ticks of any kernel.
- */
+// What makes a bridge heed its database: a querier, and the time that the querier gives for answers
+// gone by. The queries do not leave the bridge, only this machine hears them: hence in versions
+// that it need not fall back for, and with a tenth of a second for the answer, as less would make
+// an IGMP query one of version 1. Ten hundredths are whole ticks of any kernel.
 constexpr BridgeSettings kWanted{1, 3, 2, 10, 1};
 constexpr std::chrono::milliseconds kUntilHeeded{150};
 
@@ -104,7 +101,7 @@ void Bridge::take_bridge(const Link& link) {
     entries_.use_bridge(link.index, name_, link.hash_max);
 }
 
-/* Until the next one heeds its database, it would flood. */
+// Until the next one heeds its database, it would flood.
 void Bridge::lose_bridge() {
     is_flooding_ = true;
     bridge_.reset();
@@ -113,7 +110,7 @@ void Bridge::lose_bridge() {
     say_(name_ + " is gone: streams are not switched until it is back");
 }
 
-/* Sets what is not as the node needs it. */
+// Sets what is not as the node needs it.
 void Bridge::keep_settings() {
     for (std::size_t i = 0; i < kBridgeSettings; ++i) {
         if ((*bridge_->bridged)[i] == kWanted[i]) continue;
@@ -128,23 +125,24 @@ void Bridge::keep_settings() {
 void Bridge::give_back_settings() {
     for (auto& port : ports_) {
         if (!port || !port->router_before) continue;
-        (void)set_multicast_router(netlink_, port->index, *port->router_before);
+        static_cast<void>(set_multicast_router(netlink_, port->index, *port->router_before));
         port->router_before.reset();
     }
     if (!bridge_ || !before_) return;
     for (std::size_t i = kBridgeSettings; i-- > 0;) {
-        (void)set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), (*before_)[i]);
+        static_cast<void>(
+            set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), (*before_)[i]));
     }
 }
 
-/* Switched off it switches nothing and takes no entry; without a carrier it only has no port up. */
+// Switched off it switches nothing and takes no entry; without a carrier it only has no port up.
 void Bridge::look_whether_on() {
     if (bridge_->on == is_on_) return;
     is_on_ = bridge_->on;
     say_(name_ + (is_on_ ? " is up again" : " is down: streams are not switched until it is up"));
 }
 
-/* An address of its own takes a machine a second or two to make sure of. */
+// An address of its own takes a machine a second or two to make sure of.
 void Bridge::await_link_local() {
     const auto until = Clock::now() + kAddressPatience;
     while (find_link_local(netlink_, bridge_->index) == LinkLocal::kTentative) {
@@ -153,10 +151,8 @@ void Bridge::await_link_local() {
     }
 }
 
-/*
- * Without a link-local address the bridge makes no MLD queries, and without queries it does not
- * heed its IPv6 entries: it floods. With one, it is to ask at once.
- */
+// Without a link-local address the bridge makes no MLD queries, and without queries it does not
+// heed its IPv6 entries: it floods. With one, it is to ask at once.
 void Bridge::look_at_link_local() {
     // Switched off it has none, which then is not the point.
     const LinkLocal before = link_local_;
@@ -169,12 +165,13 @@ void Bridge::look_at_link_local() {
     if (std::exchange(said_no_link_local_, false)) {
         say_(name_ + " has a link-local IPv6 address now");
     }
-    (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 0);
-    (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 1);
+    static_cast<void>(set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 0));
+    static_cast<void>(set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 1));
 }
 
 void Bridge::recover_from_overflow() {
-    if (bridge_) (void)set_bridge(netlink_, bridge_->index, BridgeSetting::kSnooping, 1);
+    if (!bridge_) return;
+    static_cast<void>(set_bridge(netlink_, bridge_->index, BridgeSetting::kSnooping, 1));
 }
 
 // ---- Looking ------------------------------------------------------------------------------------
@@ -262,7 +259,7 @@ void Bridge::say_state(const Port& port, PortState now) {
     }
 }
 
-/* Everything unknown goes to the uplink and nothing of it to a user port. */
+// Everything unknown goes to the uplink and nothing of it to a user port.
 void Bridge::keep_port_settings(Port& port, const Link& link) {
     const std::uint8_t wanted = port.is_user ? kNoRouter : kRouter;
     if (!port.router_before) port.router_before = link.port->multicast_router;
@@ -271,7 +268,7 @@ void Bridge::keep_port_settings(Port& port, const Link& link) {
     if (error != 0) say_(port.called + ": its settings cannot be changed: " + std::strerror(error));
 }
 
-/* Nothing, or why not. */
+// Nothing, or why not.
 std::string Bridge::put_up_guard() {
     GuardedBridge guarded{bridge_ ? name_ : "", is_flooding_, {}};
     for (const auto& port : ports_) {

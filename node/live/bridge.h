@@ -1,11 +1,9 @@
-/*
- * The bridge as the switch of the node: which of its ports are there, the settings that make its
- * multicast database count, and the rules that keep it out of the node's business. Anything may be
- * missing at any time, an interface, the bridge, a port in it. What is missing is said once, the
- * rest goes on, and what was in place is put there again when it comes back.
- *
- * Not for several threads: the driver takes turns.
- */
+// The bridge as the switch of the node: which of its ports are there, the settings that make its
+// multicast database count, and the rules that keep it out of the node's business. Anything may be
+// missing at any time, an interface, the bridge, a port in it. What is missing is said once, the
+// rest goes on, and what was in place is put there again when it comes back.
+//
+// Not for several threads: the driver takes turns.
 #pragma once
 
 #include <chrono>
@@ -28,25 +26,23 @@ namespace live {
 
 class Bridge {
  public:
-    /* An interface that can be opened, under a new index; 0: it is gone. */
+    // An interface that can be opened, under a new index; 0: it is gone.
     using PortIsNew = std::function<void(std::size_t slot, int index)>;
 
     Bridge(std::string name, const std::vector<PortInterface>& ports, Say say,
            PortIsNew port_is_new);
 
-    /* Puts everything in place. Throws LiveError when something is missing from the beginning. */
+    // Puts everything in place. Throws LiveError when something is missing from the beginning.
     void begin();
 
-    /* Gives everything back: entries, settings, rules. */
+    // Gives everything back: entries, settings, rules.
     void end();
 
-    /*
-     * Looks at all links afresh, says what has changed, and puts in place what can be. When it
-     * comes back with a time, it is to be called again after that.
-     */
+    // Looks at all links afresh, says what has changed, and puts in place what can be. When it
+    // comes back with a time, it is to be called again after that.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
-    /* The kernel gives snooping up when the database overflows. */
+    // The kernel gives snooping up when the database overflows.
     void recover_from_overflow();
 
     [[nodiscard]] EntryTable& entries() { return entries_; }

@@ -18,14 +18,14 @@ namespace {
 constexpr std::uint64_t kMicrosPerSecond = 1'000'000;
 constexpr std::uint64_t kNanosPerMicro = 1000;
 
-/* Nothing switches the timer off. */
+// Nothing switches the timer off.
 void set(int timer, std::optional<std::uint64_t> due_us) {
     itimerspec when{};
     if (due_us) {
         when.it_value.tv_sec = static_cast<std::time_t>(*due_us / kMicrosPerSecond);
         when.it_value.tv_nsec = static_cast<long>(*due_us % kMicrosPerSecond * kNanosPerMicro);
     }
-    (void)timerfd_settime(timer, TFD_TIMER_ABSTIME, &when, nullptr);
+    static_cast<void>(timerfd_settime(timer, TFD_TIMER_ABSTIME, &when, nullptr));
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-/*
- * The core's clock on the machine's own: a timer that is there, for poll(2), when the core's next
- * timer is due. Time counts from when the machine was started, so that setting the date ages
- * nothing.
- */
+// The core's clock on the machine's own: a timer that is there, for poll(2), when the core's next
+// timer is due. Time counts from when the machine was started, so that setting the date ages
+// nothing.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +9,7 @@ namespace live {
 
 class CoreClock {
  public:
-    /* Throws LiveError. The core tells it of its timers from here on. */
+    // Throws LiveError. The core tells it of its timers from here on.
     CoreClock();
     ~CoreClock();
     CoreClock(const CoreClock&) = delete;
@@ -19,7 +17,7 @@ class CoreClock {
 
     [[nodiscard]] int descriptor() const { return timer_; }
 
-    /* Moves the core to the present, which runs what is due. Any thread. */
+    // Moves the core to the present, which runs what is due. Any thread.
     static void move();
 
     [[nodiscard]] static std::uint64_t now_us();

@@ -11,7 +11,7 @@ constexpr std::size_t kTci = 14;
 constexpr std::size_t kTypeBehindTag = 16;
 constexpr std::size_t kPacketBehindTag = 18;
 
-/* No IPv4 packet begins with a 6. */
+// No IPv4 packet begins with a 6.
 bool is_mld_of_core(std::span<const std::uint8_t> frame) {
     return mc::load_be16(&frame[kTypeBehindTag]) == mc::kEtherTypeIpv4 &&
            frame[kPacketBehindTag] >> 4 == 6;

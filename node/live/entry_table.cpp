@@ -76,8 +76,7 @@ void EntryTable::say_refused(const EntryKey& key, int error) {
 
 // ---- The database -------------------------------------------------------------------------------
 
-/* 0, or why not. An entry that the bridge has learnt is replaced; one that somebody has made stays.
- */
+// 0, or why not. An entry that the bridge has learnt is replaced; one that somebody has made stays.
 int EntryTable::program(const EntryKey& key, Entry& entry) {
     const int port = ports_[key.slot].index;
     if (bridge_ == 0 || port == 0) return ENODEV;
@@ -88,7 +87,7 @@ int EntryTable::program(const EntryKey& key, Entry& entry) {
             entry.state = EntryState::kForeign;
             return 0;
         }
-        (void)database_.remove(bridge_, port, key.group);
+        static_cast<void>(database_.remove(bridge_, port, key.group));
         error = database_.add(bridge_, port, key.group);
     }
     if (error == E2BIG) overflowed_ = true;
@@ -105,7 +104,7 @@ bool EntryTable::is_for_good(int port, const Group& group) {
     });
 }
 
-/* At its limit the kernel does not refuse one group, it gives up snooping: that must not happen. */
+// At its limit the kernel does not refuse one group, it gives up snooping: that must not happen.
 bool EntryTable::has_room_for(const Group& group) {
     if (groups_.contains(group) || groups_.size() + others_ < room_) return true;
     const auto now = std::chrono::steady_clock::now();
@@ -149,12 +148,13 @@ std::size_t EntryTable::put_back() {
 
 void EntryTable::take_back(bool leftovers) {
     for (const DatabaseEntry& one : database_.entries(bridge_)) {
-        if (leftovers && one.ours) (void)database_.remove(bridge_, one.port, one.group);
+        if (!leftovers || !one.ours) continue;
+        static_cast<void>(database_.remove(bridge_, one.port, one.group));
     }
     for (auto& [key, entry] : entries_) {
         if (entry.state != EntryState::kOurs) continue;
         entry.state = EntryState::kAbsent;
-        (void)database_.remove(bridge_, ports_[key.slot].index, key.group);
+        static_cast<void>(database_.remove(bridge_, ports_[key.slot].index, key.group));
     }
     groups_.clear();
 }

@@ -1,12 +1,10 @@
-/*
- * The forwarding entries that the library has asked for, and what has become of each in the
- * bridge's multicast database. The library asks by port, VLAN and group; an entry of the database
- * is for a port and a group and holds for every VLAN, so it stands for as long as one VLAN needs
- * it.
- *
- * What cannot stand in the database at the moment, because the bridge or the port is not there, is
- * remembered and put back later.
- */
+// The forwarding entries that the library has asked for, and what has become of each in the
+// bridge's multicast database. The library asks by port, VLAN and group; an entry of the database
+// is for a port and a group and holds for every VLAN, so it stands for as long as one VLAN needs
+// it.
+//
+// What cannot stand in the database at the moment, because the bridge or the port is not there, is
+// remembered and put back later.
 #pragma once
 
 #include <chrono>
@@ -48,27 +46,25 @@ class EntryTable {
  public:
     EntryTable(MulticastDatabase& database, Say say);
 
-    /* The bridge whose database it is, 0 for none now, and how many groups it has room for. */
+    // The bridge whose database it is, 0 for none now, and how many groups it has room for.
     void use_bridge(int index, const std::string& name, std::uint32_t room);
 
-    /* The interface index of a port that is in the bridge, else 0; called is its name in lines. */
+    // The interface index of a port that is in the bridge, else 0; called is its name in lines.
     void use_port(std::size_t slot, int index, const std::string& called);
 
-    /* True when the database has the entry, or has it no more. */
+    // True when the database has the entry, or has it no more.
     [[nodiscard]] bool set(std::size_t slot, const Group& group, std::uint16_t vlan);
     [[nodiscard]] bool remove(std::size_t slot, const Group& group, std::uint16_t vlan);
 
-    /* Compares with the database and puts back what is missing there; how many entries that were.
-     */
+    // Compares with the database and puts back what is missing there; how many entries that were.
     std::size_t put_back();
 
-    /* Takes out of the database what is ours; leftovers: what an earlier run has left in it, too.
-     */
+    // Takes out of the database what is ours; leftovers: what an earlier run has left in it, too.
     void take_back(bool leftovers);
 
     [[nodiscard]] const Entries& entries() const { return entries_; }
 
-    /* True once after the kernel has switched snooping off because the database overflowed. */
+    // True once after the kernel has switched snooping off because the database overflowed.
     [[nodiscard]] bool take_overflow();
 
  private:

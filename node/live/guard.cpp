@@ -18,23 +18,20 @@ constexpr const char* kRemoval =
 
 constexpr const char* kMldTypes = "{ 130, 131, 132, 143 }";
 
-/*
- * The protocol is named although the type implies it: left alone, nft puts a test of the Ethernet
- * type in front, and of a tagged frame that is the tag's.
- */
+// The protocol is named although the type implies it: left alone, nft puts a test of the Ethernet
+// type in front, and of a tagged frame that is the tag's.
 std::string icmpv6(const std::string& types) {
     return "meta protocol ip6 meta l4proto ipv6-icmp icmpv6 type " + types + " ";
 }
 
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
 
-/* A raw match in the frame as it was on the wire: bytes from its beginning. */
+// A raw match in the frame as it was on the wire: bytes from its beginning.
 std::string match(std::size_t at, std::size_t bytes, const std::string& value) {
     return "@ll," + std::to_string(at * 8) + "," + std::to_string(bytes * 8) + " " + value + " ";
 }
 
-/* Drops IGMP (is_ipv6: MLD) in a packet that begins at a byte, behind framing that framed matches.
- */
+// Drops IGMP (is_ipv6: MLD) in a packet that begins at a byte, behind framing that framed matches.
 std::string packet_stops(const std::string& framed, std::size_t packet, bool is_ipv6) {
     constexpr std::size_t kBody = 40;
     if (!is_ipv6) return "  " + framed + match(packet + 9, 1, "2") + "drop\n";
@@ -45,10 +42,8 @@ std::string packet_stops(const std::string& framed, std::size_t packet, bool is_
            match(packet + kBody + 8, 1, kMldTypes) + "drop\n";
 }
 
-/*
- * What the trap takes. nftables itself looks behind one tag; the framings that it does not know,
- * two tags and PPPoE, are matched by their bytes. A service tag (802.1ad) is none of the trap's.
- */
+// What the trap takes. nftables itself looks behind one tag; the framings that it does not know,
+// two tags and PPPoE, are matched by their bytes. A service tag (802.1ad) is none of the trap's.
 std::string trapped_frames_stop() {
     std::string rules =
         "  ether type 8021ad accept\n"
@@ -76,7 +71,7 @@ std::string trapped_frames_stop() {
     return rules;
 }
 
-/* "{ "eth1", "eth2" }": by name, so that an interface that comes back is met at once. */
+// "{ "eth1", "eth2" }": by name, so that an interface that comes back is met at once.
 std::string set_of_names(const std::vector<GuardedPort>& ports) {
     std::string set;
     for (const GuardedPort& port : ports) set += (set.empty() ? "" : ", ") + quoted(port.interface);
@@ -123,7 +118,7 @@ std::string bridge_table(const GuardedBridge& bridge) {
            flood_stops(bridge) + "}\n";
 }
 
-/* One rule a target: a port that cannot be sent to does not stop the others. */
+// One rule a target: a port that cannot be sent to does not stop the others.
 std::string passed_on(const GuardedPort* from, const std::vector<GuardedPort>& ports) {
     std::string rules;
     for (const GuardedPort& to : ports) {
@@ -186,7 +181,7 @@ std::string Guard::put_up(const std::string& rules) {
 }
 
 void Guard::take_down() {
-    if (std::exchange(is_up_, false)) (void)run(kRemoval);
+    if (std::exchange(is_up_, false)) static_cast<void>(run(kRemoval));
 }
 
 std::string Guard::run(const std::string& commands) {

@@ -1,18 +1,16 @@
-/*
- * Keeps the bridge out of the node's business, with two nftables tables of the network namespace,
- * both named mc_node.
- *
- * In the bridge family IGMP and MLD stop in front of the bridge, which would forward them and learn
- * from them; packet sockets have heard them by then. The queries that the bridge makes itself,
- * which it must do for its database to be in effect, do not leave it. While it does not heed its
- * database it floods: the rules can hold streams back for that time.
- *
- * In the netdev family IPv6 multicast of link-local scope is passed on. A bridge with a querier
- * sends what is for an unknown group to router ports only, ff02::/16 but for ff02::1 included,
- * because hosts report these groups too. As their reports do not reach it, neighbour discovery
- * would end at the bridge. So each port passes such frames on to the user ports, and the bridge
- * device what this machine sends.
- */
+// Keeps the bridge out of the node's business, with two nftables tables of the network namespace,
+// both named mc_node.
+//
+// In the bridge family IGMP and MLD stop in front of the bridge, which would forward them and learn
+// from them; packet sockets have heard them by then. The queries that the bridge makes itself,
+// which it must do for its database to be in effect, do not leave it. While it does not heed its
+// database it floods: the rules can hold streams back for that time.
+//
+// In the netdev family IPv6 multicast of link-local scope is passed on. A bridge with a querier
+// sends what is for an unknown group to router ports only, ff02::/16 but for ff02::1 included,
+// because hosts report these groups too. As their reports do not reach it, neighbour discovery
+// would end at the bridge. So each port passes such frames on to the user ports, and the bridge
+// device what this machine sends.
 #pragma once
 
 #include <memory>
@@ -36,16 +34,16 @@ struct GuardedBridge {
     std::vector<GuardedPort> ports;
 };
 
-/* What nft is told. */
+// What nft is told.
 [[nodiscard]] std::string guard_rules(const GuardedBridge& bridge);
 
 class Guard {
  public:
     Guard();
 
-    /* Puts the rules in force, in place of earlier ones; nothing, or why not in one line. */
+    // Puts the rules in force, in place of earlier ones; nothing, or why not in one line.
     [[nodiscard]] std::string put_up(const std::string& rules);
-    /* Does nothing when they are not in force. */
+    // Does nothing when they are not in force.
     void take_down();
 
  private:

@@ -64,7 +64,7 @@ bool says_bridge(const nlattr& kind) {
     return std::string_view(mnl_attr_get_str(&kind)) == "bridge";
 }
 
-/* The kind stands before the data that it explains. */
+// The kind stands before the data that it explains.
 void read_kinds(const nlattr& info, Link& link) {
     bool is_bridge = false;
     bool is_port = false;
@@ -120,7 +120,7 @@ Link read_link(const nlmsghdr& message) {
 
 // ---- Changing -----------------------------------------------------------------------------------
 
-/* Changes one attribute of a bridge (data: IFLA_INFO_DATA) or of a port of one. */
+// Changes one attribute of a bridge (data: IFLA_INFO_DATA) or of a port of one.
 int change(Netlink& netlink, int index, std::uint16_t kind, std::uint16_t data,
            const std::function<void(nlmsghdr*)>& put) {
     Request request(RTM_NEWLINK, 0, sizeof(ifinfomsg));
@@ -166,13 +166,13 @@ LinkLocal find_link_local(Netlink& netlink, int index) {
     Request request(RTM_GETADDR, NLM_F_DUMP, sizeof(ifaddrmsg));
     request.body<ifaddrmsg>().ifa_family = AF_INET6;
     LinkLocal best = LinkLocal::kNone;
-    (void)netlink.ask(request, [&](const nlmsghdr& message) {
+    static_cast<void>(netlink.ask(request, [&](const nlmsghdr& message) {
         const auto& address = *static_cast<const ifaddrmsg*>(mnl_nlmsg_get_payload(&message));
         if (address.ifa_family != AF_INET6 || static_cast<int>(address.ifa_index) != index) return;
         if (address.ifa_scope != RT_SCOPE_LINK) return;
         const bool is_tentative = (address.ifa_flags & IFA_F_TENTATIVE) != 0;
         best = std::max(best, is_tentative ? LinkLocal::kTentative : LinkLocal::kUsable);
-    });
+    }));
     return best;
 }
 

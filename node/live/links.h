@@ -1,7 +1,5 @@
-/*
- * The interfaces of this machine as rtnetlink has them: what the node must know of its bridge and
- * its ports, and the settings that it changes there.
- */
+// The interfaces of this machine as rtnetlink has them: what the node must know of its bridge and
+// its ports, and the settings that it changes there.
 #pragma once
 
 #include <array>
@@ -15,7 +13,7 @@
 
 namespace live {
 
-/* In the kernel's numbers. */
+// In the kernel's numbers.
 enum MulticastRouter : std::uint8_t {
     kNoRouter = 0,
     kRouterWhenSeen = 1,
@@ -27,8 +25,7 @@ struct PortSettings {
     bool isolated = false;  // does not talk to other isolated ports
 };
 
-/* Settings of a bridge, in the order in which they are to be set; given back the other way round.
- */
+// Settings of a bridge, in the order in which they are to be set; given back the other way round.
 enum class BridgeSetting : std::uint8_t {
     kSnooping,
     kIgmpVersion,            // that it asks in
@@ -52,17 +49,17 @@ struct Link {
     std::uint32_t hash_max = 0;             // likewise: the groups that its database holds
 };
 
-/* Nothing when there is none of that name. */
+// Nothing when there is none of that name.
 [[nodiscard]] std::optional<Link> find_link(Netlink& netlink, const std::string& name);
 
-/* 0, or the errno of the refusal. */
+// 0, or the errno of the refusal.
 [[nodiscard]] int set_multicast_router(Netlink& netlink, int index, std::uint8_t mode);
 [[nodiscard]] int set_bridge(Netlink& netlink, int bridge, BridgeSetting setting,
                              std::uint64_t value);
 
 enum class LinkLocal : std::uint8_t { kNone, kTentative, kUsable };
 
-/* What an interface has in the way of a link-local IPv6 address. */
+// What an interface has in the way of a link-local IPv6 address.
 [[nodiscard]] LinkLocal find_link_local(Netlink& netlink, int index);
 
 }  // namespace live

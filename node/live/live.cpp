@@ -20,6 +20,7 @@
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
+#include "command/command.h"
 #include "mld/record.h"
 #include "node/console.h"
 #include "node/live/core_clock.h"
@@ -38,23 +39,21 @@ constexpr int kFailed = 1;
 // rest.
 constexpr std::uint64_t kNewsSettleUs = 30'000;
 
-/* Blocked in every thread that is started from here on: the supervisor alone hears of them. */
+// Blocked in every thread that is started from here on: the supervisor alone hears of them.
 int catch_signals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGHUP);  // the terminal is gone: the bridge must not be left as it is
-    (void)pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, nullptr));
     const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
     if (descriptor < 0) throw LiveError(std::string("signalfd: ") + std::strerror(errno));
     return descriptor;
 }
 
-/*
- * Two nodes in one network namespace would take the rules and entries from each other. A name in
- * the namespace's own list of sockets goes with the process, however that ends.
- */
+// Two nodes in one network namespace would take the rules and entries from each other. A name in
+// the namespace's own list of sockets goes with the process, however that ends.
 void be_the_only_one() {
     constexpr std::string_view kName = "mc_node live";
     sockaddr_un address{};
@@ -67,10 +66,8 @@ void be_the_only_one() {
     }
 }
 
-/*
- * The library has an address of its own that no interface has, for MLD none at all, and switches
- * refuse frames from nobody.
- */
+// The library has an address of its own that no interface has, for MLD none at all, and switches
+// refuse frames from nobody.
 void send_from(const driver::MacAddress& mac) {
     std::ranges::copy(mac, sys_mac);
     std::ranges::copy(mac, mld_sys_mac);
@@ -81,13 +78,13 @@ class Supervisor {
     explicit Supervisor(LiveDriver& driver, const CoreClock& clock, int signals)
         : driver_(driver), clock_(clock), signals_(signals) {}
 
-    /* Until a signal. */
+    // Until a signal.
     void run() {
         while (true) {
             std::array<pollfd, 3> wanted{{{signals_, POLLIN, 0},
                                           {clock_.descriptor(), POLLIN, 0},
                                           {news_.descriptor(), POLLIN, 0}}};
-            (void)poll(wanted.data(), wanted.size(), patience_ms());
+            static_cast<void>(poll(wanted.data(), wanted.size(), patience_ms()));
             if (wanted[0].revents != 0) return;
             if (wanted[1].revents != 0) CoreClock::move();
             if (wanted[2].revents != 0) take_news();
@@ -111,8 +108,8 @@ class Supervisor {
         if (!look_at_us_ || *look_at_us_ > CoreClock::now_us()) return;
         look_at_us_.reset();
         const auto again = driver_.look();
-        if (again)
-            look_at_us_ = CoreClock::now_us() + 1000 * static_cast<std::uint64_t>(again->count());
+        if (!again) return;
+        look_at_us_ = CoreClock::now_us() + 1000 * static_cast<std::uint64_t>(again->count());
     }
 
     LiveDriver& driver_;
@@ -122,12 +119,11 @@ class Supervisor {
     std::optional<std::uint64_t> look_at_us_;
 };
 
-/* The command task makes it; whoever reads that the node is live sends commands. */
+// The command task makes it; whoever reads that the node is live sends commands.
 void await_command_queue() {
-    constexpr int kQueueKey = 81;
     constexpr int kLooks = 200;
     constexpr std::chrono::milliseconds kBetween{10};
-    for (int i = 0; i < kLooks && msgget(kQueueKey, 0) < 0; ++i) {
+    for (int i = 0; i < kLooks && msgget(MC_QUEUE_KEY, 0) < 0; ++i) {
         std::this_thread::sleep_for(kBetween);
     }
 }
@@ -140,7 +136,7 @@ std::string ready_line(const Arguments& arguments) {
     return line;
 }
 
-/* Tasks of the library use it to the end of the process. */
+// Tasks of the library use it to the end of the process.
 LiveDriver& make_driver(const Arguments& arguments) {
     return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, node::complain,
                            CoreClock::move);

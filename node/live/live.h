@@ -1,11 +1,11 @@
-/* "mc_node live": the library on the ports of a Linux bridge, until SIGINT, SIGTERM or SIGHUP. */
+// "mc_node live": the library on the ports of a Linux bridge, until SIGINT, SIGTERM or SIGHUP.
 #pragma once
 
 #include "node/live/arguments.h"
 
 namespace live {
 
-/* The exit status. Throws LiveError when the node cannot go live; nothing has been changed then. */
+// The exit status. Throws LiveError when the node cannot go live; nothing has been changed then.
 [[nodiscard]] int run(const Arguments& arguments);
 
 }  // namespace live

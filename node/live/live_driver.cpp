@@ -21,14 +21,12 @@ namespace {
 
 constexpr std::uint64_t kWake = driver::kSlots;  // behind the slots of the ports
 
-/*
- * A join waits for the packet task, so that task goes before what is not in a hurry. Machines that
- * do not allow it run it as any other.
- */
+// A join waits for the packet task, so that task goes before what is not in a hurry. Machines that
+// do not allow it run it as any other.
 void go_before_others() {
     sched_param parameters{};
     parameters.sched_priority = sched_get_priority_min(SCHED_FIFO) + 9;
-    (void)pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters);
+    static_cast<void>(pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters));
 }
 
 int made(int descriptor, const char* what) {
@@ -79,7 +77,7 @@ void LiveDriver::end() {
     const std::lock_guard lock(mutex_);
     if (std::exchange(ended_, true)) return;
     const std::uint64_t one = 1;
-    (void)!write(wake_, &one, sizeof one);
+    static_cast<void>(!write(wake_, &one, sizeof one));
     bridge_.end();
 }
 
@@ -110,7 +108,7 @@ Report LiveDriver::report() {
 
 // ---- Ports --------------------------------------------------------------------------------------
 
-/* Under the mutex, as all of the bridge's doing. Index 0: there is nothing to open. */
+// Under the mutex, as all of the bridge's doing. Index 0: there is nothing to open.
 void LiveDriver::open_port(std::size_t slot, int index) {
     note_drops(slot);
     sockets_[slot].reset();  // leaves the epoll with it
@@ -131,10 +129,8 @@ void LiveDriver::note_drops(std::size_t slot) {
 
 // ---- Frames -------------------------------------------------------------------------------------
 
-/*
- * One frame at a time: between two frames of one port the epoll looks at the others, so that a port
- * that never stops does not keep them out.
- */
+// One frame at a time: between two frames of one port the epoll looks at the others, so that a port
+// that never stops does not keep them out.
 std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
     if (!is_prepared_) {
         go_before_others();
@@ -152,7 +148,7 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
     }
 }
 
-/* 0 when the port has none, or one that does not go to the library. */
+// 0 when the port has none, or one that does not go to the library.
 std::uint32_t LiveDriver::take_frame(std::size_t slot, std::span<std::uint8_t> buf) {
     const std::lock_guard lock(mutex_);
     if (ended_ || !sockets_[slot]) return 0;
@@ -195,7 +191,7 @@ bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
 
 // ---- Entries ------------------------------------------------------------------------------------
 
-/* The database is by group, the call by MAC address: the core, which calls, knows the group. */
+// The database is by group, the call by MAC address: the core, which calls, knows the group.
 std::optional<Group> LiveDriver::group_in_hand(const driver::MacAddress& mac) {
     if (const auto owner = devcore::entry_in_hand()) return Group{owner->family, owner->group};
     if (!std::exchange(said_no_group_, true)) {

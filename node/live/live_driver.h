@@ -1,17 +1,15 @@
-/*
- * The L2 multicast driver over the ports of a Linux bridge. It plays the trap with a packet socket
- * a port and the switch with the bridge's multicast database; streams themselves never come here.
- *
- *      supervisor (main thread)        packet task            command task
- *      begin()
- *      IgmpInit()  --- creates -----> waits                   waits
- *      start()     ----------------->  read: a frame          set_entry, remove_entry, send
- *      look() after news of links      set_entry, send
- *      end()       ----------------->  read: nothing more
- *
- * One mutex covers everything but the waiting for frames; it is never held while the core runs, and
- * the core's own lock is held when it asks for entries.
- */
+// The L2 multicast driver over the ports of a Linux bridge. It plays the trap with a packet socket
+// a port and the switch with the bridge's multicast database; streams themselves never come here.
+//
+//      supervisor (main thread)        packet task            command task
+//      begin()
+//      IgmpInit()  --- creates -----> waits                   waits
+//      start()     ----------------->  read: a frame          set_entry, remove_entry, send
+//      look() after news of links      set_entry, send
+//      end()       ----------------->  read: nothing more
+//
+// One mutex covers everything but the waiting for frames; it is never held while the core runs, and
+// the core's own lock is held when it asks for entries.
 #pragma once
 
 #include <atomic>
@@ -59,24 +57,24 @@ struct Report {
 
 class LiveDriver final : public driver::Driver {
  public:
-    /* now moves the core's clock to the present; it is called before each frame. */
+    // now moves the core's clock to the present; it is called before each frame.
     LiveDriver(const std::string& bridge, const std::vector<PortInterface>& ports,
                std::uint8_t onu_id, Say say, std::function<void()> now);
 
-    /* Becomes the chosen driver and takes the bridge. Throws LiveError; end() is due either way. */
+    // Becomes the chosen driver and takes the bridge. Throws LiveError; end() is due either way.
     void begin();
-    /* Lets the packet task have frames. */
+    // Lets the packet task have frames.
     void start();
-    /* No more frames; gives the bridge back as it was. */
+    // No more frames; gives the bridge back as it was.
     void end();
 
-    /* For the supervisor, after news. */
+    // For the supervisor, after news.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();  // again after that, if any
 
     [[nodiscard]] driver::MacAddress bridge_mac();
     [[nodiscard]] Report report();
 
-    /* ---- What the L2_multicast_ functions do ---- */
+    // ---- What the L2_multicast_ functions do ----
 
     [[nodiscard]] std::optional<driver::Delivery> read(std::span<std::uint8_t> buf) override;
     [[nodiscard]] bool send(std::int64_t port, std::span<const std::uint8_t> frame) override;

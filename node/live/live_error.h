@@ -1,4 +1,4 @@
-/* What keeps the node from going live: one line for the reader. */
+// What keeps the node from going live: one line for the reader.
 #pragma once
 
 #include <stdexcept>

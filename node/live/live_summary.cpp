@@ -33,7 +33,7 @@ std::string vlans_text(const EntryReport& entry) {
     return text;
 }
 
-/* The frames that the driver kept from the library, and the sends that came to nothing. */
+// The frames that the driver kept from the library, and the sends that came to nothing.
 std::vector<node::Count> driver_drops(const Report& report) {
     PortCounters sum;
     for (const PortCounters& port : report.ports) {

@@ -1,4 +1,4 @@
-/* What a live run came to, as tables to be read and as one JSON object. */
+// What a live run came to, as tables to be read and as one JSON object.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ struct Summary {
 };
 
 [[nodiscard]] std::string as_text(const Summary& summary);
-/* Ends with a line feed. */
+// Ends with a line feed.
 [[nodiscard]] std::string as_json(const Summary& summary);
 
 }  // namespace live

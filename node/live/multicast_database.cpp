@@ -6,7 +6,6 @@
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -34,7 +33,7 @@ br_mdb_entry entry_of(int port, const Group& group) {
     return entry;
 }
 
-/* Nothing for an entry of another kind than by IP group. */
+// Nothing for an entry of another kind than by IP group.
 std::optional<DatabaseEntry> read_entry(const nlattr& info) {
     if (mnl_attr_get_payload_len(&info) < sizeof(br_mdb_entry)) return std::nullopt;
     br_mdb_entry raw;

@@ -1,9 +1,7 @@
-/*
- * The multicast database of a Linux bridge (what "bridge mdb" shows), over rtnetlink. Entries of
- * the node are permanent, without a VLAN, and carry a protocol number of their own: a bridge
- * without VLAN filtering matches no entry with a VLAN, and a later run tells by the number what an
- * earlier one has left behind.
- */
+// The multicast database of a Linux bridge (what "bridge mdb" shows), over rtnetlink. Entries of
+// the node are permanent, without a VLAN, and carry a protocol number of their own: a bridge
+// without VLAN filtering matches no entry with a VLAN, and a later run tells by the number what an
+// earlier one has left behind.
 #pragma once
 
 #include <compare>
@@ -34,7 +32,7 @@ class MulticastDatabase {
  public:
     explicit MulticastDatabase(Netlink& netlink) : netlink_(netlink) {}
 
-    /* 0, or the errno of the refusal: EEXIST when the port has the group already. */
+    // 0, or the errno of the refusal: EEXIST when the port has the group already.
     [[nodiscard]] int add(int bridge, int port, const Group& group);
     [[nodiscard]] int remove(int bridge, int port, const Group& group);
 

@@ -34,18 +34,18 @@ int hand_attribute_on(const nlattr* attribute, void* each) {
     return MNL_CB_OK;
 }
 
-/* The library takes a pointer to what it hands back, and leaves it alone. */
+// The library takes a pointer to what it hands back, and leaves it alone.
 void* as_data(const Attribute& each) { return const_cast<Attribute*>(&each); }
 
 }  // namespace
 
 void each_attribute(const nlmsghdr& message, std::size_t body_size, const Attribute& each) {
-    (void)mnl_attr_parse(&message, static_cast<unsigned>(body_size), hand_attribute_on,
-                         as_data(each));
+    static_cast<void>(mnl_attr_parse(&message, static_cast<unsigned>(body_size), hand_attribute_on,
+                                     as_data(each)));
 }
 
 void each_nested(const nlattr& nest, const Attribute& each) {
-    (void)mnl_attr_parse_nested(&nest, hand_attribute_on, as_data(each));
+    static_cast<void>(mnl_attr_parse_nested(&nest, hand_attribute_on, as_data(each)));
 }
 
 void each_behind(const nlattr& attribute, std::size_t other_bytes, const Attribute& each) {
@@ -53,10 +53,13 @@ void each_behind(const nlattr& attribute, std::size_t other_bytes, const Attribu
     const std::size_t skipped = MNL_ALIGN(other_bytes);
     if (size <= skipped) return;
     const auto* const bytes = static_cast<const std::byte*>(mnl_attr_get_payload(&attribute));
-    (void)mnl_attr_parse_payload(bytes + skipped, size - skipped, hand_attribute_on, as_data(each));
+    static_cast<void>(
+        mnl_attr_parse_payload(bytes + skipped, size - skipped, hand_attribute_on, as_data(each)));
 }
 
-void CloseNetlink::operator()(mnl_socket* socket) const { (void)mnl_socket_close(socket); }
+void CloseNetlink::operator()(mnl_socket* socket) const {
+    static_cast<void>(mnl_socket_close(socket));
+}
 
 // ---- Requests -----------------------------------------------------------------------------------
 

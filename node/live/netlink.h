@@ -1,7 +1,5 @@
-/*
- * rtnetlink: requests to the kernel with their answers, and the kernel's own news. A request waits
- * for the answer, which takes the kernel microseconds; one thread at a time.
- */
+// rtnetlink: requests to the kernel with their answers, and the kernel's own news. A request waits
+// for the answer, which takes the kernel microseconds; one thread at a time.
 #pragma once
 
 #include <linux/netlink.h>
@@ -23,10 +21,10 @@ using NetlinkSocket = std::unique_ptr<mnl_socket, CloseNetlink>;
 
 using Message = std::function<void(const nlmsghdr&)>;
 
-/* A request under construction, with room for what the node ever asks. */
+// A request under construction, with room for what the node ever asks.
 class Request {
  public:
-    /* flags come in addition to NLM_F_REQUEST. body_size bytes of family header, zeroed. */
+    // flags come in addition to NLM_F_REQUEST. body_size bytes of family header, zeroed.
     Request(std::uint16_t type, std::uint16_t flags, std::size_t body_size);
 
     template <class Body>
@@ -48,21 +46,19 @@ using Attribute = std::function<void(const nlattr&)>;
 
 void each_attribute(const nlmsghdr& message, std::size_t body_size, const Attribute& each);
 void each_nested(const nlattr& nest, const Attribute& each);
-/* Behind other bytes in the payload of an attribute. */
+// Behind other bytes in the payload of an attribute.
 void each_behind(const nlattr& attribute, std::size_t other_bytes, const Attribute& each);
 
 class Netlink {
  public:
-    /* Throws LiveError. */
+    // Throws LiveError.
     Netlink();
 
-    /* 0, or the errno of the refusal. What the kernel sends before it is handed to each. */
+    // 0, or the errno of the refusal. What the kernel sends before it is handed to each.
     [[nodiscard]] int ask(Request& request, const Message& each = {});
 
-    /*
-     * The same for a change, in a fifth less time: the kernel makes it before the request is handed
-     * over, and refuses by then too, so there is no need to be told that it is done.
-     */
+    // The same for a change, in a fifth less time: the kernel makes it before the request is handed
+    // over, and refuses by then too, so there is no need to be told that it is done.
     [[nodiscard]] int tell(Request& request);
 
  private:
@@ -70,16 +66,16 @@ class Netlink {
     std::uint32_t sequence_ = 0;
 };
 
-/* News of links and of IPv6 addresses. */
+// News of links and of IPv6 addresses.
 class LinkNews {
  public:
-    /* Throws LiveError. */
+    // Throws LiveError.
     LinkNews();
 
-    /* Readable when there is news. */
+    // Readable when there is news.
     [[nodiscard]] int descriptor() const;
 
-    /* Takes what has come, without waiting: that there was news says that it is time to look. */
+    // Takes what has come, without waiting: that there was news says that it is time to look.
     void take();
 
  private:

@@ -1,4 +1,4 @@
-/* In place of the rest of this folder where its libraries are not to be had. */
+// In place of the rest of this folder where its libraries are not to be had.
 #include "node/live/live.h"
 #include "node/live/live_error.h"
 

@@ -38,14 +38,15 @@ bool set_trap(int descriptor) {
     return set(descriptor, SOL_SOCKET, SO_ATTACH_FILTER, filter);
 }
 
-/* The filter stands before the socket hears anything: until it is bound it has no protocol. */
+// The filter stands before the socket hears anything: until it is bound it has no protocol.
 bool prepare(int descriptor, int index) {
     constexpr int kOn = 1;
     if (!set_trap(descriptor) || !set(descriptor, SOL_PACKET, PACKET_AUXDATA, kOn) ||
         !set(descriptor, SOL_PACKET, PACKET_IGNORE_OUTGOING, kOn)) {
         return false;
     }
-    (void)set(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBuffer);  // smaller works too
+    static_cast<void>(
+        set(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBuffer));  // smaller works too
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
     address.sll_protocol = htons(ETH_P_ALL);
@@ -53,7 +54,7 @@ bool prepare(int descriptor, int index) {
     return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-/* The tag that the kernel has taken off, as the four bytes on the wire. */
+// The tag that the kernel has taken off, as the four bytes on the wire.
 std::optional<std::array<std::uint8_t, mc::kTagLength>> taken_tag(msghdr& message) {
     for (const cmsghdr* one = CMSG_FIRSTHDR(&message); one != nullptr;
          one = CMSG_NXTHDR(&message, const_cast<cmsghdr*>(one))) {
@@ -95,8 +96,9 @@ std::optional<std::uint32_t> PortSocket::receive(std::span<std::uint8_t> buf) co
     if (size < 0) return std::nullopt;
     const auto length = static_cast<std::uint32_t>(size);
     const auto tag = taken_tag(message);
-    if (!tag || buf.size() < mc::kMacsLength + mc::kTagLength || length < mc::kMacsLength)
+    if (!tag || buf.size() < mc::kMacsLength + mc::kTagLength || length < mc::kMacsLength) {
         return length;
+    }
     const std::size_t behind = std::min<std::size_t>(length - mc::kMacsLength,
                                                      buf.size() - mc::kMacsLength - mc::kTagLength);
     std::memmove(buf.data() + mc::kMacsLength + mc::kTagLength, buf.data() + mc::kMacsLength,

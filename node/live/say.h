@@ -1,4 +1,4 @@
-/* How the node tells whoever watches it what has happened: one line each time. */
+// How the node tells whoever watches it what has happened: one line each time.
 #pragma once
 
 #include <functional>

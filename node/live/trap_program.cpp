@@ -24,7 +24,7 @@ constexpr std::uint32_t kIpv6Body = 54;
 constexpr sock_filter load16(std::uint32_t at) { return {BPF_LD | BPF_H | BPF_IND, 0, 0, at}; }
 constexpr sock_filter load8(std::uint32_t at) { return {BPF_LD | BPF_B | BPF_IND, 0, 0, at}; }
 constexpr sock_filter skip(std::uint32_t bytes) { return {BPF_LDX | BPF_IMM, 0, 0, bytes}; }
-/* Jumps over so many instructions when A has the value. */
+// Jumps over so many instructions when A has the value.
 constexpr sock_filter if_equal(std::uint32_t value, std::uint8_t over) {
     return {BPF_JMP | BPF_JEQ | BPF_K, over, 0, value};
 }
