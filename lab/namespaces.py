@@ -9,11 +9,18 @@ import contextlib
 import ctypes
 import os
 import subprocess
+import threading
 
 from lab.failure import LabError
 
 CLONE_NEWNET, CLONE_NEWIPC = 0x40000000, 0x08000000
 FLAGS = {"net": CLONE_NEWNET, "ipc": CLONE_NEWIPC}
+# A command behind these words is killed when the process of that number ends.  If that one had ended
+# before setpriv asked for the signal, none comes: the shell, started after it, has another parent then.
+KILLED_WITH = ["setpriv", "--pdeathsig", "KILL", "--", "sh", "-c", '[ $PPID = $0 ] && exec "$@"']
+
+# Nobody has to wait for the end of an output that nobody asked for.
+UNHEARD = dict.fromkeys(("stdin", "stdout", "stderr"), subprocess.DEVNULL)
 
 libc = ctypes.CDLL(None, use_errno=True)
 
@@ -66,10 +73,13 @@ class Namespace:
         return "/proc/%d/fd/%d" % (os.getpid(), self.descriptors["net"])
 
     def start(self, command, **options):
-        """A process in the namespace; it is killed when this one ends."""
+        """A process in the namespace; it is killed when this one ends.  Its output is for options."""
+        # The signal comes when the thread that started a process ends.
+        if threading.current_thread() is not threading.main_thread():
+            raise LabError("only the main thread starts processes in " + self.name)
         with self.entered():
-            process = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "--", *map(str, command)],
-                                       **{"stdin": subprocess.DEVNULL, **options})
+            process = subprocess.Popen([*KILLED_WITH, *map(str, [os.getpid(), *command])],
+                                       **{**UNHEARD, **options})
         self.processes.append(process)
         return process
 
