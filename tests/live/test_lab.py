@@ -13,7 +13,7 @@ from lab.waiting import PATIENCE
 from live_test import LiveTest, ROOT, SAMPLE, until
 
 # It is killed as soon as something holds.  The process that it has started holds its output open, too.
-TURNS = 8
+TURNS = 4
 KILLED = """
 import os, signal, sys
 sys.dont_write_bytecode = True
