@@ -1,5 +1,6 @@
-// Commands by names: every command of the dispatcher has one, every one packs its fields where the
-// dispatcher reads them, and what is wrong is said in one line before anything is sent.
+// Commands by names: every one packs its fields where the dispatcher reads them, and what is wrong
+// is said in one line before anything is sent. That the dispatcher has these commands and no
+// others, and what becomes of them there, is in mcctl_dispatch_test.cpp.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -51,14 +52,6 @@ std::string example_of(const Command& command) {
 }
 
 // ---- The table ----------------------------------------------------------------------------------
-
-TEST(CommandTable, NamesEachCommandOfTheLibraryOnce) {
-    std::set<std::uint32_t> codes;
-    for (const Command& command : commands::table()) {
-        EXPECT_TRUE(codes.insert(command.record.code).second) << commands::path_text(command);
-    }
-    EXPECT_EQ(codes.size(), 84U);
-}
 
 TEST(CommandTable, HasEveryPathOnce) {
     std::set<std::vector<std::string_view>> paths;
