@@ -615,7 +615,7 @@ TEST_P(Words, HaveValuesThatDiffer) {
 
 std::multiset<std::uint32_t> codes_of_the_table() {
     std::multiset<std::uint32_t> codes;
-    for (const commands::Command& command : commands::table()) codes.insert(command.code);
+    for (const commands::Command& command : commands::table()) codes.insert(command.record.code);
     return codes;
 }
 
