@@ -54,8 +54,8 @@ void expect_empty_copies_but_for(int logical) {
     }
 }
 
-Line err(const std::string& text) { return IgmpVlans::err(text); }
-Line cfg(const std::string& text) { return IgmpVlans::cfg(text); }
+Line err(const std::string& text) { return Igmp::err(text); }
+Line cfg(const std::string& text) { return Igmp::cfg(text); }
 
 const Line kParameterInvalid = err("parameter is invalid!\r");
 
@@ -564,9 +564,9 @@ TEST_F(AuthGroups, StandardClearReturnsTheCoresFailureAndKeepsTheCopy) {
 // ---- Control list ------------------------------------------------------------------------------
 
 Line control_trace(int port, int opt, int vlan) {
-    return IgmpVlans::dbg("\n omci_set_port_to_control_multicast_list_table is in\tport(" +
-                          std::to_string(port) + ") opt(" + std::to_string(opt) + ") ds_vlan(" +
-                          std::to_string(vlan) + ")");
+    return Igmp::dbg("\n omci_set_port_to_control_multicast_list_table is in\tport(" +
+                     std::to_string(port) + ") opt(" + std::to_string(opt) + ") ds_vlan(" +
+                     std::to_string(vlan) + ")");
 }
 
 std::string control(int port, int action, int vlan, const std::string& group) {

@@ -431,7 +431,7 @@ std::vector<Command> commands_of_vlans() {
          .operation = [](const Values& in) { return omci_set_igmp_default_vlan(in.u16("vlan")); },
          .trace = config("vlan_id = {vlan} !\n"),
          .failure = fail("omci_set_igmp_default_vlan"),
-         .given = [] { given_vlans<IgmpVlans>({MC_DEFAULT_VLAN}); }},
+         .given = [] { given_vlans<Igmp>({MC_DEFAULT_VLAN}); }},
         {.code = 5,
          .fields = {u8("enable", 8, 0x81)},
          .operation =
@@ -874,7 +874,7 @@ std::int32_t act_out(const Command& command) {
 
 void run_command(const Command& command) { run_record(record_of(command.code, command.fields)); }
 
-class Commands : public CommandTest {};
+class Commands : public OmciTest {};
 
 class EachCode : public Commands, public ::testing::WithParamInterface<std::uint32_t> {};
 INSTANTIATE_TEST_SUITE_P(All, EachCode, ::testing::Range(0u, 118u),

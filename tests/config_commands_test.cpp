@@ -18,7 +18,7 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::IsEmpty;
 
-class ConfigCommands : public CommandTest {};
+class ConfigCommands : public OmciTest {};
 
 TEST_F(ConfigCommands, MulticastModeIsAByte) {
     run(1, {3});
@@ -149,17 +149,17 @@ TEST_F(ConfigCommands, ARuleIsTakenFieldByField) {
                        u16("in_dn_vlan", 16, 0x8345), u16("out_dn_vlan", 18, 0x8456),
                        u8("datedntagmode", 20, 0), u16("in_data_vlan", 22, 0x0567),
                        u16("out_data_vlan", 24, 0x8678), u8("rule_flag", 26, 0x91)}));
-    expect_rules<IgmpVlans>(3, {{.portNO = 3,
-                                 .prouptagmode = 1,
-                                 .in_up_vlan = 0x8123,
-                                 .out_up_vlan = 0x8234,
-                                 .prodntagmode = 2,
-                                 .in_dn_vlan = 0x8345,
-                                 .out_dn_vlan = 0x8456,
-                                 .datedntagmode = 0,
-                                 .in_data_vlan = 0x0567,
-                                 .out_data_vlan = 0x8678,
-                                 .rule_flag = 0}});  // the flag of the slot stays
+    expect_rules<Igmp>(3, {{.portNO = 3,
+                            .prouptagmode = 1,
+                            .in_up_vlan = 0x8123,
+                            .out_up_vlan = 0x8234,
+                            .prodntagmode = 2,
+                            .in_dn_vlan = 0x8345,
+                            .out_dn_vlan = 0x8456,
+                            .datedntagmode = 0,
+                            .in_data_vlan = 0x0567,
+                            .out_data_vlan = 0x8678,
+                            .rule_flag = 0}});  // the flag of the slot stays
 }
 
 TEST_F(ConfigCommands, FastLeaveGoesToTheSixUserPorts) {

@@ -16,8 +16,6 @@ using ::testing::IsEmpty;
 constexpr std::uint16_t kPriority5 = 0xA064;  // VID 100
 constexpr std::uint8_t kNoOnuId = 255;
 
-using ControlHandlers = ::testing::Types<IgmpControl, MldControl>;
-
 // ---- Upstream, both sides ----------------------------------------------------------------------
 
 template <class Handler>
@@ -329,7 +327,6 @@ class ControlMode : public StartedTest {
         set_onu_id(7);
     }
 };
-using Sides = ::testing::Types<Igmp, Mld>;
 TYPED_TEST_SUITE(ControlMode, Sides, TypeNames);
 
 TYPED_TEST(ControlMode, ReportGoesToTheCoreAndUpStamped) {

@@ -18,7 +18,7 @@ using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::IsEmpty;
 
-class DebugCommands : public CommandTest {};
+class DebugCommands : public OmciTest {};
 
 // ---- Show and test -----------------------------------------------------------------------------
 
@@ -358,8 +358,8 @@ TEST_F(DebugCommands, TheConfigurationShowsEveryField) {
     std::strcpy(globle_parm.version_str, "V9.8.7");
     std::strcpy(globle_parm.build_date, "Jan 02 2003");
     std::strcpy(globle_parm.build_time, "04:05:06");
-    given_rules<IgmpVlans>({rule(0, {1, 2, 3}, {10, 11}, {12, 13}, {14, 15}),
-                            simple_rule(0, 20, 300), simple_rule(29, 30, 400)});
+    given_rules<Igmp>({rule(0, {1, 2, 3}, {10, 11}, {12, 13}, {14, 15}), simple_rule(0, 20, 300),
+                       simple_rule(29, 30, 400)});
     setVlanCfgNumber[3] = -1;
     for (int p = 0; p < MC_PORTS; ++p) {
         IgmpPortParm& port = globle_parm.port[p];

@@ -15,7 +15,7 @@ namespace {
 using namespace mc_test;
 using ::testing::IsEmpty;
 
-class Dumps : public VlanTest {
+class Dumps : public OmciTest {
  protected:
     static std::string igmp() {
         return printed([] { debugPrint(); });
@@ -58,8 +58,8 @@ TEST_F(Dumps, AreUnderNoCategory) {
 }
 
 TEST_F(Dumps, ChangeNothingAndAskNobody) {
-    given_rules<IgmpVlans>({simple_rule(2, 10, 300)});
-    given_vlans<IgmpVlans>({300});
+    given_rules<Igmp>({simple_rule(2, 10, 300)});
+    given_vlans<Igmp>({300});
     expect_no_change([] {
         igmp();
         mld();
@@ -98,7 +98,7 @@ const std::string kEmptyRuleLines =
     "portNO(4294967295), datedntagmode(4), in_data_vlan(65535), out_data_vlan(65535)\r\n";
 
 TEST_F(Dumps, OfTheIgmpSideShowItsRulesEachBehindAnEmptyLine) {
-    given_rules<IgmpVlans>({kRule, simple_rule(29, 20, 300)});
+    given_rules<Igmp>({kRule, simple_rule(29, 20, 300)});
     PortVlanCfg[2][1] = kOddRule;
     setVlanCfgNumber[2] = 2;
     EXPECT_EQ(igmp(),
@@ -123,10 +123,10 @@ TEST_F(Dumps, OfTheIgmpSideGoByTheCountsWhateverTheSlotsHold) {
 
 // The IGMP side's counts show the MLD side's rules. Kept on purpose.
 TEST_F(Dumps, OfTheMldSideShowAsManyRulesAsTheIgmpSideCounts) {
-    given_rules<MldVlans>({kRule, simple_rule(2, 20, 300), simple_rule(3, 30, 300)});
+    given_rules<Mld>({kRule, simple_rule(2, 20, 300), simple_rule(3, 30, 300)});
     mldInitParams.mldPortVlanCfg[6][0] = kOddRule;
-    given_rules<IgmpVlans>({simple_rule(2, 1, 100), simple_rule(29, 2, 100)});
-    given_rules<IgmpVlans>({simple_rule(29, 3, 100)});
+    given_rules<Igmp>({simple_rule(2, 1, 100), simple_rule(29, 2, 100)});
+    given_rules<Igmp>({simple_rule(29, 3, 100)});
     EXPECT_EQ(mld(),
               "portNO(2), prouptagmode(1), in_up_vlan(10), out_up_vlan(11)\r\n"
               "portNO(2), prodntagmode(2), in_dn_vlan(12), out_dn_vlan(13)\r\n"
@@ -137,10 +137,10 @@ TEST_F(Dumps, OfTheMldSideShowAsManyRulesAsTheIgmpSideCounts) {
 TEST_F(Dumps, ShowTenRulesAPort) {
     std::vector<Rule> rules;
     for (std::uint16_t i = 0; i < 10; ++i) rules.push_back(simple_rule(2, i, 300));
-    given_rules<IgmpVlans>(rules);
-    given_rules<MldVlans>(rules);
-    EXPECT_EQ(igmp(), IgmpVlans::dump({rules, {}}).text);
-    EXPECT_EQ(mld(), MldVlans::dump({rules, {}}).text);
+    given_rules<Igmp>(rules);
+    given_rules<Mld>(rules);
+    EXPECT_EQ(igmp(), dump<Igmp>({rules, {}}).text);
+    EXPECT_EQ(mld(), dump<Mld>({rules, {}}).text);
 }
 
 // ---- Ports -------------------------------------------------------------------------------
@@ -212,8 +212,8 @@ const char* const kTemplateLines[] = {
 };
 
 TEST_F(Dumps, ShowTheMirroredTemplateVlansUpToTheIgmpSidesCount) {
-    given_vlans<IgmpVlans>({1, 2, 3, 4, 5, 6, 7, 8, 9, 0xFFFF});
-    given_vlans<MldVlans>({1, 2, 3, 4, 5, 6, 7, 8, 9, 0xFFFF});
+    given_vlans<Igmp>({1, 2, 3, 4, 5, 6, 7, 8, 9, 0xFFFF});
+    given_vlans<Mld>({1, 2, 3, 4, 5, 6, 7, 8, 9, 0xFFFF});
     std::fill(std::begin(PortVlan), std::end(PortVlan), std::uint16_t{77});
     std::fill(std::begin(mldInitParams.portVlan), std::end(mldInitParams.portVlan), 77);
     mldInitParams.srcPortNum = 5;  // the MLD side's own count is not asked
@@ -228,8 +228,8 @@ TEST_F(Dumps, ShowTheMirroredTemplateVlansUpToTheIgmpSidesCount) {
 }
 
 TEST_F(Dumps, ShowTheTemplateVlansOfTheirSide) {
-    given_vlans<IgmpVlans>({100, 200});
-    given_vlans<MldVlans>({300});
+    given_vlans<Igmp>({100, 200});
+    given_vlans<Mld>({300});
     EXPECT_EQ(igmp(), kPortLines + "TemplateVlan(100)\tTemplateVlan(200)\t\r\n" + kIgmpGlobalLines);
     EXPECT_EQ(mld(), kPortLines + "TemplateVlan(300)\tTemplateVlan(0)\t\r\n" + kMldGlobalLines);
 }

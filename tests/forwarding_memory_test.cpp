@@ -117,7 +117,6 @@ TYPED_TEST(FrameMemory, FramesGoDownUnderTwoVlansAndUntagged) {
 
 template <class Handler>
 class SnoopingMemory : public FrameMemory<Handler> {};
-using SnoopingHandlers = ::testing::Types<IgmpSnooping, MldSnooping>;
 TYPED_TEST_SUITE(SnoopingMemory, SnoopingHandlers, TypeNames);
 
 TYPED_TEST(SnoopingMemory, FramesGoUp) {
@@ -132,7 +131,6 @@ TYPED_TEST(SnoopingMemory, FramesGoUp) {
 
 template <class Handler>
 class ControlMemory : public FrameMemory<Handler> {};
-using ControlHandlers = ::testing::Types<IgmpControl, MldControl>;
 TYPED_TEST_SUITE(ControlMemory, ControlHandlers, TypeNames);
 
 TYPED_TEST(ControlMemory, FramesGoUpStamped) {

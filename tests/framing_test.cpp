@@ -6,6 +6,8 @@
 #include "tests/support/frames.h"
 #include "tests/support/fresh_library.h"
 #include "tests/support/hex_dump.h"
+#include "tests/support/reception.h"
+#include "tests/support/rules.h"
 #include "tests/support/sides.h"
 
 namespace {
@@ -17,42 +19,14 @@ using ::testing::IsEmpty;
 constexpr std::uint32_t kPort = 3;
 constexpr int kBlock = 3;  // of the rules of that port
 
-// The core alone: nothing is forwarded. Every template VLAN is set, so that a VLAN of 0 is none of
-// them.
+// Every template VLAN is set, so that a VLAN of 0 is none of them.
 template <class Side>
-class ReceptionTest : public StartedTest {
+class FrameTest : public ReceptionTest<Side> {
  protected:
-    ReceptionTest() {
-        Side::set_mode(Side::kProxy);
-        Side::set_templates({100, 200, 300, 0x864, 400, 500, 600, 700, 800, 900});
-    }
+    FrameTest() { given_vlans<Side>({100, 200, 300, 0x864, 400, 500, 600, 700, 800, 900}); }
 
-    static Bytes plain_frame() { return Side::framed(ethernet(), Side::packet()); }
-    static Bytes tagged_frame(std::uint16_t vid) {
-        return Side::framed(ethernet().tag(vid), Side::packet());
-    }
-
-    static std::int32_t receive(const Bytes& bytes, std::uint32_t port) {
-        FrameBuffer frame(bytes);
-        return Side::receive(frame.data(), frame.len(), port);
-    }
-    static std::int32_t receive(const Bytes& bytes, std::uint32_t len, std::uint32_t port) {
-        FrameBuffer frame(bytes);
-        return Side::receive(frame.data(), len, port);
-    }
-
-    static std::vector<std::string> core_calls() { return calls_of({Side::kCore}); }
-    static std::string core_call(std::uint32_t port, std::uint32_t vlan) {
-        return Side::core_call(Side::packet(), port, vlan);
-    }
-    // The group VLAN that the core is told for a frame tagged so; each frame is the only one.
-    static std::int64_t group_vlan(std::uint16_t vid, std::uint32_t port = kPort) {
-        forget_calls();
-        EXPECT_EQ(receive(tagged_frame(vid), port), 0);
-        const Call call = last_call(Side::kCore);
-        EXPECT_EQ(call.name, Side::kCore);
-        EXPECT_EQ(call.numbers.at(2), ponVlan);
-        return ponVlan;
+    static std::uint32_t group_vlan(std::uint16_t vid, std::uint32_t port = kPort) {
+        return ReceptionTest<Side>::group_vlan(vid, port);
     }
 
     static void expect_dropped(const Bytes& bytes, std::uint32_t port, const std::string& error) {
@@ -62,8 +36,8 @@ class ReceptionTest : public StartedTest {
     static void expect_dropped(const Bytes& bytes, std::uint32_t len, std::uint32_t port,
                                const std::string& error) {
         expect_said(Side::mask(), kErr, error,
-                    [&] { EXPECT_EQ(receive(bytes, len, port), -1) << len; });
-        EXPECT_THAT(core_calls(), IsEmpty());
+                    [&] { EXPECT_EQ(Side::receive(bytes, len, port), -1) << len; });
+        EXPECT_THAT(calls_of({Side::kCore}), IsEmpty());
         EXPECT_THAT(sent_frames(), IsEmpty());
     }
 };
@@ -97,8 +71,8 @@ std::vector<FramingCase> framing_cases() {
 }
 
 template <class Side>
-class Framing : public ReceptionTest<Side> {};
-TYPED_TEST_SUITE(Framing, Sides, SideNames);
+class Framing : public FrameTest<Side> {};
+TYPED_TEST_SUITE(Framing, Sides, TypeNames);
 
 // From the uplink, where the frame's own VLAN is what the template list is asked for.
 TYPED_TEST(Framing, TheVlanAndThePacketAreFoundInEveryFraming) {
@@ -106,7 +80,7 @@ TYPED_TEST(Framing, TheVlanAndThePacketAreFoundInEveryFraming) {
     for (const FramingCase& framing : framing_cases()) {
         SCOPED_TRACE(framing.name);
         forget_calls();
-        EXPECT_EQ(this->receive(Side::framed(framing.headers, Side::packet()), MC_UPLINK_PORT), 0);
+        EXPECT_EQ(Side::receive(Side::framed(framing.headers, Side::packet()), MC_UPLINK_PORT), 0);
         const std::uint32_t vlan = framing.vid != 0 ? framing.vid : std::uint32_t{MC_DEFAULT_VLAN};
         EXPECT_THAT(this->core_calls(), ElementsAre(this->core_call(MC_UPLINK_PORT, vlan)));
     }
@@ -118,7 +92,7 @@ TYPED_TEST(Framing, AFrameOfTheLeastLengthIsAcceptedAndOneByteLessIsTooShort) {
         SCOPED_TRACE(framing.name);
         const Bytes frame = Side::framed(framing.headers, Side::packet());
         forget_calls();
-        EXPECT_EQ(said(Side::mask(), kErr, [&] { this->receive(frame, framing.least, kPort); }),
+        EXPECT_EQ(said(Side::mask(), kErr, [&] { Side::receive(frame, framing.least, kPort); }),
                   "");
         EXPECT_EQ(this->core_calls().size(), 1u);
         this->expect_dropped(frame, framing.least - 1, kPort, framing.too_short);
@@ -132,7 +106,7 @@ TYPED_TEST(Framing, AFrameShorterThanItsAddressesIsTooShort) {
                          "\r\n[MC_DBG_ERR]: Ethernet Frame too short ,abord!<*_*>(0)\r\n");
     this->expect_dropped(Bytes(11), kPort,
                          "\r\n[MC_DBG_ERR]: Ethernet Frame too short ,abord!<*_*>(11)\r\n");
-    this->expect_dropped(this->tagged_frame(100), 13, kPort,
+    this->expect_dropped(Side::report({100}), 13, kPort,
                          "\r\n[MC_DBG_ERR]: Too short frame,abord!(13)\r\n");
     this->expect_dropped(Side::framed(ethernet().pppoe(), Side::packet()), 5, kPort,
                          "\r\n[MC_DBG_ERR]: Frame PPPoE header,but too short ,abord!<*_*>(5)\r\n");
@@ -178,51 +152,53 @@ TYPED_TEST(Framing, ASessionTypeBehindATagIsNoSession) {
 TYPED_TEST(Framing, PriorityAndDeiAreNoPartOfTheVlan) {
     using Side = TypeParam;
     const Bytes frame = Side::framed(ethernet().tag(100, 7, true), Side::packet());
-    EXPECT_EQ(this->receive(frame, MC_UPLINK_PORT), 0);
+    EXPECT_EQ(Side::receive(frame, MC_UPLINK_PORT), 0);
     EXPECT_THAT(this->core_calls(), ElementsAre(this->core_call(MC_UPLINK_PORT, 100)));
 }
 
 // ---- Checks on the way -------------------------------------------------------------------------
 
 template <class Side>
-class Reception : public ReceptionTest<Side> {};
-TYPED_TEST_SUITE(Reception, Sides, SideNames);
+class Reception : public FrameTest<Side> {};
+TYPED_TEST_SUITE(Reception, Sides, TypeNames);
 
 TYPED_TEST(Reception, AFrameOf2001BytesIsDroppedAsSuccess) {
     using Side = TypeParam;
-    const Bytes frame = padded(this->plain_frame(), 2001);
+    const Bytes frame = padded(Side::report(), 2001);
     expect_said(Side::mask(), kErr, "\r\n[MC_DBG_ERR]: usLength  = 2001\r\n",
-                [&] { EXPECT_EQ(this->receive(frame, kPort), 0); });
+                [&] { EXPECT_EQ(Side::receive(frame, kPort), 0); });
     EXPECT_THAT(calls(), IsEmpty());
     EXPECT_EQ(Side::receive_port(), kPort);
 }
 
 TYPED_TEST(Reception, AFrameOf2000BytesIsParsed) {
-    EXPECT_EQ(this->receive(padded(this->plain_frame(), 2000), kPort), 0);
+    using Side = TypeParam;
+    EXPECT_EQ(Side::receive(padded(Side::report(), 2000), kPort), 0);
     EXPECT_THAT(this->core_calls(), ElementsAre(this->core_call(kPort, MC_DEFAULT_VLAN)));
 }
 
 TYPED_TEST(Reception, AHugeLengthIsRefusedBeforeTheFrameIsTouched) {
     using Side = TypeParam;
     expect_said(Side::mask(), kErr, "\r\n[MC_DBG_ERR]: usLength  = -1\r\n",
-                [&] { EXPECT_EQ(Side::receive(nullptr, 0xFFFFFFFF, kPort), 0); });
+                [&] { EXPECT_EQ(Side::receive_frame(nullptr, 0xFFFFFFFF, kPort), 0); });
 }
 
 TYPED_TEST(Reception, NoFrameAtAllIsRefused) {
     using Side = TypeParam;
-    EXPECT_EQ(Side::receive(nullptr, 60, kPort), -1);
+    EXPECT_EQ(Side::receive_frame(nullptr, 60, kPort), -1);
     EXPECT_THAT(this->core_calls(), IsEmpty());
     EXPECT_THAT(sent_frames(), IsEmpty());
     EXPECT_EQ(Side::receive_port(), kPort);
 }
 
 TYPED_TEST(Reception, TheTimeIsTakenWithTheFirstFrameOnly) {
-    this->receive(padded(this->plain_frame(), 2001), kPort);  // does not count
+    using Side = TypeParam;
+    Side::receive(padded(Side::report(), 2001), kPort);  // does not count
     EXPECT_EQ(count_of("igmp_time_now"), 0u);
-    this->receive(Bytes(3), kPort);  // counts, although it is dropped later
+    Side::receive(Bytes(3), kPort);  // counts, although it is dropped later
     EXPECT_EQ(count_of("igmp_time_now"), 1u);
-    this->receive(this->plain_frame(), kPort);
-    this->receive(this->plain_frame(), kPort);
+    Side::receive(Side::report(), kPort);
+    Side::receive(Side::report(), kPort);
     EXPECT_EQ(count_of("igmp_time_now"), 1u);
 }
 
@@ -230,9 +206,9 @@ TYPED_TEST(Reception, TheNodesOwnFramesAndIllegalPortsCountAsFirstFrames) {
     using Side = TypeParam;
     const Bytes own = {0x00, 0x00, 0x00, 0x11, 0x00, 0x11};
     std::copy(own.begin(), own.end(), Side::own_mac());
-    this->receive(Side::framed(ethernet().from("00:00:00:11:00:11"), Side::packet()), 30);
+    Side::receive(Side::framed(ethernet().from("00:00:00:11:00:11"), Side::packet()), 30);
     EXPECT_THAT(calls(), ElementsAre("igmp_time_now()"));
-    this->receive(this->plain_frame(), kPort);
+    Side::receive(Side::report(), kPort);
     EXPECT_EQ(count_of("igmp_time_now"), 1u);
 }
 
@@ -241,14 +217,14 @@ TYPED_TEST(Reception, TheNodesOwnFramesAreDropped) {
     const Bytes own = {0x00, 0x00, 0x00, 0x11, 0x00, 0x11};
     std::copy(own.begin(), own.end(), Side::own_mac());
     const Bytes frame = Side::framed(ethernet().from("00:00:00:11:00:11"), Side::packet());
-    EXPECT_EQ(this->receive(frame, kPort), -1);
-    EXPECT_EQ(this->receive(frame, 12, kPort), -1);
-    EXPECT_EQ(said(Side::mask(), kErr, [&] { this->receive(frame, 30); }), "")
+    EXPECT_EQ(Side::receive(frame, kPort), -1);
+    EXPECT_EQ(Side::receive(frame, 12, kPort), -1);
+    EXPECT_EQ(said(Side::mask(), kErr, [&] { Side::receive(frame, 30); }), "")
         << "before the port is looked at";
     EXPECT_THAT(this->core_calls(), IsEmpty());
 
     const Bytes other = Side::framed(ethernet().from("00:00:00:11:00:12"), Side::packet());
-    EXPECT_EQ(this->receive(other, kPort), 0);
+    EXPECT_EQ(Side::receive(other, kPort), 0);
 }
 
 // Its source address would be taken from behind its end.
@@ -262,16 +238,17 @@ TYPED_TEST(Reception, AFrameTooShortForASourceAddressIsNotTakenForAnOwnOne) {
 }
 
 TYPED_TEST(Reception, APortAbove29IsIllegal) {
-    this->expect_dropped(this->plain_frame(), 30,
+    using Side = TypeParam;
+    this->expect_dropped(Side::report(), 30,
                          "\r\n[MC_DBG_ERR]: The port no(30) is illegal, abord!<*_*>\r\n");
-    this->expect_dropped(this->plain_frame(), 255,
+    this->expect_dropped(Side::report(), 255,
                          "\r\n[MC_DBG_ERR]: The port no(255) is illegal, abord!<*_*>\r\n");
 }
 
 TYPED_TEST(Reception, AFrameFromTheTestUplinkIsTakenForOneFromTheUplink) {
     using Side = TypeParam;
     Side::set_test_uplink(2);
-    EXPECT_EQ(this->receive(this->tagged_frame(200), 2), 0);
+    EXPECT_EQ(Side::receive(Side::report({200}), 2), 0);
     EXPECT_THAT(this->core_calls(), ElementsAre(this->core_call(MC_UPLINK_PORT, 200)));
     EXPECT_EQ(Side::receive_port(), 2) << "the port that it really came in on";
 }
@@ -279,14 +256,14 @@ TYPED_TEST(Reception, AFrameFromTheTestUplinkIsTakenForOneFromTheUplink) {
 TYPED_TEST(Reception, TheRealUplinkStaysOneBesideTheTestUplink) {
     using Side = TypeParam;
     Side::set_test_uplink(2);
-    EXPECT_EQ(this->receive(this->tagged_frame(200), MC_UPLINK_PORT), 0);
+    EXPECT_EQ(Side::receive(Side::report({200}), MC_UPLINK_PORT), 0);
     EXPECT_THAT(this->core_calls(), ElementsAre(this->core_call(MC_UPLINK_PORT, 200)));
 }
 
 TYPED_TEST(Reception, AnIllegalPortNumberMayBeTheTestUplink) {
     using Side = TypeParam;
     Side::set_test_uplink(200);
-    EXPECT_EQ(this->receive(this->tagged_frame(100), 200), 0);
+    EXPECT_EQ(Side::receive(Side::report({100}), 200), 0);
     EXPECT_THAT(this->core_calls(), ElementsAre(this->core_call(MC_UPLINK_PORT, 100)));
 }
 
@@ -297,24 +274,24 @@ TYPED_TEST(Reception, PortAndGroupVlanAreKnownBeforeTheCoreIsCalled) {
         EXPECT_EQ(Side::receive_port(), MC_UPLINK_PORT);
         EXPECT_EQ(ponVlan, 200u);
     });
-    EXPECT_EQ(this->receive(this->tagged_frame(200), MC_UPLINK_PORT), 0);
+    EXPECT_EQ(Side::receive(Side::report({200}), MC_UPLINK_PORT), 0);
     EXPECT_EQ(count_of(Side::kCore), 1u);
 }
 
 TYPED_TEST(Reception, ADroppedFrameLeavesTheGroupVlanOfTheOneBefore) {
     using Side = TypeParam;
-    EXPECT_EQ(this->receive(this->tagged_frame(200), MC_UPLINK_PORT), 0);
+    EXPECT_EQ(Side::receive(Side::report({200}), MC_UPLINK_PORT), 0);
     EXPECT_EQ(ponVlan, 200u);
 
-    EXPECT_EQ(this->receive(this->tagged_frame(100), 17, 1), -1);
+    EXPECT_EQ(Side::receive(Side::report({100}), 17, 1), -1);
     EXPECT_EQ(Side::receive_port(), 1);
     EXPECT_EQ(ponVlan, 200u);
 
-    EXPECT_EQ(this->receive(this->tagged_frame(100), 30), -1);
+    EXPECT_EQ(Side::receive(Side::report({100}), 30), -1);
     EXPECT_EQ(Side::receive_port(), 30);
     EXPECT_EQ(ponVlan, 200u);
 
-    EXPECT_EQ(this->receive(padded(this->tagged_frame(100), 2001), 2), 0);
+    EXPECT_EQ(Side::receive(padded(Side::report({100}), 2001), 2), 0);
     EXPECT_EQ(Side::receive_port(), 2);
     EXPECT_EQ(ponVlan, 200u);
 }
@@ -322,14 +299,14 @@ TYPED_TEST(Reception, ADroppedFrameLeavesTheGroupVlanOfTheOneBefore) {
 TYPED_TEST(Reception, TheCoresStatusIsTheResult) {
     using Side = TypeParam;
     answer(Side::kCore, kFailure);
-    EXPECT_EQ(this->receive(this->plain_frame(), kPort), kFailure);
-    EXPECT_EQ(this->receive(this->plain_frame(), MC_UPLINK_PORT), kFailure);
+    EXPECT_EQ(Side::receive(Side::report(), kPort), kFailure);
+    EXPECT_EQ(Side::receive(Side::report(), MC_UPLINK_PORT), kFailure);
 }
 
 // ---- Rules and template VLANs ------------------------------------------------------------------
 
 template <class Side>
-class Classification : public ReceptionTest<Side> {
+class Classification : public FrameTest<Side> {
  protected:
     static constexpr std::uint32_t kDefault = MC_DEFAULT_VLAN;
 
@@ -343,12 +320,12 @@ class Classification : public ReceptionTest<Side> {
         }
     }
 };
-TYPED_TEST_SUITE(Classification, Sides, SideNames);
+TYPED_TEST_SUITE(Classification, Sides, TypeNames);
 
 TYPED_TEST(Classification, WithoutRulesTheDefaultVlanIsTheGroupVlan) {
     using Side = TypeParam;
     EXPECT_EQ(this->group_vlan(10), 4088);
-    EXPECT_EQ(this->receive(this->plain_frame(), kPort), 0);
+    EXPECT_EQ(Side::receive(Side::report(), kPort), 0);
     EXPECT_EQ(ponVlan, 4088u);
     Side::default_vlan() = 4000;
     EXPECT_EQ(this->group_vlan(10), 4000);
@@ -369,7 +346,7 @@ TYPED_TEST(Classification, AnUntaggedFrameHasVlan0InTheRules) {
     using Side = TypeParam;
     this->rule(kBlock, 0, kPort, 0, 200);
     Side::rule_counts()[kBlock] = 1;
-    EXPECT_EQ(this->receive(this->plain_frame(), kPort), 0);
+    EXPECT_EQ(Side::receive(Side::report(), kPort), 0);
     EXPECT_THAT(this->core_calls(), ElementsAre(this->core_call(kPort, 200)));
 }
 
@@ -495,7 +472,7 @@ TYPED_TEST(Classification, AFrameFromAnUnknownPortGetsTheDefaultVlan) {
 // ---- Who gets the frame ------------------------------------------------------------------------
 
 template <class Side>
-class Mode : public ReceptionTest<Side> {
+class Mode : public FrameTest<Side> {
  protected:
     static std::vector<unsigned> ports_sent_to() {
         std::vector<unsigned> ports;
@@ -503,13 +480,13 @@ class Mode : public ReceptionTest<Side> {
         return ports;
     }
 };
-TYPED_TEST_SUITE(Mode, Sides, SideNames);
+TYPED_TEST_SUITE(Mode, Sides, TypeNames);
 
 TYPED_TEST(Mode, SnoopingGivesAUserPortsFrameToTheCoreThenForwardsIt) {
     using Side = TypeParam;
     Side::set_mode(Side::kSnooping);
-    const Bytes frame = this->plain_frame();
-    EXPECT_EQ(this->receive(frame, kPort), 0);
+    const Bytes frame = Side::report();
+    EXPECT_EQ(Side::receive(frame, kPort), 0);
     EXPECT_THAT(calls(),
                 ElementsAre("igmp_time_now()", this->core_call(kPort, MC_DEFAULT_VLAN),
                             call("L2_multicast_send_msg", frame, 29, frame.size(), kPort, 4088)));
@@ -518,10 +495,10 @@ TYPED_TEST(Mode, SnoopingGivesAUserPortsFrameToTheCoreThenForwardsIt) {
 TYPED_TEST(Mode, SnoopingKeepsAnUplinkFrameFromTheCoreAndForwardsIt) {
     using Side = TypeParam;
     Side::set_mode(Side::kSnooping);
-    EXPECT_EQ(this->receive(this->plain_frame(), MC_UPLINK_PORT), -1);
+    EXPECT_EQ(Side::receive(Side::report(), MC_UPLINK_PORT), -1);
     EXPECT_THAT(this->core_calls(), IsEmpty());
     EXPECT_THAT(this->ports_sent_to(), ElementsAre(0, 1, 2, 3, 4, 5));
-    EXPECT_EQ(sent_frames()[0].frame, this->plain_frame());
+    EXPECT_EQ(sent_frames()[0].frame, Side::report());
     EXPECT_EQ(sent_frames()[0].src_port, 29u);
     EXPECT_EQ(sent_frames()[0].vlan, 4088u);
 }
@@ -530,7 +507,7 @@ TYPED_TEST(Mode, ControlGivesAUserPortsFrameToTheCoreThenStampsIt) {
     using Side = TypeParam;
     Side::set_mode(Side::kControl);
     set_onu_id(7);
-    EXPECT_EQ(this->receive(this->plain_frame(), kPort), 0);
+    EXPECT_EQ(Side::receive(Side::report(), kPort), 0);
     const Bytes stamped = Side::framed(ethernet().tag(7).tag(kPort + 1), Side::packet());
     EXPECT_THAT(calls(), ElementsAre("igmp_time_now()", this->core_call(kPort, MC_DEFAULT_VLAN),
                                      "L2_multicast_get_onu_id()",
@@ -541,7 +518,7 @@ TYPED_TEST(Mode, ControlGivesAUserPortsFrameToTheCoreThenStampsIt) {
 TYPED_TEST(Mode, ControlKeepsAnUplinkFrameFromTheCoreAndForwardsIt) {
     using Side = TypeParam;
     Side::set_mode(Side::kControl);
-    EXPECT_EQ(this->receive(this->plain_frame(), MC_UPLINK_PORT), -1);
+    EXPECT_EQ(Side::receive(Side::report(), MC_UPLINK_PORT), -1);
     EXPECT_THAT(this->core_calls(), IsEmpty());
     EXPECT_THAT(this->ports_sent_to(), ElementsAre(0, 1, 2, 3, 4, 5));
 }
@@ -550,7 +527,7 @@ TYPED_TEST(Mode, ATestUplinksFrameIsKeptFromTheCoreToo) {
     using Side = TypeParam;
     Side::set_mode(Side::kSnooping);
     Side::set_test_uplink(2);
-    EXPECT_EQ(this->receive(this->plain_frame(), 2), -1);
+    EXPECT_EQ(Side::receive(Side::report(), 2), -1);
     EXPECT_THAT(this->core_calls(), IsEmpty());
     EXPECT_EQ(sent_frames().size(), 6u);
 }
@@ -560,7 +537,7 @@ TYPED_TEST(Mode, AUserPortsFrameIsForwardedToTheTestUplink) {
     using Side = TypeParam;
     Side::set_mode(Side::kSnooping);
     Side::set_test_uplink(2);
-    EXPECT_EQ(this->receive(this->plain_frame(), kPort), 0);
+    EXPECT_EQ(Side::receive(Side::report(), kPort), 0);
     EXPECT_THAT(this->ports_sent_to(), ElementsAre(2));
 }
 
@@ -570,8 +547,8 @@ TYPED_TEST(Mode, InEveryOtherModeTheCoreAloneGetsTheFrame) {
         if (mode == Side::kSnooping || mode == Side::kControl) continue;
         Side::set_mode(mode);
         forget_calls();
-        EXPECT_EQ(this->receive(this->plain_frame(), kPort), 0);
-        EXPECT_EQ(this->receive(this->plain_frame(), MC_UPLINK_PORT), 0);
+        EXPECT_EQ(Side::receive(Side::report(), kPort), 0);
+        EXPECT_EQ(Side::receive(Side::report(), MC_UPLINK_PORT), 0);
         EXPECT_EQ(count_of(Side::kCore), 2u) << int{mode};
         EXPECT_THAT(sent_frames(), IsEmpty()) << int{mode};
     }
@@ -583,7 +560,7 @@ TYPED_TEST(Mode, AFrameThatTheCoreRefusesIsForwardedAllTheSame) {
     for (const std::uint8_t mode : {Side::kSnooping, Side::kControl}) {
         Side::set_mode(mode);
         forget_calls();
-        EXPECT_EQ(this->receive(this->plain_frame(), kPort), kFailure);
+        EXPECT_EQ(Side::receive(Side::report(), kPort), kFailure);
         EXPECT_THAT(this->ports_sent_to(), ElementsAre(29));
     }
 }
@@ -593,7 +570,7 @@ TYPED_TEST(Mode, AFrameFromAnUnknownPortGoesToTheCoreButNotFurther) {
     for (const std::uint8_t mode : {Side::kSnooping, Side::kControl}) {
         Side::set_mode(mode);
         forget_calls();
-        EXPECT_EQ(this->receive(this->plain_frame(), 7), 0);
+        EXPECT_EQ(Side::receive(Side::report(), 7), 0);
         EXPECT_EQ(count_of(Side::kCore), 1u);
         EXPECT_THAT(sent_frames(), IsEmpty());
     }
@@ -603,7 +580,7 @@ TYPED_TEST(Mode, WhatTheTablesCallAnUplinkIsOne) {
     using Side = TypeParam;
     Side::set_mode(Side::kSnooping);
     Side::ports()[kBlock].port_type = MC_PORT_UPLINK;
-    EXPECT_EQ(this->receive(this->plain_frame(), kPort), -1);
+    EXPECT_EQ(Side::receive(Side::report(), kPort), -1);
     EXPECT_THAT(this->core_calls(), IsEmpty());
 }
 
@@ -611,7 +588,7 @@ TYPED_TEST(Mode, WhatTheTablesCallAnUplinkIsOne) {
 
 // The longest frame that is let through, down and up, with every tag edit that makes it longer.
 template <class Side>
-class LongFrames : public ReceptionTest<Side> {
+class LongFrames : public FrameTest<Side> {
  protected:
     static Bytes longest() {
         return Side::framed(ethernet(), Side::packet_for_frame_of(mc::kLongestFrame));
@@ -620,7 +597,7 @@ class LongFrames : public ReceptionTest<Side> {
         return Side::framed(headers, Side::packet_for_frame_of(mc::kLongestFrame));
     }
 };
-TYPED_TEST_SUITE(LongFrames, Sides, SideNames);
+TYPED_TEST_SUITE(LongFrames, Sides, TypeNames);
 
 TYPED_TEST(LongFrames, GoUpWithATagPutIn) {
     using Side = TypeParam;
@@ -628,7 +605,7 @@ TYPED_TEST(LongFrames, GoUpWithATagPutIn) {
     set_rule<Side>(kBlock, 0, upstream_rule(kPort, 0, 100));
     PortVlanCfg[kBlock][0].out_up_vlan = 100;
     Side::rule_counts()[kBlock] = 1;
-    EXPECT_EQ(this->receive(this->longest(), kPort), 0);
+    EXPECT_EQ(Side::receive(this->longest(), kPort), 0);
     ASSERT_EQ(sent_frames().size(), 1u);
     EXPECT_EQ(hex(sent_frames()[0].frame), hex(this->longest_with(ethernet().tag(100))));
 }
@@ -637,7 +614,7 @@ TYPED_TEST(LongFrames, GoUpStampedTwice) {
     using Side = TypeParam;
     Side::set_mode(Side::kControl);
     set_onu_id(9);
-    EXPECT_EQ(this->receive(this->longest(), kPort), 0);
+    EXPECT_EQ(Side::receive(this->longest(), kPort), 0);
     ASSERT_EQ(sent_frames().size(), 1u);
     EXPECT_EQ(hex(sent_frames()[0].frame), hex(this->longest_with(ethernet().tag(9).tag(4))));
 }
@@ -651,7 +628,7 @@ TYPED_TEST(LongFrames, GoDownWithATagPutIn) {
         rule.in_dn_vlan = 0;
         set_rule<Side>(kBlock, 0, rule);
         Side::rule_counts()[kBlock] = 1;
-        EXPECT_EQ(this->receive(this->longest(), MC_UPLINK_PORT), -1);
+        EXPECT_EQ(Side::receive(this->longest(), MC_UPLINK_PORT), -1);
         ASSERT_EQ(sent_frames().size(), 6u);
         EXPECT_EQ(hex(sent_frames()[kBlock].frame), hex(this->longest_with(ethernet().tag(300))));
         EXPECT_EQ(hex(sent_frames()[kBlock + 1].frame), hex(this->longest()));
@@ -661,7 +638,7 @@ TYPED_TEST(LongFrames, GoDownWithATagPutIn) {
 TYPED_TEST(LongFrames, AreDumpedWhole) {
     using Side = TypeParam;
     const std::string text =
-        said(Side::mask(), 0x10, [&] { this->receive(this->longest(), kPort); });
+        said(Side::mask(), 0x10, [&] { Side::receive(this->longest(), kPort); });
     EXPECT_THAT(text, ::testing::EndsWith(hex_dump(this->longest())));
 }
 
@@ -676,7 +653,7 @@ TYPED_TEST(LongFrames, TheShortestOnesAreForwardedToo) {
             const Bytes frame = Side::framed(framing.headers, Side::packet());
             for (const std::uint32_t port : {kPort, std::uint32_t{MC_UPLINK_PORT}}) {
                 forget_calls();
-                this->receive(frame, framing.least, port);
+                Side::receive(frame, framing.least, port);
                 EXPECT_EQ(sent_frames().size(), port == kPort ? 1u : 6u);
             }
         }

@@ -7,6 +7,8 @@
 #include "tests/support/frames.h"
 #include "tests/support/fresh_library.h"
 #include "tests/support/hex_dump.h"
+#include "tests/support/reception.h"
+#include "tests/support/rules.h"
 #include "tests/support/sides.h"
 
 namespace {
@@ -17,48 +19,30 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-Bytes report_frame() { return Igmp::framed(ethernet(), Igmp::packet()); }
-Bytes report_frame(std::uint16_t vid) { return Igmp::framed(ethernet().tag(vid), Igmp::packet()); }
-
-std::int32_t receive(const Bytes& bytes, std::uint32_t port) {
-    FrameBuffer frame(bytes);
-    return igmpL2PktProc(frame.data(), frame.len(), port);
-}
-
-// In proxy mode, where the core alone gets a frame.
-class IgmpReception : public StartedTest {
- protected:
-    IgmpReception() { proxy_adapt_mode = MC_MODE_PROXY; }
-
-    static std::uint32_t group_vlan(std::uint16_t vid, std::uint32_t port) {
-        EXPECT_EQ(receive(report_frame(vid), port), 0);
-        EXPECT_EQ(last_call("igmp_pkt_recv").numbers.at(2), ponVlan);
-        return ponVlan;
-    }
-};
+class IgmpReception : public ReceptionTest<Igmp> {};
 
 // ---- Group VLAN --------------------------------------------------------------------------------
 
 TEST_F(IgmpReception, AReportWithoutRulesAndTemplatesReachesTheCoreWith4088) {
-    EXPECT_EQ(receive(report_frame(), 2), 0);
+    EXPECT_EQ(Igmp::receive(Igmp::report(), 2), 0);
     EXPECT_THAT(calls(), ElementsAre("igmp_time_now()",
                                      call("igmp_pkt_recv", Igmp::packet(), 32, 2, 4088, "null")));
 }
 
 TEST_F(IgmpReception, AFrameFromTheUplinkReachesTheCoreAsPort65535) {
-    EXPECT_EQ(receive(report_frame(), 29), 0);
+    EXPECT_EQ(Igmp::receive(Igmp::report(), 29), 0);
     EXPECT_EQ(last_call("igmp_pkt_recv").text,
               call("igmp_pkt_recv", Igmp::packet(), 32, 0xFFFF, 4088, "null"));
 }
 
 TEST_F(IgmpReception, ATemplateVlanIsFoundByItsLow12BitsAndTakenWhole) {
-    Igmp::set_templates({300, 0xA0C8, 200});
+    given_vlans<Igmp>({300, 0xA0C8, 200});
     EXPECT_EQ(group_vlan(200, 29), 0xA0C8u);
     EXPECT_EQ(group_vlan(300, 29), 300u);
 }
 
 TEST_F(IgmpReception, OnlyTheTemplateVlansInUseAreSearched) {
-    Igmp::set_templates({100, 200, 300});
+    given_vlans<Igmp>({100, 200, 300});
     EXPECT_EQ(group_vlan(300, 29), 300u);
     setVlanNumber = 2;
     EXPECT_EQ(group_vlan(300, 29), 4088u);
@@ -69,19 +53,19 @@ TEST_F(IgmpReception, OnlyTheTemplateVlansInUseAreSearched) {
 }
 
 TEST_F(IgmpReception, ATemplateCountOutOfRangeSearchesTenEntries) {
-    Igmp::set_templates({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    given_vlans<Igmp>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
     setVlanNumber = 99;
     EXPECT_EQ(group_vlan(10, 29), 10u);
     EXPECT_EQ(group_vlan(11, 29), 4088u);
 }
 
 TEST_F(IgmpReception, ATemplateEntryOf65535MeansTheDefaultVlan) {
-    Igmp::set_templates({0xFFFF});
+    given_vlans<Igmp>({0xFFFF});
     EXPECT_EQ(group_vlan(0xFFF, 29), 4088u);
 }
 
 TEST_F(IgmpReception, ATemplateEntryOf0TakesFramesWithoutAVlan) {
-    Igmp::set_templates({0});
+    given_vlans<Igmp>({0});
     EXPECT_EQ(group_vlan(10, 2), 0u);
 }
 
@@ -93,7 +77,7 @@ TEST_F(IgmpReception, TheDefaultVlanIsNotTheOneOfTheParameterRecord) {
 
 // Only six blocks are searched: the uplink's never is, whatever stands in it.
 TEST_F(IgmpReception, TheUplinksRulesAreNotSearched) {
-    Igmp::set_templates({100});
+    given_vlans<Igmp>({100});
     PortVlanCfg[6][0] = upstream_rule(2, 10, 100);
     setVlanCfgNumber[2] = 1;
     EXPECT_EQ(group_vlan(10, 2), 4088u);
@@ -104,20 +88,20 @@ TEST_F(IgmpReception, TheUplinksRulesAreNotSearched) {
 // ---- Packet ------------------------------------------------------------------------------------
 
 TEST_F(IgmpReception, TheTotalLengthIsWhatTheHeaderClaims) {
-    Bytes frame = report_frame();
+    Bytes frame = Igmp::report();
     for (const std::uint32_t claimed : {0u, 20u, 1500u, 0xFFFFu}) {
         frame[16] = static_cast<std::uint8_t>(claimed >> 8);
         frame[17] = static_cast<std::uint8_t>(claimed);
-        EXPECT_EQ(receive(frame, 2), 0);
+        EXPECT_EQ(Igmp::receive(frame, 2), 0);
         EXPECT_EQ(last_call("igmp_pkt_recv").numbers.at(0), claimed);
     }
 }
 
 TEST_F(IgmpReception, WrongChecksumsAreTheCoresAffair) {
-    Bytes frame = report_frame();
+    Bytes frame = Igmp::report();
     frame[24] ^= 0xFF;     // of the IPv4 header
     frame.back() ^= 0xFF;  // the group, so that the IGMP checksum is wrong
-    EXPECT_EQ(receive(frame, 2), 0);
+    EXPECT_EQ(Igmp::receive(frame, 2), 0);
     EXPECT_EQ(count_of("igmp_pkt_recv"), 1u);
 }
 
@@ -127,35 +111,35 @@ TEST_F(IgmpReception, AUdpPacketIsDroppedWithTheTextOfAnOwnFrame) {
     for (const std::uint8_t mode : {MC_MODE_SNOOPING, MC_MODE_PROXY, MC_MODE_CONTROL}) {
         proxy_adapt_mode = mode;
         expect_said(mc_debug, kErr, "\r\n[MC_DBG_ERR]: Error! Igmp Packet comes from myself!\r\n",
-                    [&] { EXPECT_EQ(receive(frame, 2), -1); });
+                    [&] { EXPECT_EQ(Igmp::receive(frame, 2), -1); });
         EXPECT_THAT(calls(), IsEmpty());
     }
 }
 
 // The group VLAN is settled by then.
 TEST_F(IgmpReception, AUdpPacketLeavesItsGroupVlan) {
-    Igmp::set_templates({100});
+    given_vlans<Igmp>({100});
     const Bytes packet = ipv4_packet("192.0.2.20", "239.255.1.1", Bytes(16), {.protocol = 17});
-    EXPECT_EQ(receive(ethernet().tag(100).ipv4(packet), 29), -1);
+    EXPECT_EQ(Igmp::receive(ethernet().tag(100).ipv4(packet), 29), -1);
     EXPECT_EQ(ponVlan, 100u);
 }
 
 TEST_F(IgmpReception, TheNodesAddressIsKnownFromTheStart) {
     const Bytes frame = ethernet().from("00:00:00:11:00:11").ipv4(Igmp::packet());
-    EXPECT_EQ(receive(frame, 2), -1);
+    EXPECT_EQ(Igmp::receive(frame, 2), -1);
     EXPECT_THAT(calls_of({"igmp_pkt_recv"}), IsEmpty());
 }
 
 TEST_F(IgmpReception, APortNumberOfMoreThan8BitsIsIllegalAndRecordedByItsLowByte) {
     expect_said(mc_debug, kErr, "\r\n[MC_DBG_ERR]: The port no(258) is illegal, abord!<*_*>\r\n",
-                [] { EXPECT_EQ(receive(report_frame(), 258), -1); });
+                [] { EXPECT_EQ(Igmp::receive(Igmp::report(), 258), -1); });
     EXPECT_EQ(srcPortNum, 2);
 }
 
 // ---- Flow trace --------------------------------------------------------------------------------
 
 TEST_F(IgmpReception, TracesAFrameThatARuleTakes) {
-    Igmp::set_templates({300, 200});
+    given_vlans<Igmp>({300, 200});
     set_rule<Igmp>(2, 0, upstream_rule(2, 0xF00A, 100));
     set_rule<Igmp>(2, 1, upstream_rule(2, 20, 200));
     setVlanCfgNumber[2] = 3;
@@ -173,7 +157,7 @@ TEST_F(IgmpReception, TracesAFrameThatARuleTakes) {
         "\r\n[MC_DBG_DBG]: IP TOTAL LENGTH = 32\r\n"
         "\r\n[MC_DBG_DBG]: PROTOL TYPE = 2"
         "\r\n[MC_DBG_DBG]: IGMP MODE = 2\r\n",
-        [] { receive(report_frame(20), 2); });
+        [] { Igmp::receive(Igmp::report({20}), 2); });
 }
 
 TEST_F(IgmpReception, TracesAFrameFromTheUplink) {
@@ -189,18 +173,18 @@ TEST_F(IgmpReception, TracesAFrameFromTheUplink) {
                 "\r\n[MC_DBG_DBG]: PROTOL TYPE = 2"
                 "\r\n[MC_DBG_DBG]: IGMP MODE = 2\r\n"
                 "\r\n[MC_DBG_DBG]: The port no is (29)\r\n",
-                [] { receive(report_frame(20), 29); });
+                [] { Igmp::receive(Igmp::report({20}), 29); });
 }
 
 TEST_F(IgmpReception, TracesATestUplinksFrameUnderBothPorts) {
     testuplink = 2;
-    const std::string text = said(mc_debug, kDbg, [] { receive(report_frame(), 2); });
+    const std::string text = said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 2); });
     EXPECT_THAT(text, HasSubstr("igmpL2PktProc is in! 2\n"));
     EXPECT_THAT(text, HasSubstr("Rcieve L2 data on interface 29(29):\r\n"));
 }
 
 TEST_F(IgmpReception, TracesTheLowByteOfThePortOnTheWayIn) {
-    EXPECT_EQ(said(mc_debug, kDbg, [] { receive(report_frame(), 258); }),
+    EXPECT_EQ(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 258); }),
               "\r\n[MC_DBG_DBG]: igmpL2PktProc is in! 2\n");
 }
 
@@ -209,13 +193,13 @@ TEST_F(IgmpReception, TracesAnOwnFrame) {
     expect_said(mc_debug, kDbg,
                 "\r\n[MC_DBG_DBG]: igmpL2PktProc is in! 2\n"
                 "\r\n[MC_DBG_DBG]: Error! Igmp Packet comes from myself!\r\n",
-                [&] { receive(frame, 2); });
+                [&] { Igmp::receive(frame, 2); });
 }
 
 TEST_F(IgmpReception, TracesAFrameFromAnUnknownPort) {
     proxy_adapt_mode = MC_MODE_SNOOPING;
     EXPECT_THAT(
-        said(mc_debug, kDbg, [] { receive(report_frame(20), 7); }),
+        said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report({20}), 7); }),
         HasSubstr("\r\n[MC_DBG_DBG]: in searchRecievePktPortCfgVlan vlan_id = 20 usPort = 7 \r\n"
                   "\r\n[MC_DBG_DBG]: \n [checkPortState]port(7) is not find!"
                   "\r\n[MC_DBG_DBG]: in searchVlan vlan = 0\r\n"
@@ -232,28 +216,28 @@ TEST_F(IgmpReception, ReportsAFrameFromAnUnknownPort) {
     expect_said(mc_debug, kErr,
                 "\r\n[MC_DBG_ERR]: \n [checkPortState]port(7) is not find!"
                 "\r\n[MC_DBG_ERR]: port number is invalid!\r",
-                [] { receive(report_frame(20), 7); });
+                [] { Igmp::receive(Igmp::report({20}), 7); });
 }
 
 TEST_F(IgmpReception, TracesTheModeAndWhatItKeepsFromTheCore) {
     proxy_adapt_mode = MC_MODE_SNOOPING;
-    EXPECT_THAT(said(mc_debug, kDbg, [] { receive(report_frame(), 2); }),
+    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 2); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 1\r\n"
                           "\r\n[MC_DBG_DBG]: IGMP MODE is Snooping\r\n"));
-    EXPECT_THAT(said(mc_debug, kDbg, [] { receive(report_frame(), 29); }),
+    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 29); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 1\r\n"
                           "\r\n[MC_DBG_DBG]: igmpL2PktProc  igmp_mode = 1 usPort = 29\r\n"
                           "\r\n[MC_DBG_DBG]: IGMP MODE is Snooping\r\n"));
     proxy_adapt_mode = MC_MODE_CONTROL;
-    EXPECT_THAT(said(mc_debug, kDbg, [] { receive(report_frame(), 2); }),
+    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 2); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 3\r\n"
                           "\r\n[MC_DBG_DBG]: IGMP MODE is control\r\n"));
-    EXPECT_THAT(said(mc_debug, kDbg, [] { receive(report_frame(), 29); }),
+    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 29); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 3\r\n"
                           "\r\n[MC_DBG_DBG]: igmpL2PktProc  igmp_mode = 3 usPort = 29\r\n"
                           "\r\n[MC_DBG_DBG]: IGMP MODE is control\r\n"));
     proxy_adapt_mode = 4;
-    EXPECT_THAT(said(mc_debug, kDbg, [] { receive(report_frame(), 2); }),
+    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 2); }),
                 Not(HasSubstr("IGMP MODE is")));
 }
 
@@ -265,9 +249,9 @@ TEST_F(IgmpReception, DumpsEveryFrameThatIsNotTooLong) {
         expect_said(mc_debug, 0x10,
                     "[igmpL2PktProc]: Pkt recv from port 31, len " + std::to_string(length) +
                         ".\r\n" + hex_dump(frame),
-                    [&] { receive(frame, 31); });
+                    [&] { Igmp::receive(frame, 31); });
     }
-    EXPECT_EQ(said(mc_debug, 0x10, [] { receive(Bytes(2001), 2); }), "");
+    EXPECT_EQ(said(mc_debug, 0x10, [] { Igmp::receive(Bytes(2001), 2); }), "");
 }
 
 TEST_F(IgmpReception, DumpsTheHeadingOnlyWithoutAFrame) {
@@ -277,7 +261,7 @@ TEST_F(IgmpReception, DumpsTheHeadingOnlyWithoutAFrame) {
 
 TEST_F(IgmpReception, DumpsUnderThePortThatTheFrameCameInOn) {
     testuplink = 2;
-    EXPECT_THAT(said(mc_debug, 0x10, [] { receive(report_frame(), 2); }),
+    EXPECT_THAT(said(mc_debug, 0x10, [] { Igmp::receive(Igmp::report(), 2); }),
                 HasSubstr("Pkt recv from port 2, len 46.\r\n"));
 }
 
@@ -286,10 +270,10 @@ TEST_F(IgmpReception, IsSilentUnderTheMldMask) {
     proxy_adapt_mode = MC_MODE_SNOOPING;
     EXPECT_EQ(said(mld_debug, kAllCategories,
                    [] {
-                       receive(report_frame(), 2);
-                       receive(report_frame(), 29);
-                       receive(report_frame(), 30);
-                       receive(Bytes(13), 2);
+                       Igmp::receive(Igmp::report(), 2);
+                       Igmp::receive(Igmp::report(), 29);
+                       Igmp::receive(Igmp::report(), 30);
+                       Igmp::receive(Bytes(13), 2);
                    }),
               "");
 }
@@ -298,7 +282,7 @@ TEST_F(IgmpReception, IsSilentUnderTheMldMask) {
 
 class HostDelivery : public IgmpReception {
  protected:
-    static std::int32_t deliver_as(std::uint32_t kind, const Bytes& bytes = report_frame()) {
+    static std::int32_t deliver_as(std::uint32_t kind, const Bytes& bytes = Igmp::report()) {
         FrameBuffer frame(bytes);
         return MuticastReceive(frame.data(), frame.len(), 2, kind);
     }
@@ -352,7 +336,7 @@ class PacketTask : public IgmpReception {
 };
 
 TEST_F(PacketTask, RoutesFramesByTheIpv4MulticastAddress) {
-    deliver(report_frame(), 2);
+    deliver(Igmp::report(), 2);
     deliver(Mld::framed(ethernet(), Mld::packet()), 4);
     run_packet_task();
     EXPECT_THAT(core_calls(), ElementsAre(Igmp::core_call(Igmp::packet(), 2, 4088),
@@ -388,7 +372,7 @@ TEST_F(PacketTask, SleepsASecondWhenTheDriverHasNothing) {
 // A frame that the driver takes back is not looked at.
 TEST_F(PacketTask, IgnoresWhatAFailingReadLeftInTheBuffer) {
     fail_call("L2_multicast_read_msg", 1, -5);
-    deliver(report_frame(), 2);
+    deliver(Igmp::report(), 2);
     run_packet_task();
     EXPECT_THAT(calls(),
                 ElementsAre("L2_multicast_read_msg()", "sleep(1)", "L2_multicast_read_msg()"));
@@ -396,17 +380,17 @@ TEST_F(PacketTask, IgnoresWhatAFailingReadLeftInTheBuffer) {
 
 TEST_F(PacketTask, GoesOnAfterFramesThatFail) {
     answer("igmp_pkt_recv", kFailure);
-    deliver(report_frame(), 2);
-    deliver(report_frame(), 30);
+    deliver(Igmp::report(), 2);
+    deliver(Igmp::report(), 30);
     deliver(Bytes(3), 2);
-    deliver(report_frame(), 3);
+    deliver(Igmp::report(), 3);
     run_packet_task();
     EXPECT_EQ(count_of("igmp_pkt_recv"), 2u);
     EXPECT_EQ(count_of("sleep"), 0u);
 }
 
 TEST_F(PacketTask, BytesOfAnEarlierFrameStayBehindAShorterOne) {
-    const Bytes frame = report_frame();
+    const Bytes frame = Igmp::report();
     deliver(frame, 2);
     deliver(Bytes(frame.begin(), frame.begin() + 6), 3, 46);
     run_packet_task();
@@ -416,7 +400,7 @@ TEST_F(PacketTask, BytesOfAnEarlierFrameStayBehindAShorterOne) {
 
 // The tag of the frame before, which the short one's length does not cover.
 TEST_F(PacketTask, TheLengthCheckGoesByWhatStandsInTheBuffer) {
-    deliver(report_frame(100), 2);
+    deliver(Igmp::report({100}), 2);
     deliver(Bytes{0x01, 0x00, 0x5e}, 2);
     EXPECT_EQ(said(mc_debug, kErr, [] { run_packet_task(); }),
               "\r\n[MC_DBG_ERR]: Too short frame,abord!(3)\r\n");
@@ -428,8 +412,8 @@ TEST_F(PacketTask, BeginsWithAnEmptyBuffer) {
 }
 
 TEST_F(PacketTask, TakesFramesThatFillTheBuffer) {
-    deliver(padded(report_frame(), 2048), 2);
-    deliver(padded(report_frame(), 2000), 2);
+    deliver(padded(Igmp::report(), 2048), 2);
+    deliver(padded(Igmp::report(), 2000), 2);
     EXPECT_EQ(said(mc_debug, kErr, [] { run_packet_task(); }),
               "\r\n[MC_DBG_ERR]: usLength  = 2048\r\n");
     EXPECT_EQ(count_of("igmp_pkt_recv"), 1u);

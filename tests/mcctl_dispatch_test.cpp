@@ -239,8 +239,8 @@ std::vector<Row> commands_of_vlans() {
          .trace = "[onu_std_omci_delete_multicast_vlan] is in! port_index = {port}\n"
                   "\r\n[MC_DBG_DBG]: {mode}, {up_in}, 0, 0, {down_in}, {down_out}, 0, {data_in}, "
                   "0.\r\n",
-         .given = [] { given_rules<IgmpVlans>({simple_rule(4, 101, 105)}); },
-         .then = [](const Numbers& /*in*/) { expect_rules<IgmpVlans>(4, {}); }},
+         .given = [] { given_rules<Igmp>({simple_rule(4, 101, 105)}); },
+         .then = [](const Numbers& /*in*/) { expect_rules<Igmp>(4, {}); }},
         {.words = "vlan web-set --port {port} --mode {mode} --data-mode {data_mode} --down-in "
                   "{down_in} --down-out {down_out} --data-in {data_in} --data-out {data_out}",
          .values = {number_of("port", 4),
@@ -286,7 +286,7 @@ std::vector<Row> commands_of_vlans() {
          .calls = {"igmp_vlan_del({second})"},
          .trace = "port_no ={port} tag_mode ={mode} temp = {vlan} temp_scd = {second}",
          .given = [] { igmp_port_vlan_and_mode_set(4, 2, 101, 102); },
-         .then = [](const Numbers& /*in*/) { expect_rules<IgmpVlans>(4, {}); }},
+         .then = [](const Numbers& /*in*/) { expect_rules<Igmp>(4, {}); }},
         {.words = "core-vlan add {first} {last}",
          .values = {number_of("first", 101), number_of("last", 102)},
          .calls = {"igmp_vlan_add({first})", "igmp_vlan_add({first})", "igmp_vlan_add({last})"}},
@@ -577,7 +577,7 @@ std::vector<std::string> all_but_the_last(std::vector<std::string> made) {
     return made;
 }
 
-class Words : public CommandTest, public ::testing::WithParamInterface<Row> {};
+class Words : public OmciTest, public ::testing::WithParamInterface<Row> {};
 
 std::string name_of(const ::testing::TestParamInfo<Row>& tested) {
     const commands::Record record = encoded(tested.param);
@@ -619,7 +619,7 @@ std::multiset<std::uint32_t> codes_of_the_table() {
     return codes;
 }
 
-class McctlTable : public CommandTest {};
+class McctlTable : public OmciTest {};
 
 TEST_F(McctlTable, HasARowAboveForEveryCommand) {
     std::multiset<std::uint32_t> told;

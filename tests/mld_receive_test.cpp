@@ -6,6 +6,8 @@
 #include "tests/support/frames.h"
 #include "tests/support/fresh_library.h"
 #include "tests/support/hex_dump.h"
+#include "tests/support/reception.h"
+#include "tests/support/rules.h"
 #include "tests/support/sides.h"
 
 namespace {
@@ -18,25 +20,7 @@ using ::testing::Not;
 
 constexpr std::uint8_t kUplink = MC_UPLINK_PORT;
 
-Bytes report_frame() { return Mld::framed(ethernet(), Mld::packet()); }
-Bytes report_frame(std::uint16_t vid) { return Mld::framed(ethernet().tag(vid), Mld::packet()); }
-
-std::int32_t receive(const Bytes& bytes, std::uint32_t port) {
-    FrameBuffer frame(bytes);
-    return mldL2PktProc(frame.data(), frame.len(), port);
-}
-
-// In a mode of no handler, where the core alone gets a frame.
-class MldReception : public StartedTest {
- protected:
-    MldReception() { mldInitParams.multiMode = Mld::kProxy; }
-
-    static std::uint32_t group_vlan(std::uint16_t vid, std::uint32_t port) {
-        EXPECT_EQ(receive(report_frame(vid), port), 0);
-        EXPECT_EQ(last_call("mld_pkt_recv").numbers.at(2), ponVlan);
-        return ponVlan;
-    }
-};
+class MldReception : public ReceptionTest<Mld> {};
 
 // ---- The tag that is kept ----------------------------------------------------------------------
 
@@ -53,34 +37,34 @@ class MldTagScratch : public MldReception {
         EXPECT_EQ(mldInitParams.tag_pri, priority);
     }
     static void expect_untouched_by(std::int32_t result, const Bytes& frame, std::uint32_t port) {
-        EXPECT_EQ(receive(frame, port), result);
+        EXPECT_EQ(Mld::receive(frame, port), result);
         expect_scratch(0x1111, 0x222, 3);
     }
 };
 
 TEST_F(MldTagScratch, AnUntaggedFrameLeavesNoVlan) {
-    receive(report_frame(), 2);
+    Mld::receive(Mld::report(), 2);
     expect_scratch(0x8100, 0, 0);
 }
 
 // The whole tag control field stands where the TPID belongs.
 TEST_F(MldTagScratch, ASingleTaggedFrameLeavesItsTagControlField) {
-    receive(Mld::framed(ethernet().tag(100, 5, true), Mld::packet()), 2);
+    Mld::receive(Mld::framed(ethernet().tag(100, 5, true), Mld::packet()), 2);
     expect_scratch(0xB064, 100, 5);
 }
 
 TEST_F(MldTagScratch, ADoubleTaggedFrameLeavesTheInnerVlanWithoutPriority) {
-    receive(Mld::framed(ethernet().tag(100, 5).tag(200, 6, true), Mld::packet()), 2);
+    Mld::receive(Mld::framed(ethernet().tag(100, 5).tag(200, 6, true), Mld::packet()), 2);
     expect_scratch(0x8100, 200, 0);
 }
 
 TEST_F(MldTagScratch, APppoeFrameLeavesNoVlan) {
-    receive(Mld::framed(ethernet().pppoe(), Mld::packet()), 2);
+    Mld::receive(Mld::framed(ethernet().pppoe(), Mld::packet()), 2);
     expect_scratch(0x8100, 0, 0);
 }
 
 TEST_F(MldTagScratch, APppoeFrameBehindATagLeavesTheTagThatToldIt) {
-    receive(Mld::framed(ethernet().tagged_pppoe(), Mld::packet()), 2);
+    Mld::receive(Mld::framed(ethernet().tagged_pppoe(), Mld::packet()), 2);
     expect_scratch(0x8864, 0x864, 4);
 }
 
@@ -93,17 +77,17 @@ TEST_F(MldTagScratch, ADroppedFrameLeavesItsTagOnceItWasParsed) {
     EXPECT_EQ(mldL2PktProc(session.data(), 21, 2), -1);
     expect_scratch(0x8864, 0x864, 4);
 
-    EXPECT_EQ(receive(ethernet().tag(200, 1).ipv4(Igmp::packet()), 2), -1);
+    EXPECT_EQ(Mld::receive(ethernet().tag(200, 1).ipv4(Igmp::packet()), 2), -1);
     expect_scratch(0x20C8, 200, 1);
 
-    FrameBuffer untagged(report_frame());
+    FrameBuffer untagged(Mld::report());
     EXPECT_EQ(mldL2PktProc(untagged.data(), 13, 2), -1);
     expect_scratch(0x8100, 0, 0);
 }
 
 TEST_F(MldTagScratch, AFrameThatIsDroppedBeforeThatLeavesItAlone) {
-    expect_untouched_by(0, padded(report_frame(), 2001), 2);
-    expect_untouched_by(-1, report_frame(), 30);
+    expect_untouched_by(0, padded(Mld::report(), 2001), 2);
+    expect_untouched_by(-1, Mld::report(), 30);
     expect_untouched_by(-1, Mld::framed(ethernet().from("00:00:00:00:00:00"), Mld::packet()), 2);
     EXPECT_EQ(mldL2PktProc(nullptr, 60, 2), -1);
     expect_scratch(0x1111, 0x222, 3);
@@ -111,7 +95,7 @@ TEST_F(MldTagScratch, AFrameThatIsDroppedBeforeThatLeavesItAlone) {
 
 TEST_F(MldTagScratch, IsSetBeforeTheCoreIsCalled) {
     during("mld_pkt_recv", [] { expect_scratch(0xA064, 100, 5); });
-    receive(Mld::framed(ethernet().tag(100, 5), Mld::packet()), 2);
+    Mld::receive(Mld::framed(ethernet().tag(100, 5), Mld::packet()), 2);
     EXPECT_EQ(count_of("mld_pkt_recv"), 1u);
 }
 
@@ -124,7 +108,7 @@ TEST_F(MldTagScratch, IsWhatTheHandlerGetsAsItThenIs) {
                      [] {
                          set_rule<Mld>(2, 0, upstream_rule(2, 1, 1));
                          mldInitParams.vlancfgnum[2] = 1;
-                         receive(report_frame(100), 2);
+                         Mld::receive(Mld::report({100}), 2);
                      }),
                 HasSubstr("searchUpSnoopPortCfgVlan from downlink,vlan = 200 config "
                           "search!,cfgvlan = 1\r\n"));
@@ -135,7 +119,7 @@ TEST_F(MldTagScratch, GivesTheHandlerTheInnerVlanOfADoubleTaggedFrame) {
     set_rule<Mld>(2, 0, upstream_rule(2, 200, 1));
     PortVlanCfg[2][0].out_up_vlan = 300;
     mldInitParams.vlancfgnum[2] = 1;
-    receive(Mld::framed(ethernet().tag(100).tag(200), Mld::packet()), 2);
+    Mld::receive(Mld::framed(ethernet().tag(100).tag(200), Mld::packet()), 2);
     ASSERT_EQ(sent_frames().size(), 1u);
     EXPECT_EQ(hex(sent_frames()[0].frame),
               hex(Mld::framed(ethernet().tag(300).tag(200), Mld::packet())));
@@ -145,7 +129,7 @@ TEST_F(MldTagScratch, GivesTheHandlerTheInnerVlanOfADoubleTaggedFrame) {
 
 // The byte that counts the template VLANs has just been overwritten with the receive port.
 TEST_F(MldReception, AsManyTemplateVlansAreSearchedAsTheReceivePortsNumberSays) {
-    Mld::set_templates({100, 200, 300, 400, 500, 600, 700, 800, 900, 1000});
+    given_vlans<Mld>({100, 200, 300, 400, 500, 600, 700, 800, 900, 1000});
     for (int block = 0; block < MC_PORTS; ++block) {
         for (int port = 0; port < 6; ++port) mldInitParams.vlancfgnum[port] = 1;
         set_rule<Mld>(block, 0, upstream_rule(block, 10, 300));
@@ -159,7 +143,7 @@ TEST_F(MldReception, AsManyTemplateVlansAreSearchedAsTheReceivePortsNumberSays) 
 }
 
 TEST_F(MldReception, AFrameFromPort0AlwaysGetsTheDefaultVlan) {
-    Mld::set_templates({100});
+    given_vlans<Mld>({100});
     set_rule<Mld>(0, 0, upstream_rule(0, 10, 100));
     mldInitParams.vlancfgnum[0] = 1;
     EXPECT_EQ(group_vlan(10, 0), 4088u);
@@ -169,7 +153,7 @@ TEST_F(MldReception, AFrameFromPort0AlwaysGetsTheDefaultVlan) {
 
 // Behind the ten entries lie other fields of the record, of which one would match.
 TEST_F(MldReception, NothingIsSearchedBehindTheTenTemplateVlans) {
-    Mld::set_templates({100, 200, 300, 400, 500, 600, 700, 800, 900, 1000});
+    given_vlans<Mld>({100, 200, 300, 400, 500, 600, 700, 800, 900, 1000});
     EXPECT_EQ(group_vlan(1000, kUplink), 1000u);
     mldInitParams.query_interval = 125;
     EXPECT_EQ(group_vlan(125, kUplink), 4088u);
@@ -177,7 +161,7 @@ TEST_F(MldReception, NothingIsSearchedBehindTheTenTemplateVlans) {
 
 TEST_F(MldReception, TheSearchGoesByTheTestUplinksOwnNumber) {
     mldInitParams.testuplink = 2;
-    Mld::set_templates({100, 200, 300});
+    given_vlans<Mld>({100, 200, 300});
     EXPECT_EQ(group_vlan(200, 2), 200u);
     EXPECT_EQ(group_vlan(300, 2), 4088u);
 }
@@ -192,13 +176,13 @@ TEST_F(MldReception, ATemplateVlanIsTakenByItsLow12Bits) {
 // Empty entries are 0 and count like any other.
 TEST_F(MldReception, AnEmptyTemplateEntryTakesFramesWithoutAVlan) {
     EXPECT_EQ(group_vlan(10, 2), 0u);
-    EXPECT_EQ(receive(report_frame(), kUplink), 0);
+    EXPECT_EQ(Mld::receive(Mld::report(), kUplink), 0);
     EXPECT_EQ(ponVlan, 0u);
     EXPECT_EQ(group_vlan(10, kUplink), 4088u);
 }
 
 TEST_F(MldReception, BlocksAreOpenedByTheIgmpTable) {
-    Mld::set_templates({100, 200});
+    given_vlans<Mld>({100, 200});
     mldInitParams.mldPortVlanCfg[2][0] = upstream_rule(2, 10, 100);
     mldInitParams.vlancfgnum[2] = 1;
     EXPECT_EQ(group_vlan(10, 2), 4088u) << "the MLD table's own port number opens nothing";
@@ -212,7 +196,7 @@ TEST_F(MldReception, BlocksAreOpenedByTheIgmpTable) {
 }
 
 TEST_F(MldReception, TheMldCountSaysHowManyRulesAreSearched) {
-    Mld::set_templates({100, 200});
+    given_vlans<Mld>({100, 200});
     set_rule<Mld>(2, 0, upstream_rule(2, 1, 1));
     set_rule<Mld>(2, 1, upstream_rule(2, 10, 100));
     setVlanCfgNumber[2] = 2;
@@ -225,14 +209,14 @@ TEST_F(MldReception, TheMldCountSaysHowManyRulesAreSearched) {
 
 // Unlike on the IGMP side.
 TEST_F(MldReception, TheUplinksBlockIsSearchedToo) {
-    Mld::set_templates({100, 200});
+    given_vlans<Mld>({100, 200});
     set_rule<Mld>(6, 0, upstream_rule(2, 10, 100));
     mldInitParams.vlancfgnum[2] = 1;
     EXPECT_EQ(group_vlan(10, 2), 100u);
 }
 
 TEST_F(MldReception, TheCarriedIndexOpensTheLastBlockByItsOwnRule) {
-    Mld::set_templates({100, 200});
+    given_vlans<Mld>({100, 200});
     for (int i = 0; i < 9; ++i) set_rule<Mld>(0, i, upstream_rule(2, 3000, 1));
     set_rule<Mld>(6, 0, upstream_rule(255, 10, 100));
     PortVlanCfg[6][9].portNO = 2;
@@ -248,11 +232,11 @@ TEST_F(MldReception, TheCarriedIndexOpensTheLastBlockByItsOwnRule) {
 
 TEST_F(MldReception, TheReceiveRecordHoldsAWordOfTheFrameAndTheFirstTime) {
     set_time(123456);
-    receive(report_frame(), 2);
+    Mld::receive(Mld::report(), 2);
     EXPECT_EQ(last_call("mld_pkt_recv").text,
               call("mld_pkt_recv", Mld::packet(), 72, 2, 0, fields(0x333F, 123456)));
     set_time(999999);
-    receive(ethernet().to("ff:fa:00:00:00:01").ipv6(Mld::packet()), 3);
+    Mld::receive(ethernet().to("ff:fa:00:00:00:01").ipv6(Mld::packet()), 3);
     EXPECT_EQ(last_call("mld_pkt_recv").text,
               call("mld_pkt_recv", Mld::packet(), 72, 3, 0, fields(0x0006, 123456)))
         << "the word wraps, the time stays";
@@ -260,20 +244,20 @@ TEST_F(MldReception, TheReceiveRecordHoldsAWordOfTheFrameAndTheFirstTime) {
 
 TEST_F(MldReception, TheTimeIsTakenEvenWithAFrameThatIsDropped) {
     set_time(5);
-    receive(report_frame(), 30);
+    Mld::receive(Mld::report(), 30);
     set_time(6);
-    receive(report_frame(), 2);
+    Mld::receive(Mld::report(), 2);
     EXPECT_EQ(last_call("mld_pkt_recv").text,
               call("mld_pkt_recv", Mld::packet(), 72, 2, 0, fields(0x333F, 5)));
 }
 
 // 40 more than the header says, and more than 16 bits can hold.
 TEST_F(MldReception, TheTotalLengthIsThePayloadLengthAndTheHeader) {
-    Bytes frame = report_frame();
+    Bytes frame = Mld::report();
     for (const std::uint32_t claimed : {0u, 32u, 1500u, 0xFFFFu}) {
         frame[18] = static_cast<std::uint8_t>(claimed >> 8);
         frame[19] = static_cast<std::uint8_t>(claimed);
-        EXPECT_EQ(receive(frame, 2), 0);
+        EXPECT_EQ(Mld::receive(frame, 2), 0);
         EXPECT_EQ(last_call("mld_pkt_recv").numbers.at(0), claimed + 40);
     }
 }
@@ -281,17 +265,17 @@ TEST_F(MldReception, TheTotalLengthIsThePayloadLengthAndTheHeader) {
 TEST_F(MldReception, AnyIpv6PacketGoesToTheCore) {
     const Bytes udp =
         ipv6_packet("fe80::20", "ff02::fb", Bytes(16), {.router_alert = false, .next_header = 17});
-    EXPECT_EQ(receive(ethernet().ipv6(udp), 2), 0);
+    EXPECT_EQ(Mld::receive(ethernet().ipv6(udp), 2), 0);
     EXPECT_EQ(last_call("mld_pkt_recv").bytes.at(0), udp);
 }
 
 TEST_F(MldReception, TheUplinkKeepsItsNumber) {
-    receive(report_frame(), kUplink);
+    Mld::receive(Mld::report(), kUplink);
     EXPECT_EQ(last_call("mld_pkt_recv").numbers.at(1), 29);
 }
 
 TEST_F(MldReception, OfThePort8BitsCount) {
-    EXPECT_EQ(receive(report_frame(), 0x102), 0);
+    EXPECT_EQ(Mld::receive(Mld::report(), 0x102), 0);
     EXPECT_EQ(last_call("mld_pkt_recv").numbers.at(1), 2);
     EXPECT_EQ(mldInitParams.srcPortNum, 2);
 }
@@ -302,20 +286,21 @@ TEST_F(MldReception, FramesFromTheZeroAddressAreTheNodesOwn) {
                 "\r\n[MC_DBG_DBG]: mldL2PktProc is in! 2\n"
                 "\r\n[MC_DBG_DBG]: Error! mld Packet comes from myself!\r\n",
                 [] {
-                    EXPECT_EQ(receive(ethernet().from("00:00:00:00:00:00").ipv6(Mld::packet()), 2),
-                              -1);
+                    EXPECT_EQ(
+                        Mld::receive(ethernet().from("00:00:00:00:00:00").ipv6(Mld::packet()), 2),
+                        -1);
                 });
-    EXPECT_EQ(receive(ethernet().from("00:00:00:11:00:11").ipv6(Mld::packet()), 2), 0);
+    EXPECT_EQ(Mld::receive(ethernet().from("00:00:00:11:00:11").ipv6(Mld::packet()), 2), 0);
 }
 
 TEST_F(MldReception, AnIpv4FrameIsDroppedWithItsEthertype) {
     expect_said(mld_debug, kErr, "\r\n[MC_DBG_ERR]: Not ip pkt recieved,abord!(2048)\r\n",
-                [] { EXPECT_EQ(receive(ethernet().ipv4(Igmp::packet()), 2), -1); });
+                [] { EXPECT_EQ(Mld::receive(ethernet().ipv4(Igmp::packet()), 2), -1); });
 }
 
 TEST_F(MldReception, LeavesTheIgmpSidesReceivePortAlone) {
     srcPortNum = 4;
-    receive(report_frame(), 2);
+    Mld::receive(Mld::report(), 2);
     EXPECT_EQ(srcPortNum, 4);
 }
 
@@ -323,28 +308,28 @@ TEST_F(MldReception, LeavesTheIgmpSidesReceivePortAlone) {
 
 TEST_F(MldReception, TheModeIsTheLowByte) {
     mldInitParams.multiMode = 0x0302;
-    EXPECT_EQ(receive(report_frame(), kUplink), -1);
+    EXPECT_EQ(Mld::receive(Mld::report(), kUplink), -1);
     EXPECT_EQ(sent_frames().size(), 6u);
     mldInitParams.multiMode = 0x0201;
-    EXPECT_EQ(receive(report_frame(), kUplink), 0);
+    EXPECT_EQ(Mld::receive(Mld::report(), kUplink), 0);
     EXPECT_EQ(sent_frames().size(), 6u);
 }
 
 // The IGMP side's code for snooping is no mode here.
 TEST_F(MldReception, InMode1TheFrameGoesToTheCoreAndToNoHandler) {
     mldInitParams.multiMode = 1;
-    EXPECT_EQ(receive(report_frame(), 2), 0);
-    EXPECT_EQ(receive(report_frame(), kUplink), 0);
+    EXPECT_EQ(Mld::receive(Mld::report(), 2), 0);
+    EXPECT_EQ(Mld::receive(Mld::report(), kUplink), 0);
     EXPECT_EQ(count_of("mld_pkt_recv"), 2u);
     EXPECT_THAT(sent_frames(), IsEmpty());
 }
 
 TEST_F(MldReception, InSnoopingModeAnUplinkFrameIsForwardedButKeptFromTheCore) {
     mldInitParams.multiMode = MLD_MODE_SNOOPING;
-    EXPECT_EQ(receive(report_frame(100), kUplink), -1);
+    EXPECT_EQ(Mld::receive(Mld::report({100}), kUplink), -1);
     EXPECT_THAT(calls_of({"mld_pkt_recv"}), IsEmpty());
     EXPECT_EQ(sent_frames().size(), 6u);
-    EXPECT_EQ(sent_frames()[5], (SentFrame{report_frame(100), 5, 29, 4088}));
+    EXPECT_EQ(sent_frames()[5], (SentFrame{Mld::report({100}), 5, 29, 4088}));
 }
 
 // ---- Flow trace --------------------------------------------------------------------------------
@@ -367,7 +352,7 @@ TEST_F(MldReception, TracesAFrameThatARuleTakes) {
         "\r\n[MC_DBG_DBG]: GROUP_VLAN = 200\r\n"
         "\r\n[MC_DBG_DBG]: IP TOTAL LENGTH = 72\r\n"
         "\r\n[MC_DBG_DBG]: MLD MODE = 1\r\n",
-        [] { receive(report_frame(20), 2); });
+        [] { Mld::receive(Mld::report({20}), 2); });
 }
 
 TEST_F(MldReception, TracesAFrameFromTheUplink) {
@@ -380,14 +365,14 @@ TEST_F(MldReception, TracesAFrameFromTheUplink) {
                 "\r\n[MC_DBG_DBG]: GROUP_VLAN = 4088\r\n"
                 "\r\n[MC_DBG_DBG]: IP TOTAL LENGTH = 72\r\n"
                 "\r\n[MC_DBG_DBG]: MLD MODE = 1\r\n",
-                [] { receive(report_frame(20), kUplink); });
+                [] { Mld::receive(Mld::report({20}), kUplink); });
 }
 
 TEST_F(MldReception, TracesAFrameFromAnUnknownPort) {
-    Mld::set_templates({100, 100, 100, 100, 100, 100, 100, 100, 100, 100});
+    given_vlans<Mld>({100, 100, 100, 100, 100, 100, 100, 100, 100, 100});
     mldInitParams.multiMode = MLD_MODE_SNOOPING;
     EXPECT_THAT(
-        said(mld_debug, kDbg, [] { receive(report_frame(20), 7); }),
+        said(mld_debug, kDbg, [] { Mld::receive(Mld::report({20}), 7); }),
         HasSubstr("\r\n[MC_DBG_DBG]: in mldsearchRecievePktPortCfgVlan vlan_id = 20 usPort = 7 \r\n"
                   "\r\n[MC_DBG_DBG]: \n [checkPortState]port(7) is not find!"
                   "\r\n[MC_DBG_DBG]: in searchVlan vlan = 0\r\n"
@@ -403,34 +388,34 @@ TEST_F(MldReception, ReportsAFrameFromAnUnknownPort) {
     expect_said(mld_debug, kErr,
                 "\r\n[MC_DBG_ERR]: \n [checkPortState]port(7) is not find!"
                 "\r\n[MC_DBG_ERR]: port number is invalid!\r\n",
-                [] { receive(report_frame(20), 7); });
+                [] { Mld::receive(Mld::report({20}), 7); });
 }
 
 TEST_F(MldReception, TracesTheCoresRefusal) {
     answer("mld_pkt_recv", -9);
-    EXPECT_THAT(said(mld_debug, kDbg, [] { EXPECT_EQ(receive(report_frame(), 2), -9); }),
+    EXPECT_THAT(said(mld_debug, kDbg, [] { EXPECT_EQ(Mld::receive(Mld::report(), 2), -9); }),
                 ::testing::EndsWith("\r\n[MC_DBG_DBG]: MLD MODE = 1\r\n"
                                     "\r\n[MC_DBG_DBG]: mld_pkt_recv ret = -9\r\n"));
 }
 
 TEST_F(MldReception, TracesTheModeAndWhatItKeepsFromTheCore) {
     mldInitParams.multiMode = MLD_MODE_SNOOPING;
-    EXPECT_THAT(said(mld_debug, kDbg, [] { receive(report_frame(), 2); }),
+    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), 2); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: MLD MODE = 2\r\n"
                           "\r\n[MC_DBG_DBG]: mld MODE is Snooping\r\n"));
-    EXPECT_THAT(said(mld_debug, kDbg, [] { receive(report_frame(), kUplink); }),
+    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), kUplink); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: MLD MODE = 2\r\n"
                           "\r\n[MC_DBG_DBG]: mldL2PktProc  mld_mode = 2 usPort = 29\r\n"
                           "\r\n[MC_DBG_DBG]: mld MODE is Snooping\r\n"));
     mldInitParams.multiMode = MLD_MODE_CONTROL;
-    EXPECT_THAT(said(mld_debug, kDbg, [] { receive(report_frame(), 2); }),
+    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), 2); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: MLD MODE = 3\r\n"
                           "\r\n[MC_DBG_DBG]: mld MODE is control\r\n"));
-    EXPECT_THAT(said(mld_debug, kDbg, [] { receive(report_frame(), kUplink); }),
+    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), kUplink); }),
                 HasSubstr("\r\n[MC_DBG_DBG]: mldL2PktProc  mld_mode = 3 usPort = 29\r\n"
                           "\r\n[MC_DBG_DBG]: mld MODE is control\r\n"));
     mldInitParams.multiMode = 4;
-    EXPECT_THAT(said(mld_debug, kDbg, [] { receive(report_frame(), 2); }),
+    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), 2); }),
                 Not(HasSubstr("mld MODE is")));
 }
 
@@ -438,9 +423,9 @@ TEST_F(MldReception, TracesTheModeAndWhatItKeepsFromTheCore) {
 TEST_F(MldReception, DumpsEveryFrameThatIsNotTooLong) {
     for (const std::size_t length : {0, 1, 15, 16, 17, 32, 33, 2000}) {
         const Bytes frame = counted_bytes(length);
-        expect_said(mld_debug, 0x10, hex_dump(frame), [&] { receive(frame, 31); });
+        expect_said(mld_debug, 0x10, hex_dump(frame), [&] { Mld::receive(frame, 31); });
     }
-    EXPECT_EQ(said(mld_debug, 0x10, [] { receive(Bytes(2001), 2); }), "");
+    EXPECT_EQ(said(mld_debug, 0x10, [] { Mld::receive(Bytes(2001), 2); }), "");
     EXPECT_EQ(said(mld_debug, 0x10, [] { mldL2PktProc(nullptr, 60, 2); }), "");
 }
 
@@ -448,10 +433,10 @@ TEST_F(MldReception, IsSilentUnderTheIgmpMask) {
     mldInitParams.multiMode = MLD_MODE_SNOOPING;
     EXPECT_EQ(said(mc_debug, kAllCategories,
                    [] {
-                       receive(report_frame(), 2);
-                       receive(report_frame(), kUplink);
-                       receive(report_frame(), 30);
-                       receive(Bytes(13), 2);
+                       Mld::receive(Mld::report(), 2);
+                       Mld::receive(Mld::report(), kUplink);
+                       Mld::receive(Mld::report(), 30);
+                       Mld::receive(Bytes(13), 2);
                    }),
               "");
 }

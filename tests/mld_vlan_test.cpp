@@ -19,7 +19,7 @@ using ::testing::IsEmpty;
 
 constexpr std::uint16_t kOpen = 0xFFFF;
 
-class MldVlan : public VlanTest {
+class MldVlan : public OmciTest {
  protected:
     static std::int32_t set(Rule request) { return mld_onu_std_omci_set_multicast_vlan(&request); }
     static std::int32_t remove(Rule request) {
@@ -39,40 +39,40 @@ class MldVlan : public VlanTest {
 TEST_F(MldVlan, RuleThatIsSetAgainByPortAndModeIsStoredAgainOnThisSide) {
     Rule request = rule(2, 2, {100, 200}, {200, 100}, {200, 100});
     EXPECT_EQ(onu_std_omci_set_multicast_vlan(&request), 0);
-    expect_rules<IgmpVlans>(2, {request});
-    expect_rules<MldVlans>(2, {request});
+    expect_rules<Igmp>(2, {request});
+    expect_rules<Mld>(2, {request});
 
     setVlanCfgNumber[2] = 0;  // as if the IGMP side had none, which then stores one
     PortVlanCfg[2][0] = empty_rule();
     EXPECT_EQ(igmp_port_vlan_and_mode_set(2, 2, 100, 200), 0);
-    expect_rules<IgmpVlans>(2, {request});
-    expect_rules<MldVlans>(2, {request, request});
-    expect_vlans<MldVlans>({200});
+    expect_rules<Igmp>(2, {request});
+    expect_rules<Mld>(2, {request, request});
+    expect_vlans<Mld>({200});
 }
 
 TEST_F(MldVlan, RuleIsLeftBehindByAnOmciDelete) {
     Rule request = simple_rule(2, 10, 300);
     EXPECT_EQ(onu_std_omci_set_multicast_vlan(&request), 0);
     EXPECT_EQ(onu_std_omci_delete_multicast_vlan(&request), 0);
-    expect_rules<IgmpVlans>(2, {});
-    expect_rules<MldVlans>(2, {request});
-    expect_vlans<MldVlans>({300});
+    expect_rules<Igmp>(2, {});
+    expect_rules<Mld>(2, {request});
+    expect_vlans<Mld>({300});
 }
 
 TEST_F(MldVlan, DeleteByPortAndModeTakesOneRuleACall) {
     EXPECT_EQ(igmp_port_vlan_and_mode_set(2, 2, 100, 200), 0);
     const Rule stored = rule(2, 2, {100, 200}, {200, 100}, {200, 100});
-    expect_rules<MldVlans>(2, {stored, stored});
+    expect_rules<Mld>(2, {stored, stored});
 
     forget_calls();
     EXPECT_EQ(igmp_service_remove_port_config(2, 2, 100, 200), 0);
-    expect_rules<MldVlans>(2, {stored});
-    expect_vlans<MldVlans>({200});
+    expect_rules<Mld>(2, {stored});
+    expect_vlans<Mld>({200});
     EXPECT_THAT(calls(), ElementsAre("igmp_vlan_del(200)")) << "by the IGMP side";
 
     EXPECT_EQ(igmp_service_remove_port_config(2, 2, 100, 200), 0);
-    expect_rules<MldVlans>(2, {});
-    expect_vlans<MldVlans>({});
+    expect_rules<Mld>(2, {});
+    expect_vlans<Mld>({});
     EXPECT_THAT(calls(), ElementsAre("igmp_vlan_del(200)", "igmp_vlan_del(200)"));
 
     EXPECT_EQ(igmp_service_remove_port_config(2, 2, 100, 200), -1);
@@ -88,14 +88,14 @@ TEST_F(MldVlan, SetAsksNobody) {
 
 TEST_F(MldVlan, IgmpSideIsNotTouched) {
     const Rule request = simple_rule(2, 10, 300);
-    given_rules<IgmpVlans>({request});
-    given_vlans<IgmpVlans>({300, 100});
+    given_rules<Igmp>({request});
+    given_vlans<Igmp>({300, 100});
     EXPECT_EQ(set(request), 0);
     EXPECT_EQ(set(simple_rule(3, 10, 400)), 0);
     EXPECT_EQ(remove(request), 0);
-    expect_rules<IgmpVlans>(2, {request});
-    expect_rules<IgmpVlans>(3, {});
-    expect_vlans<IgmpVlans>({300, 100});
+    expect_rules<Igmp>(2, {request});
+    expect_rules<Igmp>(3, {});
+    expect_vlans<Igmp>({300, 100});
 }
 
 TEST_F(MldVlan, RequestsAreNormalisedWhateverTheIgmpSideDoes) {
@@ -111,13 +111,13 @@ TEST_F(MldVlan, FrameMovesThePlaceOfTheNextVlan) {
     EXPECT_EQ(set(simple_rule(2, 10, 301)), 0);
     receive_frame_from(4);
     EXPECT_EQ(set(simple_rule(2, 20, 302)), 0);
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(301, 0, 0, 0, 302, 0, 0, 0, 0, 0));
-    EXPECT_THAT(mirrored<MldVlans>(), ElementsAre(301, 0, 0, 0, 302, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Mld>(), ElementsAre(301, 0, 0, 0, 302, 0, 0, 0, 0, 0));
+    EXPECT_THAT(mirrored<Mld>(), ElementsAre(301, 0, 0, 0, 302, 0, 0, 0, 0, 0));
     EXPECT_EQ(mldInitParams.srcPortNum, 5);
 
     receive_frame_from(0);
     EXPECT_EQ(set(simple_rule(2, 30, 302)), 0) << "no longer in the list";
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(302, 0, 0, 0, 302, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Mld>(), ElementsAre(302, 0, 0, 0, 302, 0, 0, 0, 0, 0));
 }
 
 TEST_F(MldVlan, SetMovesThePortOfTheNextTransmission) {
@@ -130,19 +130,19 @@ TEST_F(MldVlan, SetMovesThePortOfTheNextTransmission) {
 }
 
 TEST_F(MldVlan, ListedVlanLeavesTheCountAlone) {
-    given_vlans<MldVlans>({300, 301});
+    given_vlans<Mld>({300, 301});
     receive_frame_from(5);
     EXPECT_EQ(set(simple_rule(2, 10, 301)), 0);
     EXPECT_EQ(mldInitParams.srcPortNum, 5);
 }
 
 TEST_F(MldVlan, FrameFromTheUplinkLeavesNoPlaceForANewVlan) {
-    given_vlans<MldVlans>({301, 302});
+    given_vlans<Mld>({301, 302});
     receive_frame_from(29);
     EXPECT_EQ(set(simple_rule(2, 10, 300)), -1);
-    expect_rules<MldVlans>(2, {simple_rule(2, 10, 300)});
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(301, 302, 0, 0, 0, 0, 0, 0, 0, 0));
-    EXPECT_THAT(mirrored<MldVlans>(), ElementsAre(301, 302, 0, 0, 0, 0, 0, 0, 0, 0));
+    expect_rules<Mld>(2, {simple_rule(2, 10, 300)});
+    EXPECT_THAT(listed<Mld>(), ElementsAre(301, 302, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(mirrored<Mld>(), ElementsAre(301, 302, 0, 0, 0, 0, 0, 0, 0, 0));
     EXPECT_EQ(mldInitParams.srcPortNum, 29);
 }
 
@@ -152,19 +152,18 @@ TEST_F(MldVlan, NewVlanHasItsPlaceUpToTheTenth) {
         const Tables before = Tables::now();
         mldInitParams.srcPortNum = count;
         EXPECT_EQ(set(simple_rule(2, 10, 300)), count == 9 ? 0 : -1);
-        expect_rules<MldVlans>(2, {simple_rule(2, 10, 300)});
+        expect_rules<Mld>(2, {simple_rule(2, 10, 300)});
         EXPECT_EQ(mldInitParams.srcPortNum, count == 9 ? 10 : count);
-        EXPECT_THAT(listed<MldVlans>(),
-                    ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, count == 9 ? 300 : 0));
+        EXPECT_THAT(listed<Mld>(), ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, count == 9 ? 300 : 0));
         before.put_back();
     }
 }
 
 TEST_F(MldVlan, ListedVlanIsFoundInAllTenEntriesAfterAFrameFromTheUplink) {
-    given_vlans<MldVlans>({301, 302, 303, 304, 305, 306, 307, 308, 309, 310});
+    given_vlans<Mld>({301, 302, 303, 304, 305, 306, 307, 308, 309, 310});
     receive_frame_from(29);
     EXPECT_EQ(set(simple_rule(2, 10, 310)), 0);
-    expect_rules<MldVlans>(2, {simple_rule(2, 10, 310)});
+    expect_rules<Mld>(2, {simple_rule(2, 10, 310)});
     EXPECT_EQ(mldInitParams.srcPortNum, 29);
 }
 
@@ -173,59 +172,59 @@ TEST_F(MldVlan, MissingPlaceIsTheResultOfAnIgmpSet) {
     forget_calls();
     Rule request = simple_rule(2, 10, 300);
     EXPECT_EQ(onu_std_omci_set_multicast_vlan(&request), -1);
-    expect_rules<IgmpVlans>(2, {request});
-    expect_vlans<IgmpVlans>({300});
-    expect_rules<MldVlans>(2, {request});
+    expect_rules<Igmp>(2, {request});
+    expect_vlans<Igmp>({300});
+    expect_rules<Mld>(2, {request});
     EXPECT_THAT(calls(), ElementsAre("L2_multicast_get_onu_id()", "igmp_vlan_add(300)"));
 }
 
 TEST_F(MldVlan, DeleteCountsDownFromThePortOfTheLastFrame) {
-    given_rules<MldVlans>({simple_rule(2, 10, 302)});
-    given_vlans<MldVlans>({301, 302, 303});
+    given_rules<Mld>({simple_rule(2, 10, 302)});
+    given_vlans<Mld>({301, 302, 303});
     receive_frame_from(29);
     EXPECT_EQ(remove(simple_rule(2, 10, 302)), 0);
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(301, 303, 0, 0, 0, 0, 0, 0, 0, 0));
-    EXPECT_THAT(mirrored<MldVlans>(), ElementsAre(301, 303, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Mld>(), ElementsAre(301, 303, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(mirrored<Mld>(), ElementsAre(301, 303, 0, 0, 0, 0, 0, 0, 0, 0));
     EXPECT_EQ(mldInitParams.srcPortNum, 28);
 }
 
 TEST_F(MldVlan, DeleteLooksForTheVlanInFrontOfThePortOfTheLastFrame) {
-    given_rules<MldVlans>({simple_rule(2, 10, 302)});
-    given_vlans<MldVlans>({301, 302, 303});
+    given_rules<Mld>({simple_rule(2, 10, 302)});
+    given_vlans<Mld>({301, 302, 303});
     receive_frame_from(1);
     EXPECT_EQ(remove(simple_rule(2, 10, 302)), 0);
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(301, 302, 303, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Mld>(), ElementsAre(301, 302, 303, 0, 0, 0, 0, 0, 0, 0));
     EXPECT_EQ(mldInitParams.srcPortNum, 1);
 }
 
 TEST_F(MldVlan, DeletePacksWhatAFrameHasSpread) {
-    given_rules<MldVlans>({simple_rule(2, 10, 301), simple_rule(2, 20, 302)});
-    given_vlans<MldVlans>({0, 0, 301, 0, 0, 302});
+    given_rules<Mld>({simple_rule(2, 10, 301), simple_rule(2, 20, 302)});
+    given_vlans<Mld>({0, 0, 301, 0, 0, 302});
     EXPECT_EQ(remove(simple_rule(2, 10, 301)), 0);
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(302, 0, 0, 0, 0, 0, 0, 0, 0, 0));
-    EXPECT_THAT(mirrored<MldVlans>(), ElementsAre(302, 0, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Mld>(), ElementsAre(302, 0, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(mirrored<Mld>(), ElementsAre(302, 0, 0, 0, 0, 0, 0, 0, 0, 0));
     EXPECT_EQ(mldInitParams.srcPortNum, 5);
 }
 
 // The entries of this list have 32 bits, and all ten of them count.
 TEST_F(MldVlan, ListIsPackedOverItsTenWholeEntries) {
-    given_rules<MldVlans>({simple_rule(2, 10, 300)});
+    given_rules<Mld>({simple_rule(2, 10, 300)});
     constexpr std::int32_t kLarge = 0x10000;
     const std::int32_t spread[MC_TEMPLATE_VLANS] = {0, kLarge, 0, -1, 300, 0, 0, 7, 0, 8};
     std::copy(std::begin(spread), std::end(spread), mldInitParams.portVlan);
     mldInitParams.srcPortNum = 10;
     EXPECT_EQ(remove(simple_rule(2, 10, 300)), 0);
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(kLarge, -1, 7, 8, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Mld>(), ElementsAre(kLarge, -1, 7, 8, 0, 0, 0, 0, 0, 0));
     EXPECT_EQ(mldInitParams.srcPortNum, 9);
 }
 
 TEST_F(MldVlan, ListEntryIsComparedAsAWhole) {
-    given_rules<MldVlans>({simple_rule(2, 10, 300)});
+    given_rules<Mld>({simple_rule(2, 10, 300)});
     mldInitParams.portVlan[0] = 0x10000 + 300;
     mldInitParams.srcPortNum = 1;
     EXPECT_EQ(set(simple_rule(3, 10, 300)), 0);
     EXPECT_EQ(mldInitParams.srcPortNum, 2) << "is new";
-    EXPECT_THAT(listed<MldVlans>(), ElementsAre(0x10000 + 300, 300, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Mld>(), ElementsAre(0x10000 + 300, 300, 0, 0, 0, 0, 0, 0, 0, 0));
 }
 
 // ---- Console -----------------------------------------------------------------------------
@@ -235,28 +234,28 @@ const Rule kNewRule = rule(29, {2, 1, 0}, {10, 11}, {12, 13}, {0x112C, 15});
 
 Lines new_rule_traced(int count) {
     return {
-        MldVlans::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 29\n"),
-        MldVlans::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
-        MldVlans::dbg("mld logicPort is 6\r\n"),
-        MldVlans::dbg("mld vlancfgtem(" + std::to_string(count) + ")\r\n"),
+        Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 29\n"),
+        Mld::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
+        Mld::dbg("mld logicPort is 6\r\n"),
+        Mld::dbg("mld vlancfgtem(" + std::to_string(count) + ")\r\n"),
     };
 }
 
 TEST_F(MldVlan, NewVlanIsTraced) {
-    given_rules<MldVlans>({simple_rule(29, 10, 100), simple_rule(29, 20, 100)});
-    given_vlans<MldVlans>({100, 0x1064});
+    given_rules<Mld>({simple_rule(29, 10, 100), simple_rule(29, 20, 100)});
+    given_vlans<Mld>({100, 0x1064});
     mldInitParams.portVlan[0] = -1;
-    expect_console(new_rule_traced(2) + Lines{MldVlans::cfg("***mld portVlan[j]= -1"),
-                                              MldVlans::cfg("***mld portVlan[j]= 4196"),
-                                              MldVlans::cfg("temp_var = 300\n")},
+    expect_console(new_rule_traced(2) + Lines{Mld::cfg("***mld portVlan[j]= -1"),
+                                              Mld::cfg("***mld portVlan[j]= 4196"),
+                                              Mld::cfg("temp_var = 300\n")},
                    [] { set(kNewRule); });
 }
 
 TEST_F(MldVlan, KnownVlanIsTracedByItsEntriesAlone) {
-    given_vlans<MldVlans>({0x112C, 100, 0x112C});
-    expect_console(new_rule_traced(0) + Lines{MldVlans::cfg("***mld portVlan[j]= 4396"),
-                                              MldVlans::cfg("***mld portVlan[j]= 100"),
-                                              MldVlans::cfg("***mld portVlan[j]= 4396")},
+    given_vlans<Mld>({0x112C, 100, 0x112C});
+    expect_console(new_rule_traced(0) + Lines{Mld::cfg("***mld portVlan[j]= 4396"),
+                                              Mld::cfg("***mld portVlan[j]= 100"),
+                                              Mld::cfg("***mld portVlan[j]= 4396")},
                    [] { set(kNewRule); });
 }
 
@@ -264,34 +263,34 @@ TEST_F(MldVlan, MissingPlaceIsReportedBehindTheEntries) {
     mldInitParams.srcPortNum = 29;
     Lines lines = new_rule_traced(0);
     for (int i = 0; i < MC_TEMPLATE_VLANS; ++i) {
-        lines.push_back(MldVlans::cfg("***mld portVlan[j]= 0"));
+        lines.push_back(Mld::cfg("***mld portVlan[j]= 0"));
     }
-    lines.push_back(MldVlans::err("\n no room for vlan(4396) in the template vlan list!"));
+    lines.push_back(Mld::err("\n no room for vlan(4396) in the template vlan list!"));
     expect_console(lines, [] { set(kNewRule); });
 }
 
 TEST_F(MldVlan, TagModesAreTracedWhileTheyCount) {
     const auto expect_traced = [](int mode, const Lines& tag_mode) {
         expect_console(
-            Lines{MldVlans::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 6\n")} +
-                tag_mode + Lines{MldVlans::err("mld port(6) is invalid!\r\n")},
+            Lines{Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 6\n")} +
+                tag_mode + Lines{Mld::err("mld port(6) is invalid!\r\n")},
             [mode] {
                 set(rule(6, mode, {1, 2}, {3, 4}, {5, 6}));
             });
     };
-    expect_traced(0, {MldVlans::dbg("mld multicast_vlan tagmode = 0, is untag mode!\n")});
-    expect_traced(1, {MldVlans::dbg("mld multicast_vlan tagmode = 1, is tag mode!\n")});
-    expect_traced(2, {MldVlans::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n")});
-    expect_traced(3, {MldVlans::dbg("mld multicast_vlan tagmode = 3, is translate mode!\n")});
-    expect_traced(-128, {MldVlans::dbg("mld multicast_vlan tagmode = -128, is tag mode!\n")});
+    expect_traced(0, {Mld::dbg("mld multicast_vlan tagmode = 0, is untag mode!\n")});
+    expect_traced(1, {Mld::dbg("mld multicast_vlan tagmode = 1, is tag mode!\n")});
+    expect_traced(2, {Mld::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n")});
+    expect_traced(3, {Mld::dbg("mld multicast_vlan tagmode = 3, is translate mode!\n")});
+    expect_traced(-128, {Mld::dbg("mld multicast_vlan tagmode = -128, is tag mode!\n")});
     mldInitParams.mld_flag_omci_version = 1;
     expect_traced(0, {});
 }
 
 TEST_F(MldVlan, UnknownPortIsReportedAsASignedByte) {
-    expect_console({MldVlans::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = -56\n"),
-                    MldVlans::dbg("mld multicast_vlan tagmode = 1, is tag mode!\n"),
-                    MldVlans::err("mld port(-56) is invalid!\r\n")},
+    expect_console({Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = -56\n"),
+                    Mld::dbg("mld multicast_vlan tagmode = 1, is tag mode!\n"),
+                    Mld::err("mld port(-56) is invalid!\r\n")},
                    [] { set(simple_rule(200, 10, 300)); });
 }
 
@@ -302,7 +301,7 @@ TEST_F(MldVlan, FullPortIsRefusedWithoutAWord) {
 
 TEST_F(MldVlan, BusySlotIsReported) {
     mldInitParams.mldPortVlanCfg[6][0].in_data_vlan = 100;
-    expect_console(new_rule_traced(0) + Lines{MldVlans::err("\n PortVlan storege is wrong!\n")},
+    expect_console(new_rule_traced(0) + Lines{Mld::err("\n PortVlan storege is wrong!\n")},
                    [] { set(kNewRule); });
 }
 
@@ -311,38 +310,38 @@ TEST_F(MldVlan, ChangesAreShownAtLevel1) {
     mldInitParams.mld_adapt = 1;
     setVlanCfgNumber[6] = 1;
     setVlanNumber = 2;
-    given_vlans<MldVlans>({100});
+    given_vlans<Mld>({100});
     expect_console(new_rule_traced(0) +
                        Lines{
-                           MldVlans::dbg("\n mld before add multicast_vlan!\n"),
-                           MldVlans::dump({{empty_rule()}, {100, 0}}),
-                           MldVlans::dbg("\n mld after add multicast_vlan!\n"),
-                           MldVlans::dump({{kNewRule}, {100, 0}}),
-                           MldVlans::cfg("***mld portVlan[j]= 100"),
-                           MldVlans::dbg("\n after add PortVlan!\n"),
-                           MldVlans::dump({{kNewRule}, {100, 0x112C}}),
-                           MldVlans::cfg("temp_var = 300\n"),
+                           Mld::dbg("\n mld before add multicast_vlan!\n"),
+                           dump<Mld>({{empty_rule()}, {100, 0}}),
+                           Mld::dbg("\n mld after add multicast_vlan!\n"),
+                           dump<Mld>({{kNewRule}, {100, 0}}),
+                           Mld::cfg("***mld portVlan[j]= 100"),
+                           Mld::dbg("\n after add PortVlan!\n"),
+                           dump<Mld>({{kNewRule}, {100, 0x112C}}),
+                           Mld::cfg("temp_var = 300\n"),
                        },
                    [] { set(kNewRule); });
 }
 
 TEST_F(MldVlan, EveryMatchInTheListIsShownAtLevel1) {
     mldInitParams.mld_adapt = 1;
-    given_vlans<MldVlans>({0x112C, 100, 0x112C});
-    const Line dump = MldVlans::dump({{}, {}});
+    given_vlans<Mld>({0x112C, 100, 0x112C});
+    const Line shown = dump<Mld>({{}, {}});
     expect_console(new_rule_traced(0) +
                        Lines{
-                           MldVlans::dbg("\n mld before add multicast_vlan!\n"),
-                           dump,
-                           MldVlans::dbg("\n mld after add multicast_vlan!\n"),
-                           dump,
-                           MldVlans::cfg("***mld portVlan[j]= 4396"),
-                           MldVlans::dbg("\n PortVlan is  already exist!\n"),
-                           dump,
-                           MldVlans::cfg("***mld portVlan[j]= 100"),
-                           MldVlans::cfg("***mld portVlan[j]= 4396"),
-                           MldVlans::dbg("\n PortVlan is  already exist!\n"),
-                           dump,
+                           Mld::dbg("\n mld before add multicast_vlan!\n"),
+                           shown,
+                           Mld::dbg("\n mld after add multicast_vlan!\n"),
+                           shown,
+                           Mld::cfg("***mld portVlan[j]= 4396"),
+                           Mld::dbg("\n PortVlan is  already exist!\n"),
+                           shown,
+                           Mld::cfg("***mld portVlan[j]= 100"),
+                           Mld::cfg("***mld portVlan[j]= 4396"),
+                           Mld::dbg("\n PortVlan is  already exist!\n"),
+                           shown,
                        },
                    [] { set(kNewRule); });
 }
@@ -350,8 +349,8 @@ TEST_F(MldVlan, EveryMatchInTheListIsShownAtLevel1) {
 TEST_F(MldVlan, VlanWithoutAPlaceIsNotShownAsAdded) {
     mldInitParams.mld_adapt = 1;
     mldInitParams.srcPortNum = 29;
-    const std::string dump = MldVlans::dump({{}, {}}).text;
-    EXPECT_EQ(printed([] { set(kNewRule); }), dump + dump);
+    const std::string shown = dump<Mld>({{}, {}}).text;
+    EXPECT_EQ(printed([] { set(kNewRule); }), shown + shown);
 }
 
 TEST_F(MldVlan, NothingIsShownAtOtherLevels) {
@@ -366,24 +365,23 @@ TEST_F(MldVlan, NothingIsShownAtOtherLevels) {
 TEST_F(MldVlan, DumpsOfBothSidesComeInTheOrderOfTheChanges) {
     igmp_adapt = 1;
     mldInitParams.mld_adapt = 1;
-    const std::string with_rule_and_vlan = MldVlans::dump({{kNewRule}, {0x112C}}).text;
+    const std::string with_rule_and_vlan = dump<Mld>({{kNewRule}, {0x112C}}).text;
     EXPECT_EQ(printed([] {
                   Rule request = kNewRule;
                   onu_std_omci_set_multicast_vlan(&request);
               }),
-              IgmpVlans::dump({{}, {}}).text + IgmpVlans::dump({{kNewRule}, {}}).text +
-                  IgmpVlans::dump({{kNewRule}, {0x112C}}).text +
-                  MldVlans::dump({{empty_rule()}, {0}}).text +
-                  MldVlans::dump({{kNewRule}, {0}}).text + with_rule_and_vlan);
+              dump<Igmp>({{}, {}}).text + dump<Igmp>({{kNewRule}, {}}).text +
+                  dump<Igmp>({{kNewRule}, {0x112C}}).text + dump<Mld>({{empty_rule()}, {0}}).text +
+                  dump<Mld>({{kNewRule}, {0}}).text + with_rule_and_vlan);
 
     // The IGMP side shows its change; the rule and the VLAN are gone from its counts when the MLD
     // side shows its own.
-    const Line igmp_left = IgmpVlans::dump({{}, {0x112C}});
+    const Line igmp_left = dump<Igmp>({{}, {0x112C}});
     EXPECT_EQ(printed([] {
                   flag_omci_version = 1;
                   igmp_service_remove_port_config(29, 2, 10, 0x112C);
               }),
-              "\n setp one!" + igmp_left.text + MldVlans::dump({{}, {}}).text);
+              "\n setp one!" + igmp_left.text + dump<Mld>({{}, {}}).text);
 }
 
 }  // namespace

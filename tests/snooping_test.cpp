@@ -625,7 +625,6 @@ TEST_F(MldSnoopingUpstream, TagScratchHoldsTheVlanOfTheRule) {
 
 template <class Handler>
 class SnoopingUpstream : public StartedTest {};
-using SnoopingHandlers = ::testing::Types<IgmpSnooping, MldSnooping>;
 TYPED_TEST_SUITE(SnoopingUpstream, SnoopingHandlers, TypeNames);
 
 TYPED_TEST(SnoopingUpstream, TaggedReportLeavesWithTheVlanOfItsRule) {
@@ -1022,7 +1021,6 @@ TYPED_TEST(ReceivePort, IsLookedUpInThePortTableOfItsSide) {
 
 template <class Side>
 class SnoopingMode : public StartedTest {};
-using Sides = ::testing::Types<Igmp, Mld>;
 TYPED_TEST_SUITE(SnoopingMode, Sides, TypeNames);
 
 TYPED_TEST(SnoopingMode, ReportGoesToTheCoreAndUpByItsRule) {

@@ -7,6 +7,7 @@
 #include "tests/support/frames.h"
 #include "tests/support/fresh_library.h"
 #include "tests/support/hex_dump.h"
+#include "tests/support/rules.h"
 #include "tests/support/sides.h"
 
 namespace {
@@ -65,7 +66,7 @@ class SendPacket : public StartedTest {
         return call("L2_multicast_send_msg", frame, port, frame.size(), 4, 777);
     }
 };
-TYPED_TEST_SUITE(SendPacket, Sides, SideNames);
+TYPED_TEST_SUITE(SendPacket, Sides, TypeNames);
 
 // ---- Once, with the core's VLAN ----------------------------------------------------------------
 
@@ -133,7 +134,7 @@ TYPED_TEST(SendPacket, APortAbove29IsIllegal) {
 
 TYPED_TEST(SendPacket, WithoutAPacketTheDestinationStaysZero) {
     using Side = TypeParam;
-    Side::send(nullptr, 8, kPort, {.vid = 100});
+    Side::send_packet(nullptr, 8, kPort, {.vid = 100});
     const Bytes frame =
         Bytes(6) + Bytes{0x02, 0x00, 0x00, 0x00, 0x00, 0x99} + this->group(100) + Bytes(8);
     EXPECT_THAT(calls(), ElementsAre(this->sent(frame)));
@@ -339,22 +340,13 @@ TYPED_TEST(SendPacket, AFrameHoldsNothingOfTheOneBefore) {
     using Side = TypeParam;
     Side::send(core_packet(1500), kPort, {.vid = 100});
     forget_calls();
-    Side::send(nullptr, 100, kPort, {.vid = 100});
+    Side::send_packet(nullptr, 100, kPort, {.vid = 100});
     const Bytes frame =
         Bytes(6) + Bytes{0x02, 0x00, 0x00, 0x00, 0x00, 0x99} + this->group(100) + Bytes(100);
     EXPECT_THAT(calls(), ElementsAre(this->sent(frame)));
 }
 
 // ---- Flow trace --------------------------------------------------------------------------------
-
-// The line with which a frame is handed over; its own test is below.
-template <class Side>
-std::string handed_over(unsigned port, std::size_t len) {
-    const std::string name =
-        std::is_same_v<Side, Igmp> ? "l2_igmp_send_pkt" : "mld_l2_igmp_send_pkt";
-    return "\r\n[MC_DBG_DBG]: " + name + "  ifindex = " + std::to_string(port) +
-           " len = " + std::to_string(len) + " srcPortNum = 4 ponVlan = 777\r\n";
-}
 
 TYPED_TEST(SendPacket, TracesAPacketThatRulesTranslate) {
     using Side = TypeParam;
@@ -376,7 +368,7 @@ TYPED_TEST(SendPacket, TracesAPacketThatRulesTranslate) {
                 "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(100) config "
                 "search!,cfgvlan(30)\r\n"
                 "\r\n[MC_DBG_DBG]: [send_pkt_igmp]: searchSendPktPortCfgVlan num 2\r\n" +
-                    handed_over<Side>(3, 66) + handed_over<Side>(3, 72),
+                    Side::sends(3, 66) + Side::sends(3, 72),
                 [&] { Side::send(this->packet(), kPort, {.vid = 100}); });
 }
 
@@ -385,7 +377,7 @@ TYPED_TEST(SendPacket, TracesAPacketForTheUplink) {
     expect_said(Side::mask(), kDbg,
                 "\r\n[MC_DBG_DBG]: The port no is (29)\r\n"
                 "\r\n[MC_DBG_DBG]: checkPortState 29" +
-                    handed_over<Side>(29, 66),
+                    Side::sends(29, 66),
                 [&] { Side::send(this->packet(), 0xFFFF, {.vid = 100}); });
 }
 
@@ -397,7 +389,7 @@ TYPED_TEST(SendPacket, TracesAPacketForAnUnknownPort) {
                 "\r\n[MC_DBG_DBG]: \n [checkPortState]port(7) is not find!"
                 "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan ,vlan(100)"
                 "\r\n[MC_DBG_DBG]: [send_pkt_igmp]: searchSendPktPortCfgVlan num 0\r\n" +
-                    handed_over<Side>(7, 66),
+                    Side::sends(7, 66),
                 [&] { Side::send(this->packet(), 7, {.vid = 100}); });
 }
 
@@ -490,7 +482,7 @@ TEST_F(MldSendPacket, RulesOfTheIgmpTableDoNotTranslate) {
 
 template <class Side>
 class Transmit : public SendPacket<Side> {};
-TYPED_TEST_SUITE(Transmit, Sides, SideNames);
+TYPED_TEST_SUITE(Transmit, Sides, TypeNames);
 
 TYPED_TEST(Transmit, TheLastReceivePortAndGroupVlanTravelAlong) {
     using Side = TypeParam;
@@ -531,10 +523,10 @@ TYPED_TEST(Transmit, TheUplinkIsReplacedByTheTestUplink) {
 TYPED_TEST(Transmit, TracesEveryFrame) {
     using Side = TypeParam;
     FrameBuffer frame(counted_bytes(60));
-    expect_said(Side::mask(), kDbg, handed_over<Side>(3, 60),
+    expect_said(Side::mask(), kDbg, Side::sends(3, 60),
                 [&] { Side::transmit(frame.data(), 60, 3); });
     Side::set_test_uplink(0x1FF02);
-    expect_said(Side::mask(), kDbg, handed_over<Side>(0xFF02, 60),
+    expect_said(Side::mask(), kDbg, Side::sends(0xFF02, 60),
                 [&] { Side::transmit(frame.data(), 60, 29); });
 }
 
@@ -845,7 +837,7 @@ class CallBack : public StartedTest {};
 // A query that arrives makes the core answer: what it sends carries where the query came from.
 TEST_F(CallBack, APacketSentWhileAFrameIsLookedAtCarriesThatFramesPort) {
     proxy_adapt_mode = MC_MODE_PROXY;
-    Igmp::set_templates({100});
+    given_vlans<Igmp>({100});
     during("igmp_pkt_recv", [] {
         const Bytes report = Igmp::packet();
         EXPECT_EQ(Igmp::send(report, 0xFFFF, {.vid = 100}), 100);

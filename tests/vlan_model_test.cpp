@@ -353,18 +353,18 @@ SideState side_of_library() {
     SideState side;
     for (std::size_t p = 0; p < 7; ++p) {
         for (std::size_t i = 0; i < 10; ++i) side.ports[p].slots[i] = slot_of(Side::rules()[p][i]);
-        side.ports[p].count = Side::counts()[p];
+        side.ports[p].count = Side::rule_counts()[p];
     }
     std::copy(std::begin(Side::list()), std::end(Side::list()), side.list.begin());
     std::copy(std::begin(Side::mirror()), std::end(Side::mirror()), side.mirror.begin());
     side.used = Side::used();
-    side.default_vlan = Side::default_vlan();
+    side.default_vlan = Side::stored_default_vlan();
     return side;
 }
 
 State library() {
-    return {side_of_library<IgmpVlans>(),
-            side_of_library<MldVlans>(),
+    return {side_of_library<Igmp>(),
+            side_of_library<Mld>(),
             globle_parm.learningMode,
             static_cast<int>(flag_omci_version),
             static_cast<int>(mldInitParams.mld_flag_omci_version),

@@ -15,7 +15,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 template <class Side>
-class VlanPacking : public VlanTest {
+class VlanPacking : public OmciTest {
  protected:
     using Slots = std::vector<std::string>;
 
@@ -24,7 +24,7 @@ class VlanPacking : public VlanTest {
         return texts(Side::sort_rules(port)[logical]);
     }
 };
-TYPED_TEST_SUITE(VlanPacking, VlanSides, VlanSideNames);
+TYPED_TEST_SUITE(VlanPacking, Sides, TypeNames);
 
 // ---- Rules -------------------------------------------------------------------------------
 
@@ -62,7 +62,7 @@ TYPED_TEST(VlanPacking, RulesKeepTheirOrderAndTakeTheirFlagsAlong) {
 TYPED_TEST(VlanPacking, OtherPortsAndTheCountsStayAsTheyAre) {
     for (int logical = 0; logical < MC_PORTS; ++logical) {
         TypeParam::rules()[logical][3] = simple_rule(logical, 100, 200);
-        TypeParam::counts()[logical] = 5;
+        TypeParam::rule_counts()[logical] = 5;
     }
     const auto as_it_was = texts(TypeParam::rules()[0]);
     auto with_its_port = [&](int logical) {
@@ -75,7 +75,7 @@ TYPED_TEST(VlanPacking, OtherPortsAndTheCountsStayAsTheyAre) {
         EXPECT_EQ(texts(table[logical]), with_its_port(logical)) << logical;
     }
     EXPECT_EQ(texts(table[4]), ten_slots({simple_rule(4, 100, 200)}));
-    EXPECT_THAT(TypeParam::counts(), ::testing::Each(5));
+    EXPECT_THAT(TypeParam::rule_counts(), ::testing::Each(5));
     EXPECT_THAT(calls(), IsEmpty());
 }
 
@@ -129,7 +129,7 @@ TYPED_TEST(VlanPacking, SaysThatAPortIsTooLarge) {
 
 // The caller of the IGMP routine copies the result back; the MLD routine has done it already.
 
-class PackedTable : public VlanTest {};
+class PackedTable : public OmciTest {};
 
 TEST_F(PackedTable, OfTheIgmpSideIsACopyThatTheNextCallOverwrites) {
     PortVlanCfg[1][5] = simple_rule(1, 100, 200);
@@ -215,7 +215,7 @@ TYPED_TEST(VlanPacking, ListsAreSilent) {
 constexpr std::int32_t kInUse = 0;
 constexpr std::int32_t kNotInUse = 1;
 
-class SameVlan : public VlanTest {};
+class SameVlan : public OmciTest {};
 
 TEST_F(SameVlan, IsNotFoundWithoutRules) {
     EXPECT_EQ(IsSameVlanExist(100), kNotInUse);
@@ -246,21 +246,21 @@ TEST_F(SameVlan, IsNotFoundBehindTheCount) {
 }
 
 TEST_F(SameVlan, OnlyTheRulesVlanIsCutTo12Bits) {
-    given_rules<IgmpVlans>({simple_rule(3, 1, 0x1064)});
+    given_rules<Igmp>({simple_rule(3, 1, 0x1064)});
     EXPECT_EQ(IsSameVlanExist(100), kInUse);
     EXPECT_EQ(IsSameVlanExist(0x1064), kNotInUse);
     EXPECT_EQ(IsSameVlanExist(0x10064), kNotInUse);
 }
 
 TEST_F(SameVlan, IsNotLookedForOnTheMldSide) {
-    given_rules<MldVlans>({simple_rule(3, 1, 100)});
+    given_rules<Mld>({simple_rule(3, 1, 100)});
     EXPECT_EQ(IsSameVlanExist(100), kNotInUse);
 }
 
 TEST_F(SameVlan, ChangesNothingAndSaysOnceThatItIsFound) {
-    given_rules<IgmpVlans>({simple_rule(3, 1, 100), simple_rule(4, 1, 100)});
+    given_rules<Igmp>({simple_rule(3, 1, 100), simple_rule(4, 1, 100)});
     expect_no_change([] { IsSameVlanExist(100); });
-    expect_console({IgmpVlans::dbg("\nIsSameVlanExist is find\n")}, [] { IsSameVlanExist(100); });
+    expect_console({Igmp::dbg("\nIsSameVlanExist is find\n")}, [] { IsSameVlanExist(100); });
     expect_console({}, [] { IsSameVlanExist(101); });
     EXPECT_THAT(calls(), IsEmpty());
 }

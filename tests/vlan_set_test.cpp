@@ -19,18 +19,18 @@ using ::testing::IsEmpty;
 // ---- Both sides --------------------------------------------------------------------------
 
 template <class Side>
-class VlanSet : public VlanTest {
+class VlanSet : public OmciTest {
  protected:
-    static std::int32_t set(Rule request) { return Side::set(request); }
+    static std::int32_t set(Rule request) { return Side::set(&request); }
 
     // What is stored on port 2 when the request is the first one.
     static std::string stored(Rule request) {
-        EXPECT_EQ(Side::set(request), 0);
-        EXPECT_EQ(Side::counts()[2], 1);
+        EXPECT_EQ(Side::set(&request), 0);
+        EXPECT_EQ(Side::rule_counts()[2], 1);
         return text(Side::rules()[2][0]);
     }
 };
-TYPED_TEST_SUITE(VlanSet, VlanSides, VlanSideNames);
+TYPED_TEST_SUITE(VlanSet, Sides, TypeNames);
 
 const Rule kNewRule = rule(2, {2, 1, 0}, {10, 11}, {12, 13}, {300, 15});
 
@@ -113,7 +113,7 @@ TYPED_TEST(VlanSet, UnknownPortIsRefused) {
 TYPED_TEST(VlanSet, PortFrom128OnIsNoNegativeNumber) {
     TypeParam::ports()[1].port_id = 0xFFFFFFC8;  // what the byte 200 is as a signed one
     EXPECT_EQ(this->set(simple_rule(200, 10, 300)), -1);
-    EXPECT_EQ(TypeParam::counts()[1], 0);
+    EXPECT_EQ(TypeParam::rule_counts()[1], 0);
 }
 
 TYPED_TEST(VlanSet, PortIsTheFirstOfItsNumberInThePortTableOfItsSide) {
@@ -140,7 +140,7 @@ TYPED_TEST(VlanSet, BusySlotIsRefused) {
 }
 
 TYPED_TEST(VlanSet, NoRequestIsRefused) {
-    expect_no_change([] { EXPECT_EQ(TypeParam::set_nothing(), -1); });
+    expect_no_change([] { EXPECT_EQ(TypeParam::set(nullptr), -1); });
     EXPECT_THAT(calls(), IsEmpty());
 }
 
@@ -208,22 +208,22 @@ TYPED_TEST(VlanSet, AnyOtherUpstreamVlanIsKept) {
 
 TYPED_TEST(VlanSet, RequestItselfIsRewritten) {
     Rule request = rule(2, 0, {kOpen, 9}, {100, 200}, {300, 400});
-    TypeParam::set(request);
+    TypeParam::set(&request);
     EXPECT_EQ(text(request), text(rule(2, 0, {100, 200}, {100, 200}, {300, 400})));
 
     request = rule(2, 1, {kOpen, 9}, {100, 200}, {300, 400});
-    TypeParam::set(request);
+    TypeParam::set(&request);
     EXPECT_EQ(text(request), text(rule(2, 1, {0, 9}, {100, 0}, {300, 0})));
 }
 
 TYPED_TEST(VlanSet, RequestForAnUnknownPortIsRewrittenByItsTagModeOnly) {
     Rule request = rule(6, 0, {kOpen, 9}, {100, 200}, {300, 400});
-    EXPECT_EQ(TypeParam::set(request), -1);
+    EXPECT_EQ(TypeParam::set(&request), -1);
     EXPECT_EQ(text(request), text(rule(6, 0, {100, 200}, {100, 200}, {300, 400})));
 
     const Rule without = rule(6, 1, {kOpen, 9}, {100, 200}, {300, 400});
     request = without;
-    EXPECT_EQ(TypeParam::set(request), -1);
+    EXPECT_EQ(TypeParam::set(&request), -1);
     EXPECT_EQ(text(request), text(without));
 }
 
@@ -232,7 +232,7 @@ TYPED_TEST(VlanSet, RequestTakenAsGivenIsNotRewrittenByItsTagMode) {
     for (const int mode : {0, 2, 3}) {
         const Tables before = Tables::now();
         Rule request = rule(2, mode, {kOpen, 9}, {100, 200}, {300, 400});
-        EXPECT_EQ(TypeParam::set(request), 0);
+        EXPECT_EQ(TypeParam::set(&request), 0);
         EXPECT_EQ(text(request), text(rule(2, mode, {0, 9}, {100, 0}, {300, 0})));
         expect_rules<TypeParam>(2, {request});
         before.put_back();
@@ -280,25 +280,25 @@ TYPED_TEST(VlanSet, EleventhVlanIsRefused) {
 
 // ---- IGMP side ---------------------------------------------------------------------------
 
-class IgmpVlanSet : public VlanTest {
+class IgmpVlanSet : public OmciTest {
  protected:
     static std::int32_t set(Rule request) { return onu_std_omci_set_multicast_vlan(&request); }
 
     // What the sides say of the new rule until it is stored.
     static Lines new_rule_traced() {
         return {
-            IgmpVlans::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = 2\r\n"),
-            IgmpVlans::dbg("2, 10, 11, 1, 12, 13, 0, 300, 15.\r\n"),
-            IgmpVlans::dbg("multicast_vlan tagmode = 2, is translate mode!\n"),
-            IgmpVlans::dbg("\n logicPort is 2"),
+            Igmp::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = 2\r\n"),
+            Igmp::dbg("2, 10, 11, 1, 12, 13, 0, 300, 15.\r\n"),
+            Igmp::dbg("multicast_vlan tagmode = 2, is translate mode!\n"),
+            Igmp::dbg("\n logicPort is 2"),
         };
     }
     static Lines new_rule_traced_on_mld_side() {
         return {
-            MldVlans::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 2\n"),
-            MldVlans::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
-            MldVlans::dbg("mld logicPort is 2\r\n"),
-            MldVlans::dbg("mld vlancfgtem(0)\r\n"),
+            Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 2\n"),
+            Mld::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
+            Mld::dbg("mld logicPort is 2\r\n"),
+            Mld::dbg("mld vlancfgtem(0)\r\n"),
         };
     }
 };
@@ -306,10 +306,10 @@ class IgmpVlanSet : public VlanTest {
 TEST_F(IgmpVlanSet, NewVlanTakesTheNormalisedRuleToTheMldSide) {
     EXPECT_EQ(set(rule(2, 0, {kOpen, 9}, {100, 200}, {0x12C8, 400})), 0);
     const Rule normalised = rule(2, 0, {100, 200}, {100, 200}, {0x12C8, 400});
-    expect_rules<IgmpVlans>(2, {normalised});
-    expect_rules<MldVlans>(2, {normalised});
-    expect_vlans<IgmpVlans>({0x12C8});
-    expect_vlans<MldVlans>({0x12C8});
+    expect_rules<Igmp>(2, {normalised});
+    expect_rules<Mld>(2, {normalised});
+    expect_vlans<Igmp>({0x12C8});
+    expect_vlans<Mld>({0x12C8});
     EXPECT_THAT(calls(), ElementsAre("L2_multicast_get_onu_id()", "igmp_vlan_add(712)"));
     EXPECT_EQ(globle_parm.learningMode, 0);
     EXPECT_EQ(flag_omci_version, 0u);
@@ -319,8 +319,8 @@ TEST_F(IgmpVlanSet, KnownVlanStaysOnThisSide) {
     EXPECT_EQ(set(kNewRule), 0);
     forget_calls();
     EXPECT_EQ(set(simple_rule(3, 20, 300)), 0);
-    expect_rules<IgmpVlans>(3, {simple_rule(3, 20, 300)});
-    expect_rules<MldVlans>(3, {});
+    expect_rules<Igmp>(3, {simple_rule(3, 20, 300)});
+    expect_rules<Mld>(3, {});
     EXPECT_THAT(calls(), ElementsAre("L2_multicast_get_onu_id()"));
 }
 
@@ -328,9 +328,9 @@ TEST_F(IgmpVlanSet, RuleAndListAreCompleteWhenTheCoreHearsOfTheVlan) {
     bool seen = false;
     during("igmp_vlan_add", [&seen] {
         seen = true;
-        expect_rules<IgmpVlans>(2, {kNewRule});
-        expect_vlans<IgmpVlans>({300});
-        expect_rules<MldVlans>(2, {});
+        expect_rules<Igmp>(2, {kNewRule});
+        expect_vlans<Igmp>({300});
+        expect_rules<Mld>(2, {});
     });
     set(kNewRule);
     EXPECT_TRUE(seen);
@@ -339,25 +339,25 @@ TEST_F(IgmpVlanSet, RuleAndListAreCompleteWhenTheCoreHearsOfTheVlan) {
 TEST_F(IgmpVlanSet, VlanThatTheCoreRefusesIsKept) {
     answer("igmp_vlan_add", kFailure);
     EXPECT_EQ(set(kNewRule), 0);
-    expect_rules<IgmpVlans>(2, {kNewRule});
-    expect_vlans<IgmpVlans>({300});
-    expect_rules<MldVlans>(2, {kNewRule});
-    expect_vlans<MldVlans>({300});
+    expect_rules<Igmp>(2, {kNewRule});
+    expect_vlans<Igmp>({300});
+    expect_rules<Mld>(2, {kNewRule});
+    expect_vlans<Mld>({300});
 }
 
 TEST_F(IgmpVlanSet, ResultIsTheMldSidesWhenTheVlanIsNew) {
     mldInitParams.vlancfgnum[2] = 10;
     EXPECT_EQ(set(kNewRule), -1);
-    expect_rules<IgmpVlans>(2, {kNewRule});
-    expect_vlans<IgmpVlans>({300});
+    expect_rules<Igmp>(2, {kNewRule});
+    expect_vlans<Igmp>({300});
 }
 
 TEST_F(IgmpVlanSet, EleventhVlanIsStoredOnNeitherSide) {
-    given_vlans<IgmpVlans>(kTenVlans);
+    given_vlans<Igmp>(kTenVlans);
     expect_no_change([] { EXPECT_EQ(set(kNewRule), -1); });
     EXPECT_THAT(calls(), ElementsAre("L2_multicast_get_onu_id()"));
-    expect_console(new_rule_traced() + Lines{IgmpVlans::err("\n no room for vlan(300) in the "
-                                                            "template vlan list!")},
+    expect_console(new_rule_traced() + Lines{Igmp::err("\n no room for vlan(300) in the "
+                                                       "template vlan list!")},
                    [] { set(kNewRule); });
 }
 
@@ -373,7 +373,7 @@ TEST_F(EponVlanSet, LearningIsSwitchedOnFirst) {
     during("igmp_vlan_learning_set", [&seen] {
         seen = true;
         EXPECT_EQ(globle_parm.learningMode, 1);
-        expect_rules<IgmpVlans>(2, {});
+        expect_rules<Igmp>(2, {});
     });
     EXPECT_EQ(set(kNewRule), 0);
     EXPECT_TRUE(seen);
@@ -406,7 +406,7 @@ TEST_F(EponVlanSet, RefusedLearningIsTheResultOfARuleForAKnownVlan) {
     EXPECT_EQ(set(kNewRule), 0) << "the MLD side's result, as the VLAN is new";
     EXPECT_EQ(set(kNewRule), kFailure);
     EXPECT_EQ(set(simple_rule(6, 10, 300)), -1);
-    expect_rules<IgmpVlans>(2, {kNewRule, kNewRule});
+    expect_rules<Igmp>(2, {kNewRule, kNewRule});
     EXPECT_EQ(globle_parm.learningMode, 1);
 }
 
@@ -414,30 +414,30 @@ TEST_F(EponVlanSet, LearningIsTraced) {
     const Lines traced = new_rule_traced();
     const Lines entered = {traced[0], traced[1]};
     const Lines normalised = {traced[2], traced[3]};
-    const Lines switching = {IgmpVlans::dbg("epon mode,omci_set_igmp_dynamic_enable is in!\n")};
-    given_vlans<IgmpVlans>({300});
-    expect_console(entered + switching + normalised + Lines{IgmpVlans::cfg("***portVlan[j]= 300")},
+    const Lines switching = {Igmp::dbg("epon mode,omci_set_igmp_dynamic_enable is in!\n")};
+    given_vlans<Igmp>({300});
+    expect_console(entered + switching + normalised + Lines{Igmp::cfg("***portVlan[j]= 300")},
                    [] { set(kNewRule); });
 
     answer("igmp_vlan_learning_set", kFailure);
     expect_console(entered + switching +
-                       Lines{IgmpVlans::err("\n ERROR!igmp_adapt_vlan_learning Fail\n")} +
-                       normalised + Lines{IgmpVlans::cfg("***portVlan[j]= 300")},
+                       Lines{Igmp::err("\n ERROR!igmp_adapt_vlan_learning Fail\n")} + normalised +
+                       Lines{Igmp::cfg("***portVlan[j]= 300")},
                    [] { set(kNewRule); });
 }
 
 // ---- Console -----------------------------------------------------------------------------
 
 TEST_F(IgmpVlanSet, NewVlanIsTracedOnBothSides) {
-    given_vlans<IgmpVlans>({100, 0x1064});
+    given_vlans<Igmp>({100, 0x1064});
     expect_console(new_rule_traced() +
                        Lines{
-                           IgmpVlans::cfg("***portVlan[j]= 100"),
-                           IgmpVlans::cfg("***portVlan[j]= 4196"),
-                           IgmpVlans::cfg("temp_var = 300\n"),
-                           IgmpVlans::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
+                           Igmp::cfg("***portVlan[j]= 100"),
+                           Igmp::cfg("***portVlan[j]= 4196"),
+                           Igmp::cfg("temp_var = 300\n"),
+                           Igmp::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
                        } +
-                       new_rule_traced_on_mld_side() + Lines{MldVlans::cfg("temp_var = 300\n")},
+                       new_rule_traced_on_mld_side() + Lines{Mld::cfg("temp_var = 300\n")},
                    [] { set(kNewRule); });
 }
 
@@ -451,15 +451,15 @@ TEST_F(IgmpVlanSet, FailuresOfTheCoreAndOfTheMldSideAreReported) {
     answer("igmp_vlan_add", -5);
     mldInitParams.vlancfgnum[2] = 10;
     Lines on_mld_side = new_rule_traced_on_mld_side();
-    on_mld_side.back() = MldVlans::dbg("mld vlancfgtem(10)\r\n");
+    on_mld_side.back() = Mld::dbg("mld vlancfgtem(10)\r\n");
     expect_console(new_rule_traced() +
                        Lines{
-                           IgmpVlans::cfg("temp_var = 300\n"),
-                           IgmpVlans::err("\n ERROR!igmp_standard_vlan_add Fail -5\r\n"),
-                           IgmpVlans::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
+                           Igmp::cfg("temp_var = 300\n"),
+                           Igmp::err("\n ERROR!igmp_standard_vlan_add Fail -5\r\n"),
+                           Igmp::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
                        } +
                        on_mld_side +
-                       Lines{IgmpVlans::err("\n ERROR!mld_onu_std_omci_set_multicast_vlan Fail\n")},
+                       Lines{Igmp::err("\n ERROR!mld_onu_std_omci_set_multicast_vlan Fail\n")},
                    [] { set(kNewRule); });
 }
 
@@ -500,11 +500,10 @@ TEST_F(IgmpVlanSet, RequestIsTracedAsItCame) {
 TEST_F(IgmpVlanSet, UnknownPortIsReportedAsASignedByte) {
     const auto refused = [](const std::string& port) {
         return Lines{
-            IgmpVlans::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = " + port +
-                           "\r\n"),
-            IgmpVlans::dbg("1, 10, 11, 1, 12, 13, 1, 300, 14.\r\n"),
-            IgmpVlans::dbg("multicast_vlan tagmode = 1, is tag mode!\n"),
-            IgmpVlans::err("\n port(" + port + ") is invalid!"),
+            Igmp::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = " + port + "\r\n"),
+            Igmp::dbg("1, 10, 11, 1, 12, 13, 1, 300, 14.\r\n"),
+            Igmp::dbg("multicast_vlan tagmode = 1, is tag mode!\n"),
+            Igmp::err("\n port(" + port + ") is invalid!"),
         };
     };
     expect_console(refused("6"), [] { set(simple_rule(6, 10, 300)); });
@@ -518,59 +517,59 @@ TEST_F(IgmpVlanSet, FullPortIsRefusedWithoutAWord) {
 
 TEST_F(IgmpVlanSet, BusySlotIsReported) {
     PortVlanCfg[2][0].in_data_vlan = 100;
-    expect_console(new_rule_traced() + Lines{IgmpVlans::err("\n PortVlan storege is wrong!\n")},
+    expect_console(new_rule_traced() + Lines{Igmp::err("\n PortVlan storege is wrong!\n")},
                    [] { set(kNewRule); });
 }
 
 TEST_F(IgmpVlanSet, ChangesAreShownAtLevel1) {
     igmp_adapt = 1;
     const Rule before = simple_rule(1, 10, 100);
-    given_rules<IgmpVlans>({before});
-    given_vlans<IgmpVlans>({100});
+    given_rules<Igmp>({before});
+    given_vlans<Igmp>({100});
     expect_console(new_rule_traced() +
                        Lines{
-                           IgmpVlans::dbg("\n before add multicast_vlan!\n"),
-                           IgmpVlans::dump({{before}, {100}}),
-                           IgmpVlans::dbg("\n after add multicast_vlan!\n"),
-                           IgmpVlans::dump({{before, kNewRule}, {100}}),
-                           IgmpVlans::cfg("***portVlan[j]= 100"),
-                           IgmpVlans::dbg("\n after add PortVlan!\n"),
-                           IgmpVlans::dump({{before, kNewRule}, {100, 300}}),
-                           IgmpVlans::cfg("temp_var = 300\n"),
-                           IgmpVlans::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
+                           Igmp::dbg("\n before add multicast_vlan!\n"),
+                           dump<Igmp>({{before}, {100}}),
+                           Igmp::dbg("\n after add multicast_vlan!\n"),
+                           dump<Igmp>({{before, kNewRule}, {100}}),
+                           Igmp::cfg("***portVlan[j]= 100"),
+                           Igmp::dbg("\n after add PortVlan!\n"),
+                           dump<Igmp>({{before, kNewRule}, {100, 300}}),
+                           Igmp::cfg("temp_var = 300\n"),
+                           Igmp::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
                        } +
-                       new_rule_traced_on_mld_side() + Lines{MldVlans::cfg("temp_var = 300\n")},
+                       new_rule_traced_on_mld_side() + Lines{Mld::cfg("temp_var = 300\n")},
                    [] { set(kNewRule); });
 }
 
 TEST_F(IgmpVlanSet, EveryMatchInTheListIsShownAtLevel1) {
     igmp_adapt = 1;
-    given_vlans<IgmpVlans>({300, 100, 300});
+    given_vlans<Igmp>({300, 100, 300});
     const Shown now = {{kNewRule}, {300, 100, 300}};
     expect_console(new_rule_traced() +
                        Lines{
-                           IgmpVlans::dbg("\n before add multicast_vlan!\n"),
-                           IgmpVlans::dump({{}, {300, 100, 300}}),
-                           IgmpVlans::dbg("\n after add multicast_vlan!\n"),
-                           IgmpVlans::dump(now),
-                           IgmpVlans::cfg("***portVlan[j]= 300"),
-                           IgmpVlans::dbg("\n PortVlan is  already exist!\n"),
-                           IgmpVlans::dump(now),
-                           IgmpVlans::cfg("***portVlan[j]= 100"),
-                           IgmpVlans::cfg("***portVlan[j]= 300"),
-                           IgmpVlans::dbg("\n PortVlan is  already exist!\n"),
-                           IgmpVlans::dump(now),
+                           Igmp::dbg("\n before add multicast_vlan!\n"),
+                           dump<Igmp>({{}, {300, 100, 300}}),
+                           Igmp::dbg("\n after add multicast_vlan!\n"),
+                           dump<Igmp>(now),
+                           Igmp::cfg("***portVlan[j]= 300"),
+                           Igmp::dbg("\n PortVlan is  already exist!\n"),
+                           dump<Igmp>(now),
+                           Igmp::cfg("***portVlan[j]= 100"),
+                           Igmp::cfg("***portVlan[j]= 300"),
+                           Igmp::dbg("\n PortVlan is  already exist!\n"),
+                           dump<Igmp>(now),
                        },
                    [] { set(kNewRule); });
 }
 
 TEST_F(IgmpVlanSet, NothingIsShownAtOtherLevels) {
-    given_vlans<IgmpVlans>({300, 100, 300});
+    given_vlans<Igmp>({300, 100, 300});
     for (const std::int32_t level : {-2, -1, 0, 2, 0x101}) {
         igmp_adapt = level;
-        expect_console(new_rule_traced() + Lines{IgmpVlans::cfg("***portVlan[j]= 300"),
-                                                 IgmpVlans::cfg("***portVlan[j]= 100"),
-                                                 IgmpVlans::cfg("***portVlan[j]= 300")},
+        expect_console(new_rule_traced() + Lines{Igmp::cfg("***portVlan[j]= 300"),
+                                                 Igmp::cfg("***portVlan[j]= 100"),
+                                                 Igmp::cfg("***portVlan[j]= 300")},
                        [] { set(kNewRule); });
     }
 }
@@ -581,13 +580,13 @@ TEST_F(IgmpVlanSet, RefusedRequestsShowNothingAtLevel1) {
     setVlanCfgNumber[2] = 10;
     EXPECT_EQ(printed([] { set(kNewRule); }), "");
     setVlanCfgNumber[2] = 0;
-    given_vlans<IgmpVlans>(kTenVlans);
+    given_vlans<Igmp>(kTenVlans);
     EXPECT_EQ(printed([] { set(kNewRule); }), "");
 }
 
 // ---- A rule by port and mode -------------------------------------------------------------
 
-class VlanByMode : public VlanTest {};
+class VlanByMode : public OmciTest {};
 
 struct ByMode {
     std::int32_t mode;
@@ -619,20 +618,20 @@ TEST_F(VlanByMode, IsStoredOnceOnTheIgmpAndTwiceOnTheMldSide) {
     for (const ByMode& request : kByMode) {
         SCOPED_TRACE(request.mode);
         EXPECT_EQ(igmp_port_vlan_and_mode_set(2, request.mode, request.vlan, request.vlan2), 0);
-        expect_rules<IgmpVlans>(2, {request.stored});
-        expect_rules<MldVlans>(2, {request.stored, request.stored});
-        expect_vlans<IgmpVlans>({request.stored.in_data_vlan});
-        expect_vlans<MldVlans>({request.stored.in_data_vlan});
+        expect_rules<Igmp>(2, {request.stored});
+        expect_rules<Mld>(2, {request.stored, request.stored});
+        expect_vlans<Igmp>({request.stored.in_data_vlan});
+        expect_vlans<Mld>({request.stored.in_data_vlan});
         fresh.put_back();
     }
 }
 
 TEST_F(VlanByMode, IsStoredOnceOnBothSidesWhenTheVlanIsKnown) {
-    given_vlans<IgmpVlans>({200});
+    given_vlans<Igmp>({200});
     EXPECT_EQ(igmp_port_vlan_and_mode_set(2, 2, 100, 200), 0);
     const Rule stored = rule(2, 2, {100, 200}, {200, 100}, {200, 100});
-    expect_rules<IgmpVlans>(2, {stored});
-    expect_rules<MldVlans>(2, {stored});
+    expect_rules<Igmp>(2, {stored});
+    expect_rules<Mld>(2, {stored});
     EXPECT_THAT(calls(), ElementsAre("L2_multicast_get_onu_id()"));
 }
 
@@ -655,11 +654,11 @@ TEST_F(VlanByMode, ResultIsTheMldSides) {
     answer("igmp_vlan_add", kFailure);
     setVlanCfgNumber[2] = 10;
     EXPECT_EQ(igmp_port_vlan_and_mode_set(2, 2, 100, 200), 0) << "the IGMP side refuses";
-    expect_rules<MldVlans>(2, {rule(2, 2, {100, 200}, {200, 100}, {200, 100})});
+    expect_rules<Mld>(2, {rule(2, 2, {100, 200}, {200, 100}, {200, 100})});
 
     mldInitParams.vlancfgnum[3] = 10;
     EXPECT_EQ(igmp_port_vlan_and_mode_set(3, 2, 100, 200), -1) << "the MLD side refuses";
-    expect_rules<IgmpVlans>(3, {rule(3, 2, {100, 200}, {200, 100}, {200, 100})});
+    expect_rules<Igmp>(3, {rule(3, 2, {100, 200}, {200, 100}, {200, 100})});
 }
 
 TEST_F(VlanByMode, UnknownPortIsRefusedOnBothSides) {
@@ -667,8 +666,8 @@ TEST_F(VlanByMode, UnknownPortIsRefusedOnBothSides) {
         EXPECT_EQ(igmp_port_vlan_and_mode_set(port, 2, 100, 200), -1) << port;
     }
     for (int logical = 0; logical < MC_PORTS; ++logical) {
-        expect_rules<IgmpVlans>(logical, {});
-        expect_rules<MldVlans>(logical, {});
+        expect_rules<Igmp>(logical, {});
+        expect_rules<Mld>(logical, {});
     }
 }
 
@@ -681,7 +680,7 @@ TEST_F(VlanByMode, EndsTheNormalisationOfIgmpRequestsForGood) {
     const Rule request = rule(2, 0, {kOpen, 9}, {100, 200}, {300, 400});
     Rule on_igmp_side = request;
     EXPECT_EQ(onu_std_omci_set_multicast_vlan(&on_igmp_side), 0);
-    expect_rules<IgmpVlans>(2, {rule(2, 0, {0, 9}, {100, 0}, {300, 0})});
+    expect_rules<Igmp>(2, {rule(2, 0, {0, 9}, {100, 0}, {300, 0})});
     Rule on_mld_side = request;
     EXPECT_EQ(mld_onu_std_omci_set_multicast_vlan(&on_mld_side), 0);
     EXPECT_EQ(text(on_mld_side), text(rule(2, 0, {100, 200}, {100, 200}, {300, 400})));
@@ -690,38 +689,38 @@ TEST_F(VlanByMode, EndsTheNormalisationOfIgmpRequestsForGood) {
 TEST_F(VlanByMode, IsTracedOnBothSides) {
     const auto on_mld_side = [](int count) {
         return Lines{
-            MldVlans::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 2\n"),
-            MldVlans::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
-            MldVlans::dbg("mld logicPort is 2\r\n"),
-            MldVlans::dbg("mld vlancfgtem(" + std::to_string(count) + ")\r\n"),
+            Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 2\n"),
+            Mld::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
+            Mld::dbg("mld logicPort is 2\r\n"),
+            Mld::dbg("mld vlancfgtem(" + std::to_string(count) + ")\r\n"),
         };
     };
     expect_console(
         Lines{
-            IgmpVlans::dbg("igmp_port_vlan_and_mode_set is in! port_index = 2\n"),
-            IgmpVlans::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = 2\r\n"),
-            IgmpVlans::dbg("2, 100, 200, 2, 200, 100, 2, 200, 100.\r\n"),
-            IgmpVlans::dbg("\n logicPort is 2"),
-            IgmpVlans::cfg("temp_var = 200\n"),
-            IgmpVlans::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
+            Igmp::dbg("igmp_port_vlan_and_mode_set is in! port_index = 2\n"),
+            Igmp::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = 2\r\n"),
+            Igmp::dbg("2, 100, 200, 2, 200, 100, 2, 200, 100.\r\n"),
+            Igmp::dbg("\n logicPort is 2"),
+            Igmp::cfg("temp_var = 200\n"),
+            Igmp::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
         } + on_mld_side(0) +
-            Lines{MldVlans::cfg("temp_var = 200\n")} + on_mld_side(1) +
-            Lines{MldVlans::cfg("***mld portVlan[j]= 200")},
+            Lines{Mld::cfg("temp_var = 200\n")} + on_mld_side(1) +
+            Lines{Mld::cfg("***mld portVlan[j]= 200")},
         [] { igmp_port_vlan_and_mode_set(2, 2, 100, 200); });
 }
 
 TEST_F(VlanByMode, RefusalsOfBothSidesAreReported) {
     expect_console(
         {
-            IgmpVlans::dbg("igmp_port_vlan_and_mode_set is in! port_index = 262\n"),
-            IgmpVlans::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = 6\r\n"),
-            IgmpVlans::dbg("2, 100, 200, 2, 200, 100, 2, 200, 100.\r\n"),
-            IgmpVlans::err("\n port(6) is invalid!"),
-            IgmpVlans::err("\n ERROR!onu_std_omci_set_multicast_vlan Fail\n"),
-            MldVlans::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 6\n"),
-            MldVlans::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
-            MldVlans::err("mld port(6) is invalid!\r\n"),
-            IgmpVlans::err("\n ERROR!mld_onu_std_omci_set_multicast_vlan Fail\n"),
+            Igmp::dbg("igmp_port_vlan_and_mode_set is in! port_index = 262\n"),
+            Igmp::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = 6\r\n"),
+            Igmp::dbg("2, 100, 200, 2, 200, 100, 2, 200, 100.\r\n"),
+            Igmp::err("\n port(6) is invalid!"),
+            Igmp::err("\n ERROR!onu_std_omci_set_multicast_vlan Fail\n"),
+            Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 6\n"),
+            Mld::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
+            Mld::err("mld port(6) is invalid!\r\n"),
+            Igmp::err("\n ERROR!mld_onu_std_omci_set_multicast_vlan Fail\n"),
         },
         [] { igmp_port_vlan_and_mode_set(262, 2, 100, 200); });
 }

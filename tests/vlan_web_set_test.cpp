@@ -15,13 +15,13 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 
-class WebSet : public VlanTest {
+class WebSet : public OmciTest {
  protected:
     static std::int32_t set(Rule request) { return onu_std_omci_web_set_vlan(&request); }
 
     static Lines entered(int port) {
-        return {IgmpVlans::dbg(
-            "onu_std_omci_web_set_vlan is in! port_index = " + std::to_string(port) + "\n")};
+        return {Igmp::dbg("onu_std_omci_web_set_vlan is in! port_index = " + std::to_string(port) +
+                          "\n")};
     }
 };
 
@@ -38,47 +38,47 @@ const Rule kStored = rule(2, 2, {13, 12}, {12, 13}, {300, 15});
 
 TEST_F(WebSet, RuleIsStoredListedAndGivenToTheCore) {
     EXPECT_EQ(set(kRequest), 0);
-    expect_rules<IgmpVlans>(2, {kStored});
-    expect_vlans<IgmpVlans>({300});
+    expect_rules<Igmp>(2, {kStored});
+    expect_vlans<Igmp>({300});
     EXPECT_THAT(calls(), ElementsAre("igmp_vlan_learning_set(1)", "igmp_vlan_del(4095)",
                                      "igmp_vlan_add(300)"));
 }
 
 TEST_F(WebSet, ReplacesAllRulesOfItsPortAndNoOther) {
     const Rule other = simple_rule(3, 1, 100);
-    given_rules<IgmpVlans>({other});
+    given_rules<Igmp>({other});
     for (std::uint16_t i = 1; i <= 10; ++i) {
-        given_rules<IgmpVlans>({flagged(simple_rule(2, i, 100), 7)});
+        given_rules<Igmp>({flagged(simple_rule(2, i, 100), 7)});
     }
     EXPECT_EQ(set(kRequest), 0);
-    expect_rules<IgmpVlans>(2, {kStored});
-    expect_rules<IgmpVlans>(3, {other});
+    expect_rules<Igmp>(2, {kStored});
+    expect_rules<Igmp>(3, {other});
 }
 
 TEST_F(WebSet, TwiceLeavesOneRule) {
     EXPECT_EQ(set(kRequest), 0);
     EXPECT_EQ(set(kRequest), 0);
-    expect_rules<IgmpVlans>(2, {kStored});
+    expect_rules<Igmp>(2, {kStored});
 }
 
 TEST_F(WebSet, EveryUserPortCanBeSet) {
     for (int port = 0; port < 6; ++port) {
         EXPECT_EQ(set(web_request(port, 2, {12, 13}, 2, {300, 15})), 0);
-        expect_rules<IgmpVlans>(port, {rule(port, 2, {13, 12}, {12, 13}, {300, 15})});
+        expect_rules<Igmp>(port, {rule(port, 2, {13, 12}, {12, 13}, {300, 15})});
     }
 }
 
 TEST_F(WebSet, MldSideIsNotTouched) {
-    given_rules<MldVlans>({simple_rule(2, 10, 300)});
-    given_vlans<MldVlans>({300});
+    given_rules<Mld>({simple_rule(2, 10, 300)});
+    given_vlans<Mld>({300});
     EXPECT_EQ(set(kRequest), 0);
-    expect_rules<MldVlans>(2, {simple_rule(2, 10, 300)});
-    expect_vlans<MldVlans>({300});
+    expect_rules<Mld>(2, {simple_rule(2, 10, 300)});
+    expect_vlans<Mld>({300});
 }
 
 TEST_F(WebSet, FlagOfTheRequestIsNotStored) {
     EXPECT_EQ(set(flagged(kRequest, 9)), 0);
-    expect_rules<IgmpVlans>(2, {kStored});
+    expect_rules<Igmp>(2, {kStored});
 }
 
 struct Derived {
@@ -114,7 +114,7 @@ TEST_F(WebSet, RestOfTheRuleFollowsFromItsDownstreamHalf) {
         for (const Derived& derived : kDerived) {
             SCOPED_TRACE(derived.name);
             EXPECT_EQ(set(derived.request), 0);
-            expect_rules<IgmpVlans>(2, {derived.stored});
+            expect_rules<Igmp>(2, {derived.stored});
         }
     }
 }
@@ -150,12 +150,12 @@ TEST_F(WebSet, NoRequestIsRefused) {
 // Index 6 is the uplink's logical port, but no port has the number 6.
 TEST_F(WebSet, UplinkIsEmptiedAndThenRefused) {
     igmp_adapt = -2;  // silent
-    given_rules<IgmpVlans>({simple_rule(29, 10, 200), simple_rule(29, 20, 200)});
-    given_vlans<IgmpVlans>({100});
+    given_rules<Igmp>({simple_rule(29, 10, 200), simple_rule(29, 20, 200)});
+    given_vlans<Igmp>({100});
     Rule request = web_request(6, 0, {12, 13}, 2, {300, 15});
     EXPECT_EQ(onu_std_omci_web_set_vlan(&request), -1);
-    expect_rules<IgmpVlans>(6, {});
-    expect_vlans<IgmpVlans>({100});
+    expect_rules<Igmp>(6, {});
+    expect_vlans<Igmp>({100});
     EXPECT_EQ(text(request), text(web_request(6, 0, {12, 13}, 2, {300, 15})));
     EXPECT_THAT(calls(), ElementsAre("igmp_vlan_learning_set(1)", "igmp_vlan_del(200)"));
 }
@@ -164,21 +164,21 @@ TEST_F(WebSet, UplinkIsEmptiedAndThenRefused) {
 TEST_F(WebSet, RuleGoesToThePortOfThatNumberAndNotToTheOneThatWasEmptied) {
     portState[4].port_id = 2;
     portState[2].port_id = 4;
-    given_rules<IgmpVlans>({simple_rule(2, 10, 200), simple_rule(4, 20, 100)});
+    given_rules<Igmp>({simple_rule(2, 10, 200), simple_rule(4, 20, 100)});
     EXPECT_EQ(set(kRequest), 0);
-    expect_rules<IgmpVlans>(2, {});
-    expect_rules<IgmpVlans>(4, {simple_rule(4, 20, 100), kStored});
+    expect_rules<Igmp>(2, {});
+    expect_rules<Igmp>(4, {simple_rule(4, 20, 100), kStored});
 }
 
 TEST_F(WebSet, FullPortIsRefusedAfterTheOtherWasEmptied) {
     portState[4].port_id = 2;
     portState[2].port_id = 4;
-    given_rules<IgmpVlans>({simple_rule(2, 10, 200)});
+    given_rules<Igmp>({simple_rule(2, 10, 200)});
     setVlanCfgNumber[4] = 10;
     EXPECT_EQ(set(kRequest), -1);
-    expect_rules<IgmpVlans>(2, {});
+    expect_rules<Igmp>(2, {});
     EXPECT_EQ(setVlanCfgNumber[4], 10);
-    expect_vlans<IgmpVlans>({});
+    expect_vlans<Igmp>({});
     EXPECT_EQ(count_of("igmp_vlan_add"), 0u);
     EXPECT_EQ(said(mc_debug, kErr, [] { set(kRequest); }), "");
 }
@@ -189,19 +189,19 @@ TEST_F(WebSet, BusySlotIsRefused) {
     PortVlanCfg[4][0].in_data_vlan = 100;
     EXPECT_EQ(set(kRequest), -1);
     EXPECT_EQ(setVlanCfgNumber[4], 0);
-    expect_vlans<IgmpVlans>({});
+    expect_vlans<Igmp>({});
     EXPECT_EQ(count_of("igmp_vlan_add"), 0u);
     EXPECT_EQ(said(mc_debug, kErr, [] { set(kRequest); }),
               "\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!\n");
 }
 
 TEST_F(WebSet, FullListIsRefusedAfterThePortWasEmptied) {
-    given_vlans<IgmpVlans>({101, 102, 103, 104, 105, 106, 107, 108, 109, 110});
-    given_rules<IgmpVlans>({simple_rule(2, 10, 300)});
+    given_vlans<Igmp>({101, 102, 103, 104, 105, 106, 107, 108, 109, 110});
+    given_rules<Igmp>({simple_rule(2, 10, 300)});
     const Tables before = Tables::now();
     EXPECT_EQ(set(kRequest), -1);
-    expect_rules<IgmpVlans>(2, {});
-    expect_vlans<IgmpVlans>({101, 102, 103, 104, 105, 106, 107, 108, 109, 110});
+    expect_rules<Igmp>(2, {});
+    expect_vlans<Igmp>({101, 102, 103, 104, 105, 106, 107, 108, 109, 110});
     EXPECT_THAT(calls(), ElementsAre("igmp_vlan_learning_set(1)", "igmp_vlan_del(300)"));
     before.put_back();
     EXPECT_EQ(said(mc_debug, kErr, [] { set(kRequest); }),
@@ -210,27 +210,27 @@ TEST_F(WebSet, FullListIsRefusedAfterThePortWasEmptied) {
 
 // A VLAN that is listed needs a place too, because it is not looked for.
 TEST_F(WebSet, FullListIsRefusedForItsOwnVlansToo) {
-    given_vlans<IgmpVlans>({101, 102, 103, 104, 105, 106, 107, 108, 109, 300});
+    given_vlans<Igmp>({101, 102, 103, 104, 105, 106, 107, 108, 109, 300});
     EXPECT_EQ(set(kRequest), -1);
-    expect_rules<IgmpVlans>(2, {});
+    expect_rules<Igmp>(2, {});
 }
 
 TEST_F(WebSet, FullListTakesTheVlanWhenAnEntryWasDropped) {
-    given_vlans<IgmpVlans>({101, 102, 103, 104, 105, 106, 107, 108, 109, 110});
-    given_rules<IgmpVlans>({simple_rule(5, 10, 106)});
+    given_vlans<Igmp>({101, 102, 103, 104, 105, 106, 107, 108, 109, 110});
+    given_rules<Igmp>({simple_rule(5, 10, 106)});
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({101, 102, 103, 104, 105, 107, 108, 109, 110, 300});
+    expect_vlans<Igmp>({101, 102, 103, 104, 105, 107, 108, 109, 110, 300});
 }
 
 // ---- The old data VLAN -------------------------------------------------------------------
 
 TEST_F(WebSet, DataVlanOfTheFirstRuleIsWithdrawnWhileTheRuleIsThere) {
-    given_rules<IgmpVlans>({simple_rule(2, 10, 0x1064), simple_rule(2, 20, 200)});
+    given_rules<Igmp>({simple_rule(2, 10, 0x1064), simple_rule(2, 20, 200)});
     bool seen = false;
     during("igmp_vlan_del", [&seen] {
         seen = true;
         EXPECT_EQ(globle_parm.learningMode, 1);
-        expect_rules<IgmpVlans>(2, {simple_rule(2, 10, 0x1064), simple_rule(2, 20, 200)});
+        expect_rules<Igmp>(2, {simple_rule(2, 10, 0x1064), simple_rule(2, 20, 200)});
     });
     set(kRequest);
     EXPECT_TRUE(seen);
@@ -239,17 +239,17 @@ TEST_F(WebSet, DataVlanOfTheFirstRuleIsWithdrawnWhileTheRuleIsThere) {
 }
 
 TEST_F(WebSet, VlanThatAnotherPortUsesIsWithdrawnAllTheSame) {
-    given_rules<IgmpVlans>({simple_rule(2, 10, 200), simple_rule(3, 10, 200)});
+    given_rules<Igmp>({simple_rule(2, 10, 200), simple_rule(3, 10, 200)});
     set(kRequest);
     EXPECT_EQ(count_of("igmp_vlan_del"), 1u);
 }
 
 TEST_F(WebSet, RequestForTheDefaultVlanWithdrawsNothingButDropsAnEntry) {
     globle_parm.defaultVlan = 300;
-    given_rules<IgmpVlans>({simple_rule(1, 10, 200), simple_rule(2, 10, 100)});
-    given_vlans<IgmpVlans>({100, 200});
+    given_rules<Igmp>({simple_rule(1, 10, 200), simple_rule(2, 10, 100)});
+    given_vlans<Igmp>({100, 200});
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({100, 300});
+    expect_vlans<Igmp>({100, 300});
     EXPECT_THAT(calls(), ElementsAre("igmp_vlan_learning_set(1)", "igmp_vlan_add(300)"));
 }
 
@@ -265,68 +265,68 @@ TEST_F(WebSet, DefaultVlanIsComparedIn16BitsAndIsNotReceptions) {
 
 // List entry i is compared with the first rule of port i, whichever port is set. Kept on purpose.
 TEST_F(WebSet, EntryIsDroppedWhereListAndPortsAgree) {
-    given_rules<IgmpVlans>({simple_rule(0, 1, 200), simple_rule(2, 1, 100), simple_rule(3, 1, 104),
-                            simple_rule(4, 1, 105)});
-    given_vlans<IgmpVlans>({100, 102, 103, 104, 105});
+    given_rules<Igmp>({simple_rule(0, 1, 200), simple_rule(2, 1, 100), simple_rule(3, 1, 104),
+                       simple_rule(4, 1, 105)});
+    given_vlans<Igmp>({100, 102, 103, 104, 105});
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({100, 102, 103, 105, 300});  // 104 alone, not the port's own 100
+    expect_vlans<Igmp>({100, 102, 103, 105, 300});  // 104 alone, not the port's own 100
 }
 
 TEST_F(WebSet, EntryIsDroppedForTheUplinkButNotBehindIt) {
-    given_rules<IgmpVlans>({simple_rule(29, 1, 107)});
-    given_vlans<IgmpVlans>({101, 102, 103, 104, 105, 106, 107, 0xFFFF});
+    given_rules<Igmp>({simple_rule(29, 1, 107)});
+    given_vlans<Igmp>({101, 102, 103, 104, 105, 106, 107, 0xFFFF});
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({101, 102, 103, 104, 105, 106, 0xFFFF, 300});
+    expect_vlans<Igmp>({101, 102, 103, 104, 105, 106, 0xFFFF, 300});
 }
 
 TEST_F(WebSet, EntryIsComparedIn16Bits) {
-    given_rules<IgmpVlans>({simple_rule(0, 1, 100)});
-    given_vlans<IgmpVlans>({0x1064});
+    given_rules<Igmp>({simple_rule(0, 1, 100)});
+    given_vlans<Igmp>({0x1064});
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({0x1064, 300});
+    expect_vlans<Igmp>({0x1064, 300});
 }
 
 TEST_F(WebSet, EntryOf65535StandsForAPortWithoutRules) {
-    given_vlans<IgmpVlans>({0xFFFF, 100});
+    given_vlans<Igmp>({0xFFFF, 100});
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({100, 300});
+    expect_vlans<Igmp>({100, 300});
 }
 
 TEST_F(WebSet, EntriesBehindTheListAreNotCompared) {
-    given_rules<IgmpVlans>({simple_rule(0, 1, 100), simple_rule(1, 1, 200)});
-    given_vlans<IgmpVlans>({200, 200});
+    given_rules<Igmp>({simple_rule(0, 1, 100), simple_rule(1, 1, 200)});
+    given_vlans<Igmp>({200, 200});
     setVlanNumber = 1;
     EXPECT_EQ(set(kRequest), 0);
-    EXPECT_THAT(listed<IgmpVlans>(), ElementsAre(200, 300, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(listed<Igmp>(), ElementsAre(200, 300, 0, 0, 0, 0, 0, 0, 0, 0));
     EXPECT_EQ(setVlanNumber, 2);
 }
 
 TEST_F(WebSet, ListsArePackedFirst) {
-    given_vlans<IgmpVlans>({0, 100, 0, 200});
+    given_vlans<Igmp>({0, 100, 0, 200});
     setVlanNumber = 2;
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({100, 200, 300});
+    expect_vlans<Igmp>({100, 200, 300});
 }
 
 TEST_F(WebSet, SameVlanIsListedWithEveryRequestThatDropsNothing) {
     EXPECT_EQ(set(kRequest), 0);
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({300, 300});
+    expect_vlans<Igmp>({300, 300});
     const Rule of_port_0 = web_request(0, 2, {12, 13}, 2, {300, 15});
     EXPECT_EQ(set(of_port_0), 0);
-    expect_vlans<IgmpVlans>({300, 300, 300});
+    expect_vlans<Igmp>({300, 300, 300});
     EXPECT_EQ(set(of_port_0), 0) << "drops the first entry and enters it again";
-    expect_vlans<IgmpVlans>({300, 300, 300});
+    expect_vlans<Igmp>({300, 300, 300});
     EXPECT_EQ(count_of("igmp_vlan_add"), 4u);
 }
 
 TEST_F(WebSet, SameVlanFillsTheListAndIsThenRefused) {
-    given_vlans<IgmpVlans>({300, 300, 301, 302, 303, 304, 305, 306, 307});
+    given_vlans<Igmp>({300, 300, 301, 302, 303, 304, 305, 306, 307});
     EXPECT_EQ(set(kRequest), 0);
-    expect_vlans<IgmpVlans>({300, 300, 301, 302, 303, 304, 305, 306, 307, 300});
+    expect_vlans<Igmp>({300, 300, 301, 302, 303, 304, 305, 306, 307, 300});
     EXPECT_EQ(set(kRequest), -1);
-    expect_vlans<IgmpVlans>({300, 300, 301, 302, 303, 304, 305, 306, 307, 300});
-    expect_rules<IgmpVlans>(2, {});
+    expect_vlans<Igmp>({300, 300, 301, 302, 303, 304, 305, 306, 307, 300});
+    expect_rules<Igmp>(2, {});
 }
 
 // ---- Core --------------------------------------------------------------------------------
@@ -359,16 +359,16 @@ TEST_F(WebSet, ResultIsThatOfAddingTheVlan) {
     EXPECT_EQ(set(kRequest), 0);
     answer("igmp_vlan_add", kFailure);
     EXPECT_EQ(set(kRequest), kFailure);
-    expect_rules<IgmpVlans>(2, {kStored});
-    expect_vlans<IgmpVlans>({300, 300});
+    expect_rules<Igmp>(2, {kStored});
+    expect_vlans<Igmp>({300, 300});
 }
 
 TEST_F(WebSet, RuleAndListAreCompleteWhenTheCoreHearsOfTheVlan) {
     bool seen = false;
     during("igmp_vlan_add", [&seen] {
         seen = true;
-        expect_rules<IgmpVlans>(2, {kStored});
-        expect_vlans<IgmpVlans>({300});
+        expect_rules<Igmp>(2, {kStored});
+        expect_vlans<Igmp>({300});
     });
     set(kRequest);
     EXPECT_TRUE(seen);
@@ -377,15 +377,14 @@ TEST_F(WebSet, RuleAndListAreCompleteWhenTheCoreHearsOfTheVlan) {
 TEST_F(WebSet, CoreIsGiven12BitsOfTheVlan) {
     set(web_request(2, 2, {12, 13}, 2, {0xF12C, 15}));
     EXPECT_EQ(last_call("igmp_vlan_add").text, "igmp_vlan_add(300)");
-    expect_vlans<IgmpVlans>({0xF12C});
+    expect_vlans<Igmp>({0xF12C});
 }
 
 // ---- Console -----------------------------------------------------------------------------
 
 TEST_F(WebSet, IsTraced) {
-    given_rules<IgmpVlans>({simple_rule(2, 10, 0x1064)});
-    expect_console(entered(2) + Lines{IgmpVlans::cfg("\r\n temp_var = 100\r\n")},
-                   [] { set(kRequest); });
+    given_rules<Igmp>({simple_rule(2, 10, 0x1064)});
+    expect_console(entered(2) + Lines{Igmp::cfg("\r\n temp_var = 100\r\n")}, [] { set(kRequest); });
 }
 
 TEST_F(WebSet, DefaultVlanIsNotTraced) {
@@ -395,10 +394,10 @@ TEST_F(WebSet, DefaultVlanIsNotTraced) {
 
 TEST_F(WebSet, IllegalPortIsTracedAsASignedByte) {
     for (const auto& [port, shown] : {std::pair{7, "7"}, std::pair{200, "-56"}}) {
-        expect_console({IgmpVlans::dbg("onu_std_omci_web_set_vlan is in! port_index = " +
-                                       std::string(shown) + "\n"),
-                        IgmpVlans::dbg("onu_std_omci_web_set_vlan port is illegel! port_index = " +
-                                       std::string(shown) + "\n")},
+        expect_console({Igmp::dbg("onu_std_omci_web_set_vlan is in! port_index = " +
+                                  std::string(shown) + "\n"),
+                        Igmp::dbg("onu_std_omci_web_set_vlan port is illegel! port_index = " +
+                                  std::string(shown) + "\n")},
                        [port = port] {
                            set(web_request(port, 2, {12, 13}, 2, {300, 15}));
                        });
@@ -411,11 +410,11 @@ TEST_F(WebSet, RefusalsOfTheCoreAreReported) {
     answer("igmp_vlan_add", kFailure);
     expect_console(
         {
-            IgmpVlans::dbg("onu_std_omci_web_set_vlan is in! port_index = 2\n"),
-            IgmpVlans::err("\n ERROR!igmp_adapt_vlan_learning Fail\n"),
-            IgmpVlans::cfg("\r\n temp_var = 4095\r\n"),
-            IgmpVlans::err("\n ERROR!igmp_vlan_del Fail(-6)"),
-            IgmpVlans::err("\n ERROR!igmp_standard_vlan_add Fail\n"),
+            Igmp::dbg("onu_std_omci_web_set_vlan is in! port_index = 2\n"),
+            Igmp::err("\n ERROR!igmp_adapt_vlan_learning Fail\n"),
+            Igmp::cfg("\r\n temp_var = 4095\r\n"),
+            Igmp::err("\n ERROR!igmp_vlan_del Fail(-6)"),
+            Igmp::err("\n ERROR!igmp_standard_vlan_add Fail\n"),
         },
         [] { set(kRequest); });
 }
@@ -466,9 +465,9 @@ TEST_F(WebSet, LogicalPortIsReportedAboveLevel0) {
 TEST_F(WebSet, ChangesAreShownAtLevel1) {
     igmp_adapt = 1;
     const Rule other = simple_rule(1, 10, 100);
-    given_rules<IgmpVlans>({other});
-    given_vlans<IgmpVlans>({101});
-    given_rules<IgmpVlans>({simple_rule(2, 10, 100)});
+    given_rules<Igmp>({other});
+    given_vlans<Igmp>({101});
+    given_rules<Igmp>({simple_rule(2, 10, 100)});
 
     // The report in the middle is cut out, for the number in it.
     const std::string all = said(mc_debug, kAllCategories, [] { set(kRequest); });
@@ -480,11 +479,11 @@ TEST_F(WebSet, ChangesAreShownAtLevel1) {
               "\r\n[MC_DBG_DBG]: onu_std_omci_web_set_vlan is in! port_index = 2\n"
               "\r\n[MC_DBG_CFG]: \r\n temp_var = 100\r\n");
     EXPECT_EQ(all.substr(rest), "\r\n[MC_DBG_DBG]: \n before add multicast_vlan!\n" +
-                                    IgmpVlans::dump({{other}, {101}, 1}).text +
+                                    dump<Igmp>({{other}, {101}, 1}).text +
                                     "\r\n[MC_DBG_DBG]: \n after add multicast_vlan!\n" +
-                                    IgmpVlans::dump({{other, kStored}, {101}, 1}).text +
+                                    dump<Igmp>({{other, kStored}, {101}, 1}).text +
                                     "\r\n[MC_DBG_DBG]: \n after add PortVlan!\n" +
-                                    IgmpVlans::dump({{other, kStored}, {101, 300}, 1}).text);
+                                    dump<Igmp>({{other, kStored}, {101, 300}, 1}).text);
 }
 
 TEST_F(WebSet, DumpsAreUnderNoCategory) {
@@ -493,8 +492,8 @@ TEST_F(WebSet, DumpsAreUnderNoCategory) {
     const std::string report_end = " logicPort is 2\r\n";
     ASSERT_NE(all.find(report_end), std::string::npos);
     EXPECT_EQ(all.substr(all.find(report_end) + report_end.size()),
-              IgmpVlans::dump({{}, {}, 1}).text + IgmpVlans::dump({{kStored}, {}, 1}).text +
-                  IgmpVlans::dump({{kStored}, {300}, 1}).text);
+              dump<Igmp>({{}, {}, 1}).text + dump<Igmp>({{kStored}, {}, 1}).text +
+                  dump<Igmp>({{kStored}, {300}, 1}).text);
 }
 
 }  // namespace

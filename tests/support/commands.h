@@ -16,16 +16,9 @@
 #include "platform/protocol_core.h"
 #include "settings/settings.h"
 #include "tests/support/frames.h"
-#include "tests/support/fresh_library.h"
 #include "tests/support/vlan_rules.h"
 
 namespace mc_test {
-
-// On an ONU with an OMCI id: nothing is learnt.
-class CommandTest : public StartedTest {
- protected:
-    CommandTest() { set_onu_id(1); }
-};
 
 // ---- Records -----------------------------------------------------------------------------------
 

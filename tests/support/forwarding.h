@@ -1,17 +1,15 @@
 // The four handlers that forward received frames, as types: a test that holds for several of them
-// is one body over a list of types. Igmp and Mld are what the handlers of a side share.
+// is one body over a list of types. And the frames that they take in and send.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <initializer_list>
 #include <memory>
 #include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "adapt/records.h"
@@ -20,86 +18,10 @@
 #include "mld/record.h"
 #include "tests/support/frames.h"
 #include "tests/support/neighbours.h"
+#include "tests/support/rules.h"
+#include "tests/support/sides.h"
 
 namespace mc_test {
-
-using Tags = std::initializer_list<std::uint16_t>;
-
-// Headers with the given tags, outermost first, each as its 16 bits: priority, DEI bit, VID.
-inline EthernetBuilder tagged(Tags tcis) {
-    EthernetBuilder headers;
-    for (const std::uint16_t tci : tcis) headers.tag(tci);
-    return headers;
-}
-
-// A line with numbers in it, as printf makes it.
-template <class... Numbers>
-std::string line(const char* format, Numbers... numbers) {
-    char text[256];
-    const int length = std::snprintf(text, sizeof text, format, static_cast<int>(numbers)...);
-    return {text, static_cast<std::size_t>(length)};
-}
-
-// ---- Sides -------------------------------------------------------------------------------------
-
-struct Igmp {
-    static constexpr const char* kName = "Igmp";
-
-    static std::uint32_t& mask() { return mc_debug; }
-    static PortStateEntry (&ports())[MC_PORTS] { return portState; }
-    static PortVlanCfgEntry (&rules())[MC_PORTS][MC_RULES] { return PortVlanCfg; }
-    static std::int32_t (&rule_counts())[MC_PORTS] { return setVlanCfgNumber; }
-    static std::uint8_t& receive_port() { return srcPortNum; }
-    static void set_test_uplink(std::uint16_t port) { testuplink = port; }
-    static std::int32_t receive(std::uint8_t* frame, std::uint32_t len, std::uint32_t port) {
-        return igmpL2PktProc(frame, len, port);
-    }
-
-    // Neither frame ends in zeros, so that it shows which bytes travel along at its end.
-    static Bytes query(Tags tcis = {}) {
-        return tagged(tcis).ipv4(
-            ipv4_packet("192.0.2.1", "239.255.1.1", igmp_v2_query("239.255.1.1")));
-    }
-    static Bytes report(Tags tcis = {}) {
-        return tagged(tcis).ipv4(
-            ipv4_packet("192.0.2.20", "239.255.1.1", igmp_v2_report("239.255.1.1")));
-    }
-
-    static std::string sends(unsigned port, std::size_t len) {
-        return line(
-            "\r\n[MC_DBG_DBG]: l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = "
-            "%d\r\n",
-            port, len, srcPortNum, ponVlan);
-    }
-};
-
-struct Mld {
-    static constexpr const char* kName = "Mld";
-
-    static std::uint32_t& mask() { return mld_debug; }
-    static PortStateEntry (&ports())[MC_PORTS] { return mldInitParams.port; }
-    static PortVlanCfgEntry (&rules())[MC_PORTS][MC_RULES] { return mldInitParams.mldPortVlanCfg; }
-    static std::int32_t (&rule_counts())[MC_PORTS] { return mldInitParams.vlancfgnum; }
-    static std::uint8_t& receive_port() { return mldInitParams.srcPortNum; }
-    static void set_test_uplink(std::uint16_t port) { mldInitParams.testuplink = port; }
-    static std::int32_t receive(std::uint8_t* frame, std::uint32_t len, std::uint32_t port) {
-        return mldL2PktProc(frame, len, port);
-    }
-
-    static Bytes query(Tags tcis = {}) {
-        return tagged(tcis).ipv6(ipv6_packet("fe80::1", "ff1e::3:4", mld_v1_query("ff1e::3:4")));
-    }
-    static Bytes report(Tags tcis = {}) {
-        return tagged(tcis).ipv6(ipv6_packet("fe80::20", "ff1e::3:4", mld_v1_report("ff1e::3:4")));
-    }
-
-    static std::string sends(unsigned port, std::size_t len) {
-        return line(
-            "\r\n[MC_DBG_DBG]: mld_l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan "
-            "= %d\r\n",
-            port, len, mldInitParams.srcPortNum, ponVlan);
-    }
-};
 
 // ---- Handlers ----------------------------------------------------------------------------------
 
@@ -188,39 +110,8 @@ struct MldControl {
 
 using AllHandlers = ::testing::Types<IgmpSnooping, MldSnooping, IgmpControl, MldControl>;
 
-// The types' names in the names of tests.
-struct TypeNames {
-    template <class Type>
-    static std::string GetName(int /*position*/) {
-        return Type::kName;
-    }
-};
-
-// ---- Rules -------------------------------------------------------------------------------------
-
-// Appends a rule to a port's block, which by itself neither matches nor translates.
-template <class Side>
-PortVlanCfgEntry& add_rule(int logical) {
-    std::int32_t& count = Side::rule_counts()[logical];
-    PortVlanCfgEntry& rule = Side::rules()[logical][count++];
-    rule.portNO = static_cast<std::int8_t>(Side::ports()[logical].port_id);
-    return rule;
-}
-
-template <class Side>
-void add_down_rule(int logical, std::uint16_t in, std::uint16_t out) {
-    PortVlanCfgEntry& rule = add_rule<Side>(logical);
-    rule.in_dn_vlan = in;
-    rule.out_dn_vlan = out;
-}
-
-// The VLAN towards the network stands in the IGMP table for both sides.
-template <class Side>
-void add_up_rule(int logical, std::uint16_t in, std::uint16_t out) {
-    const int index = Side::rule_counts()[logical];
-    add_rule<Side>(logical).in_up_vlan = in;
-    PortVlanCfg[logical][index].out_up_vlan = out;
-}
+using SnoopingHandlers = ::testing::Types<IgmpSnooping, MldSnooping>;
+using ControlHandlers = ::testing::Types<IgmpControl, MldControl>;
 
 // ---- Frames ------------------------------------------------------------------------------------
 
@@ -253,7 +144,7 @@ Bytes forward(const Bytes& frame, std::uint32_t port, std::uint32_t vid) {
 template <class Side>
 Bytes receive(const Bytes& frame, std::uint32_t port) {
     FrameBuffer buffer(frame);
-    Side::receive(buffer.data(), buffer.len(), port);
+    Side::receive_frame(buffer.data(), buffer.len(), port);
     return buffer.bytes();
 }
 

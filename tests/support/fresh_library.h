@@ -26,4 +26,10 @@ class StartedTest : public LibraryTest {
     StartedTest();
 };
 
+// The same on an ONU with an OMCI id: no VLAN is learnt unless a test asks for it.
+class OmciTest : public StartedTest {
+ protected:
+    OmciTest() { set_onu_id(1); }
+};
+
 }  // namespace mc_test

@@ -12,10 +12,19 @@
 #include "platform/l2_multicast.h"
 #include "platform/protocol_core.h"
 #include "settings/settings.h"
+// All of them in one file: none says again what another says.
+#include "tests/support/commands.h"
 #include "tests/support/console.h"
+#include "tests/support/forwarding.h"
 #include "tests/support/frames.h"
 #include "tests/support/fresh_library.h"
+#include "tests/support/hex_dump.h"
 #include "tests/support/ipc.h"
+#include "tests/support/neighbours.h"
+#include "tests/support/reception.h"
+#include "tests/support/rules.h"
+#include "tests/support/sides.h"
+#include "tests/support/vlan_rules.h"
 
 namespace {
 
@@ -24,10 +33,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 class Harness : public LibraryTest {};
-
-Bytes report_frame() {
-    return ethernet().ipv4(ipv4_packet("192.0.2.20", "239.255.1.1", igmp_v2_report("239.255.1.1")));
-}
 
 TEST_F(Harness, RestoresExportedVariables) {
     mc_debug = 0x3D;
@@ -47,7 +52,7 @@ TEST_F(Harness, RestoresExportedVariables) {
 
 // The library counts frames where no test can look, and asks for the time with the first one.
 TEST_F(Harness, RestoresInternalVariables) {
-    FrameBuffer frame(report_frame());
+    FrameBuffer frame(Igmp::report());
     igmpL2PktProc(frame.data(), frame.len(), 1);
     igmpL2PktProc(frame.data(), frame.len(), 1);
     EXPECT_EQ(count_of("igmp_time_now"), 1u);
@@ -103,7 +108,7 @@ TEST_F(Harness, RunsActionsInsideACall) {
 }
 
 TEST_F(Harness, KeepsPacketsAsTheyWere) {
-    const Bytes frame = report_frame();
+    const Bytes frame = Igmp::report();
     FrameBuffer buffer(frame);
     igmpL2PktProc(buffer.data(), buffer.len(), 1);
     buffer.data()[14] = 0;
@@ -113,7 +118,7 @@ TEST_F(Harness, KeepsPacketsAsTheyWere) {
 }
 
 TEST_F(Harness, CutsPacketsThatClaimToBeLonger) {
-    Bytes frame = report_frame();
+    Bytes frame = Igmp::report();
     frame[16] = 0xFF;
     FrameBuffer buffer(frame);
     igmpL2PktProc(buffer.data(), buffer.len(), 1);
@@ -123,8 +128,8 @@ TEST_F(Harness, CutsPacketsThatClaimToBeLonger) {
 }
 
 TEST_F(Harness, LeavesThePacketTask) {
-    deliver(report_frame(), 1);
-    deliver(report_frame(), 2);
+    deliver(Igmp::report(), 1);
+    deliver(Igmp::report(), 2);
     run_packet_task(1);
     EXPECT_THAT(calls_without({"igmp_pkt_recv", "igmp_time_now", "L2_multicast_send_msg"}),
                 ElementsAre("L2_multicast_read_msg()", "L2_multicast_read_msg()",

@@ -1,5 +1,5 @@
-// The rule tables of both sides behind one face, for tests of the VLAN operations, and what these
-// operations leave on the console: lines by category, and the configuration dumps.
+// For tests of the VLAN operations: all that they write, and what they leave on the console, which
+// is lines by category and the configuration dumps.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -17,85 +17,10 @@
 #include "tests/support/console.h"
 #include "tests/support/fresh_library.h"
 #include "tests/support/neighbours.h"
-#include "vlan/vlan.h"
+#include "tests/support/rules.h"
+#include "tests/support/sides.h"
 
 namespace mc_test {
-
-// ---- Rules -------------------------------------------------------------------------------------
-
-using Rule = PortVlanCfgEntry;
-
-struct Vlans {
-    std::uint16_t in;
-    std::uint16_t out;
-};
-
-enum TagMode : std::int8_t { kUntag = 0, kTag = 1, kTranslate = 2, kTranslateToo = 3 };
-
-// The tag modes of the three halves of a rule; a single one stands for all of them.
-struct TagModes {
-    TagModes(int all) : up(all), dn(all), data(all) {}  // NOLINT: a plain number reads best
-    TagModes(int up_mode, int dn_mode, int data_mode) : up(up_mode), dn(dn_mode), data(data_mode) {}
-    int up;
-    int dn;
-    int data;
-};
-
-inline Rule rule(int port, TagModes modes, Vlans up, Vlans dn, Vlans data) {
-    return {static_cast<std::int8_t>(port),
-            static_cast<std::int8_t>(modes.up),
-            up.in,
-            up.out,
-            static_cast<std::int8_t>(modes.dn),
-            dn.in,
-            dn.out,
-            static_cast<std::int8_t>(modes.data),
-            data.in,
-            data.out,
-            0};
-}
-
-// A tagging rule that is used only for what it is found by: its upstream and its data VLAN.
-inline Rule simple_rule(int port, std::uint16_t up, std::uint16_t data) {
-    return rule(port, kTag, {up, 11}, {12, 13}, {data, 14});
-}
-
-inline Rule empty_rule() {
-    return rule(255, 4, {0xFFFF, 0xFFFF}, {0xFFFF, 0xFFFF}, {0xFFFF, 0xFFFF});
-}
-
-inline Rule flagged(Rule rule, std::uint8_t flag) {
-    rule.rule_flag = flag;
-    return rule;
-}
-
-inline std::string text(const Rule& rule) {
-    const auto half = [](const char* name, int mode, unsigned in, unsigned out) {
-        return std::string(", ") + name + " " + std::to_string(mode) + ": " + std::to_string(in) +
-               ">" + std::to_string(out);
-    };
-    return "port " + std::to_string(rule.portNO) +
-           half("up", rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan) +
-           half("dn", rule.prodntagmode, rule.in_dn_vlan, rule.out_dn_vlan) +
-           half("data", rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan) + ", flag " +
-           std::to_string(rule.rule_flag);
-}
-
-inline std::vector<std::string> texts(const std::vector<Rule>& rules) {
-    std::vector<std::string> all;
-    for (const Rule& rule : rules) all.push_back(text(rule));
-    return all;
-}
-
-inline std::vector<std::string> texts(const Rule (&block)[MC_RULES]) {
-    return texts(std::vector<Rule>(block, block + MC_RULES));
-}
-
-// The ten slots of a port with these rules at the front.
-inline std::vector<std::string> ten_slots(std::vector<Rule> rules) {
-    rules.resize(MC_RULES, empty_rule());
-    return texts(rules);
-}
 
 // ---- All that the VLAN operations write --------------------------------------------------------
 
@@ -146,22 +71,7 @@ inline void expect_no_change(const std::function<void()>& action) {
     EXPECT_TRUE(Tables::now() == before);
 }
 
-// ---- Sides -------------------------------------------------------------------------------------
-
-// What is printed: under a category of a side, or, with the mask null, under none.
-struct Line {
-    const std::uint32_t* mask;
-    std::uint32_t category;
-    std::string text;
-};
-using Lines = std::vector<Line>;
-
-inline Lines operator+(Lines head, const Lines& tail) {
-    head.insert(head.end(), tail.begin(), tail.end());
-    return head;
-}
-
-inline Line always(std::string text) { return {nullptr, 0, std::move(text)}; }
+// ---- Dumps -------------------------------------------------------------------------------------
 
 // The lines of a rule in a dump. The port is the signed byte of the record, so that an empty slot
 // shows as a large number.
@@ -202,152 +112,27 @@ struct Shown {
     int learning = 0;
 };
 
-struct IgmpVlans {
-    static constexpr const char* kName = "Igmp";
-
-    static std::uint32_t& mask() { return mc_debug; }
-    static std::int32_t& level() { return igmp_adapt; }
-    static PortStateEntry (&ports())[MC_PORTS] { return portState; }
-    static Rule (&rules())[MC_PORTS][MC_RULES] { return PortVlanCfg; }
-    static std::int32_t (&counts())[MC_PORTS] { return setVlanCfgNumber; }
-    static auto& list() { return PortVlan; }
-    static auto& mirror() { return globle_parm.TemplateVlan; }
-    static int used() { return setVlanNumber; }
-    static void set_used(int used) { setVlanNumber = used; }
-    static std::uint16_t& default_vlan() { return globle_parm.defaultVlan; }
-    static void take_as_given() { flag_omci_version = 1; }
-
-    static std::int32_t set(Rule& rule) { return onu_std_omci_set_multicast_vlan(&rule); }
-    static std::int32_t remove(Rule& rule) { return onu_std_omci_delete_multicast_vlan(&rule); }
-    static std::int32_t set_nothing() { return onu_std_omci_set_multicast_vlan(nullptr); }
-    static std::int32_t remove_nothing() { return onu_std_omci_delete_multicast_vlan(nullptr); }
-    static McRuleBlock* sort_rules(std::uint32_t port) {
-        return sortPortVlanCfg(PortVlanCfg, port);
-    }
-    static std::uint16_t* sort_list(std::uint16_t* list) { return sortMcVlan(list); }
-
-    // Every set asks for the ONU id; a data VLAN that is new goes to the core.
-    static std::vector<std::string> calls_of_set() { return {"L2_multicast_get_onu_id()"}; }
-    static std::vector<std::string> calls_of_new_vlan(int vid) {
-        return {"L2_multicast_get_onu_id()", call("igmp_vlan_add", vid)};
-    }
-
-    static Line dbg(const std::string& text) {
-        return {&mc_debug, kDbg, "\r\n[MC_DBG_DBG]: " + text};
-    }
-    static Line err(const std::string& text) {
-        return {&mc_debug, kErr, "\r\n[MC_DBG_ERR]: " + text};
-    }
-    static Line cfg(const std::string& text) {
-        return {&mc_debug, kCfg, "\r\n[MC_DBG_CFG]: " + text};
-    }
-
-    static Line dump(const Shown& shown) {
-        std::string all;
-        for (const Rule& rule : shown.rules) all += "\n" + rule_lines(rule);
-        return always(all + default_port_lines() + template_lines(shown.vlans) +
-                      "defaultVlan(4088), general_member_interval(1), "
-                      "last_member_query_count(2)\r\n"
-                      "last_member_query_interval(1), learningMode(" +
-                      std::to_string(shown.learning) +
-                      "), multiMode(1)\r\n"
-                      "query_interval(125), query_max_resp_time(10), robustness(2), "
-                      "version(3)\r\n");
-    }
-};
-
-struct MldVlans {
-    static constexpr const char* kName = "Mld";
-
-    static std::uint32_t& mask() { return mld_debug; }
-    static std::int32_t& level() { return mldInitParams.mld_adapt; }
-    static PortStateEntry (&ports())[MC_PORTS] { return mldInitParams.port; }
-    static Rule (&rules())[MC_PORTS][MC_RULES] { return mldInitParams.mldPortVlanCfg; }
-    static std::int32_t (&counts())[MC_PORTS] { return mldInitParams.vlancfgnum; }
-    static auto& list() { return mldInitParams.portVlan; }
-    static auto& mirror() { return mldInitParams.TemplateVlan; }
-    static int used() { return mldInitParams.srcPortNum; }
-    static void set_used(int used) { mldInitParams.srcPortNum = static_cast<std::uint8_t>(used); }
-    static std::uint16_t& default_vlan() { return mldInitParams.defaultVlan; }
-    static void take_as_given() { mldInitParams.mld_flag_omci_version = 1; }
-
-    static std::int32_t set(Rule& rule) { return mld_onu_std_omci_set_multicast_vlan(&rule); }
-    static std::int32_t remove(Rule& rule) { return mld_onu_std_omci_delete_multicast_vlan(&rule); }
-    static std::int32_t set_nothing() { return mld_onu_std_omci_set_multicast_vlan(nullptr); }
-    static std::int32_t remove_nothing() { return mld_onu_std_omci_delete_multicast_vlan(nullptr); }
-    static McRuleBlock* sort_rules(std::uint32_t port) {
-        return mldsortPortVlanCfg(mldInitParams.mldPortVlanCfg, port);
-    }
-    static std::uint16_t* sort_list(std::uint16_t* list) { return sortmldVlan(list); }
-
-    // The MLD set has no neighbour.
-    static std::vector<std::string> calls_of_set() { return {}; }
-    static std::vector<std::string> calls_of_new_vlan(int /*vid*/) { return {}; }
-
-    static Line dbg(const std::string& text) {
-        return {&mld_debug, kDbg, "\r\n[MC_DBG_DBG]: " + text};
-    }
-    static Line err(const std::string& text) {
-        return {&mld_debug, kErr, "\r\n[MC_DBG_ERR]: " + text};
-    }
-    static Line cfg(const std::string& text) {
-        return {&mld_debug, kCfg, "\r\n[MC_DBG_CFG]: " + text};
-    }
-
-    // The rules and VLANs that the IGMP side's counts make visible.
-    static Line dump(const Shown& shown) {
-        std::string all;
-        for (const Rule& rule : shown.rules) all += rule_lines(rule);
-        return always(all + default_port_lines() + template_lines(shown.vlans) +
-                      "defaultVlan(4088), general_member_interval(1), "
-                      "last_member_query_count(2)\r\n"
-                      "last_member_query_interval(1), learningMode(" +
-                      std::to_string(shown.learning) +
-                      "), multiMode(2)\r\n"
-                      "query_interval(125), query_max_resp_time(10), robustness(2), "
-                      "version(3)\r\n");
-    }
-};
-
-using VlanSides = ::testing::Types<IgmpVlans, MldVlans>;
-
-struct VlanSideNames {
-    template <class Side>
-    static std::string GetName(int /*position*/) {
-        return Side::kName;
-    }
-};
-
-// After start-up, on an ONU with an OMCI id: nothing is learnt unless a test asks for it.
-class VlanTest : public StartedTest {
- protected:
-    VlanTest() { set_onu_id(1); }
-};
-
-// ---- Given and expected ------------------------------------------------------------------------
-
-// Rules that the ports of these rules have already, and VLANs that are listed already.
+// A dump of the side's configuration. That of the MLD side shows as many rules and VLANs as the
+// IGMP side counts.
 template <class Side>
-void given_rules(const std::vector<Rule>& rules) {
-    for (const Rule& rule : rules) {
-        const int logical = rule.portNO == 29 ? 6 : rule.portNO;
-        Side::rules()[logical][Side::counts()[logical]++] = rule;
-    }
+Line dump(const Shown& shown) {
+    std::string all;
+    for (const Rule& rule : shown.rules) all += Side::kDumpRuleStart + rule_lines(rule);
+    return always(all + default_port_lines() + template_lines(shown.vlans) +
+                  "defaultVlan(4088), general_member_interval(1), last_member_query_count(2)\r\n" +
+                  line("last_member_query_interval(1), learningMode(%d), multiMode(%d)\r\n",
+                       shown.learning, Side::kDumpedMode) +
+                  "query_interval(125), query_max_resp_time(10), robustness(2), version(3)\r\n");
 }
 
-template <class Side>
-void given_vlans(const std::vector<std::uint16_t>& vlans) {
-    std::copy(vlans.begin(), vlans.end(), std::begin(Side::list()));
-    std::copy(vlans.begin(), vlans.end(), std::begin(Side::mirror()));
-    Side::set_used(static_cast<int>(vlans.size()));
-}
+// ---- Expected ----------------------------------------------------------------------------------
 
 // These rules in the first slots of a logical port, nothing behind them, and the right count.
 template <class Side>
 void expect_rules(int logical, const std::vector<Rule>& rules) {
     SCOPED_TRACE(std::string(Side::kName) + " rules of logical port " + std::to_string(logical));
     EXPECT_EQ(texts(Side::rules()[logical]), ten_slots(rules));
-    EXPECT_EQ(Side::counts()[logical], static_cast<std::int32_t>(rules.size()));
+    EXPECT_EQ(Side::rule_counts()[logical], static_cast<std::int32_t>(rules.size()));
 }
 
 template <class Side>
