@@ -14,7 +14,10 @@ namespace {
 
 using namespace mc_test;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 constexpr std::uint32_t kPort = 3;
 constexpr int kBlock = 3;  // of the rules of that port
@@ -582,6 +585,66 @@ TYPED_TEST(Mode, WhatTheTablesCallAnUplinkIsOne) {
     Side::ports()[kBlock].port_type = MC_PORT_UPLINK;
     EXPECT_EQ(Side::receive(Side::report(), kPort), -1);
     EXPECT_THAT(this->core_calls(), IsEmpty());
+}
+
+TYPED_TEST(Mode, IsTracedWithTheHandlerAndWhatIsKeptFromTheCore) {
+    using Side = TypeParam;
+    const auto traced = [](std::uint32_t port) {
+        return said(Side::mask(), kDbg, [port] { Side::receive(Side::report(), port); });
+    };
+    for (const auto& [mode, name] :
+         {std::pair{Side::kSnooping, "Snooping"}, std::pair{Side::kControl, "control"}}) {
+        Side::set_mode(mode);
+        const std::string handler = Side::has_handler(name);
+        EXPECT_THAT(traced(2), HasSubstr(Side::has_mode(mode) + handler));
+        EXPECT_THAT(traced(29),
+                    HasSubstr(Side::has_mode(mode) + Side::kept_from_core(mode, 29) + handler));
+    }
+    Side::set_mode(4);
+    EXPECT_THAT(traced(2), Not(HasSubstr("MODE is")));
+}
+
+TYPED_TEST(Mode, IsSilentUnderTheOtherSidesMask) {
+    using Side = TypeParam;
+    Side::set_mode(Side::kSnooping);
+    EXPECT_EQ(said(Side::other_mask(), kAllCategories,
+                   [] {
+                       Side::receive(Side::report(), 2);
+                       Side::receive(Side::report(), 29);
+                       Side::receive(Side::report(), 30);
+                       Side::receive(Bytes(13), 2);
+                   }),
+              "");
+}
+
+// ---- Receive dump ------------------------------------------------------------------------------
+
+template <class Side>
+class ReceiveDump : public FrameTest<Side> {};
+TYPED_TEST_SUITE(ReceiveDump, Sides, TypeNames);
+
+TYPED_TEST(ReceiveDump, ShowsEveryFrameThatIsNotTooLong) {
+    using Side = TypeParam;
+    for (const std::size_t length : {0, 1, 15, 16, 17, 32, 33, 2000}) {
+        const Bytes frame = counted_bytes(length);
+        expect_said(Side::mask(), 0x10, Side::received_heading(31, length) + hex_dump(frame),
+                    [&] { Side::receive(frame, 31); });
+    }
+    EXPECT_EQ(said(Side::mask(), 0x10, [] { Side::receive(Bytes(2001), 2); }), "");
+}
+
+TYPED_TEST(ReceiveDump, IsAHeadingAtMostWithoutAFrame) {
+    using Side = TypeParam;
+    EXPECT_EQ(said(Side::mask(), 0x10, [] { Side::receive_frame(nullptr, 60, 2); }),
+              Side::received_heading(2, 60));
+}
+
+TYPED_TEST(ReceiveDump, IsUnderThePortThatTheFrameCameInOn) {
+    using Side = TypeParam;
+    Side::set_test_uplink(2);
+    const std::size_t length = Side::report().size();
+    EXPECT_THAT(said(Side::mask(), 0x10, [] { Side::receive(Side::report(), 2); }),
+                StartsWith(Side::received_heading(2, length)));
 }
 
 // ---- Long frames -------------------------------------------------------------------------------

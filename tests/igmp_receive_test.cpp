@@ -17,7 +17,6 @@ using namespace mc_test;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 class IgmpReception : public ReceptionTest<Igmp> {};
 
@@ -217,65 +216,6 @@ TEST_F(IgmpReception, ReportsAFrameFromAnUnknownPort) {
                 "\r\n[MC_DBG_ERR]: \n [checkPortState]port(7) is not find!"
                 "\r\n[MC_DBG_ERR]: port number is invalid!\r",
                 [] { Igmp::receive(Igmp::report({20}), 7); });
-}
-
-TEST_F(IgmpReception, TracesTheModeAndWhatItKeepsFromTheCore) {
-    proxy_adapt_mode = MC_MODE_SNOOPING;
-    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 2); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 1\r\n"
-                          "\r\n[MC_DBG_DBG]: IGMP MODE is Snooping\r\n"));
-    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 29); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 1\r\n"
-                          "\r\n[MC_DBG_DBG]: igmpL2PktProc  igmp_mode = 1 usPort = 29\r\n"
-                          "\r\n[MC_DBG_DBG]: IGMP MODE is Snooping\r\n"));
-    proxy_adapt_mode = MC_MODE_CONTROL;
-    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 2); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 3\r\n"
-                          "\r\n[MC_DBG_DBG]: IGMP MODE is control\r\n"));
-    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 29); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: IGMP MODE = 3\r\n"
-                          "\r\n[MC_DBG_DBG]: igmpL2PktProc  igmp_mode = 3 usPort = 29\r\n"
-                          "\r\n[MC_DBG_DBG]: IGMP MODE is control\r\n"));
-    proxy_adapt_mode = 4;
-    EXPECT_THAT(said(mc_debug, kDbg, [] { Igmp::receive(Igmp::report(), 2); }),
-                Not(HasSubstr("IGMP MODE is")));
-}
-
-// ---- Receive dump ------------------------------------------------------------------------------
-
-TEST_F(IgmpReception, DumpsEveryFrameThatIsNotTooLong) {
-    for (const std::size_t length : {0, 1, 15, 16, 17, 32, 33, 2000}) {
-        const Bytes frame = counted_bytes(length);
-        expect_said(mc_debug, 0x10,
-                    "[igmpL2PktProc]: Pkt recv from port 31, len " + std::to_string(length) +
-                        ".\r\n" + hex_dump(frame),
-                    [&] { Igmp::receive(frame, 31); });
-    }
-    EXPECT_EQ(said(mc_debug, 0x10, [] { Igmp::receive(Bytes(2001), 2); }), "");
-}
-
-TEST_F(IgmpReception, DumpsTheHeadingOnlyWithoutAFrame) {
-    EXPECT_EQ(said(mc_debug, 0x10, [] { igmpL2PktProc(nullptr, 60, 2); }),
-              "[igmpL2PktProc]: Pkt recv from port 2, len 60.\r\n");
-}
-
-TEST_F(IgmpReception, DumpsUnderThePortThatTheFrameCameInOn) {
-    testuplink = 2;
-    EXPECT_THAT(said(mc_debug, 0x10, [] { Igmp::receive(Igmp::report(), 2); }),
-                HasSubstr("Pkt recv from port 2, len 46.\r\n"));
-}
-
-// The dump shows frames, not settings: the MLD mask is another one.
-TEST_F(IgmpReception, IsSilentUnderTheMldMask) {
-    proxy_adapt_mode = MC_MODE_SNOOPING;
-    EXPECT_EQ(said(mld_debug, kAllCategories,
-                   [] {
-                       Igmp::receive(Igmp::report(), 2);
-                       Igmp::receive(Igmp::report(), 29);
-                       Igmp::receive(Igmp::report(), 30);
-                       Igmp::receive(Bytes(13), 2);
-                   }),
-              "");
 }
 
 // ---- Frames that a host module delivers itself -------------------------------------------------

@@ -5,7 +5,6 @@
 #include "tests/support/console.h"
 #include "tests/support/frames.h"
 #include "tests/support/fresh_library.h"
-#include "tests/support/hex_dump.h"
 #include "tests/support/reception.h"
 #include "tests/support/rules.h"
 #include "tests/support/sides.h"
@@ -16,7 +15,6 @@ using namespace mc_test;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 
 constexpr std::uint8_t kUplink = MC_UPLINK_PORT;
 
@@ -293,11 +291,6 @@ TEST_F(MldReception, FramesFromTheZeroAddressAreTheNodesOwn) {
     EXPECT_EQ(Mld::receive(ethernet().from("00:00:00:11:00:11").ipv6(Mld::packet()), 2), 0);
 }
 
-TEST_F(MldReception, AnIpv4FrameIsDroppedWithItsEthertype) {
-    expect_said(mld_debug, kErr, "\r\n[MC_DBG_ERR]: Not ip pkt recieved,abord!(2048)\r\n",
-                [] { EXPECT_EQ(Mld::receive(ethernet().ipv4(Igmp::packet()), 2), -1); });
-}
-
 TEST_F(MldReception, LeavesTheIgmpSidesReceivePortAlone) {
     srcPortNum = 4;
     Mld::receive(Mld::report(), 2);
@@ -396,49 +389,6 @@ TEST_F(MldReception, TracesTheCoresRefusal) {
     EXPECT_THAT(said(mld_debug, kDbg, [] { EXPECT_EQ(Mld::receive(Mld::report(), 2), -9); }),
                 ::testing::EndsWith("\r\n[MC_DBG_DBG]: MLD MODE = 1\r\n"
                                     "\r\n[MC_DBG_DBG]: mld_pkt_recv ret = -9\r\n"));
-}
-
-TEST_F(MldReception, TracesTheModeAndWhatItKeepsFromTheCore) {
-    mldInitParams.multiMode = MLD_MODE_SNOOPING;
-    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), 2); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: MLD MODE = 2\r\n"
-                          "\r\n[MC_DBG_DBG]: mld MODE is Snooping\r\n"));
-    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), kUplink); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: MLD MODE = 2\r\n"
-                          "\r\n[MC_DBG_DBG]: mldL2PktProc  mld_mode = 2 usPort = 29\r\n"
-                          "\r\n[MC_DBG_DBG]: mld MODE is Snooping\r\n"));
-    mldInitParams.multiMode = MLD_MODE_CONTROL;
-    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), 2); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: MLD MODE = 3\r\n"
-                          "\r\n[MC_DBG_DBG]: mld MODE is control\r\n"));
-    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), kUplink); }),
-                HasSubstr("\r\n[MC_DBG_DBG]: mldL2PktProc  mld_mode = 3 usPort = 29\r\n"
-                          "\r\n[MC_DBG_DBG]: mld MODE is control\r\n"));
-    mldInitParams.multiMode = 4;
-    EXPECT_THAT(said(mld_debug, kDbg, [] { Mld::receive(Mld::report(), 2); }),
-                Not(HasSubstr("mld MODE is")));
-}
-
-// Without the heading that the IGMP side has.
-TEST_F(MldReception, DumpsEveryFrameThatIsNotTooLong) {
-    for (const std::size_t length : {0, 1, 15, 16, 17, 32, 33, 2000}) {
-        const Bytes frame = counted_bytes(length);
-        expect_said(mld_debug, 0x10, hex_dump(frame), [&] { Mld::receive(frame, 31); });
-    }
-    EXPECT_EQ(said(mld_debug, 0x10, [] { Mld::receive(Bytes(2001), 2); }), "");
-    EXPECT_EQ(said(mld_debug, 0x10, [] { mldL2PktProc(nullptr, 60, 2); }), "");
-}
-
-TEST_F(MldReception, IsSilentUnderTheIgmpMask) {
-    mldInitParams.multiMode = MLD_MODE_SNOOPING;
-    EXPECT_EQ(said(mc_debug, kAllCategories,
-                   [] {
-                       Mld::receive(Mld::report(), 2);
-                       Mld::receive(Mld::report(), kUplink);
-                       Mld::receive(Mld::report(), 30);
-                       Mld::receive(Bytes(13), 2);
-                   }),
-              "");
 }
 
 }  // namespace

@@ -251,14 +251,6 @@ TEST_F(MldVlan, NewVlanIsTraced) {
                    [] { set(kNewRule); });
 }
 
-TEST_F(MldVlan, KnownVlanIsTracedByItsEntriesAlone) {
-    given_vlans<Mld>({0x112C, 100, 0x112C});
-    expect_console(new_rule_traced(0) + Lines{Mld::cfg("***mld portVlan[j]= 4396"),
-                                              Mld::cfg("***mld portVlan[j]= 100"),
-                                              Mld::cfg("***mld portVlan[j]= 4396")},
-                   [] { set(kNewRule); });
-}
-
 TEST_F(MldVlan, MissingPlaceIsReportedBehindTheEntries) {
     mldInitParams.srcPortNum = 29;
     Lines lines = new_rule_traced(0);
@@ -267,42 +259,6 @@ TEST_F(MldVlan, MissingPlaceIsReportedBehindTheEntries) {
     }
     lines.push_back(Mld::err("\n no room for vlan(4396) in the template vlan list!"));
     expect_console(lines, [] { set(kNewRule); });
-}
-
-TEST_F(MldVlan, TagModesAreTracedWhileTheyCount) {
-    const auto expect_traced = [](int mode, const Lines& tag_mode) {
-        expect_console(
-            Lines{Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 6\n")} +
-                tag_mode + Lines{Mld::err("mld port(6) is invalid!\r\n")},
-            [mode] {
-                set(rule(6, mode, {1, 2}, {3, 4}, {5, 6}));
-            });
-    };
-    expect_traced(0, {Mld::dbg("mld multicast_vlan tagmode = 0, is untag mode!\n")});
-    expect_traced(1, {Mld::dbg("mld multicast_vlan tagmode = 1, is tag mode!\n")});
-    expect_traced(2, {Mld::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n")});
-    expect_traced(3, {Mld::dbg("mld multicast_vlan tagmode = 3, is translate mode!\n")});
-    expect_traced(-128, {Mld::dbg("mld multicast_vlan tagmode = -128, is tag mode!\n")});
-    mldInitParams.mld_flag_omci_version = 1;
-    expect_traced(0, {});
-}
-
-TEST_F(MldVlan, UnknownPortIsReportedAsASignedByte) {
-    expect_console({Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = -56\n"),
-                    Mld::dbg("mld multicast_vlan tagmode = 1, is tag mode!\n"),
-                    Mld::err("mld port(-56) is invalid!\r\n")},
-                   [] { set(simple_rule(200, 10, 300)); });
-}
-
-TEST_F(MldVlan, FullPortIsRefusedWithoutAWord) {
-    mldInitParams.vlancfgnum[6] = 10;
-    expect_console(new_rule_traced(10), [] { set(kNewRule); });
-}
-
-TEST_F(MldVlan, BusySlotIsReported) {
-    mldInitParams.mldPortVlanCfg[6][0].in_data_vlan = 100;
-    expect_console(new_rule_traced(0) + Lines{Mld::err("\n PortVlan storege is wrong!\n")},
-                   [] { set(kNewRule); });
 }
 
 // A dump shows as many rules and VLANs as the IGMP side counts, here one and two.

@@ -560,20 +560,12 @@ TYPED_TEST(Transmit, AFailureStopsNoFurtherFrame) {
     EXPECT_EQ(sent_frames().size(), 2u);
 }
 
-// A heading on one side only.
-template <class Side>
-std::string dump_heading(unsigned port, std::size_t len) {
-    if (std::is_same_v<Side, Mld>) return "";
-    return "[l2_igmp_send_pkt]: Pkt Send to port " + std::to_string(port) + ", len " +
-           std::to_string(len) + ".\r\n";
-}
-
 TYPED_TEST(Transmit, DumpsEveryFrame) {
     using Side = TypeParam;
     for (const std::size_t length : {0, 1, 15, 16, 17, 32, 33, 1518}) {
         FrameBuffer frame(counted_bytes(length));
         expect_said(Side::mask(), 0x08,
-                    dump_heading<Side>(3, length) + hex_dump(counted_bytes(length)),
+                    Side::sent_heading(3, length) + hex_dump(counted_bytes(length)),
                     [&] { Side::transmit(frame.data(), static_cast<std::uint16_t>(length), 3); });
     }
 }
@@ -581,7 +573,7 @@ TYPED_TEST(Transmit, DumpsEveryFrame) {
 TYPED_TEST(Transmit, DumpsNoFrameWhereThereIsNone) {
     using Side = TypeParam;
     EXPECT_EQ(said(Side::mask(), 0x08, [] { Side::transmit(nullptr, 0, 3); }),
-              dump_heading<Side>(3, 0));
+              Side::sent_heading(3, 0));
     EXPECT_THAT(calls(), ElementsAre("L2_multicast_send_msg(null, 3, 0, 4, 777)"));
 }
 
@@ -590,7 +582,7 @@ TYPED_TEST(Transmit, DumpsUnderThePortThatWasAskedFor) {
     Side::set_test_uplink(2);
     FrameBuffer frame(counted_bytes(8));
     EXPECT_THAT(said(Side::mask(), 0x08, [&] { Side::transmit(frame.data(), 8, 29); }),
-                StartsWith(dump_heading<Side>(29, 8)));
+                StartsWith(Side::sent_heading(29, 8)));
 }
 
 class IgmpTransmit : public SendPacket<Igmp> {};
@@ -618,216 +610,171 @@ TEST_F(MldTransmit, AReportedFailureIsTheLengthOfTheReport) {
 
 // ---- Forwarding entries ------------------------------------------------------------------------
 
-IgmpGroupEntry group_entry(const std::string& group, std::uint16_t vlan, std::uint16_t port) {
-    IgmpGroupEntry entry;
-    std::memset(&entry, 0xA5, sizeof entry);  // what is not read may hold anything
-    entry.group = ipv4_number(group);
-    entry.vlan = vlan;
-    entry.port = port;
-    return entry;
-}
+template <class Side>
+class Entries : public StartedTest {
+ protected:
+    static void add_and_delete(std::uint16_t vlan, std::uint16_t port) {
+        auto entry = Side::entry(vlan, port);
+        EXPECT_EQ(Side::add_entry(&entry), 0);
+        EXPECT_EQ(Side::delete_entry(&entry), 0);
+    }
+    static std::int32_t add(std::uint16_t vlan = 100, std::uint16_t port = 3) {
+        auto entry = Side::entry(vlan, port);
+        return Side::add_entry(&entry);
+    }
+    static std::int32_t remove(std::uint16_t vlan = 100, std::uint16_t port = 3) {
+        auto entry = Side::entry(vlan, port);
+        return Side::delete_entry(&entry);
+    }
+    static std::string mac_line() {
+        return std::string("\r\n[MC_DBG_DBG]: gmac address   : ") + Side::kEntryMac;
+    }
+};
+TYPED_TEST_SUITE(Entries, Sides, TypeNames);
 
-MldGroupEntry mld_group_entry(const Bytes& tail, std::uint16_t vlan, std::uint16_t port) {
-    MldGroupEntry entry;
-    std::memset(&entry, 0xA5, sizeof entry);
-    std::copy_n(tail.begin(), 4, entry.group_tail);
-    entry.vlan = vlan;
-    entry.port = port;
-    return entry;
-}
-
-class IgmpEntries : public StartedTest {};
-
-TEST_F(IgmpEntries, AGroupIsAddedUnderItsMacAddress) {
-    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
-    EXPECT_EQ(igmp_add_grp(&entry), 0);
-    entry = group_entry("224.127.254.253", 4095, 5);
-    EXPECT_EQ(igmp_add_grp(&entry), 0);
+TYPED_TEST(Entries, AreAddedAndRemovedUnderTheirMacAddress) {
+    using Side = TypeParam;
+    this->add_and_delete(100, 3);
+    this->add_and_delete(4095, 5);
     EXPECT_THAT(calls(),
-                ElementsAre("L2_multicast_set_port_iptv_entry(3, 01:00:5e:01:01:01, 100)",
-                            "L2_multicast_set_port_iptv_entry(5, 01:00:5e:7f:fe:fd, 4095)"));
+                ElementsAre(call("L2_multicast_set_port_iptv_entry", 3, Side::kEntryMac, 100),
+                            call("L2_multicast_remove_port_iptv_entry", 3, Side::kEntryMac, 100),
+                            call("L2_multicast_set_port_iptv_entry", 5, Side::kEntryMac, 4095),
+                            call("L2_multicast_remove_port_iptv_entry", 5, Side::kEntryMac, 4095)));
 }
 
-TEST_F(IgmpEntries, AGroupIsRemovedUnderItsMacAddress) {
-    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
-    EXPECT_EQ(igmp_del_grp(&entry), 0);
+TYPED_TEST(Entries, HaveASignedPort) {
+    using Side = TypeParam;
+    this->add_and_delete(100, 0xFFFF);
     EXPECT_THAT(calls(),
-                ElementsAre("L2_multicast_remove_port_iptv_entry(3, 01:00:5e:01:01:01, 100)"));
+                ElementsAre(call("L2_multicast_set_port_iptv_entry", -1, Side::kEntryMac, 100),
+                            call("L2_multicast_remove_port_iptv_entry", -1, Side::kEntryMac, 100)));
+    EXPECT_THAT(said(Side::mask(), kDbg, [this] { this->add(100, 0xFFFF); }),
+                HasSubstr("portNo = -1 "));
 }
 
-TEST_F(IgmpEntries, ThePortIsPassedOnAsASignedNumber) {
-    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 0xFFFF);
-    igmp_add_grp(&entry);
-    igmp_del_grp(&entry);
-    EXPECT_THAT(calls(),
-                ElementsAre("L2_multicast_set_port_iptv_entry(-1, 01:00:5e:01:01:01, 100)",
-                            "L2_multicast_remove_port_iptv_entry(-1, 01:00:5e:01:01:01, 100)"));
-    EXPECT_THAT(said(mc_debug, kDbg, [&] { igmp_add_grp(&entry); }), HasSubstr("portNo = -1 "));
-}
-
-TEST_F(IgmpEntries, TheCoreHearsOfAFailingAddByDefault) {
-    answer("L2_multicast_set_port_iptv_entry", kFailure);
-    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
-    EXPECT_EQ(igmp_add_grp(&entry), 1);
-    igmp_set_table_return(0);
-    EXPECT_EQ(igmp_add_grp(&entry), 0);
-    igmp_set_table_return(1);
-    EXPECT_EQ(igmp_add_grp(&entry), 1);
-}
-
-TEST_F(IgmpEntries, AFailingAddBringsTheAnswerInto0Or1) {
-    answer("L2_multicast_set_port_iptv_entry", kFailure);
-    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
-    tablereturn = 7;
-    EXPECT_EQ(igmp_add_grp(&entry), 1);
-    EXPECT_EQ(tablereturn, 1);
-    tablereturn = -7;
-    EXPECT_EQ(igmp_add_grp(&entry), 0);
-    EXPECT_EQ(tablereturn, 0);
-}
-
-TEST_F(IgmpEntries, ASuccessfulAddLeavesTheAnswerAlone) {
-    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
-    tablereturn = 7;
-    EXPECT_EQ(igmp_add_grp(&entry), 0);
-    EXPECT_EQ(tablereturn, 7);
-}
-
-TEST_F(IgmpEntries, AFailingRemovalIsTheDriversStatus) {
-    answer("L2_multicast_remove_port_iptv_entry", kFailure);
-    IgmpGroupEntry entry = group_entry("239.129.1.1", 100, 3);
-    igmp_set_table_return(0);
-    EXPECT_EQ(igmp_del_grp(&entry), kFailure);
-}
-
-TEST_F(IgmpEntries, WithoutARecordNothingIsDone) {
-    EXPECT_EQ(said(mc_debug, kAllCategories,
+TYPED_TEST(Entries, WithoutARecordAreNone) {
+    using Side = TypeParam;
+    EXPECT_EQ(said(Side::mask(), kAllCategories,
                    [] {
-                       EXPECT_EQ(igmp_add_grp(nullptr), -1);
-                       EXPECT_EQ(igmp_del_grp(nullptr), -1);
+                       EXPECT_EQ(Side::add_entry(nullptr), -1);
+                       EXPECT_EQ(Side::delete_entry(nullptr), -1);
                    }),
               "");
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(IgmpEntries, TracesAnAdd) {
-    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
-    expect_said(mc_debug, kDbg,
-                "\r\n[MC_DBG_DBG]: gmac address   : 01:00:5e:01:01:0a"
-                "\r\n[MC_DBG_DBG]: igmp_add_grp portNo = 3 vlan = 100\r\n",
-                [&] { igmp_add_grp(&entry); });
+TYPED_TEST(Entries, AreTracedWhenTheyAreAdded) {
+    using Side = TypeParam;
+    expect_said(
+        Side::mask(), kDbg,
+        this->mac_line() + "\r\n[MC_DBG_DBG]: " + Side::kAddEntry + " portNo = 3 vlan = 100\r\n",
+        [this] { this->add(); });
 }
 
-TEST_F(IgmpEntries, ReportsAFailingAdd) {
+TYPED_TEST(Entries, ThatTheDriverRefusesAreReported) {
+    using Side = TypeParam;
     answer("L2_multicast_set_port_iptv_entry", -4);
-    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
-    expect_said(mc_debug, kErr,
+    answer("L2_multicast_remove_port_iptv_entry", -5);
+    expect_said(Side::mask(), kErr,
                 "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_set_port_iptv_entry Fail -4",
-                [&] { igmp_add_grp(&entry); });
-    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: \n ERROR!tablereturn 1",
-                [&] { igmp_add_grp(&entry); });
-    tablereturn = 0;
-    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: \n ERROR!tablereturn 0",
-                [&] { igmp_add_grp(&entry); });
+                [this] { this->add(); });
+    expect_said(Side::mask(), kErr,
+                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_remove_port_iptv_entry Fail -5",
+                [this] { this->remove(); });
 }
 
-// Its port stands in another category than that of the add.
-TEST_F(IgmpEntries, TracesARemovalInTwoCategories) {
-    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
-    expect_said(mc_debug, kDbg, "\r\n[MC_DBG_DBG]: gmac address   : 01:00:5e:01:01:0a",
-                [&] { igmp_del_grp(&entry); });
-    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: igmp_del_grp portNo = 3 vlan = 100\r\n",
-                [&] { igmp_del_grp(&entry); });
-}
-
-TEST_F(IgmpEntries, ReportsAFailingRemoval) {
-    answer("L2_multicast_remove_port_iptv_entry", -4);
-    IgmpGroupEntry entry = group_entry("239.129.1.10", 100, 3);
-    expect_said(mc_debug, kErr,
-                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_remove_port_iptv_entry Fail -4",
-                [&] { igmp_del_grp(&entry); });
-}
-
-class MldEntries : public StartedTest {};
-
-TEST_F(MldEntries, AGroupIsAddedAndRemovedUnderTheEndOfItsAddress) {
-    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x02}, 100, 3);
-    EXPECT_EQ(mld_add_grp(&entry), 0);
-    EXPECT_EQ(mld_del_grp(&entry), 0);
-    entry.port = 0xFFFF;
-    EXPECT_EQ(mld_add_grp(&entry), 0);
-    EXPECT_EQ(mld_del_grp(&entry), 0);
-    EXPECT_THAT(calls(),
-                ElementsAre("L2_multicast_set_port_iptv_entry(3, 33:33:80:01:00:02, 100)",
-                            "L2_multicast_remove_port_iptv_entry(3, 33:33:80:01:00:02, 100)",
-                            "L2_multicast_set_port_iptv_entry(-1, 33:33:80:01:00:02, 100)",
-                            "L2_multicast_remove_port_iptv_entry(-1, 33:33:80:01:00:02, 100)"));
-}
-
-// Unlike on the IGMP side.
-TEST_F(MldEntries, AFailureIsTheDriversStatusWhateverTheIgmpSideAnswers) {
-    answer("L2_multicast_set_port_iptv_entry", kFailure);
+TYPED_TEST(Entries, ThatTheDriverKeepsGiveItsStatus) {
     answer("L2_multicast_remove_port_iptv_entry", kFailure);
-    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x02}, 100, 3);
     for (const int answer_of_table : {0, 1, 7}) {
         tablereturn = answer_of_table;
-        EXPECT_EQ(mld_add_grp(&entry), kFailure);
-        EXPECT_EQ(mld_del_grp(&entry), kFailure);
+        EXPECT_EQ(this->remove(), kFailure);
         EXPECT_EQ(tablereturn, answer_of_table);
     }
 }
 
-TEST_F(MldEntries, WithoutARecordNothingIsDone) {
-    EXPECT_EQ(mld_add_grp(nullptr), -1);
-    EXPECT_EQ(mld_del_grp(nullptr), -1);
-    EXPECT_THAT(calls(), IsEmpty());
-}
-
-TEST_F(MldEntries, TracesBothInOneCategory) {
-    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x0a}, 100, 3);
-    expect_said(mld_debug, kDbg,
-                "\r\n[MC_DBG_DBG]: gmac address   : 33:33:80:01:00:0a"
-                "\r\n[MC_DBG_DBG]: mld_add_grp portNo = 3 vlan = 100\r\n",
-                [&] { mld_add_grp(&entry); });
-    expect_said(mld_debug, kDbg,
-                "\r\n[MC_DBG_DBG]: gmac address   : 33:33:80:01:00:0a"
-                "\r\n[MC_DBG_DBG]: mld_del_grp portNo = 3 vlan = 100\r\n",
-                [&] { mld_del_grp(&entry); });
-}
-
-TEST_F(MldEntries, ReportsFailures) {
-    answer("L2_multicast_set_port_iptv_entry", -4);
-    answer("L2_multicast_remove_port_iptv_entry", -5);
-    MldGroupEntry entry = mld_group_entry({0x80, 0x01, 0x00, 0x0a}, 100, 3);
-    expect_said(mld_debug, kErr,
-                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_set_port_iptv_entry Fail -4",
-                [&] { mld_add_grp(&entry); });
-    expect_said(mld_debug, kErr,
-                "\r\n[MC_DBG_ERR]: \n ERROR!L2_multicast_remove_port_iptv_entry Fail -5",
-                [&] { mld_del_grp(&entry); });
-    EXPECT_EQ(said(mld_debug, kCfg, [&] { mld_add_grp(&entry); }), "");
-}
-
-// The masks of the sides are two.
-TEST_F(MldEntries, EachSideIsSilentUnderTheOthersMask) {
-    MldGroupEntry mld = mld_group_entry({0x80, 0x01, 0x00, 0x0a}, 100, 3);
-    IgmpGroupEntry igmp = group_entry("239.129.1.10", 100, 3);
+TYPED_TEST(Entries, AndPacketsAreSilentUnderTheOtherSidesMask) {
+    using Side = TypeParam;
     answer("L2_multicast_set_port_iptv_entry", kFailure);
     answer("L2_multicast_send_msg", kFailure);
-    EXPECT_EQ(said(mc_debug, kAllCategories,
-                   [&] {
-                       mld_add_grp(&mld);
-                       mld_del_grp(&mld);
-                       Mld::send(core_packet(48), 7, {.vid = 100});
+    EXPECT_EQ(said(Side::other_mask(), kAllCategories,
+                   [this] {
+                       this->add();
+                       this->remove();
+                       Side::send(core_packet(48), 7, {.vid = 100});
                    }),
               "");
-    EXPECT_EQ(said(mld_debug, kAllCategories,
-                   [&] {
-                       igmp_add_grp(&igmp);
-                       igmp_del_grp(&igmp);
-                       Igmp::send(core_packet(48), 7, {.vid = 100});
-                   }),
-              "");
+}
+
+class IgmpEntries : public Entries<Igmp> {};
+
+TEST_F(IgmpEntries, HaveTheLow23BitsOfTheGroupInTheirMacAddress) {
+    IgmpGroupEntry entry = Igmp::entry(100, 3);
+    entry.group = ipv4_number("239.129.1.1");
+    EXPECT_EQ(igmp_add_grp(&entry), 0);
+    entry.group = ipv4_number("224.127.254.253");
+    EXPECT_EQ(igmp_add_grp(&entry), 0);
+    EXPECT_THAT(calls(),
+                ElementsAre("L2_multicast_set_port_iptv_entry(3, 01:00:5e:01:01:01, 100)",
+                            "L2_multicast_set_port_iptv_entry(3, 01:00:5e:7f:fe:fd, 100)"));
+}
+
+TEST_F(IgmpEntries, TheCoreHearsOfAFailingAddByDefault) {
+    answer("L2_multicast_set_port_iptv_entry", kFailure);
+    EXPECT_EQ(add(), 1);
+    igmp_set_table_return(0);
+    EXPECT_EQ(add(), 0);
+    igmp_set_table_return(1);
+    EXPECT_EQ(add(), 1);
+}
+
+TEST_F(IgmpEntries, AFailingAddBringsTheAnswerInto0Or1) {
+    answer("L2_multicast_set_port_iptv_entry", kFailure);
+    tablereturn = 7;
+    EXPECT_EQ(add(), 1);
+    EXPECT_EQ(tablereturn, 1);
+    tablereturn = -7;
+    EXPECT_EQ(add(), 0);
+    EXPECT_EQ(tablereturn, 0);
+}
+
+TEST_F(IgmpEntries, ASuccessfulAddLeavesTheAnswerAlone) {
+    tablereturn = 7;
+    EXPECT_EQ(add(), 0);
+    EXPECT_EQ(tablereturn, 7);
+}
+
+TEST_F(IgmpEntries, AFailingAddTracesTheAnswer) {
+    answer("L2_multicast_set_port_iptv_entry", -4);
+    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: \n ERROR!tablereturn 1", [] { add(); });
+    tablereturn = 0;
+    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: \n ERROR!tablereturn 0", [] { add(); });
+}
+
+// The port stands in another category than that of the add.
+TEST_F(IgmpEntries, ARemovalIsTracedInTwoCategories) {
+    expect_said(mc_debug, kDbg, mac_line(), [] { remove(); });
+    expect_said(mc_debug, kCfg, "\r\n[MC_DBG_CFG]: igmp_del_grp portNo = 3 vlan = 100\r\n",
+                [] { remove(); });
+}
+
+class MldEntries : public Entries<Mld> {};
+
+// Unlike on the IGMP side.
+TEST_F(MldEntries, AFailingAddIsTheDriversStatusWhateverTheIgmpSideAnswers) {
+    answer("L2_multicast_set_port_iptv_entry", kFailure);
+    for (const int answer_of_table : {0, 1, 7}) {
+        tablereturn = answer_of_table;
+        EXPECT_EQ(add(), kFailure);
+        EXPECT_EQ(tablereturn, answer_of_table);
+    }
+    EXPECT_EQ(said(mld_debug, kCfg, [] { add(); }), "");
+}
+
+TEST_F(MldEntries, ARemovalIsTracedInOneCategory) {
+    expect_said(mld_debug, kDbg,
+                mac_line() + "\r\n[MC_DBG_DBG]: mld_del_grp portNo = 3 vlan = 100\r\n",
+                [] { remove(); });
 }
 
 // ---- Call-backs inside the core ----------------------------------------------------------------
@@ -841,7 +788,7 @@ TEST_F(CallBack, APacketSentWhileAFrameIsLookedAtCarriesThatFramesPort) {
     during("igmp_pkt_recv", [] {
         const Bytes report = Igmp::packet();
         EXPECT_EQ(Igmp::send(report, 0xFFFF, {.vid = 100}), 100);
-        IgmpGroupEntry entry = group_entry("239.255.1.1", 100, 3);
+        IgmpGroupEntry entry = Igmp::entry(100, 3);
         EXPECT_EQ(igmp_add_grp(&entry), 0);
     });
     FrameBuffer frame(Igmp::framed(ethernet().tag(100), Igmp::packet()));
@@ -851,7 +798,7 @@ TEST_F(CallBack, APacketSentWhileAFrameIsLookedAtCarriesThatFramesPort) {
     EXPECT_EQ(sent_frames()[0].src_port, 29u);
     EXPECT_EQ(sent_frames()[0].vlan, 100u);
     EXPECT_EQ(last_call("L2_multicast_set_port_iptv_entry").text,
-              "L2_multicast_set_port_iptv_entry(3, 01:00:5e:7f:01:01, 100)");
+              call("L2_multicast_set_port_iptv_entry", 3, Igmp::kEntryMac, 100));
 }
 
 }  // namespace

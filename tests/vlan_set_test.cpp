@@ -278,29 +278,135 @@ TYPED_TEST(VlanSet, EleventhVlanIsRefused) {
     expect_vlans<TypeParam>(kTenListed);
 }
 
+// ---- Console, both sides -----------------------------------------------------------------
+
+// What a set says until the rule is stored. The MLD side leaves the request's fields out, shows the
+// count of the port's rules, and names itself in most lines.
+template <class Side>
+struct Texts;
+
+template <>
+struct Texts<Igmp> {
+    static Lines entered(int port, const std::string& fields) {
+        return {Igmp::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = " +
+                          std::to_string(port) + "\r\n"),
+                Igmp::dbg(fields + ".\r\n")};
+    }
+    static Line has_tag_mode(int mode, const std::string& name) {
+        return Igmp::dbg(line("multicast_vlan tagmode = %d, is ", mode) + name + " mode!\n");
+    }
+    static Lines has_logical_port(int logical, int /*count*/) {
+        return {Igmp::dbg("\n logicPort is " + std::to_string(logical))};
+    }
+    static Line port_is_invalid(int port) {
+        return Igmp::err("\n port(" + std::to_string(port) + ") is invalid!");
+    }
+    static Line list_entry(int vlan) {
+        return Igmp::cfg("***portVlan[j]= " + std::to_string(vlan));
+    }
+};
+
+template <>
+struct Texts<Mld> {
+    static Lines entered(int port, const std::string& /*fields*/) {
+        return {Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = " +
+                         std::to_string(port) + "\n")};
+    }
+    static Line has_tag_mode(int mode, const std::string& name) {
+        return Mld::dbg(line("mld multicast_vlan tagmode = %d, is ", mode) + name + " mode!\n");
+    }
+    static Lines has_logical_port(int logical, int count) {
+        return {Mld::dbg("mld logicPort is " + std::to_string(logical) + "\r\n"),
+                Mld::dbg("mld vlancfgtem(" + std::to_string(count) + ")\r\n")};
+    }
+    static Line port_is_invalid(int port) {
+        return Mld::err("mld port(" + std::to_string(port) + ") is invalid!\r\n");
+    }
+    static Line list_entry(int vlan) {
+        return Mld::cfg("***mld portVlan[j]= " + std::to_string(vlan));
+    }
+};
+
+// What a side says of the new rule until it is stored.
+template <class Side>
+Lines new_rule_traced(int count = 0) {
+    return Texts<Side>::entered(2, "2, 10, 11, 1, 12, 13, 0, 300, 15") +
+           Lines{Texts<Side>::has_tag_mode(2, "translate")} +
+           Texts<Side>::has_logical_port(2, count);
+}
+
+TYPED_TEST(VlanSet, KnownVlanIsTracedByTheListAlone) {
+    given_vlans<TypeParam>({300, 0x112C, 300});
+    expect_console(new_rule_traced<TypeParam>() + Lines{Texts<TypeParam>::list_entry(300),
+                                                        Texts<TypeParam>::list_entry(0x112C),
+                                                        Texts<TypeParam>::list_entry(300)},
+                   [this] { this->set(kNewRule); });
+}
+
+TYPED_TEST(VlanSet, TagModesAreTracedWhileTheyCount) {
+    using Says = Texts<TypeParam>;
+    const auto expect_traced = [](int mode, const Lines& tag_mode) {
+        const std::string m = std::to_string(mode);
+        expect_console(Says::entered(6, m + ", 1, 2, " + m + ", 3, 4, " + m + ", 5, 6") + tag_mode +
+                           Lines{Says::port_is_invalid(6)},
+                       [mode] {
+                           Rule request = rule(6, mode, {1, 2}, {3, 4}, {5, 6});
+                           TypeParam::set(&request);
+                       });
+    };
+    expect_traced(0, {Says::has_tag_mode(0, "untag")});
+    expect_traced(1, {Says::has_tag_mode(1, "tag")});
+    expect_traced(2, {Says::has_tag_mode(2, "translate")});
+    expect_traced(3, {Says::has_tag_mode(3, "translate")});
+    expect_traced(-1, {Says::has_tag_mode(-1, "tag")});
+    expect_traced(-128, {Says::has_tag_mode(-128, "tag")});
+    TypeParam::take_as_given();
+    expect_traced(0, {});
+}
+
+TYPED_TEST(VlanSet, UnknownPortIsReportedAsASignedByte) {
+    using Says = Texts<TypeParam>;
+    for (const auto& [port, shown] : {std::pair{6, 6}, std::pair{200, -56}}) {
+        expect_console(Says::entered(shown, "1, 10, 11, 1, 12, 13, 1, 300, 14") +
+                           Lines{Says::has_tag_mode(1, "tag"), Says::port_is_invalid(shown)},
+                       [port = port] {
+                           Rule request = simple_rule(port, 10, 300);
+                           TypeParam::set(&request);
+                       });
+    }
+}
+
+TYPED_TEST(VlanSet, FullPortIsRefusedWithoutAWord) {
+    TypeParam::rule_counts()[2] = 10;
+    expect_console(new_rule_traced<TypeParam>(10), [this] { this->set(kNewRule); });
+}
+
+TYPED_TEST(VlanSet, BusySlotIsReported) {
+    TypeParam::rules()[2][0].in_data_vlan = 100;
+    expect_console(
+        new_rule_traced<TypeParam>() + Lines{TypeParam::err("\n PortVlan storege is wrong!\n")},
+        [this] { this->set(kNewRule); });
+}
+
+TYPED_TEST(VlanSet, NothingIsShownAtOtherLevelsOrOfARefusal) {
+    given_vlans<TypeParam>({300, 100, 300});
+    for (const std::int32_t level : {-2, -1, 0, 2, 0x101}) {
+        TypeParam::level() = level;
+        const Tables before = Tables::now();
+        EXPECT_EQ(printed([this] { this->set(kNewRule); }), "");
+        before.put_back();
+    }
+    TypeParam::level() = 1;
+    EXPECT_EQ(printed([this] { this->set(simple_rule(6, 10, 300)); }), "");
+    TypeParam::rule_counts()[2] = 10;
+    EXPECT_EQ(printed([this] { this->set(kNewRule); }), "");
+}
+
 // ---- IGMP side ---------------------------------------------------------------------------
 
 class IgmpVlanSet : public OmciTest {
  protected:
     static std::int32_t set(Rule request) { return onu_std_omci_set_multicast_vlan(&request); }
-
-    // What the sides say of the new rule until it is stored.
-    static Lines new_rule_traced() {
-        return {
-            Igmp::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = 2\r\n"),
-            Igmp::dbg("2, 10, 11, 1, 12, 13, 0, 300, 15.\r\n"),
-            Igmp::dbg("multicast_vlan tagmode = 2, is translate mode!\n"),
-            Igmp::dbg("\n logicPort is 2"),
-        };
-    }
-    static Lines new_rule_traced_on_mld_side() {
-        return {
-            Mld::dbg("mld_onu_std_omci_set_multicast_vlan is in! port_index = 2\n"),
-            Mld::dbg("mld multicast_vlan tagmode = 2, is translate mode!\n"),
-            Mld::dbg("mld logicPort is 2\r\n"),
-            Mld::dbg("mld vlancfgtem(0)\r\n"),
-        };
-    }
 };
 
 TEST_F(IgmpVlanSet, NewVlanTakesTheNormalisedRuleToTheMldSide) {
@@ -356,9 +462,11 @@ TEST_F(IgmpVlanSet, EleventhVlanIsStoredOnNeitherSide) {
     given_vlans<Igmp>(kTenVlans);
     expect_no_change([] { EXPECT_EQ(set(kNewRule), -1); });
     EXPECT_THAT(calls(), ElementsAre("L2_multicast_get_onu_id()"));
-    expect_console(new_rule_traced() + Lines{Igmp::err("\n no room for vlan(300) in the "
-                                                       "template vlan list!")},
+    expect_console(new_rule_traced<Igmp>() + Lines{Igmp::err("\n no room for vlan(300) in the "
+                                                             "template vlan list!")},
                    [] { set(kNewRule); });
+    igmp_adapt = 1;
+    EXPECT_EQ(printed([] { set(kNewRule); }), "");
 }
 
 // ---- VLAN learning -----------------------------------------------------------------------
@@ -411,7 +519,7 @@ TEST_F(EponVlanSet, RefusedLearningIsTheResultOfARuleForAKnownVlan) {
 }
 
 TEST_F(EponVlanSet, LearningIsTraced) {
-    const Lines traced = new_rule_traced();
+    const Lines traced = new_rule_traced<Igmp>();
     const Lines entered = {traced[0], traced[1]};
     const Lines normalised = {traced[2], traced[3]};
     const Lines switching = {Igmp::dbg("epon mode,omci_set_igmp_dynamic_enable is in!\n")};
@@ -430,14 +538,14 @@ TEST_F(EponVlanSet, LearningIsTraced) {
 
 TEST_F(IgmpVlanSet, NewVlanIsTracedOnBothSides) {
     given_vlans<Igmp>({100, 0x1064});
-    expect_console(new_rule_traced() +
+    expect_console(new_rule_traced<Igmp>() +
                        Lines{
                            Igmp::cfg("***portVlan[j]= 100"),
                            Igmp::cfg("***portVlan[j]= 4196"),
                            Igmp::cfg("temp_var = 300\n"),
                            Igmp::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
                        } +
-                       new_rule_traced_on_mld_side() + Lines{Mld::cfg("temp_var = 300\n")},
+                       new_rule_traced<Mld>() + Lines{Mld::cfg("temp_var = 300\n")},
                    [] { set(kNewRule); });
 }
 
@@ -450,40 +558,15 @@ TEST_F(IgmpVlanSet, TracedVlanHas12Bits) {
 TEST_F(IgmpVlanSet, FailuresOfTheCoreAndOfTheMldSideAreReported) {
     answer("igmp_vlan_add", -5);
     mldInitParams.vlancfgnum[2] = 10;
-    Lines on_mld_side = new_rule_traced_on_mld_side();
-    on_mld_side.back() = Mld::dbg("mld vlancfgtem(10)\r\n");
-    expect_console(new_rule_traced() +
+    expect_console(new_rule_traced<Igmp>() +
                        Lines{
                            Igmp::cfg("temp_var = 300\n"),
                            Igmp::err("\n ERROR!igmp_standard_vlan_add Fail -5\r\n"),
                            Igmp::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
                        } +
-                       on_mld_side +
+                       new_rule_traced<Mld>(10) +
                        Lines{Igmp::err("\n ERROR!mld_onu_std_omci_set_multicast_vlan Fail\n")},
                    [] { set(kNewRule); });
-}
-
-TEST_F(IgmpVlanSet, TagModesAreTracedWhileTheyCount) {
-    const auto traced = [](int mode) {
-        Rule request = rule(6, mode, {1, 2}, {3, 4}, {5, 6});
-        return said(mc_debug, kDbg, [&request] { onu_std_omci_set_multicast_vlan(&request); });
-    };
-    const auto with = [](const std::string& mode, const std::string& line) {
-        return "\r\n[MC_DBG_DBG]: [onu_std_omci_set_multicast_vlan]: is in! port_index = 6\r\n"
-               "\r\n[MC_DBG_DBG]: " +
-               mode + ", 1, 2, " + mode + ", 3, 4, " + mode + ", 5, 6.\r\n" + line;
-    };
-    EXPECT_EQ(traced(0),
-              with("0", "\r\n[MC_DBG_DBG]: multicast_vlan tagmode = 0, is untag mode!\n"));
-    EXPECT_EQ(traced(1), with("1", "\r\n[MC_DBG_DBG]: multicast_vlan tagmode = 1, is tag mode!\n"));
-    EXPECT_EQ(traced(2),
-              with("2", "\r\n[MC_DBG_DBG]: multicast_vlan tagmode = 2, is translate mode!\n"));
-    EXPECT_EQ(traced(3),
-              with("3", "\r\n[MC_DBG_DBG]: multicast_vlan tagmode = 3, is translate mode!\n"));
-    EXPECT_EQ(traced(-1),
-              with("-1", "\r\n[MC_DBG_DBG]: multicast_vlan tagmode = -1, is tag mode!\n"));
-    flag_omci_version = 1;
-    EXPECT_EQ(traced(0), with("0", ""));
 }
 
 TEST_F(IgmpVlanSet, RequestIsTracedAsItCame) {
@@ -497,36 +580,12 @@ TEST_F(IgmpVlanSet, RequestIsTracedAsItCame) {
               "\r\n[MC_DBG_DBG]: \n logicPort is 2");
 }
 
-TEST_F(IgmpVlanSet, UnknownPortIsReportedAsASignedByte) {
-    const auto refused = [](const std::string& port) {
-        return Lines{
-            Igmp::dbg("[onu_std_omci_set_multicast_vlan]: is in! port_index = " + port + "\r\n"),
-            Igmp::dbg("1, 10, 11, 1, 12, 13, 1, 300, 14.\r\n"),
-            Igmp::dbg("multicast_vlan tagmode = 1, is tag mode!\n"),
-            Igmp::err("\n port(" + port + ") is invalid!"),
-        };
-    };
-    expect_console(refused("6"), [] { set(simple_rule(6, 10, 300)); });
-    expect_console(refused("-56"), [] { set(simple_rule(200, 10, 300)); });
-}
-
-TEST_F(IgmpVlanSet, FullPortIsRefusedWithoutAWord) {
-    setVlanCfgNumber[2] = 10;
-    expect_console(new_rule_traced(), [] { set(kNewRule); });
-}
-
-TEST_F(IgmpVlanSet, BusySlotIsReported) {
-    PortVlanCfg[2][0].in_data_vlan = 100;
-    expect_console(new_rule_traced() + Lines{Igmp::err("\n PortVlan storege is wrong!\n")},
-                   [] { set(kNewRule); });
-}
-
 TEST_F(IgmpVlanSet, ChangesAreShownAtLevel1) {
     igmp_adapt = 1;
     const Rule before = simple_rule(1, 10, 100);
     given_rules<Igmp>({before});
     given_vlans<Igmp>({100});
-    expect_console(new_rule_traced() +
+    expect_console(new_rule_traced<Igmp>() +
                        Lines{
                            Igmp::dbg("\n before add multicast_vlan!\n"),
                            dump<Igmp>({{before}, {100}}),
@@ -538,7 +597,7 @@ TEST_F(IgmpVlanSet, ChangesAreShownAtLevel1) {
                            Igmp::cfg("temp_var = 300\n"),
                            Igmp::cfg("\nmld_onu_std_omci_set_multicast_vlan is in!\n"),
                        } +
-                       new_rule_traced_on_mld_side() + Lines{Mld::cfg("temp_var = 300\n")},
+                       new_rule_traced<Mld>() + Lines{Mld::cfg("temp_var = 300\n")},
                    [] { set(kNewRule); });
 }
 
@@ -546,7 +605,7 @@ TEST_F(IgmpVlanSet, EveryMatchInTheListIsShownAtLevel1) {
     igmp_adapt = 1;
     given_vlans<Igmp>({300, 100, 300});
     const Shown now = {{kNewRule}, {300, 100, 300}};
-    expect_console(new_rule_traced() +
+    expect_console(new_rule_traced<Igmp>() +
                        Lines{
                            Igmp::dbg("\n before add multicast_vlan!\n"),
                            dump<Igmp>({{}, {300, 100, 300}}),
@@ -561,27 +620,6 @@ TEST_F(IgmpVlanSet, EveryMatchInTheListIsShownAtLevel1) {
                            dump<Igmp>(now),
                        },
                    [] { set(kNewRule); });
-}
-
-TEST_F(IgmpVlanSet, NothingIsShownAtOtherLevels) {
-    given_vlans<Igmp>({300, 100, 300});
-    for (const std::int32_t level : {-2, -1, 0, 2, 0x101}) {
-        igmp_adapt = level;
-        expect_console(new_rule_traced() + Lines{Igmp::cfg("***portVlan[j]= 300"),
-                                                 Igmp::cfg("***portVlan[j]= 100"),
-                                                 Igmp::cfg("***portVlan[j]= 300")},
-                       [] { set(kNewRule); });
-    }
-}
-
-TEST_F(IgmpVlanSet, RefusedRequestsShowNothingAtLevel1) {
-    igmp_adapt = 1;
-    EXPECT_EQ(printed([] { set(simple_rule(6, 10, 300)); }), "");
-    setVlanCfgNumber[2] = 10;
-    EXPECT_EQ(printed([] { set(kNewRule); }), "");
-    setVlanCfgNumber[2] = 0;
-    given_vlans<Igmp>(kTenVlans);
-    EXPECT_EQ(printed([] { set(kNewRule); }), "");
 }
 
 // ---- A rule by port and mode -------------------------------------------------------------

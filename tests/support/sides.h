@@ -11,9 +11,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -162,6 +165,9 @@ struct Igmp : BothSides<Igmp> {
         return sortPortVlanCfg(PortVlanCfg, port);
     }
     static std::uint16_t* sort_list(std::uint16_t* list) { return sortMcVlan(list); }
+    using Entry = IgmpGroupEntry;
+    static std::int32_t add_entry(Entry* entry) { return igmp_add_grp(entry); }
+    static std::int32_t delete_entry(Entry* entry) { return igmp_del_grp(entry); }
 
     // Frames. Neither ends in zeros, so that it shows which bytes travel along at its end.
     static Bytes packet() {
@@ -183,6 +189,16 @@ struct Igmp : BothSides<Igmp> {
         return {0x01,       0x00,      0x5e, static_cast<std::uint8_t>(packet[17] & 0x7F),
                 packet[18], packet[19]};
     }
+    // A group as the core gives it to the switch. What is not read may hold anything.
+    static constexpr const char* kEntryMac = "01:00:5e:01:01:0a";
+    static Entry entry(std::uint16_t vlan, std::uint16_t port) {
+        Entry entry;
+        std::memset(&entry, 0xA5, sizeof entry);
+        entry.group = ipv4_number("239.129.1.10");
+        entry.vlan = vlan;
+        entry.port = port;
+        return entry;
+    }
 
     // Calls.
     static std::string core_call(const Bytes& packet, std::uint32_t port, std::uint32_t vlan) {
@@ -199,6 +215,23 @@ struct Igmp : BothSides<Igmp> {
     // Texts.
     static constexpr const char* kDumpRuleStart = "\n";
     static constexpr int kDumpedMode = MC_MODE_SNOOPING;
+    static constexpr const char* kAddEntry = "igmp_add_grp";
+    static std::string has_mode(int mode) {
+        return line("\r\n[MC_DBG_DBG]: IGMP MODE = %d\r\n", mode);
+    }
+    static std::string kept_from_core(int mode, int port) {
+        return line("\r\n[MC_DBG_DBG]: igmpL2PktProc  igmp_mode = %d usPort = %d\r\n", mode, port);
+    }
+    static std::string has_handler(const std::string& mode) {
+        return "\r\n[MC_DBG_DBG]: IGMP MODE is " + mode + "\r\n";
+    }
+    // In front of a dump of the bytes.
+    static std::string received_heading(int port, std::size_t len) {
+        return line("[igmpL2PktProc]: Pkt recv from port %d, len %d.\r\n", port, len);
+    }
+    static std::string sent_heading(int port, std::size_t len) {
+        return line("[l2_igmp_send_pkt]: Pkt Send to port %d, len %d.\r\n", port, len);
+    }
 };
 
 // ---- MLD ---------------------------------------------------------------------------------------
@@ -258,6 +291,9 @@ struct Mld : BothSides<Mld> {
         return mldsortPortVlanCfg(mldInitParams.mldPortVlanCfg, port);
     }
     static std::uint16_t* sort_list(std::uint16_t* list) { return sortmldVlan(list); }
+    using Entry = MldGroupEntry;
+    static std::int32_t add_entry(Entry* entry) { return mld_add_grp(entry); }
+    static std::int32_t delete_entry(Entry* entry) { return mld_del_grp(entry); }
 
     // Frames.
     static Bytes packet() {
@@ -277,6 +313,16 @@ struct Mld : BothSides<Mld> {
     static Bytes destination(const Bytes& packet) {
         return {0x33, 0x33, packet[28], packet[29], packet[30], packet[31]};
     }
+    static constexpr const char* kEntryMac = "33:33:80:01:00:0a";
+    static Entry entry(std::uint16_t vlan, std::uint16_t port) {
+        Entry entry;
+        std::memset(&entry, 0xA5, sizeof entry);
+        const std::uint8_t tail[] = {0x80, 0x01, 0x00, 0x0a};
+        std::copy(std::begin(tail), std::end(tail), entry.group_tail);
+        entry.vlan = vlan;
+        entry.port = port;
+        return entry;
+    }
 
     // Calls. The MLD set has no neighbour.
     static std::string core_call(const Bytes& packet, std::uint32_t port, std::uint32_t vlan) {
@@ -286,9 +332,21 @@ struct Mld : BothSides<Mld> {
     static std::vector<std::string> calls_of_set() { return {}; }
     static std::vector<std::string> calls_of_new_vlan(int /*vid*/) { return {}; }
 
-    // Texts.
+    // Texts. The dumps of bytes have no heading.
     static constexpr const char* kDumpRuleStart = "";
     static constexpr int kDumpedMode = MLD_MODE_SNOOPING;
+    static constexpr const char* kAddEntry = "mld_add_grp";
+    static std::string has_mode(int mode) {
+        return line("\r\n[MC_DBG_DBG]: MLD MODE = %d\r\n", mode);
+    }
+    static std::string kept_from_core(int mode, int port) {
+        return line("\r\n[MC_DBG_DBG]: mldL2PktProc  mld_mode = %d usPort = %d\r\n", mode, port);
+    }
+    static std::string has_handler(const std::string& mode) {
+        return "\r\n[MC_DBG_DBG]: mld MODE is " + mode + "\r\n";
+    }
+    static std::string received_heading(int /*port*/, std::size_t /*len*/) { return ""; }
+    static std::string sent_heading(int /*port*/, std::size_t /*len*/) { return ""; }
 };
 
 using Sides = ::testing::Types<Igmp, Mld>;
