@@ -464,6 +464,26 @@ TEST_F(AuthGroups, StandardDeleteClearsAllEntriesWithTheSameStartAndEnd) {
     expect_copy(2, {entry(kStart, kEnd, kBandwidth, kVlan)}, 1);
 }
 
+// Start and end alone say that an entry is meant, also of one that counts as free for want of a
+// VLAN.
+TEST_F(AuthGroups, StandardDeleteClearsAndCountsAMatchingEntryOfVlan0Too) {
+    for (std::uint32_t i = 0; i < 4; ++i) kAdd.run(1, kStart, kEnd - i, kBandwidth, kVlan);
+    globle_parm.port[1].auth_group[2].vlan = 0;
+    EXPECT_EQ(kStandardDelete.run(1, kStart, kEnd - 2, kBandwidth, kVlan), 0);
+    expect_copy(1,
+                {entry(kStart, kEnd, kBandwidth, kVlan), entry(kStart, kEnd - 1, kBandwidth, kVlan),
+                 kFree, entry(kStart, kEnd - 3, kBandwidth, kVlan)},
+                3);
+}
+
+TEST_F(AuthGroups, StandardDeleteClearsAMatchingEntryThatBeginsOrEndsAt0) {
+    kAdd.run(1, 0, kEnd, kBandwidth, kVlan);
+    kAdd.run(1, kStart, kEnd, kBandwidth, kVlan);
+    globle_parm.port[1].auth_group[0].vlan = 0;
+    EXPECT_EQ(kStandardDelete.run(1, 0, kEnd, 0, kVlan), 0);
+    expect_copy(1, {kFree, entry(kStart, kEnd, kBandwidth, kVlan)}, 1);
+}
+
 TEST_F(AuthGroups, StandardDeleteReachesTheEighthEntry) {
     for (std::uint32_t i = 0; i < 8; ++i) kAdd.run(29, kStart + i, kEnd, kBandwidth, kVlan);
     EXPECT_EQ(kStandardDelete.run(29, kStart + 7, kEnd, 0, kVlan), 0);
