@@ -73,6 +73,38 @@ TEST_F(Settings, ModeIsStoredBeforeTheCoreHearsOfIt) {
     EXPECT_EQ(calls().size(), 1u);
 }
 
+struct ModeChangedMeanwhile {
+    std::uint8_t requested;
+    std::uint8_t changed_to;
+    std::uint8_t selected;
+};
+
+class ModeBranch : public Settings, public ::testing::WithParamInterface<ModeChangedMeanwhile> {};
+
+// Between its trace and the switch another task may store another mode: what is stored then counts,
+// not the request.
+TEST_P(ModeBranch, GoesByTheModeThatIsStoredByThen) {
+    const auto [requested, changed_to, selected] = GetParam();
+    mc_debug = kDbg;
+    EXPECT_TRUE(interrupted_at(
+        "omci_set_multicast_mode proxy_adapt_mode =", [&] { proxy_adapt_mode = changed_to; },
+        [&] { EXPECT_EQ(omci_set_multicast_mode(requested), 0); }));
+    mc_debug = 0;
+    expect_mode(selected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Meanwhile, ModeBranch,
+                         ::testing::Values(ModeChangedMeanwhile{1, 3, MC_MODE_CONTROL},
+                                           ModeChangedMeanwhile{1, 100, MC_MODE_PROXY},
+                                           ModeChangedMeanwhile{3, 1, MC_MODE_SNOOPING},
+                                           ModeChangedMeanwhile{3, 2, MC_MODE_SNOOPING},
+                                           ModeChangedMeanwhile{3, 100, MC_MODE_PROXY},
+                                           ModeChangedMeanwhile{100, 3, MC_MODE_CONTROL}),
+                         [](const auto& param_info) {
+                             return std::to_string(param_info.param.requested) + "To" +
+                                    std::to_string(param_info.param.changed_to);
+                         });
+
 TEST_F(Settings, ModeStaysWhenTheCoreRefusesIt) {
     answer("igmp_mode_switch_globle", kFailure);
     EXPECT_EQ(omci_set_multicast_mode(3), kFailure);

@@ -56,7 +56,53 @@ class Capture {
     int terminal_ = -1;
 };
 
+// Standard output as a stream that looks at what is written to it, while this lives.
+class Watch {
+ public:
+    Watch(const std::string& text, const std::function<void()>& action)
+        : text_(text), action_(action), real_(stdout) {
+        const cookie_io_functions_t functions = {nullptr, written, nullptr, nullptr};
+        watched_ = fopencookie(this, "w", functions);
+        if (watched_ == nullptr) give_up("fopencookie");
+        setvbuf(watched_, nullptr, _IONBF, 0);
+        stdout = watched_;
+    }
+    ~Watch() {
+        stdout = real_;
+        std::fclose(watched_);
+    }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    bool seen() const { return seen_; }
+
+ private:
+    static ssize_t written(void* cookie, const char* bytes, std::size_t size) {
+        auto* const self = static_cast<Watch*>(cookie);
+        self->so_far_.append(bytes, size);
+        if (!self->seen_ && self->so_far_.find(self->text_) != std::string::npos) {
+            self->seen_ = true;
+            self->action_();
+        }
+        return static_cast<ssize_t>(size);
+    }
+
+    std::string text_;
+    std::function<void()> action_;
+    std::string so_far_;
+    bool seen_ = false;
+    std::FILE* real_;
+    std::FILE* watched_;
+};
+
 }  // namespace
+
+bool interrupted_at(const std::string& text, const std::function<void()>& interruption,
+                    const std::function<void()>& action) {
+    const Watch watch(text, interruption);
+    action();
+    return watch.seen();
+}
 
 std::string printed(const std::function<void()>& action) {
     Capture capture;

@@ -19,6 +19,11 @@ std::string said(std::uint32_t& mask, std::uint32_t bits, const std::function<vo
 void expect_said(std::uint32_t& mask, std::uint32_t bit, const std::string& text,
                  const std::function<void()>& action);
 
+// Runs the action, and the interruption inside it, on the same thread, at the moment when this text
+// has been printed: another task could have run then. False when the text was not printed.
+bool interrupted_at(const std::string& text, const std::function<void()>& interruption,
+                    const std::function<void()>& action);
+
 // The categories and what their lines begin with.
 constexpr std::uint32_t kDbg = 0x01;
 constexpr std::uint32_t kErr = 0x04;
