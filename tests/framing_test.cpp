@@ -472,6 +472,24 @@ TYPED_TEST(Classification, AFrameFromAnUnknownPortGetsTheDefaultVlan) {
     EXPECT_EQ(this->group_vlan(10, 7), this->kDefault);
 }
 
+// The number in a rule is a signed byte, so that 200 is none that a frame can come from.
+TYPED_TEST(Classification, ARuleOfPort200OpensNoBlock) {
+    using Side = TypeParam;
+    Side::ports()[0].port_id = 200;
+    for (int block = 0; block < MC_PORTS; ++block) this->rule(block, 0, 200, 10, 200);
+    for (std::int32_t& count : Side::rule_counts()) count = 1;
+    for (std::uint32_t port = 1; port <= 5; ++port) {
+        EXPECT_EQ(this->group_vlan(10, port), this->kDefault) << port;
+    }
+    forget_calls();
+    for (const std::uint32_t port : {200u, 0xFFFFFFC8u}) {
+        EXPECT_THAT(said(Side::mask(), kAllCategories,
+                         [port] { EXPECT_EQ(Side::receive(Side::report({10}), port), -1); }),
+                    Not(HasSubstr("cfgvlan")));
+    }
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
 // ---- Who gets the frame ------------------------------------------------------------------------
 
 template <class Side>

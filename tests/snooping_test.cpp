@@ -13,6 +13,7 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 // VID 100 as a TCI: plain, with priority 5, with priority 5 and the DEI bit.
 constexpr std::uint16_t kPlain = 100;
@@ -818,6 +819,25 @@ TYPED_TEST(SnoopingUpstream, CarriedIndexStaysTheSameFromSearchToSearch) {
     put_up_rule<Side>(2, 0, 100, 4000);
     forward<TypeParam>(Side::report(), 3, 100);
     EXPECT_THAT(sent(), ElementsAre(Sent{29, Side::report({4000})}));
+}
+
+// The number in a rule is a signed byte, so that 200 is none that a frame can come from.
+TYPED_TEST(SnoopingUpstream, RuleOfPort200OpensNoBlock) {
+    using Side = typename TypeParam::Side;
+    Side::ports()[0].port_id = 200;
+    for (int block = 0; block < MC_PORTS; ++block) {
+        put_up_rule<Side>(block, 0, 100, 4000);
+        open_block<Side>(block, 0, -56);
+        Side::rule_counts()[block] = 1;
+    }
+    forward<TypeParam>(Side::report(), 3, 100);
+    EXPECT_THAT(sent(), ElementsAre(Sent{29, Side::report()}));
+    for (const std::uint32_t port : {200u, 0xFFFFFFC8u}) {
+        EXPECT_THAT(said(Side::mask(), kAllCategories,
+                         [port] { forward<TypeParam>(Side::report(), port, 100); }),
+                    Not(HasSubstr("cfgvlan")));
+    }
+    EXPECT_EQ(sent().size(), 1u);
 }
 
 TYPED_TEST(SnoopingUpstream, PortWithoutRulesFindsNoneInABlockThatOpens) {

@@ -284,6 +284,19 @@ TYPED_TEST(SendPacket, NothingIsSearchedUnlessABlockBeginsWithThePort) {
     EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 200);
 }
 
+// The number in a rule is a signed byte, so that 200 is none that a packet can go to.
+TYPED_TEST(SendPacket, ARuleOfPort200TranslatesNothing) {
+    using Side = TypeParam;
+    Side::ports()[1].port_id = 200;
+    for (int block = 0; block < MC_PORTS; ++block) this->rule(block, 0, 200, 100, 200);
+    for (std::int32_t& count : Side::rule_counts()) count = 1;
+    EXPECT_EQ(Side::send(this->packet(), kPort, {.vid = 100}), 100);
+    forget_calls();
+    EXPECT_EQ(Side::send(this->packet(), 200, {.vid = 100}), 100);
+    EXPECT_EQ(Side::send(this->packet(), 0xFFC8, {.vid = 100}), 100);
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
 TYPED_TEST(SendPacket, APortNumberIsFoundInTheTableOfPorts) {
     using Side = TypeParam;
     Side::ports()[1].port_id = 17;

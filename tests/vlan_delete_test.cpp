@@ -114,8 +114,22 @@ TYPED_TEST(VlanDelete, UnknownPortIsRefused) {
             EXPECT_EQ(this->remove(simple_rule(port, 10, 300)), -1) << port;
         }
     });
-    TypeParam::ports()[1].port_id = 0xFFFFFFC8;  // what the byte 200 is as a signed one
-    EXPECT_EQ(this->remove(simple_rule(200, 10, 300)), -1);
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+// The byte is signed: it is no number that a port can have, not even one of the table.
+TYPED_TEST(VlanDelete, PortFrom128OnIsUnknownWhateverThePortTableHolds) {
+    for (const int port : {128, 200, 254, 255}) {
+        TypeParam::rules()[1][0] = simple_rule(port, 10, 300);
+        TypeParam::rule_counts()[1] = 1;
+        for (const std::uint32_t held :
+             {static_cast<std::uint32_t>(port), 0xFFFFFF00u + static_cast<std::uint32_t>(port)}) {
+            SCOPED_TRACE(line("port %d, held %d", port, held));
+            TypeParam::ports()[1].port_id = held;
+            expect_no_change(
+                [this, port] { EXPECT_EQ(this->remove(simple_rule(port, 10, 300)), -1); });
+        }
+    }
     EXPECT_THAT(calls(), IsEmpty());
 }
 
@@ -612,6 +626,19 @@ TEST_F(VlanDeleteByMode, ResultIsTheMldSides) {
     EXPECT_EQ(igmp_service_remove_port_config(2, 2, 100, 200), 0);
     EXPECT_EQ(igmp_service_remove_port_config(3, 2, 100, 201), 6);
     EXPECT_EQ(count_of("igmp_vlan_del"), 4u);
+}
+
+TEST_F(VlanDeleteByMode, PortFrom128OnIsUnknownWhateverThePortTablesHold) {
+    for (const std::uint32_t held : {200u, 0xFFFFFFC8u, 0xFFFFFFFFu}) {
+        portState[1].port_id = held;
+        mldInitParams.port[1].port_id = held;
+        setVlanCfgNumber[1] = 1;
+        mldInitParams.vlancfgnum[1] = 1;
+        PortVlanCfg[1][0] = rule(200, 2, {100, 200}, {200, 100}, {200, 100});
+        mldInitParams.mldPortVlanCfg[1][0] = PortVlanCfg[1][0];
+        expect_no_change([] { EXPECT_EQ(igmp_service_remove_port_config(200, 2, 100, 200), -1); });
+    }
+    EXPECT_THAT(calls(), IsEmpty());
 }
 
 TEST_F(VlanDeleteByMode, RefusalOfOneSideDoesNotKeepTheOtherFromDeleting) {

@@ -14,6 +14,7 @@ namespace {
 using namespace mc_test;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 // ---- Both sides --------------------------------------------------------------------------
@@ -110,10 +111,20 @@ TYPED_TEST(VlanSet, UnknownPortIsRefused) {
     });
 }
 
-TYPED_TEST(VlanSet, PortFrom128OnIsNoNegativeNumber) {
-    TypeParam::ports()[1].port_id = 0xFFFFFFC8;  // what the byte 200 is as a signed one
-    EXPECT_EQ(this->set(simple_rule(200, 10, 300)), -1);
-    EXPECT_EQ(TypeParam::rule_counts()[1], 0);
+// The byte is signed: it is no number that a port can have, not even one of the table.
+TYPED_TEST(VlanSet, PortFrom128OnIsUnknownWhateverThePortTableHolds) {
+    for (const std::uint32_t port : {128u, 200u, 254u, 255u}) {
+        for (const std::uint32_t held : {port, 0xFFFFFF00 + port, 0xFFFFFFFFu}) {
+            SCOPED_TRACE(line("port %d, held %d", port, held));
+            TypeParam::ports()[1].port_id = held;
+            expect_no_change([this, port] {
+                EXPECT_EQ(this->set(simple_rule(static_cast<int>(port), 10, 300)), -1);
+            });
+        }
+    }
+    TypeParam::ports()[1].port_id = 200;
+    EXPECT_THAT(said(TypeParam::mask(), kErr, [this] { this->set(simple_rule(200, 10, 300)); }),
+                HasSubstr("port(-56) is invalid!"));
 }
 
 TYPED_TEST(VlanSet, PortIsTheFirstOfItsNumberInThePortTableOfItsSide) {
@@ -706,6 +717,18 @@ TEST_F(VlanByMode, UnknownPortIsRefusedOnBothSides) {
     for (int logical = 0; logical < MC_PORTS; ++logical) {
         expect_rules<Igmp>(logical, {});
         expect_rules<Mld>(logical, {});
+    }
+}
+
+TEST_F(VlanByMode, PortFrom128OnIsUnknownWhateverThePortTablesHold) {
+    for (const std::uint32_t held : {200u, 0xFFFFFFC8u, 0xFFFFFFFFu}) {
+        portState[1].port_id = held;
+        mldInitParams.port[1].port_id = held;
+        EXPECT_EQ(igmp_port_vlan_and_mode_set(200, 2, 100, 200), -1) << held;
+        EXPECT_EQ(igmp_port_vlan_and_mode_set(-56, 2, 100, 200), -1) << held;
+        EXPECT_EQ(igmp_port_vlan_and_mode_set(-1, 2, 100, 200), -1) << held;
+        expect_rules<Igmp>(1, {});
+        expect_rules<Mld>(1, {});
     }
 }
 

@@ -142,6 +142,19 @@ TEST_F(WebSet, PortIndexFrom7OnIsRefusedBeforeAnythingHappens) {
     EXPECT_THAT(calls(), IsEmpty());
 }
 
+TEST_F(WebSet, PortFrom128OnIsRefusedWhateverThePortTableHolds) {
+    for (const std::uint32_t held : {200u, 0xFFFFFFC8u, 0xFFFFFFFFu}) {
+        portState[1].port_id = held;
+        expect_no_change([] {
+            for (const int port : {200, 255}) {
+                Rule request = web_request(port, 0, {12, 13}, 2, {300, 15});
+                EXPECT_EQ(onu_std_omci_web_set_vlan(&request), -1) << port;
+            }
+        });
+    }
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
 TEST_F(WebSet, NoRequestIsRefused) {
     expect_no_change([] { EXPECT_EQ(onu_std_omci_web_set_vlan(nullptr), -1); });
     EXPECT_THAT(calls(), IsEmpty());
