@@ -1,6 +1,7 @@
 // Debug, show and test commands, one by one: what is special to each of them, beyond its record.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include "settings/settings.h"
 #include "tests/support/commands.h"
+#include "tests/support/forwarding.h"
 #include "tests/support/vlan_rules.h"
 
 namespace {
@@ -40,6 +42,39 @@ TEST_F(DebugCommands, TheTestFrameTakesTheWholeReceivePath) {
     EXPECT_EQ(received.numbers[0], 32);
     EXPECT_EQ(received.numbers[1], 3) << "the port";
     EXPECT_EQ(srcPortNum, 3);
+}
+
+// What forwarding writes into a frame does not stay in the one that is built in.
+TEST_F(DebugCommands, TheTestFrameIsANewOneEachTime) {
+    const Bytes built_in(jion_buffer, jion_buffer + MC_JION_BUFFER_SIZE);
+    given_vlans<Igmp>({200});
+    add_up_rule<Igmp>(3, 100, 4000);
+    PortVlanCfg[3][0].in_data_vlan = 200;  // the group VLAN of what comes under VLAN 100
+    for (int time = 1; time <= 2; ++time) {
+        SCOPED_TRACE(time);
+        forget_calls();
+        run(40, {3});
+        EXPECT_EQ(last_call("igmp_pkt_recv").numbers.at(2), 200);
+        EXPECT_EQ(sent(), to_ports({29}, with_bytes_12_to_15(built_in, 4000)));
+        EXPECT_EQ(hex({jion_buffer, jion_buffer + MC_JION_BUFFER_SIZE}), hex(built_in));
+    }
+}
+
+TEST_F(DebugCommands, TheTestFrameStaysAsItIsInEveryModeAndDirection) {
+    const Bytes built_in(jion_buffer, jion_buffer + MC_JION_BUFFER_SIZE);
+    globle_parm.port[2].sig_vlan = 7;
+    globle_parm.port[4].sig_vlan_b = 8;
+    add_up_rule<Igmp>(3, 100, 4000);
+    add_down_rule<Igmp>(5, 100, 300);
+    for (const std::uint8_t mode : {MC_MODE_SNOOPING, MC_MODE_PROXY, MC_MODE_CONTROL}) {
+        proxy_adapt_mode = mode;
+        for (const std::uint8_t port : Bytes{1, 2, 3, 29}) {
+            SCOPED_TRACE(line("mode %d, port %d", mode, port));
+            run(40, {port});
+            EXPECT_EQ(hex({jion_buffer, jion_buffer + MC_JION_BUFFER_SIZE}), hex(built_in));
+            std::copy(built_in.begin(), built_in.end(), jion_buffer);
+        }
+    }
 }
 
 // In whatever port's name it comes.
