@@ -228,13 +228,21 @@ TYPED_TEST(ShortestFrames, FrameWithoutRoomForATagGoesUp) {
 TEST_F(IgmpSnoopingMemory, SignallingVlanIsNotWrittenBehindAFrame) {
     globle_parm.port[1].sig_vlan_b = 7;
     globle_parm.port[2].sig_vlan_b = 0;
+    globle_parm.port[4].sig_vlan_b = 0xFFFE;
     for (const std::size_t length : {14u, 15u}) {
-        forget_calls();
-        const Bytes frame = untagged_frame(length);
-        EXPECT_EQ(forward<IgmpSnooping>(frame, 29, 0), frame);
-        EXPECT_EQ(sent(), to_ports({0}, frame) + to_ports({2}, first_bytes(frame, 12)) +
-                              to_ports({3, 4, 5}, frame));
+        for (const Bytes& frame : {untagged_frame(length), tagged_frame(length)}) {
+            const std::string refusal = line(
+                "\r\n[MC_DBG_ERR]: frame of %d bytes has no room for a tag, abord!\r\n", length);
+            const auto received = [&] { EXPECT_EQ(forward<IgmpSnooping>(frame, 29, 0), frame); };
+            expect_said(mc_debug, kErr, refusal + refusal, received);
+            forget_calls();
+            received();
+            EXPECT_EQ(sent(), to_ports({0}, frame) + to_ports({2}, first_bytes(frame, 12)) +
+                                  to_ports({3, 5}, frame));
+        }
     }
+    const Bytes just_long_enough = untagged_frame(16);
+    EXPECT_EQ(said(mc_debug, kErr, [&] { forward<IgmpSnooping>(just_long_enough, 29, 0); }), "");
 }
 
 // ---- Frames that are none ----------------------------------------------------------------------
