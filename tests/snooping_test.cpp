@@ -2,9 +2,15 @@
 // here and in control_test.cpp; and forwarding upstream in snooping mode.
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
+
+#include "adapt/adapt.h"
+#include "settings/settings.h"
 #include "tests/support/console.h"
 #include "tests/support/forwarding.h"
 #include "tests/support/fresh_library.h"
+#include "tests/support/side_by_side.h"
 
 namespace {
 
@@ -1078,6 +1084,63 @@ TEST_F(MldSnoopingMode, TagOfTheLastFrameIsTheOneItLeftWith) {
     EXPECT_EQ(mldInitParams.tag_tpid, 0x8100);
     EXPECT_EQ(mldInitParams.tag_vid, 0xFA0);
     EXPECT_EQ(mldInitParams.tag_pri, 3);
+}
+
+// ---- While another task resets the parameters --------------------------------------------------
+
+// Signalling VLANs that come and go; frames carry VLAN 100 until one of them replaces it.
+constexpr std::uint16_t kUp = 7;
+constexpr std::uint16_t kDown = 9;
+
+// What left neither under VLAN 100 nor under a signalling VLAN.
+std::atomic<const char*> wrong = nullptr;
+
+void look_at(const std::uint8_t* frame, std::size_t len, unsigned port) {
+    const bool tagged = len == Igmp::report({kPlain}).size() && frame[12] == 0x81;
+    if (!tagged) {
+        wrong = port == MC_UPLINK_PORT ? "upstream, untagged" : "downstream, untagged";
+        return;
+    }
+    const int vid = (frame[14] << 8 | frame[15]) & 0x0FFF;
+    const int signalling = port == MC_UPLINK_PORT ? kUp : kDown;
+    if (vid != kPlain && vid != signalling) {
+        wrong = port == MC_UPLINK_PORT ? "upstream, another VLAN" : "downstream, another VLAN";
+    }
+}
+
+class DuringAReset : public StartedTest, public ::testing::WithParamInterface<void (*)()> {};
+INSTANTIATE_TEST_SUITE_P(Igmp, DuringAReset,
+                         ::testing::Values([] { initIgmpGlobleParmeter(); },
+                                           [] { omci_clear_igmp_all_parmeter(); }),
+                         [](const auto& reset) {
+                             return std::string(reset.index == 0 ? "OfTheParameters"
+                                                                 : "OfEverything");
+                         });
+
+TEST_P(DuringAReset, NoFrameLeavesByHalfOfIt) {
+    const auto reset_and_set = [reset = GetParam()] {
+        reset();
+        for (std::uint32_t port = 0; port <= 5; ++port) {
+            igmp_adapt_set_sig_vlan(port, kUp, MC_NO_VLAN, kDown);
+        }
+        return true;
+    };
+    const auto forward_both_ways = [report = Igmp::report({kPlain}),
+                                    query = Igmp::query({kPlain})] {
+        for (const std::uint32_t port : {0u, 3u, 5u}) {
+            Bytes frame = report;
+            igmp_adapt_snoop_handle(frame.data(), port, 50, kPlain);
+        }
+        Bytes frame = query;
+        igmp_adapt_snoop_handle(frame.data(), MC_UPLINK_PORT, 50, kPlain);
+        return wrong == nullptr;
+    };
+    ASSERT_EQ(Igmp::report({kPlain}).size(), 50u);
+    ASSERT_EQ(Igmp::query({kPlain}).size(), 50u);
+    wrong = nullptr;
+    take_frames_unrecorded(look_at);
+    run_side_by_side(std::chrono::milliseconds(700), forward_both_ways, reset_and_set);
+    EXPECT_STREQ(wrong, nullptr);
 }
 
 // ---- The table of downstream results -----------------------------------------------------------
