@@ -100,21 +100,23 @@ class Home:
             return
         port.junction = Namespace("junction%d" % port.number)
         port.junction.set_knob("ipv6/conf/default/disable_ipv6", 1)
-        port.junction.ip("link add br0 type bridge mcast_snooping 0", "link set br0 up")
+        port.junction.ip("link add %s type bridge mcast_snooping 0" % BRIDGE,
+                         "link set %s up" % BRIDGE)
         self.wire_up(port.device, port.junction)
-        port.junction.ip("link set %s master br0" % DEVICE, "link set %s up" % DEVICE)
+        port.junction.ip("link set %s master %s" % (DEVICE, BRIDGE), "link set %s up" % DEVICE)
         for host in port.hosts:
             port.junction.ip("link add %s type veth peer name %s netns %s"
                              % (host.name, DEVICE, host.namespace.path()),
-                             "link set %s master br0" % host.name, "link set %s up" % host.name)
+                             "link set %s master %s" % (host.name, BRIDGE), "link set %s up" % host.name)
             host.plug_in()
         port.wire = Capture(self.pump, port.junction, DEVICE)
 
     def wait_for_links(self):
-        def all_forward():
-            links = json.loads(self.switch.must(["bridge", "-j", "link", "show"]))
-            return len(links) == PORTS + 1 and all(link["state"] == "forwarding" for link in links)
-        until(all_forward, "all ports of the bridge forward")
+        until(lambda: forwards(self.switch, PORTS + 1), "all ports of the bridge forward")
+        for port in self.ports:
+            if port.junction:
+                until(lambda: forwards(port.junction, len(port.hosts) + 1),
+                      "the dumb switch at port %d forwards" % port.number)
 
     # ---- What tests do to it --------------------------------------------------------------------
 
@@ -167,3 +169,11 @@ class Home:
                 self.switch.close()
         finally:
             self.pump.close()
+
+
+def forwards(switch, ports):
+    """Whether its bridge is up and so many ports of it forward."""
+    links = json.loads(switch.must(["ip", "-j", "-d", "link", "show"]))
+    used = [link for link in links if link["ifname"] == BRIDGE or link.get("master") == BRIDGE]
+    states = [link["linkinfo"].get("info_slave_data", {}).get("state") for link in used]
+    return states.count("forwarding") == ports and all(link["operstate"] == "UP" for link in used)

@@ -53,9 +53,7 @@ class Membership:
         self.socket.bind((group, port) if version == 4 else (group, port, 0, self.index))
         self.socket.setblocking(False)
         pump.watch(self.socket, self.read)
-        self.joined_at = time.time()
         change_membership(self.socket, self.index, group, source, join=True)
-        self.joined = True
 
     def read(self):
         for _ in range(AT_A_TIME):
@@ -66,11 +64,10 @@ class Membership:
             self.received += 1
 
     def leave(self):
-        """Gives the group up; the moment before it did."""
-        when = time.time()
-        self.joined = False
+        """Gives the group up; the moments before and after, as a busy kernel lets that wait."""
+        before = time.time()
         change_membership(self.socket, self.index, self.group, self.source, join=False)
-        return when
+        return before, time.time()
 
     def close(self):
         """An application that ends: the kernel leaves the group for it."""

@@ -13,16 +13,14 @@ if ROOT not in sys.path:
 from lab.home import Home                       # noqa: E402
 from lab.node import Node                       # noqa: E402
 from lab.stream import number                   # noqa: E402
-from lab.waiting import holds_within, until     # noqa: E402
+from lab.waiting import PATIENCE, holds_within, until     # noqa: E402
 
 # mc_node and mcctl; tests/live/run sets them, python3 -m unittest takes them from here.
 programs = [os.environ.get("MC_NODE", os.path.join(ROOT, "build/node/node/mc_node")),
             os.environ.get("MCCTL", os.path.join(ROOT, "build/node/tools/mcctl"))]
 
 SAMPLE = 20          # datagrams, to say who gets a stream
-AT_ONCE = 0.5        # seconds; long before the first member query has gone unanswered
-QUIET = 0.4          # seconds without a datagram, that a stream counts as stopped
-RATE = 100           # datagrams a second
+QUIET = 40           # datagrams that do not come, that a stream counts as stopped
 
 
 class LiveTest(unittest.TestCase):
@@ -77,12 +75,13 @@ class LiveTest(unittest.TestCase):
         got = [n for n in self.numbers(port, stream, since) if n < last]
         self.assertEqual(got, list(range(since, last)))
 
-    def wait_for_stop(self, port, stream, seconds=10):
+    def wait_for_stop(self, port, stream, seconds=PATIENCE):
         """Waits until the stream does not leave the port any more; when its last datagram did."""
+        start = stream.sent
+
         def quiet():
-            start = stream.sent
-            until(lambda: stream.sent >= start + QUIET * RATE, "the stream is sent")
-            return not self.numbers(port, stream, start + 1)
+            sent = stream.sent            # before the look at what has come of it
+            return sent - max([start, *self.numbers(port, stream)[-1:]]) > QUIET
         until(quiet, "%s stops on port %d" % (stream.group, port), seconds)
         frames = self.home.ports[port].wire.frames(stream.seen_in)
         return frames[-1].when if frames else None
