@@ -7,7 +7,7 @@ import struct
 import time
 
 ECHO_REQUEST, ECHO_REPLY = 128, 129
-TRIES = 3
+TRIES = 10           # the machine may be busy
 PATIENCE = 1.0       # seconds a try
 
 

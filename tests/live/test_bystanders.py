@@ -60,4 +60,4 @@ class Bystanders(LiveTest):
         def asked():
             return [frame for capture in self.home.captures() for frame in capture.frames()
                     if "query" in frame.kind]
-        self.never(asked, 2.0, "a query, though nobody in the network asks")
+        self.never(asked, 0.5, "a query, though nobody in the network asks")

@@ -1,8 +1,7 @@
 """The commands of a management process, as the node takes them."""
 
-from lab.home import Home
-from lab.node import READY, Node
-from live_test import LiveTest, programs
+from lab.node import QUEUE, READY
+from live_test import LiveTest
 
 TIMES = 10
 
@@ -12,12 +11,11 @@ class Commands(LiveTest):
 
     def test_there_is_a_queue_from_the_moment_the_node_is_ready(self):
         for _ in range(TIMES):
-            # A queue outlives its node, so each time takes a home of its own.
-            with Home() as home:
-                node = Node(home, programs)
-                self.addCleanup(node.kill)
-                node.launch(node.arguments())
-                while node.alive() and not node.said(READY):
-                    pass                    # any pause would give it time
-                self.assertEqual(node.queued(), 0, node.lines)
-                self.assertEqual(node.stop()[0], 0)
+            self.node.launch(self.node.arguments())
+            while self.node.alive() and not self.node.said(READY):
+                pass                    # any pause would give it time
+            self.assertEqual(self.node.queued(), 0, self.node.lines)
+            self.assertEqual(self.node.stop()[0], 0)
+            # It outlives its node.
+            self.switch.must(["ipcrm", "--queue-key", QUEUE])
+            self.assertIsNone(self.node.queued())
