@@ -3,12 +3,16 @@
 // sides do alike is in vlan_packing_test.cpp, vlan_set_test.cpp and vlan_delete_test.cpp.
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "mld/mld.h"
 #include "tests/support/frames.h"
+#include "tests/support/side_by_side.h"
 #include "tests/support/vlan_rules.h"
 
 namespace {
@@ -225,6 +229,72 @@ TEST_F(MldVlan, ListEntryIsComparedAsAWhole) {
     EXPECT_EQ(set(simple_rule(3, 10, 300)), 0);
     EXPECT_EQ(mldInitParams.srcPortNum, 2) << "is new";
     EXPECT_THAT(listed<Mld>(), ElementsAre(0x10000 + 300, 300, 0, 0, 0, 0, 0, 0, 0, 0));
+}
+
+// ---- The same byte from two tasks --------------------------------------------------------
+
+// What stands behind the list and behind its mirror: the parameters, and the count of port 0, which
+// gets no rule here.
+Bytes behind_the_lists() {
+    const auto* const record = reinterpret_cast<const std::uint8_t*>(&mldInitParams);
+    Bytes bytes(record + offsetof(MldInitParams, defaultVlan),
+                record + offsetof(MldInitParams, mldPortVlanCfg));
+    const Bytes count = be32(static_cast<std::uint32_t>(mldInitParams.vlancfgnum[0]));
+    bytes.insert(bytes.end(), count.begin(), count.end());
+    return bytes;
+}
+
+class ListBesideFrames : public MldVlan {
+ protected:
+    ListBesideFrames() { mldInitParams.multiMode = Mld::kProxy; }
+
+    // Frames from all ports, each of which moves the count from within the list to behind it or
+    // back. Most of them are overlong: those are dropped fastest.
+    static void receive_from_all_ports(FrameBuffer& frame) {
+        constexpr std::uint32_t kOverlong = 2001;
+        for (std::uint32_t port = 0; port < MC_TEMPLATE_VLANS; ++port) {
+            mldL2PktProc(frame.data(), frame.len(), MC_UPLINK_PORT - port);
+            for (int again = 0; again < 10; ++again) {
+                mldL2PktProc(frame.data(), kOverlong, port);
+                mldL2PktProc(frame.data(), kOverlong, MC_UPLINK_PORT - port);
+            }
+            mldL2PktProc(frame.data(), frame.len(), port);
+        }
+    }
+
+    // Rules with data VLANs that are new to the list of ten, and none of them the default VLAN.
+    void set_and_delete() {
+        for (int port = 1; port <= 5; ++port) {
+            const std::uint16_t vlan = next_vlan();
+            igmp_port_vlan_and_mode_set(port, 2, 10, vlan);
+            igmp_service_remove_port_config(port, 2, 10, vlan);
+            igmp_service_remove_port_config(port, 2, 10, vlan);
+            const Rule request = simple_rule(port, 20, next_vlan());
+            set(request);
+            remove(request);
+        }
+    }
+
+ private:
+    std::uint16_t next_vlan() { return vlan_ = static_cast<std::uint16_t>(vlan_ % 4000 + 1); }
+
+    std::uint16_t vlan_ = 0;
+};
+
+TEST_F(ListBesideFrames, IsNeverWrittenBehind) {
+    const Bytes before = behind_the_lists();
+    take_frames_unrecorded([](const std::uint8_t*, std::size_t, unsigned) {});
+    FrameBuffer frame(Mld::report({100}));
+    const auto receive = [&frame] {
+        receive_from_all_ports(frame);
+        return true;
+    };
+    const auto operate = [&] {
+        set_and_delete();
+        return behind_the_lists() == before;
+    };
+    run_side_by_side(std::chrono::milliseconds(1000), receive, operate);
+    EXPECT_EQ(hex(behind_the_lists()), hex(before));
 }
 
 // ---- Console -----------------------------------------------------------------------------
