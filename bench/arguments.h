@@ -1,6 +1,7 @@
 // "--name value" arguments of the probes. They are called by bench/live, so there is no help text.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <exception>

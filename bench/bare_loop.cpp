@@ -19,9 +19,11 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <span>
 #include <string>
 #include <system_error>
@@ -208,6 +210,7 @@ void run(const std::vector<std::string>& words) {
     std::vector<Port> ports;  // the uplink is the first
     for (std::size_t i = 1; i < words.size(); ++i) ports.emplace_back(words[i].c_str());
     std::vector<pollfd> waits;
+    waits.reserve(ports.size());
     for (const Port& port : ports) waits.push_back({port.socket, POLLIN, 0});
     std::printf("ready\n");
     std::fflush(stdout);

@@ -1,9 +1,11 @@
-#include "frames.h"
+#include "bench/frames.h"
 
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <iterator>
 #include <stdexcept>
 
 namespace bench {

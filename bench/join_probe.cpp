@@ -13,18 +13,19 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <exception>
 #include <optional>
 #include <random>
 #include <stdexcept>
+#include <vector>
 
-#include "arguments.h"
-#include "frames.h"
-#include "sockets.h"
-#include "stream_sender.h"
+#include "bench/arguments.h"
+#include "bench/frames.h"
+#include "bench/sockets.h"
+#include "bench/stream_sender.h"
 
 namespace bench {
 namespace {

@@ -9,13 +9,16 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <exception>
+#include <string>
+#include <vector>
 
-#include "arguments.h"
-#include "frames.h"
-#include "sockets.h"
+#include "bench/arguments.h"
+#include "bench/frames.h"
+#include "bench/sockets.h"
 
 namespace bench {
 namespace {

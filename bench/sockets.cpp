@@ -1,4 +1,4 @@
-#include "sockets.h"
+#include "bench/sockets.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <ctime>
 #include <stdexcept>

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "frames.h"
+#include "bench/frames.h"
 
 namespace bench {
 

@@ -1,6 +1,7 @@
-#include "stream_sender.h"
+#include "bench/stream_sender.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <ctime>
 
 namespace bench {

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "frames.h"
-#include "sockets.h"
+#include "bench/frames.h"
+#include "bench/sockets.h"
 
 namespace bench {
 

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <sstream>
+#include <system_error>
 
+#include "common/diagnostics.h"
 #include "node/driver/ports.h"
 #include "node/usage_error.h"
 
@@ -17,12 +20,12 @@ struct MaskName {
 };
 
 constexpr std::array<MaskName, 6> kMaskNames{{
-    {"flow", 0x01},
-    {"errors", 0x04},
-    {"tx", 0x08},
-    {"rx", 0x10},
-    {"config", 0x20},
-    {"all", 0x3D},
+    {"flow", mc::kFlow},
+    {"errors", mc::kErrors},
+    {"tx", mc::kTransmitDump},
+    {"rx", mc::kReceiveDump},
+    {"config", mc::kConfig},
+    {"all", mc::kFlow | mc::kErrors | mc::kTransmitDump | mc::kReceiveDump | mc::kConfig},
 }};
 
 std::uint32_t mask_of(const std::string& word) {

@@ -1,4 +1,4 @@
-/* Values on the command line that more than one sub-command takes. */
+// Values on the command line that more than one sub-command takes.
 #pragma once
 
 #include <cstdint>
@@ -9,17 +9,17 @@
 
 namespace node {
 
-/* The whole text as an unsigned number, decimal or with a leading 0x. */
+// The whole text as an unsigned number, decimal or with a leading 0x.
 [[nodiscard]] std::optional<std::uint32_t> parse_number(std::string_view text);
 
-/* 0 to 255, where 255 is none; throws UsageError. */
+// 0 to 255, where 255 is none; throws UsageError.
 [[nodiscard]] std::uint8_t parse_onu_id(const std::string& text);
 
-/* "errors,rx", "0x14" or "20"; throws UsageError. */
+// "errors,rx", "0x14" or "20"; throws UsageError.
 [[nodiscard]] std::uint32_t parse_debug_mask(const std::string& text);
 
-/* "2=eth3" as the number of a port and what stands for it, "FILE" in the complaint; throws
- * UsageError. */
+// "2=eth3" as the number of a port and what stands for it, "FILE" in the complaint; throws
+// UsageError.
 [[nodiscard]] std::pair<std::uint8_t, std::string> parse_port(const std::string& text,
                                                               const std::string& what);
 

@@ -1,20 +1,18 @@
-/* The command line of mc_node. */
+// The command line of mc_node.
 #pragma once
 
 #include <optional>
 #include <variant>
 
 #include "node/live/arguments.h"
-#include "node/replay_arguments.h"
+#include "node/replay/arguments.h"
 
 namespace node {
 
-using Arguments = std::variant<ReplayArguments, live::Arguments>;
+using Arguments = std::variant<replay::Arguments, live::Arguments>;
 
-/*
- * Reads the command line. Nothing comes back when help was asked for, or no sub-command given: the
- * help is then printed already. Throws UsageError.
- */
+// Reads the command line. Nothing comes back when help was asked for, or no sub-command given: the
+// help is then printed already. Throws UsageError.
 [[nodiscard]] std::optional<Arguments> parse_arguments(int argc, char** argv);
 
 }  // namespace node

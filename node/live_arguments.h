@@ -1,4 +1,4 @@
-/* The sub-command "live" on the command line. */
+// What the words of the sub-command "live" mean.
 #pragma once
 
 #include <string>
@@ -6,13 +6,9 @@
 
 #include "node/live/arguments.h"
 
-namespace CLI {
-class App;
-}
-
 namespace node {
 
-/* The options as they stand on the command line. */
+// The options as they stand on the command line.
 struct LiveWords {
     std::string bridge;
     std::vector<std::string> ports;
@@ -22,10 +18,7 @@ struct LiveWords {
     bool json = false;
 };
 
-/* Adds the sub-command; its words are filled when the command line is parsed. */
-CLI::App* declare_live(CLI::App& app, LiveWords& words);
-
-/* Throws UsageError. */
+// Throws UsageError.
 [[nodiscard]] live::Arguments meaning_of(const LiveWords& words);
 
 }  // namespace node

@@ -1,31 +1,27 @@
-/*
- * mc_node: the multicast adaptation layer as a program on the developer's machine, with the
- * development core on the one side and on the other a driver that replays captures or works on the
- * ports of a Linux bridge.
- *
- * The library has no shutdown, so the program has none either: at the end it leaves the tasks where
- * they are.
- */
+// mc_node: the multicast adaptation layer as a program on the developer's machine, with the
+// development core on the one side and on the other a driver that replays captures or works on the
+// ports of a Linux bridge.
+//
+// The library has no shutdown, so the program has none either: at the end it leaves the tasks where
+// they are.
 #include <unistd.h>
 
 #include <cstdio>
+#include <exception>
 #include <variant>
 
 #include "node/arguments.h"
-#include "node/capture/capture_error.h"
-#include "node/console.h"
 #include "node/live/live.h"
-#include "node/live/live_error.h"
-#include "node/replay.h"
-#include "node/usage_error.h"
+#include "node/replay/replay.h"
+#include "node/report/console.h"
 
 namespace {
 
 constexpr int kDone = 0;
-constexpr int kUnusable = 2;
+constexpr int kUnusable = 2;  // the command line, a file, the bridge
 
 struct Runner {
-    int operator()(const node::ReplayArguments& arguments) const { return node::replay(arguments); }
+    int operator()(const replay::Arguments& arguments) const { return replay::run(arguments); }
     int operator()(const live::Arguments& arguments) const { return live::run(arguments); }
 };
 
@@ -33,12 +29,8 @@ int run(int argc, char** argv) {
     try {
         const auto arguments = node::parse_arguments(argc, argv);
         return arguments ? std::visit(Runner{}, *arguments) : kDone;
-    } catch (const node::UsageError& error) {
-        node::complain(error.what());
-    } catch (const capture::CaptureError& error) {
-        node::complain(error.what());
-    } catch (const live::LiveError& error) {
-        node::complain(error.what());
+    } catch (const std::exception& error) {
+        report::complain(error.what());
     }
     return kUnusable;
 }

@@ -15,7 +15,7 @@ std::function<void()> register_as(const std::string& id) {
     return [onu_id = parse_onu_id(id)] { driver::chosen().set_onu_id(onu_id); };
 }
 
-/* The record and the core, in the order in which start-up sets them. */
+// The record and the core, in the order in which start-up sets them.
 std::function<void()> set_mld_mode(const std::string& name) {
     if (name != "snooping" && name != "control") {
         throw UsageError("'" + name + "' is no mode of MLD: snooping or control");
@@ -23,7 +23,7 @@ std::function<void()> set_mld_mode(const std::string& name) {
     const std::uint16_t mode = name == "control" ? MLD_MODE_CONTROL : MLD_MODE_SNOOPING;
     return [mode] {
         mldInitParams.multiMode = mode;
-        (void)mld_proxy_snoop_set_globle(mode);  // takes both
+        static_cast<void>(mld_proxy_snoop_set_globle(mode));  // takes both
     };
 }
 

@@ -1,19 +1,19 @@
-/*
- * mcctl: posts one command on the command queue, by its name.
- *
- * The queue belongs to the node. It is never created here: a command that nobody takes would wait
- * for a node that starts much later.
- */
+// mcctl: posts one command on the command queue, by its name.
+//
+// The queue belongs to the node. It is never created here: a command that nobody takes would wait
+// for a node that starts much later.
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "command/command.h"

@@ -1,12 +1,11 @@
-/*
- * mcstat: what the library knows about ports and groups, from outside. It reads the status segment
- * as a management process does; what the records in it mean is mcstat_fields.h's.
- */
+// mcstat: what the library knows about ports and groups, from outside. It reads the status segment
+// as a management process does; what the records in it mean is mcstat_fields.h's.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <optional>
 #include <string>
 #include <thread>
@@ -49,12 +48,11 @@ void declare(CLI::App& app, Arguments& arguments) {
         ->type_name("FILE");
     app.add_flag("--print-fields", arguments.print_fields, "Print the built-in description");
     app.footer(
-        "Exit status: 0 done; 1 the segment is missing or cannot be read, or nobody takes "
-        "commands\n"
+        "Exit status: 0 done; 1 the segment is missing or cannot be read, or nobody takes commands\n"
         "from the queue; 2 the command line or the description cannot be used.");
 }
 
-/* Nothing when --watch was not given; less than 0 when its value is of no use. */
+// Nothing when --watch was not given; less than 0 when its value is of no use.
 std::optional<double> pause_of(const CLI::App& app, const Arguments& arguments) {
     if (app.count("--watch") == 0) return std::nullopt;
     double seconds = -1;
@@ -72,7 +70,7 @@ bool show(const mcstat::Fields& fields, const Arguments& arguments) {
     return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
 }
 
-/* Until it fails; an interrupt ends the program, which has nothing to put in order. */
+// Until it fails; an interrupt ends the program, which has nothing to put in order.
 bool watch(const mcstat::Fields& fields, const Arguments& arguments, double pause_s) {
     const bool on_terminal = isatty(STDOUT_FILENO) != 0;
     for (bool first = true;; first = false) {
@@ -86,7 +84,7 @@ bool watch(const mcstat::Fields& fields, const Arguments& arguments, double paus
     }
 }
 
-int run(const CLI::App& app, const Arguments& arguments) {
+int show_as_told(const CLI::App& app, const Arguments& arguments) {
     if (arguments.print_fields) {
         std::fputs(mcstat::default_description().c_str(), stdout);
         return kDone;
@@ -105,26 +103,33 @@ int run(const CLI::App& app, const Arguments& arguments) {
     return written ? kDone : kFailed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     Arguments arguments;
     CLI::App app{"Prints what the multicast adaptation layer knows about ports and groups.",
                  "mcstat"};
     declare(app, arguments);
     try {
         app.parse(argc, argv);
-        return run(app, arguments);
     } catch (const CLI::CallForHelp& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& wrong) {
         const std::string text = wrong.what();
         complain(text.substr(0, text.find('\n')));
+        return kUnusable;
+    }
+    return show_as_told(app, arguments);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
     } catch (const mcstat::FieldsError& error) {
         complain(error.what());
-    } catch (const mcstat::IpcError& error) {
+        return kUnusable;
+    } catch (const std::exception& error) {
         complain(error.what());
         return kFailed;
     }
-    return kUnusable;
 }

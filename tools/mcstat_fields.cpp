@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <fstream>
-#include <nlohmann/json.hpp>
-#include <optional>
 #include <sstream>
 #include <string_view>
 
@@ -14,8 +13,6 @@
 
 namespace mcstat {
 namespace {
-
-using nlohmann::ordered_json;
 
 // tools/mcstat-fields.txt holds the same for those who want to change it; a test compares them.
 constexpr std::string_view kDefault =
@@ -59,7 +56,7 @@ constexpr std::array<FormatName, 9> kFormats{{
     {"filter", Format::kFilter},
 }};
 
-/* Decimal digits alone; what is too large for any record is as good as no number. */
+// Decimal digits alone; what is too large for any record is as good as no number.
 std::uint32_t parse_number(const std::string& text, const char* what) {
     constexpr std::size_t kLongest = 4;
     const bool digits = text.find_first_not_of("0123456789") == std::string::npos;
@@ -114,14 +111,6 @@ void add_line(Fields& fields, const std::string& line) {
     list.push_back(field);
 }
 
-std::uint32_t value_of(const Field& field, std::span<const std::uint8_t> record) {
-    std::uint32_t value = 0;
-    for (const std::uint8_t byte : record.subspan(field.offset, field.width)) {
-        value = value << 8 | byte;
-    }
-    return value;
-}
-
 std::string hex(const Field& field, std::uint32_t value) {
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), "0x%0*x", static_cast<int>(2 * field.width), value);
@@ -141,7 +130,7 @@ std::string filter(std::uint32_t value) {
     return std::to_string(value);
 }
 
-/* No limit, or a time that never comes. */
+// No limit, or a time that never comes.
 bool is_nothing(const Field& field, std::uint32_t value) {
     if (field.format == Format::kLimit) return value == 0;
     return field.format == Format::kSeconds && value == UINT32_MAX >> (32 - 8 * field.width);
@@ -175,9 +164,16 @@ Fields read_fields(const std::filesystem::path& file) {
     return parse_fields(text, file.string());
 }
 
-std::string as_text(const Field& field, std::span<const std::uint8_t> record) {
-    const std::uint32_t value = value_of(field, record);
-    if (is_nothing(field, value)) return "-";
+std::optional<std::uint32_t> value_of(const Field& field, std::span<const std::uint8_t> record) {
+    std::uint32_t value = 0;
+    for (const std::uint8_t byte : record.subspan(field.offset, field.width)) {
+        value = value << 8 | byte;
+    }
+    if (is_nothing(field, value)) return std::nullopt;
+    return value;
+}
+
+std::string as_text(const Field& field, std::uint32_t value) {
     switch (field.format) {
         case Format::kPort:
             return port_name(value);
@@ -191,23 +187,6 @@ std::string as_text(const Field& field, std::span<const std::uint8_t> record) {
             return filter(value);
         default:
             return std::to_string(value);
-    }
-}
-
-ordered_json as_json(const Field& field, std::span<const std::uint8_t> record) {
-    const std::uint32_t value = value_of(field, record);
-    if (is_nothing(field, value)) return nullptr;
-    switch (field.format) {
-        case Format::kIp:
-            return address(value);
-        case Format::kHex:
-            return hex(field, value);
-        case Format::kFlag:
-            return value != 0;
-        case Format::kFilter:
-            return filter(value);
-        default:
-            return value;
     }
 }
 

@@ -23,7 +23,7 @@ constexpr int kNoPermission = 0;  // asks for the object, not for any right to i
 
 constexpr std::chrono::milliseconds kBetweenLooks{5};
 
-/* A command with one byte as its payload, without padding behind it. */
+// A command with one byte as its payload, without padding behind it.
 struct Message {
     long code;
     std::array<std::uint8_t, 5> text;

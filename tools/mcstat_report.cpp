@@ -1,10 +1,13 @@
 #include "tools/mcstat_report.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <nlohmann/json.hpp>
+#include <span>
+#include <vector>
 
 #include "common/bytes.h"
-#include "node/table.h"
+#include "node/report/table.h"
 
 namespace mcstat {
 namespace {
@@ -33,7 +36,7 @@ std::uint32_t group_limit(const Contents& contents, std::uint32_t logical) {
     return word(contents, mc::kStatusGroupLimits + 4 * logical);
 }
 
-/* The last of the logical ports is the uplink. */
+// The last of the logical ports is the uplink.
 std::uint32_t port_number(std::uint32_t logical) {
     return logical == MC_PORTS - 1 ? std::uint32_t{MC_UPLINK_PORT} : logical;
 }
@@ -51,12 +54,32 @@ std::string mode_name(std::uint32_t mode) {
     }
 }
 
-node::Column column_of(const Field& field) {
+report::Column column_of(const Field& field) {
     const bool left = field.format == Format::kPort || field.format == Format::kIp ||
                       field.format == Format::kFlag || field.format == Format::kFilter;
     std::string title = field.name;
     std::ranges::replace(title, '-', ' ');
-    return {title, left ? node::Align::kLeft : node::Align::kRight};
+    return {title, left ? report::Align::kLeft : report::Align::kRight};
+}
+
+std::string cell(const Field& field, Bytes record) {
+    const auto value = value_of(field, record);
+    return value ? as_text(field, *value) : "-";
+}
+
+ordered_json as_json(const Field& field, Bytes record) {
+    const auto value = value_of(field, record);
+    if (!value) return nullptr;
+    switch (field.format) {
+        case Format::kIp:
+        case Format::kHex:
+        case Format::kFilter:
+            return as_text(field, *value);
+        case Format::kFlag:
+            return *value != 0;
+        default:
+            return *value;
+    }
 }
 
 std::string key_of(const Field& field) {
@@ -66,15 +89,15 @@ std::string key_of(const Field& field) {
 }
 
 std::string ports_text(const Contents& contents, const Fields& fields) {
-    std::vector<node::Column> columns{{"port", node::Align::kLeft}, {"group limit"}};
+    std::vector<report::Column> columns{{"port", report::Align::kLeft}, {"group limit"}};
     for (const Field& field : fields.port) columns.push_back(column_of(field));
-    node::Table table("Ports", columns);
+    report::Table table("Ports", columns);
     for (std::uint32_t logical = 0; logical < MC_PORTS; ++logical) {
         const std::uint32_t limit = group_limit(contents, logical);
         std::vector<std::string> row{port_name(port_number(logical)),
                                      limit == 0 ? "-" : std::to_string(limit)};
         for (const Field& field : fields.port) {
-            row.push_back(as_text(field, port_record(contents, logical)));
+            row.push_back(cell(field, port_record(contents, logical)));
         }
         table.add(row);
     }
@@ -82,13 +105,13 @@ std::string ports_text(const Contents& contents, const Fields& fields) {
 }
 
 std::string groups_text(const Contents& contents, const Fields& fields) {
-    std::vector<node::Column> columns;
+    std::vector<report::Column> columns;
     for (const Field& field : fields.group) columns.push_back(column_of(field));
-    node::Table table("Groups", columns);
+    report::Table table("Groups", columns);
     for (std::uint32_t i = 0; i < group_count(contents) && !columns.empty(); ++i) {
         std::vector<std::string> row;
         for (const Field& field : fields.group) {
-            row.push_back(as_text(field, group_record(contents, i)));
+            row.push_back(cell(field, group_record(contents, i)));
         }
         table.add(row);
     }

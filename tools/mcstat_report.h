@@ -1,4 +1,4 @@
-/* The contents of the status segment, to be read and for programs. */
+// The contents of the status segment, to be read and for programs.
 #pragma once
 
 #include <string>

@@ -1,6 +1,7 @@
 #include "node/capture/capture_driver.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "node/driver/trap_filter.h"

@@ -2,7 +2,7 @@
 
 #include <pcap/pcap.h>
 
-#include <cstdio>
+#include <cstddef>
 #include <limits>
 #include <system_error>
 

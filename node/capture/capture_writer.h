@@ -2,10 +2,10 @@
 // one folder. Stamps are microseconds of the core's time.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>

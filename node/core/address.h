@@ -1,6 +1,7 @@
 // Group and host addresses of both families, and what the RFCs say about them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "node/core/development_core.h"

@@ -1,4 +1,6 @@
 // The names of what is counted.
+#include <string_view>
+
 #include "node/core/state.h"
 
 namespace devcore {

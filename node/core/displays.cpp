@@ -1,7 +1,13 @@
 // The displays: tables on the console, a heading and aligned columns each.
 #include <algorithm>
+#include <array>
 #include <cinttypes>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <functional>
+#include <set>
+#include <string>
 
 #include "node/core/address.h"
 #include "node/core/membership.h"

@@ -14,6 +14,11 @@
 // understood, as a router of that version knows no newer message (RFC 2236, 2.1); hosts then answer
 // the core's older queries in that version. In the other modes the network's querier settles what
 // hosts speak, so all versions are understood.
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
 #include "common/bytes.h"
 #include "node/core/address.h"
 #include "node/core/input.h"

@@ -1,5 +1,8 @@
 #include "node/core/input.h"
 
+#include <cstddef>
+#include <utility>
+
 #include "common/bytes.h"
 #include "node/core/address.h"
 

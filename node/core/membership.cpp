@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
+#include <string>
+#include <utility>
 
 #include "node/core/address.h"
 #include "node/core/admission.h"

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
+#include <string>
 
 #include "common/bytes.h"
 #include "node/core/address.h"

@@ -9,6 +9,11 @@
 //
 // Only link-local sources are taken (RFC 2710, 3; RFC 3810, 6.2). A host whose address is not ready
 // yet reports from ::, and does so again later. The router alert option is not asked for.
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
 #include "common/bytes.h"
 #include "node/core/address.h"
 #include "node/core/input.h"

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>

@@ -1,6 +1,7 @@
 // The settings of single ports. Each returns 0, or 1 for a port that is not there (what limits and
 // lists mean stands in admission.h).
 #include <algorithm>
+#include <cstdint>
 
 #include "node/core/address.h"
 #include "node/core/admission.h"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <string>
 
 #include "node/core/address.h"
 #include "node/core/message.h"

@@ -7,6 +7,8 @@
 //
 // A membership lives in a VLAN that is the default or is on the list, and ends with it. With VLAN
 // learning, a report puts its VLAN on the list.
+#include <cstdint>
+
 #include "node/core/address.h"
 #include "node/core/admission.h"
 #include "node/core/membership.h"

@@ -1,5 +1,8 @@
 #include "node/core/state.h"
 
+#include <cstddef>
+#include <functional>
+#include <mutex>
 #include <utility>
 
 #include "node/core/membership.h"

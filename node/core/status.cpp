@@ -10,6 +10,8 @@
 //   6  VLAN                       23  number of sources, 255 at most
 //  10  last reporter              24  flags, bit 0: programmed
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "common/bytes.h"

@@ -1,7 +1,9 @@
 #include "node/core/trace.h"
 
 #include <cinttypes>
+#include <cstddef>
 #include <cstdio>
+#include <iterator>
 
 namespace devcore {
 namespace {

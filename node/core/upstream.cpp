@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
+#include <set>
+#include <string>
 
 #include "node/core/address.h"
 #include "node/core/membership.h"

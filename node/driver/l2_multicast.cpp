@@ -2,7 +2,8 @@
 #include "platform/l2_multicast.h"
 
 #include <array>
-#include <optional>
+#include <cstddef>
+#include <cstdint>
 
 #include <unistd.h>
 

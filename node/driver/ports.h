@@ -1,5 +1,5 @@
-// The ports of the node as the capture driver numbers them: user ports 0 to 5 and the uplink, port
-// number 29. Tables of the driver hold one slot a port, in that order, the uplink last.
+// The ports of the node as the library numbers them: user ports 0 to 5 and the uplink, port number
+// 29. Tables of the drivers hold one slot a port, in that order, the uplink last.
 #pragma once
 
 #include <array>

@@ -282,7 +282,7 @@ std::string Bridge::put_up_guard() {
         if (port) rules += "# " + port->interface + " " + std::to_string(port->index) + "\n";
     }
     if (rules == rules_) return {};
-    const std::string error = guard_.put_up(rules);
+    std::string error = guard_.put_up(rules);
     rules_ = error.empty() ? rules : "";
     return error;
 }

@@ -14,7 +14,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "node/driver/ports.h"
 #include "node/live/multicast_database.h"

@@ -12,9 +12,12 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <thread>
 
@@ -22,12 +25,12 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
-#include "node/console.h"
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
 #include "node/live/live_error.h"
 #include "node/live/live_summary.h"
 #include "node/live/netlink.h"
+#include "node/report/console.h"
 
 namespace live {
 namespace {
@@ -138,14 +141,14 @@ std::string ready_line(const Arguments& arguments) {
 
 // Tasks of the library use it to the end of the process.
 LiveDriver& make_driver(const Arguments& arguments) {
-    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, node::complain,
+    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, report::complain,
                            CoreClock::move);
 }
 
 }  // namespace
 
 int run(const Arguments& arguments) {
-    std::FILE* const out = arguments.json ? node::divert_library_output() : stdout;
+    std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
@@ -169,16 +172,16 @@ int run(const Arguments& arguments) {
     Supervisor supervisor(driver, clock, signals);
     driver.start();
     await_command_queue();
-    node::complain(ready_line(arguments));
+    report::complain(ready_line(arguments));
     supervisor.run();
 
     const std::uint64_t end_us = CoreClock::now_us();
-    const Summary summary{arguments.bridge, driver.report(), node::report_core(end_us),
+    const Summary summary{arguments.bridge, driver.report(), report::core_report(end_us),
                           static_cast<double>(end_us - begin_us) / 1e6};
     driver.end();
     const std::string text = arguments.json ? as_json(summary) : as_text(summary);
     const bool is_written = std::fputs(text.c_str(), out) >= 0 && std::fflush(out) == 0;
-    if (!is_written) node::complain("the summary could not be written");
+    if (!is_written) report::complain("the summary could not be written");
     return is_written ? kDone : kFailed;
 }
 

@@ -8,6 +8,8 @@
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 

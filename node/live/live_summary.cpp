@@ -1,19 +1,21 @@
 #include "node/live/live_summary.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "node/table.h"
-#include "node/values.h"
+#include "node/report/table.h"
+#include "node/report/values.h"
 
 namespace live {
 namespace {
 
 using nlohmann::ordered_json;
-using node::Align;
-using node::number;
-using node::port_text;
-using node::Table;
+using report::Align;
+using report::number;
+using report::port_text;
+using report::Table;
 
 const char* state_text(EntryState state) {
     switch (state) {
@@ -34,7 +36,7 @@ std::string vlans_text(const EntryReport& entry) {
 }
 
 // The frames that the driver kept from the library, and the sends that came to nothing.
-std::vector<node::Count> driver_drops(const Report& report) {
+std::vector<report::Count> driver_drops(const Report& report) {
     PortCounters sum;
     for (const PortCounters& port : report.ports) {
         sum.not_trapped += port.not_trapped;
@@ -76,7 +78,7 @@ std::string entries_text(const Summary& summary) {
         table.add({port_text(entry.port), devcore::text(entry.group.family, entry.group.address),
                    vlans_text(entry), state_text(entry.state)});
     }
-    return table.text() + "  " + node::entry_changes_text(summary.core) + "\n";
+    return table.text() + "  " + report::entry_changes_text(summary.core) + "\n";
 }
 
 ordered_json ports_json(const Report& report) {
@@ -113,10 +115,10 @@ ordered_json entries_json(const Report& report) {
 }  // namespace
 
 std::string as_text(const Summary& summary) {
-    return ports_text(summary.report) + "\n" + node::messages_text(summary.core) + "\n" +
-           node::drops_text(driver_drops(summary.report), summary.core) + "\n" +
-           node::memberships_text(summary.core) + "\n" + entries_text(summary) + "\nRan for " +
-           node::fixed(summary.ran_s, 1) + " s\n";
+    return ports_text(summary.report) + "\n" + report::messages_text(summary.core) + "\n" +
+           report::drops_text(driver_drops(summary.report), summary.core) + "\n" +
+           report::memberships_text(summary.core) + "\n" + entries_text(summary) + "\nRan for " +
+           report::fixed(summary.ran_s, 1) + " s\n";
 }
 
 std::string as_json(const Summary& summary) {
@@ -126,9 +128,9 @@ std::string as_json(const Summary& summary) {
           {"ran_s", summary.ran_s},
           {"ports", ports_json(summary.report)},
           {"entries", entries_json(summary.report)}}},
-        {"core", node::core_json(summary.core)},
-        {"drops", node::drops_json(driver_drops(summary.report), summary.core)},
-        {"memberships", node::memberships_json(summary.core)},
+        {"core", report::core_json(summary.core)},
+        {"drops", report::drops_json(driver_drops(summary.report), summary.core)},
+        {"memberships", report::memberships_json(summary.core)},
     };
     // An interface's name may hold any bytes; JSON may not.
     return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";

@@ -3,15 +3,15 @@
 
 #include <string>
 
-#include "node/core_report.h"
 #include "node/live/live_driver.h"
+#include "node/report/core_report.h"
 
 namespace live {
 
 struct Summary {
     std::string bridge;
     Report report;
-    node::CoreReport core;
+    report::CoreReport core;
     double ran_s;
 };
 

@@ -5,8 +5,6 @@
 #pragma once
 
 #include <compare>
-#include <cstdint>
-#include <set>
 #include <vector>
 
 #include "node/core/development_core.h"

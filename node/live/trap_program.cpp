@@ -31,7 +31,10 @@ constexpr sock_filter if_equal(std::uint32_t value, std::uint8_t over) {
 constexpr sock_filter unless_equal(std::uint32_t value, std::uint8_t over) {
     return {BPF_JMP | BPF_JEQ | BPF_K, 0, over, value};
 }
-constexpr sock_filter add(std::uint32_t value) { return {BPF_ALU | BPF_ADD | BPF_K, 0, 0, value}; }
+constexpr sock_filter add(std::uint32_t value) {
+    // BPF_ADD and BPF_K are both 0. NOLINTNEXTLINE(misc-redundant-expression)
+    return {BPF_ALU | BPF_ADD | BPF_K, 0, 0, value};
+}
 constexpr sock_filter accept() { return {BPF_RET | BPF_K, 0, 0, 0xFFFF}; }
 constexpr sock_filter refuse() { return {BPF_RET | BPF_K, 0, 0, 0}; }
 

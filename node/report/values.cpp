@@ -1,11 +1,11 @@
-#include "node/values.h"
+#include "node/report/values.h"
 
 #include <array>
 #include <cstdio>
 
 #include "node/driver/ports.h"
 
-namespace node {
+namespace report {
 
 std::string number(std::uint64_t value) { return std::to_string(value); }
 
@@ -22,4 +22,4 @@ std::string port_text(std::int64_t port) {
     return slot ? driver::name_of_slot(*slot) : std::to_string(port);
 }
 
-}  // namespace node
+}  // namespace report

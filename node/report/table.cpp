@@ -1,9 +1,9 @@
-#include "node/table.h"
+#include "node/report/table.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace node {
+namespace report {
 namespace {
 
 constexpr const char* kIndent = "  ";
@@ -45,4 +45,4 @@ std::string Table::line(const std::vector<std::string>& cells) const {
     return text + "\n";
 }
 
-}  // namespace node
+}  // namespace report

@@ -1,12 +1,14 @@
-#include "node/replay.h"
+#include "node/replay/replay.h"
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -14,13 +16,13 @@
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
-#include "node/console.h"
 #include "node/core/development_core.h"
-#include "node/progress_line.h"
-#include "node/replay_summary.h"
-#include "node/timed_commands.h"
+#include "node/replay/progress_line.h"
+#include "node/replay/replay_summary.h"
+#include "node/replay/timed_commands.h"
+#include "node/report/console.h"
 
-namespace node {
+namespace replay {
 namespace {
 
 using capture::Driver;
@@ -47,7 +49,7 @@ void catch_interrupt(bool hold) {
     if (hold) sigaction(SIGTERM, &action, nullptr);
 }
 
-/* The command task works on meanwhile. */
+// The command task works on meanwhile.
 void hold_until_interrupted() {
     while (!interrupted) std::this_thread::sleep_for(kLook);
 }
@@ -62,7 +64,7 @@ std::uint64_t total_bytes(const std::vector<capture::Input>& inputs) {
     return total;
 }
 
-capture::Replay replay_of(const ReplayArguments& arguments) {
+capture::Replay replay_of(const Arguments& arguments) {
     return {arguments.inputs,
             arguments.output,
             arguments.onu_id,
@@ -71,8 +73,8 @@ capture::Replay replay_of(const ReplayArguments& arguments) {
             events_of(arguments.commands, [] { ++commands_run; })};
 }
 
-/* Runs the library over the captures. False when it never came for the frames. */
-bool run_replay(const ReplayArguments& arguments) {
+// Runs the library over the captures. False when it never came for the frames.
+bool run_replay(const Arguments& arguments) {
     Driver& driver = Driver::instance();
     IgmpInit();
     mc_debug = arguments.debug;
@@ -90,7 +92,8 @@ bool run_replay(const ReplayArguments& arguments) {
     }
     if (interrupted) {
         driver.stop();
-        (void)driver.wait_until_finished(kPatienceForLastFrame);  // the summary is due either way
+        // The summary is due either way.
+        static_cast<void>(driver.wait_until_finished(kPatienceForLastFrame));
     }
     progress.erase();
     return started;
@@ -98,13 +101,13 @@ bool run_replay(const ReplayArguments& arguments) {
 
 }  // namespace
 
-int replay(const ReplayArguments& arguments) {
+int run(const Arguments& arguments) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
-    std::FILE* out = arguments.json ? divert_library_output() : stdout;
+    std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
-        complain("standard output cannot be diverted");
+        report::complain("standard output cannot be diverted");
         return kFailed;
     }
     catch_interrupt(arguments.hold);
@@ -112,25 +115,25 @@ int replay(const ReplayArguments& arguments) {
     if (arguments.hold) std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const auto start = steady_clock::now();
     if (!run_replay(arguments)) {
-        complain("the library started no packet task");
+        report::complain("the library started no packet task");
         return kFailed;
     }
     const std::chrono::duration<double> took = steady_clock::now() - start;
 
     capture::Report report = driver.report();
     const std::uint64_t end_us = report.span ? report.span->end_us : 0;
-    const Summary summary{arguments,    std::move(report), report_core(end_us),
+    const Summary summary{arguments,    std::move(report), report::core_report(end_us),
                           commands_run, interrupted,       took.count()};
     const std::string text = arguments.json ? as_json(summary) : as_text(summary);
     bool complete = summary.report.failures.empty();
     if (std::fputs(text.c_str(), out) < 0 || std::fflush(out) != 0) {
-        complain("the summary could not be written");
+        report::complain("the summary could not be written");
         complete = false;
     }
-    for (const std::string& line : summary.report.failures) complain(line);
+    for (const std::string& line : summary.report.failures) report::complain(line);
     if (summary.interrupted) return kInterrupted;
     if (arguments.hold) hold_until_interrupted();
     return complete ? kDone : kFailed;
 }
 
-}  // namespace node
+}  // namespace replay

@@ -1,15 +1,17 @@
-#include "node/replay_summary.h"
+#include "node/replay/replay_summary.h"
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "node/driver/ports.h"
-#include "node/table.h"
-#include "node/values.h"
+#include "node/report/table.h"
+#include "node/report/values.h"
 
-namespace node {
+namespace replay {
 namespace {
 
 using capture::Counters;
@@ -18,12 +20,18 @@ using capture::FramesOut;
 using capture::SwitchEntry;
 using driver::MacAddress;
 using nlohmann::ordered_json;
+using report::Align;
+using report::fixed;
+using report::number;
+using report::port_text;
+using report::seconds;
+using report::Table;
 
 constexpr std::uint64_t kMicrosecondsPerSecond = 1'000'000;
 
 // ---- Values as text ----
 
-/* "2026-11-21 07:03:10.987486 UTC" */
+// "2026-11-21 07:03:10.987486 UTC"
 std::string date(std::uint64_t stamp_us) {
     const auto second = static_cast<std::time_t>(stamp_us / kMicrosecondsPerSecond);
     const auto fraction = static_cast<unsigned>(stamp_us % kMicrosecondsPerSecond);
@@ -86,7 +94,7 @@ std::string time_text(const Summary& summary) {
            (summary.interrupted ? ", interrupted: this is what was replayed until then\n" : "\n");
 }
 
-/* Empty when none were to run: most replays have none. */
+// Empty when none were to run: most replays have none.
 std::string commands_text(const Summary& summary) {
     const std::vector<TimedCommand>& commands = summary.arguments.commands;
     if (commands.empty()) return "";
@@ -137,8 +145,8 @@ std::string frames_out_text(const Counters& counters) {
 
 // ---- What the core knows ----
 
-/* The frames that the driver kept from the library, and the sends that it refused. */
-std::vector<Count> driver_drops(const Counters& counters) {
+// The frames that the driver kept from the library, and the sends that it refused.
+std::vector<report::Count> driver_drops(const Counters& counters) {
     const FramesIn in = total_in(counters);
     return {{"not trapped", in.not_trapped},
             {"longer than 2000 bytes", in.too_long},
@@ -147,7 +155,7 @@ std::vector<Count> driver_drops(const Counters& counters) {
             {"sent without bytes", counters.send_empty}};
 }
 
-/* The MAC address that the frames of the group carry (RFC 1112, RFC 2464). */
+// The MAC address that the frames of the group carry (RFC 1112, RFC 2464).
 MacAddress group_mac(const devcore::Membership& member) {
     const devcore::Address& group = member.group;
     if (member.family == devcore::Family::kIpv6) {
@@ -156,7 +164,7 @@ MacAddress group_mac(const devcore::Membership& member) {
     return {0x01, 0x00, 0x5E, static_cast<std::uint8_t>(group[1] & 0x7F), group[2], group[3]};
 }
 
-/* The groups that a switch entry lets through to its port, as far as the core knows them. */
+// The groups that a switch entry lets through to its port, as far as the core knows them.
 std::vector<std::string> groups_behind(const Summary& summary, const SwitchEntry& entry) {
     std::vector<std::string> groups;
     for (const devcore::Membership& member : summary.core.memberships) {
@@ -186,7 +194,7 @@ std::string switch_text(const Summary& summary) {
            number(switch_table.repeated) + " set again, " + number(switch_table.removed) +
            " taken away, " + number(switch_table.absent) + " taken away while absent, " +
            number(switch_table.invalid_port) + " refused for an unknown port\n" + "  " +
-           entry_changes_text(summary.core) + "\n";
+           report::entry_changes_text(summary.core) + "\n";
 }
 
 // ---- JSON ----
@@ -278,9 +286,9 @@ std::string as_text(const Summary& summary) {
         commands_text(summary),
         frames_in_text(counters),
         frames_out_text(counters),
-        messages_text(summary.core),
-        drops_text(driver_drops(counters), summary.core),
-        memberships_text(summary.core),
+        report::messages_text(summary.core),
+        report::drops_text(driver_drops(counters), summary.core),
+        report::memberships_text(summary.core),
         switch_text(summary),
     };
     const bool on_console = summary.arguments.debug != 0 || summary.commands_run > 0;
@@ -304,13 +312,13 @@ std::string as_json(const Summary& summary) {
         {"commands_not_run", summary.arguments.commands.size() - summary.commands_run},
         {"frames_in", frames_in_json(counters)},
         {"frames_out", frames_out_json(counters)},
-        {"core", core_json(summary.core)},
-        {"drops", drops_json(driver_drops(counters), summary.core)},
-        {"memberships", memberships_json(summary.core)},
+        {"core", report::core_json(summary.core)},
+        {"drops", report::drops_json(driver_drops(counters), summary.core)},
+        {"memberships", report::memberships_json(summary.core)},
         {"switch", switch_json(summary)},
     };
     // A file name may hold any bytes; JSON may not.
     return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 
-}  // namespace node
+}  // namespace replay

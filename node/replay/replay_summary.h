@@ -1,19 +1,19 @@
-/* What a replay came to, as tables to be read and as one JSON object. */
+// What a replay came to, as tables to be read and as one JSON object.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
 #include "node/capture/capture_driver.h"
-#include "node/core_report.h"
-#include "node/replay_arguments.h"
+#include "node/replay/arguments.h"
+#include "node/report/core_report.h"
 
-namespace node {
+namespace replay {
 
 struct Summary {
-    ReplayArguments arguments;
+    Arguments arguments;
     capture::Report report;
-    CoreReport core;
+    report::CoreReport core;
     std::size_t commands_run;  // so many of the arguments' commands, from the first on
     bool interrupted;
     double took_s;
@@ -21,7 +21,7 @@ struct Summary {
 
 [[nodiscard]] std::string as_text(const Summary& summary);
 
-/* Equal for equal replays: how long the replay took is not in it. Ends with a line feed. */
+// Equal for equal replays: how long the replay took is not in it. Ends with a line feed.
 [[nodiscard]] std::string as_json(const Summary& summary);
 
-}  // namespace node
+}  // namespace replay

@@ -1,11 +1,11 @@
-/* A table of text with aligned columns, for summaries made to be read. */
+// A table of text with aligned columns, for summaries made to be read.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-namespace node {
+namespace report {
 
 enum class Align { kLeft, kRight };
 
@@ -18,10 +18,10 @@ class Table {
  public:
     Table(std::string title, std::vector<Column> columns);
 
-    /* One cell a column. */
+    // One cell a column.
     void add(std::vector<std::string> row);
 
-    /* Title, header, rows; "(none)" in place of them when there is no row. */
+    // Title, header, rows; "(none)" in place of them when there is no row.
     [[nodiscard]] std::string text() const;
 
  private:
@@ -33,4 +33,4 @@ class Table {
     std::vector<std::vector<std::string>> rows_;
 };
 
-}  // namespace node
+}  // namespace report

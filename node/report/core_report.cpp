@@ -1,13 +1,13 @@
-#include "node/core_report.h"
+#include "node/report/core_report.h"
 
 #include <array>
 #include <cstddef>
 #include <nlohmann/json.hpp>
 
-#include "node/table.h"
-#include "node/values.h"
+#include "node/report/table.h"
+#include "node/report/values.h"
 
-namespace node {
+namespace report {
 namespace {
 
 using nlohmann::ordered_json;
@@ -20,7 +20,7 @@ std::string version_text(const devcore::Membership& member) {
     return protocol(member) + ("v" + std::to_string(member.version));
 }
 
-/* "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source. */
+// "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source.
 std::string filter_text(const devcore::Membership& member) {
     std::string sources;
     for (const devcore::Address& source : member.sources) {
@@ -43,7 +43,7 @@ ordered_json addresses_json(devcore::Family family,
     return rows;
 }
 
-/* One of the core's arrays of counts with the name of each. */
+// One of the core's arrays of counts with the name of each.
 template <class Kind, std::size_t size>
 std::vector<Count> named(const std::array<std::uint64_t, size>& counts) {
     std::vector<Count> rows;
@@ -70,7 +70,7 @@ ordered_json json_of(const std::vector<Count>& counts) {
 
 }  // namespace
 
-CoreReport report_core(std::uint64_t now_us) {
+CoreReport core_report(std::uint64_t now_us) {
     return {devcore::counters(), devcore::memberships(), now_us};
 }
 
@@ -149,4 +149,4 @@ ordered_json memberships_json(const CoreReport& core) {
     return rows;
 }
 
-}  // namespace node
+}  // namespace report

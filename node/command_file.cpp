@@ -1,13 +1,18 @@
-#include "node/timed_commands.h"
+#include "node/command_file.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
+#include <functional>
 #include <optional>
+#include <stdexcept>
+#include <string>
 #include <system_error>
+#include <utility>
 
 #include "command/command.h"
 #include "node/node_words.h"
@@ -17,10 +22,12 @@
 namespace node {
 namespace {
 
+using replay::TimedCommand;
+
 constexpr double kMicrosPerSecond = 1e6;
 constexpr double kLatest = 1e9;  // seconds; far beyond use, and safe to add to any stamp
 
-/* "30" or "30.5": the whole text, without a sign or an exponent. */
+// "30" or "30.5": the whole text, without a sign or an exponent.
 std::optional<double> parse_seconds(const std::string& text) {
     if (text.find_first_not_of("0123456789.") != std::string::npos) return std::nullopt;
     double value = 0;
@@ -36,17 +43,16 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-/*
- * The whole record goes to the dispatcher. Behind the fields are zeros: what a command finds there
- * must not depend on the command before it.
- */
+// The whole record goes to the dispatcher. Behind the fields are zeros: what a command finds there
+// must not depend on the command before it.
 std::function<void()> dispatch_of(const commands::Record& record) {
     std::array<std::uint8_t, MC_RECORD_SIZE> image{};
     std::copy_n(record.bytes.begin(), std::min(record.bytes.size(), image.size()), image.begin());
-    return [image] { (void)process_interface_msg(image.data()); };  // always 0
+    // It always returns 0.
+    return [image] { static_cast<void>(process_interface_msg(image.data())); };
 }
 
-/* Nothing for a line that says nothing. Throws UsageError or commands::UsageError. */
+// Nothing for a line that says nothing. Throws UsageError or commands::UsageError.
 std::optional<TimedCommand> parse_line(const std::string& line) {
     std::vector<std::string> words = commands::split(line);
     if (words.empty()) return std::nullopt;
@@ -68,13 +74,6 @@ std::optional<TimedCommand> parse_line(const std::string& line) {
         command.run = dispatch_of(record);
     }
     return command;
-}
-
-void run(const TimedCommand& command) {
-    // The library's lines begin with a line end instead of ending in one.
-    std::printf("\n[%.3f s] %s\n", static_cast<double>(command.after_us) / kMicrosPerSecond,
-                command.words.c_str());
-    command.run();
 }
 
 }  // namespace
@@ -101,22 +100,6 @@ std::vector<TimedCommand> read_commands(const std::filesystem::path& file) {
     if (!lines.eof()) throw UsageError(file.string() + ": cannot be read");
     std::ranges::stable_sort(commands, {}, &TimedCommand::after_us);
     return commands;
-}
-
-/*
- * On a device the command task runs commands, while the packet task handles frames. Here the packet
- * task runs them between two frames: only then does a replay come out the same each time.
- */
-std::vector<capture::Event> events_of(const std::vector<TimedCommand>& commands,
-                                      const std::function<void()>& ran) {
-    std::vector<capture::Event> events;
-    for (const TimedCommand& command : commands) {
-        events.push_back({command.after_us, [command, ran] {
-                              run(command);
-                              ran();
-                          }});
-    }
-    return events;
 }
 
 }  // namespace node

@@ -1,15 +1,15 @@
-/* Values as the node's summaries write them. */
+// Values as the node's summaries write them.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-namespace node {
+namespace report {
 
 [[nodiscard]] std::string number(std::uint64_t value);
 [[nodiscard]] std::string fixed(double value, int digits);
 [[nodiscard]] double seconds(std::uint64_t us);
-/* "port2" or "uplink"; the number of a port that the switch does not have. */
+// "port2" or "uplink"; the number of a port that the switch does not have.
 [[nodiscard]] std::string port_text(std::int64_t port);
 
-}  // namespace node
+}  // namespace report

@@ -1,9 +1,9 @@
-#include "node/console.h"
+#include "node/report/console.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace node {
+namespace report {
 
 void complain(const std::string& line) { std::fprintf(stderr, "mc_node: %s\n", line.c_str()); }
 
@@ -13,4 +13,4 @@ std::FILE* divert_library_output() {
     return fdopen(real, "w");
 }
 
-}  // namespace node
+}  // namespace report

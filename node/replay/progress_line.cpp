@@ -1,4 +1,4 @@
-#include "node/progress_line.h"
+#include "node/replay/progress_line.h"
 
 #include <unistd.h>
 
@@ -6,7 +6,7 @@
 #include <cinttypes>
 #include <cstdio>
 
-namespace node {
+namespace replay {
 namespace {
 
 constexpr std::chrono::milliseconds kWorthALine{500};
@@ -35,4 +35,4 @@ void ProgressLine::erase() {
     std::fflush(stderr);
 }
 
-}  // namespace node
+}  // namespace replay

@@ -1,7 +1,5 @@
-/*
- * One line on the terminal that says how far a long replay came. It is not there for standard error
- * that is no terminal, nor for a replay that is over before anyone could read it.
- */
+// One line on the terminal that says how far a long replay came. It is not there for standard error
+// that is no terminal, nor for a replay that is over before anyone could read it.
 #pragma once
 
 #include <chrono>
@@ -9,13 +7,13 @@
 
 #include "node/capture/capture_driver.h"
 
-namespace node {
+namespace replay {
 
 class ProgressLine {
  public:
     using Clock = std::chrono::steady_clock;
 
-    /* total_bytes: what capture::Progress::bytes comes to at the end, roughly. */
+    // total_bytes: what capture::Progress::bytes comes to at the end, roughly.
     ProgressLine(std::uint64_t total_bytes, bool wanted);
 
     void show(const capture::Progress& progress);
@@ -28,4 +26,4 @@ class ProgressLine {
     Clock::time_point start_ = Clock::now();
 };
 
-}  // namespace node
+}  // namespace replay

@@ -1,7 +1,5 @@
-/*
- * What the development core knows, as tables to be read and as JSON: the same for every driver that
- * the node runs on.
- */
+// What the development core knows, as tables to be read and as JSON: the same for every driver that
+// the node runs on.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +10,7 @@
 
 #include "node/core/development_core.h"
 
-namespace node {
+namespace report {
 
 struct CoreReport {
     devcore::Counters counters;
@@ -20,10 +18,10 @@ struct CoreReport {
     std::uint64_t now_us;  // on the core's clock, for ages
 };
 
-/* As it is at this moment, on a clock that says now_us. */
-[[nodiscard]] CoreReport report_core(std::uint64_t now_us);
+// As it is at this moment, on a clock that says now_us.
+[[nodiscard]] CoreReport core_report(std::uint64_t now_us);
 
-/* A row for each count of a table; those that are 0 are left out. */
+// A row for each count of a table; those that are 0 are left out.
 struct Count {
     std::string_view name;
     std::uint64_t value;
@@ -31,12 +29,12 @@ struct Count {
 
 // ---- What it has seen and holds ----
 
-/* Two tables: messages received and sent. */
+// Two tables: messages received and sent.
 [[nodiscard]] std::string messages_text(const CoreReport& core);
-/* Driver and core, with their reasons; those that are 0 are left out. */
+// Driver and core, with their reasons; those that are 0 are left out.
 [[nodiscard]] std::string drops_text(const std::vector<Count>& driver, const CoreReport& core);
 [[nodiscard]] std::string memberships_text(const CoreReport& core);
-/* "the core: 3 added, 0 failed, 1 taken away, 0 failed" */
+// "the core: 3 added, 0 failed, 1 taken away, 0 failed"
 [[nodiscard]] std::string entry_changes_text(const CoreReport& core);
 
 [[nodiscard]] nlohmann::ordered_json core_json(const CoreReport& core);
@@ -44,4 +42,4 @@ struct Count {
                                                 const CoreReport& core);
 [[nodiscard]] nlohmann::ordered_json memberships_json(const CoreReport& core);
 
-}  // namespace node
+}  // namespace report
