@@ -5,6 +5,7 @@
 #include "adapt/adapt.h"
 #include "adapt/status_segment.h"
 #include "adapt/tables.h"
+#include "common/bytes.h"
 #include "common/diagnostics.h"
 #include "platform/protocol_core.h"
 #include "settings/settings.h"
@@ -59,7 +60,7 @@ std::int32_t omci_set_multicast_mode(std::uint32_t mode) {
         std::printf("\r\n[MC_DBG_ERR]: ERROR!flood_trap =%d ", requested);
     }
     // Read again: the hook may have chosen another mode.
-    switch (proxy_adapt_mode) {
+    switch (mc::read_once(proxy_adapt_mode)) {
         case MC_MODE_CONTROL:
             return switch_to_control();
         case kRequestProxy:

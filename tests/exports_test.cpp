@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <ostream>
 #include <set>
 #include <sstream>
 #include <string>
@@ -215,6 +216,10 @@ Names with_the_marks(Names exported) {
 struct LibraryFile {
     const char* name;
     const char* path;
+
+    friend std::ostream& operator<<(std::ostream& out, const LibraryFile& file) {
+        return out << file.name;
+    }
 };
 
 // The library of the build at hand, and the same sources without optimisation: there no helper of

@@ -604,13 +604,6 @@ TEST_P(Words, ReachTheNeighbours) {
         << "two of these could be exchanged";
 }
 
-TEST_P(Words, HaveValuesThatDiffer) {
-    std::set<std::uint32_t> numbers;
-    for (const Value& value : GetParam().values) {
-        EXPECT_TRUE(numbers.insert(value.number).second) << value.name;
-    }
-}
-
 // ---- The table of mcctl ------------------------------------------------------------------------
 
 std::multiset<std::uint32_t> codes_of_the_table() {
@@ -625,6 +618,15 @@ TEST_F(McctlTable, HasARowAboveForEveryCommand) {
     std::multiset<std::uint32_t> told;
     for (const Row& row : rows()) told.insert(encoded(row).code);
     EXPECT_EQ(told, codes_of_the_table());
+}
+
+TEST_F(McctlTable, HasRowsAboveOfWhichAllValuesDiffer) {
+    for (const Row& row : rows()) {
+        std::set<std::uint32_t> numbers;
+        for (const Value& value : row.values) {
+            EXPECT_TRUE(numbers.insert(value.number).second) << row << ": " << value.name;
+        }
+    }
 }
 
 // The dispatcher is asked, not read: of a code that it does not know it complains.

@@ -13,6 +13,7 @@
 #include "settings/settings.h"
 #include "tests/support/console.h"
 #include "tests/support/fresh_library.h"
+#include "tests/support/sides.h"
 
 namespace {
 
@@ -77,6 +78,10 @@ struct ModeChangedMeanwhile {
     std::uint8_t requested;
     std::uint8_t changed_to;
     std::uint8_t selected;
+
+    friend std::ostream& operator<<(std::ostream& out, const ModeChangedMeanwhile& change) {
+        return out << line("%d, changed to %d", change.requested, change.changed_to);
+    }
 };
 
 class ModeBranch : public Settings, public ::testing::WithParamInterface<ModeChangedMeanwhile> {};

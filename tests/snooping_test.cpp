@@ -1108,17 +1108,24 @@ void look_at(const std::uint8_t* frame, std::size_t len, unsigned port) {
     }
 }
 
-class DuringAReset : public StartedTest, public ::testing::WithParamInterface<void (*)()> {};
-INSTANTIATE_TEST_SUITE_P(Igmp, DuringAReset,
-                         ::testing::Values([] { initIgmpGlobleParmeter(); },
-                                           [] { omci_clear_igmp_all_parmeter(); }),
-                         [](const auto& reset) {
-                             return std::string(reset.index == 0 ? "OfTheParameters"
-                                                                 : "OfEverything");
-                         });
+struct Reset {
+    const char* name;
+    void (*run)();
+
+    friend std::ostream& operator<<(std::ostream& out, const Reset& reset) {
+        return out << reset.name;
+    }
+};
+
+class DuringAReset : public StartedTest, public ::testing::WithParamInterface<Reset> {};
+INSTANTIATE_TEST_SUITE_P(
+    Igmp, DuringAReset,
+    ::testing::Values(Reset{"OfTheParameters", [] { initIgmpGlobleParmeter(); }},
+                      Reset{"OfEverything", [] { omci_clear_igmp_all_parmeter(); }}),
+    [](const auto& reset) { return reset.param.name; });
 
 TEST_P(DuringAReset, NoFrameLeavesByHalfOfIt) {
-    const auto reset_and_set = [reset = GetParam()] {
+    const auto reset_and_set = [reset = GetParam().run] {
         reset();
         for (std::uint32_t port = 0; port <= 5; ++port) {
             igmp_adapt_set_sig_vlan(port, kUp, MC_NO_VLAN, kDown);
