@@ -2,6 +2,7 @@
 
 import json
 import os
+import time
 
 from lab.capture import Capture
 from lab.failure import LabError
@@ -75,11 +76,18 @@ class Home:
             self.populate(port)
         self.wait_for_links()
 
-    def make_bridge(self):
+    def make_bridge(self, on=True):
         self.switch.ip("link set lo up", "link add %s type bridge" % BRIDGE)
         # The bridge itself has a link-local address, as it has on any machine with IPv6.
         self.switch.set_knob("ipv6/conf/%s/disable_ipv6" % BRIDGE, 0)
+        if on:
+            self.switch_on()
+
+    def switch_on(self):
         self.switch.ip("link set %s up" % BRIDGE)
+
+    def switch_off(self):
+        self.switch.ip("link set %s down" % BRIDGE)
 
     def enslave(self, device):
         self.switch.ip("link set %s master %s" % (device, BRIDGE), "link set %s up" % device)
@@ -137,11 +145,14 @@ class Home:
     def take_bridge_away(self):
         self.switch.ip("link delete " + BRIDGE)
 
-    def put_bridge_back(self):
-        """Makes the bridge again, with the same ports."""
-        self.make_bridge()
+    def put_bridge_back(self, off_for=0):
+        """Makes the bridge again, with the same ports, and lets it be off for some seconds."""
+        self.make_bridge(on=not off_for)
         for device in [UPLINK] + [port.device for port in self.ports]:
             self.enslave(device)
+        if off_for:
+            time.sleep(off_for)
+            self.switch_on()
         self.wait_for_links()
 
     def captures(self):

@@ -72,10 +72,10 @@ void Bridge::begin() {
     take_bridge(*bridge);
     entries_.take_back(true);
     look_at_ports();
+    look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
     if (!error.empty()) throw LiveError("nftables: " + error);
-    look_whether_on();
     await_link_local();
     keep_settings();
     look_at_link_local();
@@ -103,11 +103,22 @@ void Bridge::take_bridge(const Link& link) {
 
 // Until the next one heeds its database, it would flood.
 void Bridge::lose_bridge() {
-    is_flooding_ = true;
+    hold_back();
     bridge_.reset();
     before_.reset();
     entries_.use_bridge(0, name_, 0);
     say_(name_ + " is gone: streams are not switched until it is back");
+}
+
+// Its streams are kept from the users until it has been asked to heed its database, and does.
+void Bridge::hold_back() {
+    is_flooding_ = true;
+    heeds_at_ = Clock::time_point::max();
+}
+
+// From the settings on; when it gets an address it is asked again.
+std::chrono::milliseconds Bridge::until_heeded() const {
+    return link_local_ == LinkLocal::kTentative ? kAddressPatience : kUntilHeeded;
 }
 
 // Sets what is not as the node needs it.
@@ -139,6 +150,7 @@ void Bridge::give_back_settings() {
 void Bridge::look_whether_on() {
     if (bridge_->on == is_on_) return;
     is_on_ = bridge_->on;
+    if (!is_on_) hold_back();
     say_(name_ + (is_on_ ? " is up again" : " is down: streams are not switched until it is up"));
 }
 
@@ -167,6 +179,7 @@ void Bridge::look_at_link_local() {
     }
     static_cast<void>(set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 0));
     static_cast<void>(set_bridge(netlink_, bridge_->index, BridgeSetting::kQuerier, 1));
+    heeds_at_ = Clock::now() + kUntilHeeded;
 }
 
 void Bridge::recover_from_overflow() {
@@ -183,26 +196,26 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     if (bridge_ && (!is_there || is_new)) lose_bridge();
     if (is_new) {
         take_bridge(*link);
-        heeds_at_ = Clock::now() + kUntilHeeded;
         say_(name_ + " is back");
     } else if (is_there) {
         bridge_ = link;
         entries_.use_bridge(link->index, name_, link->hash_max);
     }
     look_at_ports();
-    if (is_there && is_flooding_ && Clock::now() >= heeds_at_) is_flooding_ = false;
+    if (is_there) look_whether_on();
+    if (Clock::now() >= heeds_at_) is_flooding_ = false;
     const std::string error = put_up_guard();
     if (!error.empty()) say_("nftables: " + error);
     if (is_there) {
-        look_whether_on();
         keep_settings();
         look_at_link_local();
+        if (is_flooding_ && is_on_) heeds_at_ = std::min(heeds_at_, Clock::now() + until_heeded());
     }
     if (const std::size_t count = entries_.put_back(); count > 0) {
         say_("put " + std::to_string(count) + " groups back into the multicast database of " +
              name_);
     }
-    if (is_there && is_flooding_) return kUntilHeeded;
+    if (is_there && is_on_ && is_flooding_) return kUntilHeeded;
     return std::nullopt;
 }
 

@@ -68,6 +68,8 @@ class Bridge {
     void require_everything();
     void take_bridge(const Link& link);
     void lose_bridge();
+    void hold_back();
+    [[nodiscard]] std::chrono::milliseconds until_heeded() const;
     void keep_settings();
     void give_back_settings();
     void look_whether_on();
