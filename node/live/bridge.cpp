@@ -80,6 +80,7 @@ void Bridge::begin() {
     keep_settings();
     look_at_link_local();
     std::this_thread::sleep_for(kUntilHeeded);
+    (void)entries_.put_back();  // there is nothing yet: it counts the groups of others
 }
 
 void Bridge::end() {

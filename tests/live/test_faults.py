@@ -2,8 +2,10 @@
 
 import os
 import re
+import select
 import shutil
 import signal
+import socket
 import subprocess
 import tempfile
 
@@ -11,6 +13,7 @@ from lab.state import entries, groups_of, rules, snapshot
 from live_test import LiveTest, programs, until
 
 NOBODY = 65534
+RTMGRP_LINK = 1
 SAID_AGAIN = 0.3     # seconds in which news of a fault that are taken twice would show
 
 
@@ -182,6 +185,7 @@ class FullDatabase(FaultTest):
     def test_a_full_multicast_database(self):
         self.switch.ip("link set br0 type bridge mcast_hash_max %d" % self.ROOM)
         self.node.start()
+        news = self.link_news()
         self.hosts["h0"].speak(igmp=3)
         streams = [self.uplink.stream("239.6.6.%d" % n, 50) for n in range(self.GROUPS)]
         members = []
@@ -190,6 +194,8 @@ class FullDatabase(FaultTest):
             self.wait_for(lambda: self.at_uplink("IGMPv3 report", stream.group, self.hosts["h0"]),
                           "the report goes up")
         self.one_complaint("full")
+        # It did not come so far that the kernel gave up snooping and the node had to set it again.
+        self.assertFalse(b"br0\0" in news(), "settings of br0 have changed")
         # What fitted in goes on, and nobody gets what he did not ask for.
         served = [stream for stream in streams if stream.group in groups_of(self.switch, "lan0")]
         self.assertIn(streams[0], served)
@@ -203,6 +209,22 @@ class FullDatabase(FaultTest):
             member.leave()
         until(lambda: not groups_of(self.switch, "lan0"), "the entries are gone")
         self.assert_works(1, "239.6.6.100")
+
+
+    def link_news(self):
+        """What gives, as the kernel wrote it, all that changed at interfaces of the switch from now on."""
+        with self.switch.entered():
+            subscribed = socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, socket.NETLINK_ROUTE)
+        self.addCleanup(subscribed.close)
+        subscribed.bind((0, RTMGRP_LINK))
+        subscribed.setblocking(False)
+
+        def news():
+            messages = b""
+            while select.select([subscribed], [], [], 0)[0]:
+                messages += subscribed.recv(1 << 16)
+            return messages
+        return news
 
 
 class BadStarts(LiveTest):
