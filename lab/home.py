@@ -89,14 +89,10 @@ class Home:
     def switch_off(self):
         self.switch.ip("link set %s down" % BRIDGE)
 
-    def enslave(self, device):
-        self.switch.ip("link set %s master %s" % (device, BRIDGE), "link set %s up" % device)
-
     def wire_up(self, device, namespace):
         """A wire from an interface of the switch to eth0 of a namespace."""
         self.switch.ip("link add %s type veth peer name %s netns %s"
-                       % (device, DEVICE, namespace.path()))
-        self.enslave(device)
+                       % (device, DEVICE, namespace.path()), *enslaving(device))
 
     def populate(self, port):
         """Connects the hosts of a port, through a dumb switch if there are several."""
@@ -111,11 +107,10 @@ class Home:
         port.junction.ip("link add %s type bridge mcast_snooping 0" % BRIDGE,
                          "link set %s up" % BRIDGE)
         self.wire_up(port.device, port.junction)
-        port.junction.ip("link set %s master %s" % (DEVICE, BRIDGE), "link set %s up" % DEVICE)
+        port.junction.ip(*enslaving(DEVICE))
         for host in port.hosts:
             port.junction.ip("link add %s type veth peer name %s netns %s"
-                             % (host.name, DEVICE, host.namespace.path()),
-                             "link set %s master %s" % (host.name, BRIDGE), "link set %s up" % host.name)
+                             % (host.name, DEVICE, host.namespace.path()), *enslaving(host.name))
             host.plug_in()
         port.wire = Capture(self.pump, port.junction, DEVICE)
 
@@ -149,7 +144,7 @@ class Home:
         """Makes the bridge again, with the same ports, and lets it be off for some seconds."""
         self.make_bridge(on=not off_for)
         for device in [UPLINK] + [port.device for port in self.ports]:
-            self.enslave(device)
+            self.switch.ip(*enslaving(device))
         if off_for:
             time.sleep(off_for)
             self.switch_on()
@@ -180,6 +175,11 @@ class Home:
                 self.switch.close()
         finally:
             self.pump.close()
+
+
+def enslaving(device):
+    """Lines for ip that make the interface a port of the bridge and switch it on."""
+    return "link set %s master %s" % (device, BRIDGE), "link set %s up" % device
 
 
 def forwards(switch, ports):
