@@ -2,14 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstddef>
 #include <sstream>
-#include <system_error>
+#include <string_view>
 
 #include "common/diagnostics.h"
 #include "node/driver/ports.h"
 #include "node/usage_error.h"
+#include "tools/values.h"
 
 namespace node {
 namespace {
@@ -31,32 +31,19 @@ constexpr std::array<MaskName, 6> kMaskNames{{
 std::uint32_t mask_of(const std::string& word) {
     const auto known = std::ranges::find(kMaskNames, std::string_view(word), &MaskName::name);
     if (known != kMaskNames.end()) return known->bits;
-    if (const auto number = parse_number(word)) return *number;
+    if (std::uint32_t mask = 0; commands::read_number(word, mask)) return mask;
     throw UsageError("--debug: '" + word +
                      "' is neither a number nor one of flow, errors, tx, rx, config, all");
 }
 
 }  // namespace
 
-std::optional<std::uint32_t> parse_number(std::string_view text) {
-    int base = 10;
-    if (text.starts_with("0x") || text.starts_with("0X")) {
-        text.remove_prefix(2);
-        base = 16;
-    }
-    std::uint32_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
-    if (error != std::errc{} || stop != end) return std::nullopt;
-    return value;
-}
-
 std::uint8_t parse_onu_id(const std::string& text) {
-    const auto number = parse_number(text);
-    if (!number || *number > UINT8_MAX) {
+    std::uint32_t number = 0;
+    if (!commands::read_number(text, number) || number > UINT8_MAX) {
         throw UsageError("'" + text + "' is no ONU id: a number from 0 to 255 is needed");
     }
-    return static_cast<std::uint8_t>(*number);
+    return static_cast<std::uint8_t>(number);
 }
 
 std::uint32_t parse_debug_mask(const std::string& text) {
@@ -72,12 +59,12 @@ std::pair<std::uint8_t, std::string> parse_port(const std::string& text, const s
         throw UsageError("--port: '" + text + "' is not of the form PORT=" + what);
     }
     const std::string port = text.substr(0, equals);
-    const auto number = parse_number(port);
-    if (!number || !driver::slot_of_port(*number)) {
+    std::uint32_t number = 0;
+    if (!commands::read_number(port, number) || !driver::slot_of_port(number)) {
         throw UsageError("--port: there is no port '" + port +
                          "', user ports are 0 to 5 and the uplink is 29");
     }
-    return {static_cast<std::uint8_t>(*number), text.substr(equals + 1)};
+    return {static_cast<std::uint8_t>(number), text.substr(equals + 1)};
 }
 
 }  // namespace node

@@ -2,15 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace node {
-
-// The whole text as an unsigned number, decimal or with a leading 0x.
-[[nodiscard]] std::optional<std::uint32_t> parse_number(std::string_view text);
 
 // 0 to 255, where 255 is none; throws UsageError.
 [[nodiscard]] std::uint8_t parse_onu_id(const std::string& text);

@@ -2,8 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstddef>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>

@@ -1,10 +1,8 @@
-/*
- * Commands by readable names: turns the words of a command line, such as `vlan delete-all`, into
- * the record that the command queue carries. All that is known about the commands is in
- * command_table.cpp; values are checked here, because the receiver of a record checks nothing.
- *
- * Link the target mc_commands. Nothing here touches the queue.
- */
+// Commands by readable names: turns the words of a command line, such as `vlan delete-all`, into
+// the record that the command queue carries. All that is known about the commands is in
+// command_table.cpp; values are checked here, because the receiver of a record checks nothing.
+//
+// Link the target mc_commands. Nothing here touches the queue.
 #pragma once
 
 #include <cstdint>
@@ -20,17 +18,15 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/*
- * The whole record from offset 0, as the dispatcher reads it, big-endian:
- *
- *    0        4             8
- *    +--------+-------------+---------+
- *    |  code  | dump length | payload |
- *    +--------+-------------+---------+
- *
- * bytes.size() is exactly what the fields of the command need, at least 8, at most 132. The dump
- * length is bytes.size().
- */
+// The whole record from offset 0, as the dispatcher reads it, big-endian:
+//
+//    0        4             8
+//    +--------+-------------+---------+
+//    |  code  | dump length | payload |
+//    +--------+-------------+---------+
+//
+// bytes.size() is exactly what the fields of the command need, at least 8, at most 132. The dump
+// length is bytes.size().
 struct Record {
     std::uint32_t code = 0;
     std::vector<std::uint8_t> bytes;

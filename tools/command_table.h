@@ -1,8 +1,6 @@
-/*
- * What is known about the commands: their words, and what their values mean to people. The parser,
- * the help, the reference, the completion and the tests all read it. Codes and places of fields are
- * the library's own (command/config_commands.h and command/debug_commands.h).
- */
+// What is known about the commands: their words, and what their values mean to people. The parser,
+// the help, the reference, the completion and the tests all read it. Codes and places of fields are
+// the library's own (command/config_commands.h and command/debug_commands.h).
 #pragma once
 
 #include <cstdint>
@@ -31,11 +29,9 @@ struct Choice {
     std::uint32_t value;
 };
 
-/*
- * One value of a command. A number is accepted from least to most; a word, or its number, always.
- * What is left out of a command line is the fallback, or the value of the field named by `like`,
- * and without either it is required.
- */
+// One value of a command. A number is accepted from least to most; a word, or its number, always.
+// What is left out of a command line is the fallback, or the value of the field named by `like`,
+// and without either it is required.
 struct Field {
     std::string_view name;  // "--port" for an option, "VLAN" for a word at its place
     mc::FieldPlace at;      // in the record

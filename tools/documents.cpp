@@ -1,8 +1,10 @@
 #include "tools/documents.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
-#include <set>
+#include <iterator>
 
 #include "tools/command_line.h"
 #include "tools/values.h"

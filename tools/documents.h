@@ -1,6 +1,7 @@
 // Texts about the commands, made from the table: help, reference and shell completion.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -10,6 +10,8 @@
 #include <thread>
 
 #include "command/command.h"
+#include "command/debug_commands.h"
+#include "command/record.h"
 #include "common/bytes.h"
 
 namespace mcstat {
@@ -17,8 +19,6 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr long kExportPortStatus = 78;
-constexpr long kExportGroups = 79;
 constexpr int kNoPermission = 0;  // asks for the object, not for any right to it
 
 constexpr std::chrono::milliseconds kBetweenLooks{5};
@@ -29,9 +29,9 @@ struct Message {
     std::array<std::uint8_t, 5> text;
 };
 
-Message message(long code, std::uint8_t argument) {
-    Message command{code, {}};
-    constexpr std::uint32_t kDumpLength = 9;  // the code, this word and the byte
+Message message(std::uint32_t code, std::uint8_t argument) {
+    Message command{static_cast<long>(code), {}};
+    constexpr std::uint32_t kDumpLength = mc::kRecordHeader + 1;
     mc::store_be32(command.text.data(), kDumpLength);
     command.text[4] = argument;
     return command;
@@ -117,14 +117,14 @@ Contents Segment::read() const {
 
 void refresh(std::chrono::milliseconds patience) {
     Queue queue(patience);
-    queue.post(message(kExportGroups, 0));
+    queue.post(message(mc::ExportGroups::code, 0));
     for (std::uint8_t port = 0; port < MC_PORTS - 1; ++port) {
-        queue.post(message(kExportPortStatus, port));
+        queue.post(message(mc::ExportPortStatus::code, port));
     }
     // An empty queue says that the last command was taken, not that it is done, so what is asked
     // last is asked twice.
-    queue.post(message(kExportPortStatus, MC_UPLINK_PORT));
-    queue.post(message(kExportPortStatus, MC_UPLINK_PORT));
+    queue.post(message(mc::ExportPortStatus::code, MC_UPLINK_PORT));
+    queue.post(message(mc::ExportPortStatus::code, MC_UPLINK_PORT));
     queue.wait_until_empty();
 }
 
