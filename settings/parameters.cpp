@@ -15,7 +15,6 @@ namespace {
 using mc::igmp_checked;
 using mc::igmp_says;
 using mc::kConfig;
-using mc::kErrors;
 using mc::kFlow;
 
 std::int32_t void_function() {
