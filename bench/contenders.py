@@ -43,7 +43,7 @@ def make_bridge(switch):
     switch.ip("link set dev %s up" % BRIDGE)
     # MLD queries come from a link-local address, so the querier has to wait for it.
     end = time.monotonic() + 5
-    while "fe80:" not in switch.must(["ip", "-6", "address", "show", "dev", BRIDGE]):
+    while "fe80:" not in switch.must(["ip", "-6", "address", "show", "dev", BRIDGE, "-tentative"]):
         if time.monotonic() > end:
             raise ContenderFailed("the bridge does not get a link-local address")
         time.sleep(0.02)

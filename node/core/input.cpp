@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::size_t kReportHeader = 8;
 constexpr std::size_t kRecordCountAt = 6;
+constexpr std::size_t kRecordHeader = 4;
+constexpr std::size_t kSourceCountAt = 2;
 
 bool is_record_type(std::uint8_t type) {
     return type >= static_cast<std::uint8_t>(RecordType::kIsInclude) &&
@@ -26,37 +28,49 @@ bool is_known_vlan(const Packet& packet) {
     return true;
 }
 
+// The record that rest begins with, whole; nothing when it does not fit.
+//
+//   byte 0  record type       byte 1  auxiliary data, in words     2-3  number of sources
+//   then the group, the sources, the auxiliary data
+std::optional<std::span<const std::uint8_t>> first_record(Family family,
+                                                          std::span<const std::uint8_t> rest) {
+    const std::size_t address = address_length(family);
+    if (rest.size() < kRecordHeader + address) return std::nullopt;
+    const std::size_t sources = mc::load_be16(rest.data() + kSourceCountAt);
+    const std::size_t length = kRecordHeader + (1 + sources) * address + rest[1] * std::size_t{4};
+    if (rest.size() < length) return std::nullopt;
+    return rest.first(length);
+}
+
+// Calls each with the bytes of one record after the other; false when one does not fit. A record of
+// an unknown type is passed over (RFC 3376, 4.2.12).
+template <class Each>
+bool walk_records(Family family, std::span<const std::uint8_t> report, const Each& each) {
+    auto rest = report.subspan(kReportHeader);
+    for (std::size_t left = mc::load_be16(report.data() + kRecordCountAt); left > 0; --left) {
+        const auto record = first_record(family, rest);
+        if (!record) return false;
+        if (is_record_type((*record)[0])) each(*record);
+        rest = rest.subspan(record->size());
+    }
+    return true;
+}
+
+Record read_record(Family family, std::span<const std::uint8_t> bytes) {
+    const std::size_t address = address_length(family);
+    Record record{
+        static_cast<RecordType>(bytes[0]), load_address(family, &bytes[kRecordHeader]), {}};
+    const std::size_t sources = mc::load_be16(bytes.data() + kSourceCountAt);
+    for (std::size_t i = 1; i <= sources; ++i) {
+        record.sources.push_back(load_address(family, &bytes[kRecordHeader + i * address]));
+    }
+    return record;
+}
+
 }  // namespace
 
 Packet packet_from(Family family, std::uint32_t port, std::uint32_t group_vlan) {
     return {{family, port, group_vlan == 0 ? default_vid(family) : group_vlan}};
-}
-
-//   byte 0  record type       byte 1  auxiliary data, in words     2-3  number of sources
-//   then the group, the sources, the auxiliary data
-//
-// A record of an unknown type is passed over (RFC 3376, 4.2.12).
-std::optional<std::vector<Record>> parse_records(Family family,
-                                                 std::span<const std::uint8_t> report) {
-    const std::size_t address = address_length(family);
-    const std::size_t header = 4 + address;
-    std::size_t left = mc::load_be16(report.data() + kRecordCountAt);
-    std::vector<Record> records;
-    for (auto rest = report.subspan(kReportHeader); left > 0; --left) {
-        if (rest.size() < header) return std::nullopt;
-        const std::size_t sources = mc::load_be16(rest.data() + 2);
-        const std::size_t length = header + sources * address + rest[1] * std::size_t{4};
-        if (rest.size() < length) return std::nullopt;
-        if (is_record_type(rest[0])) {
-            Record record{static_cast<RecordType>(rest[0]), load_address(family, &rest[4]), {}};
-            for (std::size_t i = 0; i < sources; ++i) {
-                record.sources.push_back(load_address(family, &rest[header + i * address]));
-            }
-            records.push_back(std::move(record));
-        }
-        rest = rest.subspan(length);
-    }
-    return records;
 }
 
 std::optional<Drop> refuse_place(const Packet& packet) {
@@ -74,12 +88,18 @@ void take_older_message(const Packet& packet, std::uint8_t version, RecordType t
 
 std::optional<Drop> take_report(const Packet& packet, std::uint8_t version) {
     const Place& place = packet.place;
-    const auto records = parse_records(place.family, packet.message);
-    if (!records) return Drop::kTruncated;
-    if (place.family == Family::kIpv4 && igmpv3_rcv != 0) print_records(place.family, *records);
-    for (const Record& record : *records) {
-        take_record({place.family, place.port, packet.vlan(), packet.source, version}, record);
+    const Family family = place.family;
+    // Before any of them is taken.
+    if (!walk_records(family, packet.message, [](auto) {})) return Drop::kTruncated;
+    if (family == Family::kIpv4 && igmpv3_rcv != 0) {
+        static_cast<void>(walk_records(family, packet.message, [family](auto record) {
+            print_record(family, read_record(family, record));
+        }));
     }
+    const Reporter from{family, place.port, packet.vlan(), packet.source, version};
+    static_cast<void>(walk_records(family, packet.message, [&](auto record) {
+        take_record(from, read_record(family, record));
+    }));
     return std::nullopt;
 }
 

@@ -1,10 +1,9 @@
-// What the two packet inputs share: how much of a packet may be read, and group records.
+// What the two packet inputs share: how much of a packet may be read, and what reports say.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <vector>
 
 #include "node/core/membership.h"
 
@@ -24,10 +23,6 @@ struct Packet {
 // A packet of which only the place is known yet. VLAN 0 is no VLAN: the library has it where its
 // MLD rules name none, and the default stands in for it.
 [[nodiscard]] Packet packet_from(Family family, std::uint32_t port, std::uint32_t group_vlan);
-
-// The records behind the 8 bytes that begin a report of IGMPv3 or MLDv2.
-[[nodiscard]] std::optional<std::vector<Record>> parse_records(
-    Family family, std::span<const std::uint8_t> report);
 
 // Why a report is not taken from there; nothing when it is. An unknown VLAN may be learnt.
 [[nodiscard]] std::optional<Drop> refuse_place(const Packet& packet);

@@ -195,17 +195,17 @@ bool change_entry(const GroupKey& key, bool add) {
     return change_entry(add ? call.mld_add : call.mld_remove, key, entry);
 }
 
-void program(const GroupKey& key) {
+void note_programmed(const GroupKey& key, Group& group, bool programmed) {
     Counters& counters = core().counters;
-    if (!change_entry(key, true)) {
-        ++counters.add_failures;
+    group.programmed = programmed;
+    ++(programmed ? counters.entries_added : counters.add_failures);
+    if (programmed) {
+        trace(Trace::kEntries, place_of(key),
+              [&] { return "entry of " + name_of(key) + " added"; });
+    } else {
         trace(Trace::kDrops, place_of(key),
               [&] { return "the switch takes no entry of " + name_of(key); });
-        return;
     }
-    ++counters.entries_added;
-    trace(Trace::kEntries, place_of(key), [&] { return "entry of " + name_of(key) + " added"; });
-    if (Group* const group = find_group(key)) group->programmed = true;
 }
 
 void unprogram(const GroupKey& key) {
@@ -218,7 +218,9 @@ void unprogram(const GroupKey& key) {
 
 // ---- Memberships --------------------------------------------------------------------------------
 
-void add_group(const GroupKey& key) {
+// The stream waits for the entry, so that comes before all that is to be remembered.
+Group& add_group(const GroupKey& key) {
+    const bool programmed = change_entry(key, true);
     Group& group = core().groups[key];
     group.joined_us = core().now_us;
     if (key.family == Family::kIpv4) {
@@ -228,6 +230,8 @@ void add_group(const GroupKey& key) {
         ++port.groups;
     }
     trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " joined"; });
+    note_programmed(key, group, programmed);
+    return group;
 }
 
 void remove_group(const GroupKey& key, const char* why) {
@@ -298,12 +302,12 @@ void begin_leave(const GroupKey& key, Group& group) {
     }
 }
 
-// The record with the sources that the SSM map has for a host that cannot name any.
-Record with_mapped_sources(const Reporter& from, const Record& record) {
-    if (from.family != Family::kIpv4 || from.version >= 3 || !joins(record)) return record;
-    const std::vector<Address> sources = ssm_map_sources(to_ipv4(record.group));
-    if (sources.empty()) return record;
-    return {RecordType::kIsInclude, record.group, sources};
+// What the SSM map makes of the record of a host that cannot name sources.
+std::optional<Record> with_mapped_sources(const Reporter& from, const Record& record) {
+    if (from.family != Family::kIpv4 || from.version >= 3 || !joins(record)) return std::nullopt;
+    std::vector<Address> sources = ssm_map_sources(to_ipv4(record.group));
+    if (sources.empty()) return std::nullopt;
+    return Record{RecordType::kIsInclude, record.group, std::move(sources)};
 }
 
 // Why a record is not looked at, whatever is known of its group.
@@ -331,38 +335,38 @@ void update(const GroupKey& key, Group& group, const Reporter& from, const Recor
     }
     core().timers.stop(group.leave_timer);
     if (is_join) group.last_reporter = from.host;
-    // First the entry: the stream waits for it.
-    if (is_join && !group.programmed) program(key);
     refresh(key, group);
 }
 
 }  // namespace
 
-void print_records(Family family, const std::vector<Record>& records) {
-    for (const Record& record : records) {
-        std::printf("  record of type %u, group %s, %zu sources\n",
-                    static_cast<unsigned>(record.type), text(family, record.group).c_str(),
-                    record.sources.size());
-    }
+void print_record(Family family, const Record& record) {
+    std::printf("  record of type %u, group %s, %zu sources\n", static_cast<unsigned>(record.type),
+                text(family, record.group).c_str(), record.sources.size());
 }
 
 void take_record(const Reporter& from, const Record& received) {
     const Place place{from.family, from.port, from.vlan};
-    const Record record = with_mapped_sources(from, received);
+    const std::optional<Record> mapped = with_mapped_sources(from, received);
+    const Record& record = mapped ? *mapped : received;
     if (const auto drop = refusal(from, record)) {
         note_drop(place, *drop);
         return;
     }
     const GroupKey key{from.port, from.vlan, from.family, record.group};
-    if (find_group(key) == nullptr) {
+    Group* group = find_group(key);
+    if (group != nullptr) {
+        const bool is_wanting = joins(record) && !group->programmed;
+        if (is_wanting) note_programmed(key, *group, change_entry(key, true));
+    } else {
         if (!joins(record)) return;
         if (const auto drop = refuse_join(key)) {
             note_drop(place, *drop);
             return;
         }
-        add_group(key);
+        group = &add_group(key);
     }
-    update(key, *find_group(key), from, record);
+    update(key, *group, from, record);
 }
 
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {

@@ -48,8 +48,8 @@ struct Record {
     std::vector<Address> sources;
 };
 
-// One line each, for igmpv3_rcv and igmpv3_snd.
-void print_records(Family family, const std::vector<Record>& records);
+// For igmpv3_rcv and igmpv3_snd.
+void print_record(Family family, const Record& record);
 
 struct Reporter {
     Family family;

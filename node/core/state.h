@@ -160,16 +160,24 @@ struct CallBacks {
     MldTableChange mld_remove = nullptr;
 };
 
+constexpr std::uint16_t kNoTracedPort = 65534;
+
 // Which lines are printed; the kinds are the bits of Trace in trace.h.
 struct TraceSettings {
     bool warnings = false;
     std::uint32_t switches = 0;
     std::uint32_t levels = 0;
-    std::uint16_t packet_port = 65534;
+    std::uint16_t packet_port = kNoTracedPort;
     std::map<std::uint16_t, std::uint32_t> vlans;
-    std::uint32_t mld_packet_port = 65534;
+    std::uint32_t mld_packet_port = kNoTracedPort;
     std::uint32_t mld_kinds = 0;
     std::uint32_t mld_port = kAllPorts;
+
+    // As they nearly always are.
+    [[nodiscard]] bool are_silent() const {
+        return !warnings && (switches | levels | mld_kinds) == 0 && vlans.empty() &&
+               packet_port == kNoTracedPort && mld_packet_port == kNoTracedPort;
+    }
 };
 
 struct Core {

@@ -43,7 +43,8 @@ void print_trace(const Place& place, const std::string& line);
 // not made up otherwise.
 template <class MakeLine>
 void trace(Trace kind, const Place& place, const MakeLine& make_line) {
-    if (traced(kind, place)) print_trace(place, make_line());
+    if (core().trace.are_silent() || !traced(kind, place)) return;
+    print_trace(place, make_line());
 }
 
 // They count, and print a line.

@@ -38,8 +38,13 @@ std::set<Address> without(const std::set<Address>& from, const std::set<Address>
     return rest;
 }
 
+void print_sent(const std::vector<Record>& records) {
+    if (igmpv3_snd == 0) return;
+    for (const Record& record : records) print_record(Family::kIpv4, record);
+}
+
 void send_records(std::uint16_t vlan, const std::vector<Record>& records) {
-    if (igmpv3_snd != 0) print_records(Family::kIpv4, records);
+    print_sent(records);
     for (const Bytes& report : igmp_v3_reports(records)) {
         send_igmp(Sent::kIgmpReport, kCoreUplink, uplink_tag(vlan), kV3Routers, report);
     }
@@ -96,7 +101,7 @@ void report_end(const VlanGroup& place) {
     const auto& [vlan, group] = place;
     if (core().settings.version >= kVersion3) {
         const std::vector<Record> records{{RecordType::kToInclude, from_ipv4(group), {}}};
-        if (igmpv3_snd != 0) print_records(Family::kIpv4, records);
+        print_sent(records);
         send_igmp(Sent::kIgmpLeave, kCoreUplink, uplink_tag(vlan), kV3Routers,
                   igmp_v3_reports(records).front());
     } else if (core().settings.version == 2) {

@@ -32,18 +32,28 @@ void EntryTable::use_port(std::size_t slot, int index, const std::string& called
 
 bool EntryTable::set(std::size_t slot, const Group& group, std::uint16_t vlan) {
     const EntryKey key{slot, group};
-    Entry& entry = entries_[key];
-    entry.vlans.insert(vlan);
-    if (entry.state != EntryState::kAbsent) return true;
-    const int error = program(key, entry);
-    if (error == 0) {
+    const auto found = entries_.find(key);
+    EntryState state = found == entries_.end() ? EntryState::kAbsent : found->second.state;
+    if (state == EntryState::kAbsent) {
+        // Before anything is remembered: a stream waits for it.
+        if (const int error = program(key, state); error != 0) {
+            leave_out(key, vlan, error);
+            return false;
+        }
         said_refused_ = false;
-        return true;
     }
+    Entry& entry = entries_[key];
+    entry.state = state;
+    entry.vlans.insert(vlan);
+    return true;
+}
+
+void EntryTable::leave_out(const EntryKey& key, std::uint16_t vlan, int error) {
     say_refused(key, error);
-    entry.vlans.erase(vlan);
-    if (entry.vlans.empty()) entries_.erase(key);
-    return false;
+    const auto found = entries_.find(key);
+    if (found == entries_.end()) return;
+    found->second.vlans.erase(vlan);
+    if (found->second.vlans.empty()) entries_.erase(found);
 }
 
 bool EntryTable::remove(std::size_t slot, const Group& group, std::uint16_t vlan) {
@@ -77,14 +87,14 @@ void EntryTable::say_refused(const EntryKey& key, int error) {
 // ---- The database -------------------------------------------------------------------------------
 
 // 0, or why not. An entry that the bridge has learnt is replaced; one that somebody has made stays.
-int EntryTable::program(const EntryKey& key, Entry& entry) {
+int EntryTable::program(const EntryKey& key, EntryState& state) {
     const int port = ports_[key.slot].index;
     if (bridge_ == 0 || port == 0) return ENODEV;
     if (!has_room_for(key.group)) return ENOSPC;
     int error = database_.add(bridge_, port, key.group);
     if (error == EEXIST) {
         if (is_for_good(port, key.group)) {
-            entry.state = EntryState::kForeign;
+            state = EntryState::kForeign;
             return 0;
         }
         static_cast<void>(database_.remove(bridge_, port, key.group));
@@ -92,7 +102,7 @@ int EntryTable::program(const EntryKey& key, Entry& entry) {
     }
     if (error == E2BIG) overflowed_ = true;
     if (error != 0) return error;
-    entry.state = EntryState::kOurs;
+    state = EntryState::kOurs;
     ++groups_[key.group];
     return 0;
 }
@@ -106,7 +116,7 @@ bool EntryTable::is_for_good(int port, const Group& group) {
 
 // At its limit the kernel does not refuse one group, it gives up snooping: that must not happen.
 bool EntryTable::has_room_for(const Group& group) {
-    if (groups_.contains(group) || groups_.size() + others_ < room_) return true;
+    if (groups_.size() + others_ < room_ || groups_.contains(group)) return true;
     const auto now = std::chrono::steady_clock::now();
     if (now - counted_ < kCountAtMostEvery) return false;
     counted_ = now;
@@ -141,7 +151,7 @@ std::size_t EntryTable::put_back() {
     std::size_t count = 0;
     for (auto& [key, entry] : entries_) {
         if (entry.state != EntryState::kAbsent || ports_[key.slot].index == 0) continue;
-        if (program(key, entry) == 0) ++count;
+        if (program(key, entry.state) == 0) ++count;
     }
     return count;
 }

@@ -72,7 +72,8 @@ class EntryTable {
         std::string called;
     };
 
-    [[nodiscard]] int program(const EntryKey& key, Entry& entry);
+    [[nodiscard]] int program(const EntryKey& key, EntryState& state);
+    void leave_out(const EntryKey& key, std::uint16_t vlan, int error);
     [[nodiscard]] bool is_for_good(int port, const Group& group);
     [[nodiscard]] bool has_room_for(const Group& group);
     void count_others();

@@ -48,9 +48,9 @@ void listen_to(int epoll, int descriptor, std::uint64_t number) {
 }  // namespace
 
 LiveDriver::LiveDriver(const std::string& bridge, const std::vector<PortInterface>& ports,
-                       std::uint8_t onu_id, Say say, std::function<void()> now)
+                       std::uint8_t onu_id, Say say, void (*now)())
     : say_(std::move(say)),
-      now_(std::move(now)),
+      now_(now),
       onu_id_(onu_id),
       wake_(made(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
       epoll_(made(epoll_create1(EPOLL_CLOEXEC), "epoll")),

@@ -16,7 +16,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -60,7 +59,7 @@ class LiveDriver final : public driver::Driver {
  public:
     // now moves the core's clock to the present; it is called before each frame.
     LiveDriver(const std::string& bridge, const std::vector<PortInterface>& ports,
-               std::uint8_t onu_id, Say say, std::function<void()> now);
+               std::uint8_t onu_id, Say say, void (*now)());
 
     // Becomes the chosen driver and takes the bridge. Throws LiveError; end() is due either way.
     void begin();
@@ -93,7 +92,7 @@ class LiveDriver final : public driver::Driver {
     [[nodiscard]] std::optional<Group> group_in_hand(const driver::MacAddress& mac);
 
     Say say_;
-    std::function<void()> now_;
+    void (*now_)();
     std::atomic<std::uint8_t> onu_id_;
 
     bool is_prepared_ = false;  // the packet task's alone

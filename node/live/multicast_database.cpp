@@ -6,7 +6,9 @@
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -19,6 +21,22 @@ constexpr std::uint16_t kEntryProtocol = 4;  // MDBE_ATTR_RTPROT
 
 // Any that no routing daemon of iproute2's list has.
 constexpr std::uint8_t kOwnProtocol = 82;
+
+// A request for a change as the kernel reads it. The part from more_header on is for additions
+// only.
+struct EntryRequest {
+    nlmsghdr header{};
+    br_port_msg body{};
+    nlattr entry_header{NLA_HDRLEN + sizeof(br_mdb_entry), MDBA_SET_ENTRY};
+    br_mdb_entry entry{};
+    nlattr more_header{2 * NLA_HDRLEN + sizeof(std::uint32_t), MDBA_SET_ENTRY_ATTRS | NLA_F_NESTED};
+    nlattr protocol_header{NLA_HDRLEN + sizeof(std::uint8_t), kEntryProtocol};
+    std::uint8_t protocol = kOwnProtocol;
+    std::array<std::uint8_t, 3> padding{};
+};
+// Netlink pads to 4 bytes, which is as much as the compiler does.
+static_assert(sizeof(EntryRequest) == NLMSG_HDRLEN + sizeof(br_port_msg) + 3 * NLA_HDRLEN +
+                                          sizeof(br_mdb_entry) + sizeof(std::uint32_t));
 
 br_mdb_entry entry_of(int port, const Group& group) {
     br_mdb_entry entry{};
@@ -60,18 +78,16 @@ std::optional<DatabaseEntry> read_entry(const nlattr& info) {
 }  // namespace
 
 int MulticastDatabase::change(bool add, int bridge, int port, const Group& group) {
-    Request request(add ? RTM_NEWMDB : RTM_DELMDB, add ? NLM_F_CREATE | NLM_F_EXCL : 0,
-                    sizeof(br_port_msg));
-    request.body<br_port_msg>().family = AF_BRIDGE;
-    request.body<br_port_msg>().ifindex = static_cast<std::uint32_t>(bridge);
-    const br_mdb_entry entry = entry_of(port, group);
-    mnl_attr_put(request.header(), MDBA_SET_ENTRY, sizeof entry, &entry);
-    if (add && tells_protocol_) {
-        nlattr* const more = mnl_attr_nest_start(request.header(), MDBA_SET_ENTRY_ATTRS);
-        mnl_attr_put_u8(request.header(), kEntryProtocol, kOwnProtocol);
-        mnl_attr_nest_end(request.header(), more);
-    }
-    return netlink_.tell(request);
+    EntryRequest request;
+    const bool is_long = add && tells_protocol_;
+    request.header.nlmsg_len = is_long ? sizeof request : offsetof(EntryRequest, more_header);
+    request.header.nlmsg_type = add ? RTM_NEWMDB : RTM_DELMDB;
+    request.header.nlmsg_flags = NLM_F_REQUEST;
+    if (add) request.header.nlmsg_flags |= NLM_F_CREATE | NLM_F_EXCL;
+    request.body.family = AF_BRIDGE;
+    request.body.ifindex = static_cast<std::uint32_t>(bridge);
+    request.entry = entry_of(port, group);
+    return netlink_.tell(request.header);
 }
 
 int MulticastDatabase::add(int bridge, int port, const Group& group) {

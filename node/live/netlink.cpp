@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kLargestAnswer = 32768;  // what the kernel puts into one datagram of a dump
 
+constexpr std::size_t kLargestRefusal = 1024;
+
 NetlinkSocket open_rtnetlink(unsigned groups) {
     NetlinkSocket socket(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC));
     if (socket == nullptr || mnl_socket_bind(socket.get(), groups, MNL_SOCKET_AUTOPID) < 0) {
@@ -70,7 +72,7 @@ Request::Request(std::uint16_t type, std::uint16_t flags, std::size_t body_size)
     header_->nlmsg_flags = NLM_F_REQUEST | flags;
 }
 
-Netlink::Netlink() : socket_(open_rtnetlink(0)) {}
+Netlink::Netlink() : socket_(open_rtnetlink(0)), descriptor_(mnl_socket_get_fd(socket_.get())) {}
 
 int Netlink::ask(Request& request, const Message& each) {
     nlmsghdr* const header = request.header();
@@ -96,14 +98,13 @@ int Netlink::ask(Request& request, const Message& each) {
     }
 }
 
-int Netlink::tell(Request& request) {
-    nlmsghdr* const header = request.header();
-    header->nlmsg_seq = ++sequence_;
-    const int descriptor = mnl_socket_get_fd(socket_.get());
-    if (::send(descriptor, header, header->nlmsg_len, 0) < 0) return errno;
-    alignas(nlmsghdr) std::array<std::byte, kLargestAnswer> answer;
+int Netlink::tell(nlmsghdr& request) {
+    request.nlmsg_seq = ++sequence_;
+    if (::send(descriptor_, &request, request.nlmsg_len, 0) < 0) return errno;
+    // A refusal repeats the request.
+    alignas(nlmsghdr) std::array<std::byte, kLargestRefusal> answer;
     while (true) {
-        const ssize_t size = recv(descriptor, answer.data(), answer.size(), MSG_DONTWAIT);
+        const ssize_t size = recv(descriptor_, answer.data(), answer.size(), MSG_DONTWAIT);
         if (size < 0) return errno == EAGAIN ? 0 : errno;
         const int left = mnl_cb_run(answer.data(), static_cast<std::size_t>(size), sequence_,
                                     mnl_socket_get_portid(socket_.get()), nullptr, nullptr);

@@ -59,10 +59,11 @@ class Netlink {
 
     // The same for a change, in a fifth less time: the kernel makes it before the request is handed
     // over, and refuses by then too, so there is no need to be told that it is done.
-    [[nodiscard]] int tell(Request& request);
+    [[nodiscard]] int tell(nlmsghdr& request);
 
  private:
     NetlinkSocket socket_;
+    int descriptor_;
     std::uint32_t sequence_ = 0;
 };
 
