@@ -4,6 +4,7 @@ Each works on a bridge of the same settings, made anew for it.  A contender is u
 inside it, it switches, behind it its summary is there.
 """
 
+import glob
 import json
 import os
 import select
@@ -101,6 +102,17 @@ class Contender:
         with open("/proc/%d/stat" % self.process.pid) as stat:
             fields = stat.read().rpartition(")")[2].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def wake_ups(self):
+        """How often threads of the process have gone to sleep so far."""
+        if not self.process:
+            return None
+        lines = []
+        for status in glob.glob("/proc/%d/task/*/status" % self.process.pid):
+            with open(status) as lines_of_thread:
+                lines += lines_of_thread
+        return sum(int(line.split()[1]) for line in lines
+                   if line.startswith("voluntary_ctxt_switches:"))
 
     def memberships(self):
         """What the database holds, as pairs of port and group."""

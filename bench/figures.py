@@ -36,6 +36,11 @@ def load_figures(load):
             "cpu_per_report": None if load.cpu is None else load.cpu / load.sent}
 
 
+def idle_figures(idle):
+    return {"seconds": idle.seconds, "wake_ups_per_second": idle.wake_ups / idle.seconds,
+            "cpu_share": idle.cpu / idle.seconds}
+
+
 def ratio(figures, other, share, wait=0.0):
     """Node to another, of times that hold a wait which is nobody's."""
     node, against = (figures[name]["all"]["join"][share] for name in ("node", other))
@@ -63,11 +68,13 @@ def all_goals(raw):
 
 
 def all_figures(measured, period):
-    """measured: for each contender's name its raw joins, socket joins and load."""
-    figures = {"stream_period": period, "raw": {}, "sockets": {}, "load": {}}
-    for name, (raw, sockets, load) in measured.items():
+    """measured: for each contender's name its raw joins, socket joins, idle time and load."""
+    figures = {"stream_period": period, "raw": {}, "sockets": {}, "idle": {}, "load": {}}
+    for name, (raw, sockets, idle, load) in measured.items():
         figures["raw"][name] = joins_figures(raw)
         figures["sockets"][name] = joins_figures(sockets)
+        if idle:
+            figures["idle"][name] = idle_figures(idle)
         figures["load"][name] = load_figures(load)
     figures["ratios"] = all_ratios(figures["raw"], period)
     figures["goals"] = all_goals(figures["raw"])
@@ -120,6 +127,13 @@ def times_table(figures, kinds, digits):
     return rows
 
 
+def idle_table(figures):
+    rows = [["", "s", "wake-ups/s", "CPU %"]]
+    rows += [[name, "%d" % idle["seconds"], "%.1f" % idle["wake_ups_per_second"],
+              "%.2f" % (idle["cpu_share"] * 100)] for name, idle in figures.items()]
+    return rows
+
+
 def load_table(figures):
     rows = [["", "reports", "s", "forwarded", "in database", "of", "dropped", "CPU us/report"]]
     for name, load in figures.items():
@@ -148,6 +162,7 @@ def text(figures):
              aligned(times_table(figures["raw"], KINDS, 3)), "",
              "From an ordinary socket's join to its first datagram, ms",
              aligned(times_table(figures["sockets"], SOCKET_KINDS, 1)), "",
+             "While nothing comes", aligned(idle_table(figures["idle"])), "",
              "Load of reports", aligned(load_table(figures["load"]))]
     if figures["ratios"]:
         parts += ["", "Ratios of all raw joins"]

@@ -41,6 +41,7 @@ struct Options {
     Place host, port, uplink;
     bool sockets;
     std::int64_t patience_ns;
+    std::int64_t pause_ns;  // on average
     std::uint32_t first_group;
     std::int64_t joins;
 };
@@ -197,7 +198,10 @@ void print_time(Time from_start) {
 class Probe {
  public:
     Probe(const Options& options, const Descriptor& tap, StreamSender& sender)
-        : options_(options), tap_(tap), sender_(sender) {}
+        : options_(options),
+          tap_(tap),
+          sender_(sender),
+          pause_(options.pause_ns / 2, options.pause_ns * 3 / 2) {}
 
     template <class Member>
     void run(Member member, Kind kind) {
@@ -234,7 +238,7 @@ class Probe {
     const Descriptor& tap_;
     StreamSender& sender_;
     std::mt19937 random_{std::random_device{}()};
-    std::uniform_int_distribution<std::int64_t> pause_{5 * kMillisecond, 15 * kMillisecond};
+    std::uniform_int_distribution<std::int64_t> pause_;
     std::uniform_int_distribution<std::int64_t> jitter_{0, 200 * kMicrosecond};
 };
 
@@ -245,6 +249,7 @@ void run(const Arguments& arguments) {
         .uplink = place(arguments.text("uplink")),
         .sockets = arguments.number("sockets") != 0,
         .patience_ns = arguments.number("patience-ms") * kMillisecond,
+        .pause_ns = arguments.number("pause-ms") * kMillisecond,
         .first_group = static_cast<std::uint32_t>(arguments.number("first-group")),
         .joins = arguments.number("joins")};
     // The sender never sleeps while it sends, so that it gets a CPU that nobody else is bound to.

@@ -50,11 +50,19 @@ class Load:
         self.dropped = None  # known when the contender has ended
 
 
+class Idle:
+    """What a contender does while nothing comes."""
+
+    def __init__(self, seconds, wake_ups, cpu):
+        self.seconds, self.wake_ups, self.cpu = seconds, wake_ups, cpu
+
+
 class Probes:
-    def __init__(self, networks, programs, rate, cpus):
+    def __init__(self, networks, programs, rate, pause_ms, cpus):
         """The last CPU is the world outside; contenders and probes have the others."""
         self.networks, self.programs = networks, programs
         self.period = 1 / rate
+        self.pause_ms = pause_ms
         self.outside_cpu = cpus[-1] if len(cpus) > 1 else -1
         self.probe_cpu = cpus[0] if len(cpus) > 1 else -1
         self.group = 1000    # every join has a group that nobody had before; below are the load's
@@ -79,7 +87,8 @@ class Probes:
                  "--port", place(networks.switch, USER_PORTS[0]),
                  "--uplink", place(networks.uplink, BEHIND_UPLINK),
                  "--first-group", self.group, "--period-ns", int(self.period * 1e9),
-                 "--patience-ms", int(PATIENCE * 1000), "--sockets", int(sockets),
+                 "--patience-ms", int(PATIENCE * 1000), "--pause-ms", self.pause_ms,
+                 "--sockets", int(sockets),
                  "--probe-cpu", self.probe_cpu, "--sender-cpu", self.outside_cpu]
         self.group += count
         for done, line in enumerate(self.lines(words), 1):
@@ -109,6 +118,15 @@ class Probes:
         if cpu is not None:
             cpu = contender.cpu_seconds() - cpu
         return Load(sent, duration / 1e9, forwarded, missing, len(expected), cpu)
+
+    def idle(self, contender, seconds):
+        """None for a contender without a process."""
+        before = contender.cpu_seconds(), contender.wake_ups()
+        time.sleep(seconds)
+        after = contender.cpu_seconds(), contender.wake_ups()
+        if None in before:
+            return None
+        return Idle(seconds, after[1] - before[1], after[0] - before[0])
 
 
 def cpus():
