@@ -22,20 +22,19 @@ constexpr std::uint16_t kEntryProtocol = 4;  // MDBE_ATTR_RTPROT
 // Any that no routing daemon of iproute2's list has.
 constexpr std::uint8_t kOwnProtocol = 82;
 
-// A request for a change as the kernel reads it. The part from more_header on is for additions
-// only.
+// A request for a change as the kernel reads it; what begins with more is for additions only.
 struct EntryRequest {
     nlmsghdr header{};
     br_port_msg body{};
-    nlattr entry_header{NLA_HDRLEN + sizeof(br_mdb_entry), MDBA_SET_ENTRY};
+    nlattr entry_header{sizeof(nlattr) + sizeof(br_mdb_entry), MDBA_SET_ENTRY};
     br_mdb_entry entry{};
-    nlattr more_header{2 * NLA_HDRLEN + sizeof(std::uint32_t), MDBA_SET_ENTRY_ATTRS | NLA_F_NESTED};
-    nlattr protocol_header{NLA_HDRLEN + sizeof(std::uint8_t), kEntryProtocol};
+    nlattr more{2 * sizeof(nlattr) + sizeof(std::uint32_t), MDBA_SET_ENTRY_ATTRS | NLA_F_NESTED};
+    nlattr protocol_header{sizeof(nlattr) + sizeof(std::uint8_t), kEntryProtocol};
     std::uint8_t protocol = kOwnProtocol;
     std::array<std::uint8_t, 3> padding{};
 };
-// Netlink pads to 4 bytes, which is as much as the compiler does.
-static_assert(sizeof(EntryRequest) == NLMSG_HDRLEN + sizeof(br_port_msg) + 3 * NLA_HDRLEN +
+// Netlink pads to 4 bytes, and the compiler does not pad more.
+static_assert(sizeof(EntryRequest) == sizeof(nlmsghdr) + sizeof(br_port_msg) + 3 * sizeof(nlattr) +
                                           sizeof(br_mdb_entry) + sizeof(std::uint32_t));
 
 br_mdb_entry entry_of(int port, const Group& group) {
@@ -80,7 +79,7 @@ std::optional<DatabaseEntry> read_entry(const nlattr& info) {
 int MulticastDatabase::change(bool add, int bridge, int port, const Group& group) {
     EntryRequest request;
     const bool is_long = add && tells_protocol_;
-    request.header.nlmsg_len = is_long ? sizeof request : offsetof(EntryRequest, more_header);
+    request.header.nlmsg_len = is_long ? sizeof request : offsetof(EntryRequest, more);
     request.header.nlmsg_type = add ? RTM_NEWMDB : RTM_DELMDB;
     request.header.nlmsg_flags = NLM_F_REQUEST;
     if (add) request.header.nlmsg_flags |= NLM_F_CREATE | NLM_F_EXCL;
