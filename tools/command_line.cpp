@@ -1,6 +1,5 @@
 #include "tools/command_line.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstddef>
 #include <map>
@@ -12,6 +11,7 @@
 #include "command/record.h"
 #include "tools/command_table.h"
 #include "tools/documents.h"
+#include "tools/option_parser.h"
 #include "tools/values.h"
 
 namespace commands {
@@ -77,33 +77,34 @@ std::string describe(const Field& field) {
 // The parser of one command: the texts behind the path, by the names of the fields.
 class Parser {
  public:
-    explicit Parser(const Command& command)
-        : app_(std::string(command.help), "mcctl " + path_text(command)) {
-        app_.set_help_flag();
+    explicit Parser(const Command& command) : parser_("mcctl " + path_text(command), command.help) {
+        parser_.without_help();
         for (const Field& field : command.fields) {
-            const std::string name(field.name);
-            CLI::Option* const option = app_.add_option(name, texts_[name], describe(field));
-            option->type_name(field.is_option() ? "VALUE" : "");
-            option->required(field.is_required());
+            const std::string text = describe(field);
+            const options::Shown shown{field.name, field.is_option() ? "VALUE" : "", text};
+            if (field.is_required()) {
+                parser_.required(shown, texts_[field.name]);
+            } else {
+                parser_.once(shown, texts_[field.name]);
+            }
         }
     }
 
-    std::string help() const { return app_.help(); }
+    std::string help() const { return parser_.help(); }
 
     // The first words are the command's path.
     void parse(const Words& words, std::size_t skipped) {
-        // The library takes the words from the back.
-        Words reversed(words.rbegin(), words.rend() - static_cast<std::ptrdiff_t>(skipped));
         try {
-            app_.parse(reversed);
-        } catch (const CLI::Error& error) {
+            // Without a --help there is nothing but the words.
+            static_cast<void>(
+                parser_.parse({words.begin() + static_cast<std::ptrdiff_t>(skipped), words.end()}));
+        } catch (const options::ParseError& error) {
             throw UsageError(one_line(error.what()));
         }
     }
 
     const std::string* text_of(const Field& field) const {
-        const std::string name(field.name);
-        return app_.count(name) == 0 ? nullptr : &texts_.at(name);
+        return parser_.is_given(field.name) ? &texts_.at(field.name) : nullptr;
     }
 
  private:
@@ -112,8 +113,8 @@ class Parser {
         return text;
     }
 
-    CLI::App app_;
-    std::map<std::string, std::string> texts_;
+    options::Parser parser_;
+    std::map<std::string_view, std::string> texts_;
 };
 
 class Values {

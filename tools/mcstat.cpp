@@ -2,9 +2,10 @@
 // as a management process does; what the records in it mean is mcstat_fields.h's.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <optional>
 #include <string>
@@ -13,6 +14,7 @@
 #include "tools/mcstat_fields.h"
 #include "tools/mcstat_ipc.h"
 #include "tools/mcstat_report.h"
+#include "tools/option_parser.h"
 
 namespace {
 
@@ -35,28 +37,28 @@ struct Arguments {
 
 void complain(const std::string& line) { std::fprintf(stderr, "mcstat: %s\n", line.c_str()); }
 
-void declare(CLI::App& app, Arguments& arguments) {
-    app.add_flag("--json", arguments.json, "Print one JSON object");
-    app.add_option("--watch", arguments.watch, "Print again every so many seconds (default 1)")
-        ->type_name("[SECONDS]")
-        ->expected(0, 1)
-        ->default_str("1");
-    app.add_flag("--no-refresh", arguments.no_refresh,
-                 "Do not ask the library for fresh contents first");
-    app.add_option("--fields", arguments.fields,
-                   "Description of what the core's records hold, in place of the built-in one")
-        ->type_name("FILE");
-    app.add_flag("--print-fields", arguments.print_fields, "Print the built-in description");
-    app.footer(
+void declare(options::Parser& parser, Arguments& arguments) {
+    parser.flag("--json", arguments.json, "Print one JSON object");
+    parser.once_or_bare({"--watch", "[SECONDS]", "Print again every so many seconds (default 1)"},
+                        arguments.watch, "1");
+    parser.flag("--no-refresh", arguments.no_refresh,
+                "Do not ask the library for fresh contents first");
+    parser.once({"--fields", "FILE",
+                 "Description of what the core's records hold, in place of the built-in one"},
+                arguments.fields);
+    parser.flag("--print-fields", arguments.print_fields, "Print the built-in description");
+    parser.footer(
         "Exit status: 0 done; 1 the segment is missing or cannot be read, or nobody takes commands\n"
         "from the queue; 2 the command line or the description cannot be used.");
 }
 
 // Nothing when --watch was not given; less than 0 when its value is of no use.
-std::optional<double> pause_of(const CLI::App& app, const Arguments& arguments) {
-    if (app.count("--watch") == 0) return std::nullopt;
-    double seconds = -1;
-    const bool known = CLI::detail::lexical_cast(arguments.watch, seconds);
+std::optional<double> pause_of(const options::Parser& parser, const Arguments& arguments) {
+    if (!parser.is_given("--watch")) return std::nullopt;
+    const char* const text = arguments.watch.c_str();
+    char* end = nullptr;
+    const double seconds = std::strtod(text, &end);
+    const bool known = end != text && *end == '\0';
     // Asked this way round, so that "not a number" is refused too.
     return known && seconds > 0 && seconds <= kLongestPause ? seconds : -1;
 }
@@ -84,12 +86,12 @@ bool watch(const mcstat::Fields& fields, const Arguments& arguments, double paus
     }
 }
 
-int show_as_told(const CLI::App& app, const Arguments& arguments) {
+int show_as_told(const options::Parser& parser, const Arguments& arguments) {
     if (arguments.print_fields) {
         std::fputs(mcstat::default_description().c_str(), stdout);
         return kDone;
     }
-    const std::optional<double> pause_s = pause_of(app, arguments);
+    const std::optional<double> pause_s = pause_of(parser, arguments);
     if (pause_s && *pause_s < 0) {
         complain("--watch: '" + arguments.watch + "' is no number of seconds above 0");
         return kUnusable;
@@ -105,19 +107,17 @@ int show_as_told(const CLI::App& app, const Arguments& arguments) {
 
 int run(int argc, char** argv) {
     Arguments arguments;
-    CLI::App app{"Prints what the multicast adaptation layer knows about ports and groups.",
-                 "mcstat"};
-    declare(app, arguments);
+    options::Parser parser(
+        "mcstat", "Prints what the multicast adaptation layer knows about ports and groups.");
+    declare(parser, arguments);
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp& help) {
-        return app.exit(help);
-    } catch (const CLI::ParseError& wrong) {
+        if (!parser.parse({argv + std::min(argc, 1), argv + argc})) return kDone;
+    } catch (const options::ParseError& wrong) {
         const std::string text = wrong.what();
         complain(text.substr(0, text.find('\n')));
         return kUnusable;
     }
-    return show_as_told(app, arguments);
+    return show_as_told(parser, arguments);
 }
 
 }  // namespace

@@ -2,17 +2,17 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <span>
 #include <vector>
 
 #include "common/bytes.h"
+#include "node/report/json.h"
 #include "node/report/table.h"
 
 namespace mcstat {
 namespace {
 
-using nlohmann::ordered_json;
+using report::Json;
 using Bytes = std::span<const std::uint8_t>;
 
 std::uint32_t word(const Contents& contents, std::uint32_t offset) {
@@ -67,9 +67,9 @@ std::string cell(const Field& field, Bytes record) {
     return value ? as_text(field, *value) : "-";
 }
 
-ordered_json as_json(const Field& field, Bytes record) {
+Json as_json(const Field& field, Bytes record) {
     const auto value = value_of(field, record);
-    if (!value) return nullptr;
+    if (!value) return {};
     switch (field.format) {
         case Format::kIp:
         case Format::kHex:
@@ -118,18 +118,18 @@ std::string groups_text(const Contents& contents, const Fields& fields) {
     return table.text();
 }
 
-ordered_json fields_json(const std::vector<Field>& fields, Bytes record) {
-    ordered_json object = ordered_json::object();
-    for (const Field& field : fields) object[key_of(field)] = as_json(field, record);
+Json fields_json(const std::vector<Field>& fields, Bytes record) {
+    Json object = Json::object();
+    for (const Field& field : fields) object.set(key_of(field), as_json(field, record));
     return object;
 }
 
-ordered_json port_json(const Contents& contents, const Fields& fields, std::uint32_t logical) {
+Json port_json(const Contents& contents, const Fields& fields, std::uint32_t logical) {
     const std::uint32_t limit = group_limit(contents, logical);
-    return {{"port", port_number(logical)},
-            {"name", port_name(port_number(logical))},
-            {"group_limit", limit == 0 ? ordered_json(nullptr) : ordered_json(limit)},
-            {"status", fields_json(fields.port, port_record(contents, logical))}};
+    return Json::object({{"port", port_number(logical)},
+                         {"name", port_name(port_number(logical))},
+                         {"group_limit", limit == 0 ? Json() : Json(limit)},
+                         {"status", fields_json(fields.port, port_record(contents, logical))}});
 }
 
 }  // namespace
@@ -142,21 +142,20 @@ std::string report_text(const Contents& contents, const Fields& fields) {
 }
 
 std::string report_json(const Contents& contents, const Fields& fields) {
-    ordered_json ports = ordered_json::array();
+    Json ports = Json::array();
     for (std::uint32_t logical = 0; logical < MC_PORTS; ++logical) {
-        ports.push_back(port_json(contents, fields, logical));
+        ports.add(port_json(contents, fields, logical));
     }
-    ordered_json groups = ordered_json::array();
+    Json groups = Json::array();
     for (std::uint32_t i = 0; i < group_count(contents); ++i) {
-        groups.push_back(fields_json(fields.group, group_record(contents, i)));
+        groups.add(fields_json(fields.group, group_record(contents, i)));
     }
-    const ordered_json object{{"mode", word(contents, mc::kStatusMode)},
-                              {"mode_name", mode_name(word(contents, mc::kStatusMode))},
-                              {"fast_leave", word(contents, mc::kStatusFastLeave)},
-                              {"ports", ports},
-                              {"groups", groups}};
-    // A name of a field may hold any bytes; JSON may not.
-    return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    const Json object = Json::object({{"mode", word(contents, mc::kStatusMode)},
+                                      {"mode_name", mode_name(word(contents, mc::kStatusMode))},
+                                      {"fast_leave", word(contents, mc::kStatusFastLeave)},
+                                      {"ports", ports},
+                                      {"groups", groups}});
+    return object.text();
 }
 
 }  // namespace mcstat

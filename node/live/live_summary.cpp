@@ -2,17 +2,17 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <vector>
 
+#include "node/report/json.h"
 #include "node/report/table.h"
 #include "node/report/values.h"
 
 namespace live {
 namespace {
 
-using nlohmann::ordered_json;
 using report::Align;
+using report::Json;
 using report::number;
 using report::port_text;
 using report::Table;
@@ -81,33 +81,39 @@ std::string entries_text(const Summary& summary) {
     return table.text() + "  " + report::entry_changes_text(summary.core) + "\n";
 }
 
-ordered_json ports_json(const Report& report) {
-    ordered_json rows = ordered_json::array();
+Json ports_json(const Report& report) {
+    Json rows = Json::array();
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         const PortCounters& port = report.ports[slot];
         if (port.interface.empty()) continue;
-        rows.push_back({{"port", driver::port_of_slot(slot)},
-                        {"name", driver::name_of_slot(slot)},
-                        {"interface", port.interface},
-                        {"igmp", port.igmp},
-                        {"mld", port.mld},
-                        {"not_trapped", port.not_trapped},
-                        {"too_long", port.too_long},
-                        {"socket_dropped", port.socket_dropped},
-                        {"sent", port.sent},
-                        {"send_failed", port.send_failed}});
+        rows.add(Json::object({{"port", driver::port_of_slot(slot)},
+                               {"name", driver::name_of_slot(slot)},
+                               {"interface", port.interface},
+                               {"igmp", port.igmp},
+                               {"mld", port.mld},
+                               {"not_trapped", port.not_trapped},
+                               {"too_long", port.too_long},
+                               {"socket_dropped", port.socket_dropped},
+                               {"sent", port.sent},
+                               {"send_failed", port.send_failed}}));
     }
     return rows;
 }
 
-ordered_json entries_json(const Report& report) {
-    ordered_json rows = ordered_json::array();
+Json vlans_json(const EntryReport& entry) {
+    Json rows = Json::array();
+    for (const std::uint16_t vlan : entry.vlans) rows.add(vlan);
+    return rows;
+}
+
+Json entries_json(const Report& report) {
+    Json rows = Json::array();
     for (const EntryReport& entry : report.entries) {
-        rows.push_back({{"port", entry.port},
-                        {"group", devcore::text(entry.group.family, entry.group.address)},
-                        {"vlans", entry.vlans},
-                        {"in_database", entry.state != EntryState::kAbsent},
-                        {"ours", entry.state == EntryState::kOurs}});
+        rows.add(Json::object({{"port", entry.port},
+                               {"group", devcore::text(entry.group.family, entry.group.address)},
+                               {"vlans", vlans_json(entry)},
+                               {"in_database", entry.state != EntryState::kAbsent},
+                               {"ours", entry.state == EntryState::kOurs}}));
     }
     return rows;
 }
@@ -122,18 +128,16 @@ std::string as_text(const Summary& summary) {
 }
 
 std::string as_json(const Summary& summary) {
-    const ordered_json object{
-        {"live",
-         {{"bridge", summary.bridge},
-          {"ran_s", summary.ran_s},
-          {"ports", ports_json(summary.report)},
-          {"entries", entries_json(summary.report)}}},
+    const Json object = Json::object({
+        {"live", Json::object({{"bridge", summary.bridge},
+                               {"ran_s", summary.ran_s},
+                               {"ports", ports_json(summary.report)},
+                               {"entries", entries_json(summary.report)}})},
         {"core", report::core_json(summary.core)},
         {"drops", report::drops_json(driver_drops(summary.report), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
-    };
-    // An interface's name may hold any bytes; JSON may not.
-    return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    });
+    return object.text();
 }
 
 }  // namespace live

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
-#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "node/driver/ports.h"
+#include "node/report/json.h"
 #include "node/report/table.h"
 #include "node/report/values.h"
 
@@ -19,9 +19,9 @@ using capture::FramesIn;
 using capture::FramesOut;
 using capture::SwitchEntry;
 using driver::MacAddress;
-using nlohmann::ordered_json;
 using report::Align;
 using report::fixed;
+using report::Json;
 using report::number;
 using report::port_text;
 using report::seconds;
@@ -199,80 +199,87 @@ std::string switch_text(const Summary& summary) {
 
 // ---- JSON ----
 
-ordered_json captures_json(const Summary& summary) {
-    ordered_json rows = ordered_json::array();
+Json texts_json(const std::vector<std::string>& texts) {
+    Json rows = Json::array();
+    for (const std::string& text : texts) rows.add(text);
+    return rows;
+}
+
+Json captures_json(const Summary& summary) {
+    Json rows = Json::array();
     for (const capture::Input& input : summary.arguments.inputs) {
-        rows.push_back(
-            {{"port", input.port}, {"name", port_text(input.port)}, {"file", input.file.string()}});
+        rows.add(Json::object({{"port", input.port},
+                               {"name", port_text(input.port)},
+                               {"file", input.file.string()}}));
     }
     return rows;
 }
 
-ordered_json time_json(const Summary& summary) {
+Json time_json(const Summary& summary) {
     const auto& span = summary.report.span;
-    if (!span) return nullptr;
-    return {{"first_us", span->first_us},
-            {"last_us", span->last_us},
-            {"end_us", span->end_us},
-            {"span_s", seconds(span->last_us - span->first_us)}};
+    if (!span) return {};
+    return Json::object({{"first_us", span->first_us},
+                         {"last_us", span->last_us},
+                         {"end_us", span->end_us},
+                         {"span_s", seconds(span->last_us - span->first_us)}});
 }
 
-ordered_json commands_json(const Summary& summary) {
+Json commands_json(const Summary& summary) {
     const std::vector<TimedCommand>& commands = summary.arguments.commands;
-    ordered_json rows = ordered_json::array();
+    Json rows = Json::array();
     for (std::size_t i = 0; i < summary.commands_run; ++i) {
         const auto& code = commands[i].code;
-        rows.push_back({{"at_s", seconds(commands[i].after_us)},
-                        {"code", code ? ordered_json(*code) : ordered_json(nullptr)},
-                        {"command", commands[i].words}});
+        rows.add(Json::object({{"at_s", seconds(commands[i].after_us)},
+                               {"code", code ? Json(*code) : Json()},
+                               {"command", commands[i].words}}));
     }
     return rows;
 }
 
-ordered_json frames_in_json(const Counters& counters) {
-    ordered_json rows = ordered_json::array();
+Json frames_in_json(const Counters& counters) {
+    Json rows = Json::array();
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         const FramesIn& in = counters.in[slot];
-        rows.push_back({{"port", driver::port_of_slot(slot)},
-                        {"name", driver::name_of_slot(slot)},
-                        {"total", in.total()},
-                        {"igmp", in.igmp},
-                        {"mld", in.mld},
-                        {"not_trapped", in.not_trapped},
-                        {"too_long", in.too_long},
-                        {"truncated", in.truncated},
-                        {"out_of_order", in.out_of_order}});
+        rows.add(Json::object({{"port", driver::port_of_slot(slot)},
+                               {"name", driver::name_of_slot(slot)},
+                               {"total", in.total()},
+                               {"igmp", in.igmp},
+                               {"mld", in.mld},
+                               {"not_trapped", in.not_trapped},
+                               {"too_long", in.too_long},
+                               {"truncated", in.truncated},
+                               {"out_of_order", in.out_of_order}}));
     }
     return rows;
 }
 
-ordered_json frames_out_json(const Counters& counters) {
-    ordered_json rows = ordered_json::array();
+Json frames_out_json(const Counters& counters) {
+    Json rows = Json::array();
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
-        rows.push_back({{"port", driver::port_of_slot(slot)},
-                        {"name", driver::name_of_slot(slot)},
-                        {"sent", counters.out[slot].sent},
-                        {"failed", counters.out[slot].failed}});
+        rows.add(Json::object({{"port", driver::port_of_slot(slot)},
+                               {"name", driver::name_of_slot(slot)},
+                               {"sent", counters.out[slot].sent},
+                               {"failed", counters.out[slot].failed}}));
     }
     return rows;
 }
 
-ordered_json switch_json(const Summary& summary) {
+Json switch_json(const Summary& summary) {
     const capture::SwitchTable& table = summary.report.table;
-    ordered_json rows = ordered_json::array();
+    Json rows = Json::array();
     for (const auto& [entry, times] : table.entries) {
-        rows.push_back({{"port", entry.port},
-                        {"vlan", entry.vlan},
-                        {"mac", mac_text(entry.mac)},
-                        {"set", times},
-                        {"groups", groups_behind(summary, entry)}});
+        rows.add(Json::object({{"port", entry.port},
+                               {"vlan", entry.vlan},
+                               {"mac", mac_text(entry.mac)},
+                               {"set", times},
+                               {"groups", texts_json(groups_behind(summary, entry))}}));
     }
-    return {{"entries", rows},
-            {"added", table.added},
-            {"set_again", table.repeated},
-            {"removed", table.removed},
-            {"removed_absent", table.absent},
-            {"refused_port", table.invalid_port}};
+    return Json::object({{"entries", rows},
+                         {"added", table.added},
+                         {"set_again", table.repeated},
+                         {"removed", table.removed},
+                         {"removed_absent", table.absent},
+                         {"refused_port", table.invalid_port}});
 }
 
 }  // namespace
@@ -302,11 +309,11 @@ std::string as_text(const Summary& summary) {
 std::string as_json(const Summary& summary) {
     const Counters& counters = summary.report.counters;
     const auto& output = summary.arguments.output;
-    const ordered_json object{
+    const Json object = Json::object({
         {"captures", captures_json(summary)},
-        {"output", output ? ordered_json(output->string()) : ordered_json(nullptr)},
+        {"output", output ? Json(output->string()) : Json()},
         {"interrupted", summary.interrupted},
-        {"failures", summary.report.failures},
+        {"failures", texts_json(summary.report.failures)},
         {"time", time_json(summary)},
         {"commands", commands_json(summary)},
         {"commands_not_run", summary.arguments.commands.size() - summary.commands_run},
@@ -316,9 +323,8 @@ std::string as_json(const Summary& summary) {
         {"drops", report::drops_json(driver_drops(counters), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
         {"switch", switch_json(summary)},
-    };
-    // A file name may hold any bytes; JSON may not.
-    return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+    });
+    return object.text();
 }
 
 }  // namespace replay

@@ -2,15 +2,13 @@
 
 #include <array>
 #include <cstddef>
-#include <nlohmann/json.hpp>
 
+#include "node/report/json.h"
 #include "node/report/table.h"
 #include "node/report/values.h"
 
 namespace report {
 namespace {
-
-using nlohmann::ordered_json;
 
 const char* protocol(const devcore::Membership& member) {
     return member.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
@@ -34,11 +32,10 @@ double age_s(const CoreReport& core, const devcore::Membership& member) {
     return core.now_us > member.joined_us ? seconds(core.now_us - member.joined_us) : 0;
 }
 
-ordered_json addresses_json(devcore::Family family,
-                            const std::vector<devcore::Address>& addresses) {
-    ordered_json rows = ordered_json::array();
+Json addresses_json(devcore::Family family, const std::vector<devcore::Address>& addresses) {
+    Json rows = Json::array();
     for (const devcore::Address& address : addresses) {
-        rows.push_back(devcore::text(family, address));
+        rows.add(devcore::text(family, address));
     }
     return rows;
 }
@@ -62,9 +59,9 @@ std::string counts_text(const std::string& title, const std::string& unit,
     return table.text();
 }
 
-ordered_json json_of(const std::vector<Count>& counts) {
-    ordered_json object = ordered_json::object();
-    for (const Count& count : counts) object[std::string(count.name)] = count.value;
+Json json_of(const std::vector<Count>& counts) {
+    Json object = Json::object();
+    for (const Count& count : counts) object.set(count.name, count.value);
     return object;
 }
 
@@ -118,33 +115,33 @@ std::string entry_changes_text(const CoreReport& core) {
            " taken away, " + number(counters.remove_failures) + " failed";
 }
 
-ordered_json core_json(const CoreReport& core) {
-    return {{"received", json_of(named<devcore::Received>(core.counters.received))},
-            {"sent", json_of(named<devcore::Sent>(core.counters.sent))},
-            {"entries_added", core.counters.entries_added},
-            {"entries_removed", core.counters.entries_removed},
-            {"add_failures", core.counters.add_failures},
-            {"remove_failures", core.counters.remove_failures}};
+Json core_json(const CoreReport& core) {
+    return Json::object({{"received", json_of(named<devcore::Received>(core.counters.received))},
+                         {"sent", json_of(named<devcore::Sent>(core.counters.sent))},
+                         {"entries_added", core.counters.entries_added},
+                         {"entries_removed", core.counters.entries_removed},
+                         {"add_failures", core.counters.add_failures},
+                         {"remove_failures", core.counters.remove_failures}});
 }
 
-ordered_json drops_json(const std::vector<Count>& driver, const CoreReport& core) {
-    return {{"driver", json_of(driver)},
-            {"core", json_of(named<devcore::Drop>(core.counters.drops))}};
+Json drops_json(const std::vector<Count>& driver, const CoreReport& core) {
+    return Json::object({{"driver", json_of(driver)},
+                         {"core", json_of(named<devcore::Drop>(core.counters.drops))}});
 }
 
-ordered_json memberships_json(const CoreReport& core) {
-    ordered_json rows = ordered_json::array();
+Json memberships_json(const CoreReport& core) {
+    Json rows = Json::array();
     for (const devcore::Membership& member : core.memberships) {
-        rows.push_back({{"port", member.port},
-                        {"vlan", member.vlan},
-                        {"group", devcore::text(member.family, member.group)},
-                        {"protocol", protocol(member)},
-                        {"version", member.version},
-                        {"filter", member.exclude ? "exclude" : "include"},
-                        {"sources", addresses_json(member.family, member.sources)},
-                        {"reporters", addresses_json(member.family, member.reporters)},
-                        {"age_s", age_s(core, member)},
-                        {"in_switch", member.programmed}});
+        rows.add(Json::object({{"port", member.port},
+                               {"vlan", member.vlan},
+                               {"group", devcore::text(member.family, member.group)},
+                               {"protocol", protocol(member)},
+                               {"version", member.version},
+                               {"filter", member.exclude ? "exclude" : "include"},
+                               {"sources", addresses_json(member.family, member.sources)},
+                               {"reporters", addresses_json(member.family, member.reporters)},
+                               {"age_s", age_s(core, member)},
+                               {"in_switch", member.programmed}}));
     }
     return rows;
 }

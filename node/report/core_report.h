@@ -3,12 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "node/core/development_core.h"
+#include "node/report/json.h"
 
 namespace report {
 
@@ -37,9 +37,8 @@ struct Count {
 // "the core: 3 added, 0 failed, 1 taken away, 0 failed"
 [[nodiscard]] std::string entry_changes_text(const CoreReport& core);
 
-[[nodiscard]] nlohmann::ordered_json core_json(const CoreReport& core);
-[[nodiscard]] nlohmann::ordered_json drops_json(const std::vector<Count>& driver,
-                                                const CoreReport& core);
-[[nodiscard]] nlohmann::ordered_json memberships_json(const CoreReport& core);
+[[nodiscard]] Json core_json(const CoreReport& core);
+[[nodiscard]] Json drops_json(const std::vector<Count>& driver, const CoreReport& core);
+[[nodiscard]] Json memberships_json(const CoreReport& core);
 
 }  // namespace report
