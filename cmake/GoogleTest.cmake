@@ -1,5 +1,13 @@
 # Compiling tests takes much longer than running them, so they are not optimised, nor is GoogleTest.
 set(MC_TEST_OPTIONS -O0)
+# A test that fails names its line; a sanitizer needs what the compiler knows of lines.
+if(NOT MC_SANITIZE)
+  list(APPEND MC_TEST_OPTIONS -g0)
+endif()
+# GCC would stop many times in a file to collect garbage; 256 MB hold most of what there is.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  list(APPEND MC_TEST_OPTIONS --param=ggc-min-heapsize=262144)
+endif()
 
 # GoogleTest from the sources that Debian's googletest package installs: built with the flags of the
 # build at hand, so that sanitizers and the cross build get one of their own.
