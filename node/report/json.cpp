@@ -25,10 +25,6 @@ Json::Json(Number number) : value_(hold(number.value)) {}
 Json::Json(std::unique_ptr<JsonValue> value) : value_(std::move(value)) {}
 
 Json::Json(const Json& other) : value_(hold(other.value_->value)) {}
-Json& Json::operator=(const Json& other) {
-    value_->value = other.value_->value;
-    return *this;
-}
 Json::~Json() = default;
 
 Json Json::object(std::initializer_list<Member> members) {

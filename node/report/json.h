@@ -29,7 +29,7 @@ class Json {
 
     // Not in the header, or each of the many places where values come and go would hold a copy.
     Json(const Json& other);
-    Json& operator=(const Json& other);
+    Json& operator=(const Json& other) = delete;
     ~Json();
 
     // In the order of its members, as they are given here and by set.
