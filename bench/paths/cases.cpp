@@ -22,6 +22,7 @@ constexpr std::uint16_t kNetworkVid = 300;     // what the rules make of it towa
 constexpr std::uint16_t kMulticastVid = 3000;  // the rules' multicast VLAN
 constexpr std::uint16_t kOtherVid = 2000;      // and up: rules and templates that do not match
 constexpr std::uint8_t kHost = 20;
+constexpr std::uint16_t kOnuId = 7;  // what the driver answers, see neighbours.c
 
 constexpr NamedLoad kReviewed[] = {
     {"report", "tagged report from a user port, snooping, one rule", {.way = Way::kReport}},
@@ -45,7 +46,7 @@ Frame frame;
 std::array<std::uint8_t, kRewritten> head;
 std::uint32_t in_port;
 
-std::int32_t (*receive)(std::uint8_t*, std::uint32_t, std::uint32_t);
+Receiver receive;
 
 std::int32_t receive_nothing(std::uint8_t* /*bytes*/, std::uint32_t /*len*/,
                              std::uint32_t /*port*/) {
@@ -125,6 +126,23 @@ std::optional<Load> load_named(std::string_view name) {
     return found->load;
 }
 
+Outcome outcome_of(const Load& load) {
+    const bool ruled = load.rules > 0 && load.rules_match;
+    switch (load.way) {
+        case Way::kNothing:
+            return {};
+        case Way::kQuery:
+            return {.copies = MC_PORTS - 1, .tags = 1, .tci = {ruled ? kUserVid : kNetworkVid}};
+        case Way::kControl:
+            return {
+                .copies = 1, .tags = 2, .tci = {kOnuId, static_cast<std::uint16_t>(load.port + 1)}};
+        case Way::kCorePacket:
+            return {.copies = 1, .tags = 1, .tci = {kUserVid}};
+        default:
+            return {.copies = 1, .tags = 1, .tci = {ruled ? kNetworkVid : kUserVid}};
+    }
+}
+
 void prepare(const Load& load) {
     mldInitParams = {};
     static_cast<void>(adapt_init());
@@ -152,6 +170,8 @@ void run_prepared() {
     std::memcpy(frame.data(), head.data(), kRewritten);
     static_cast<void>(receive(frame.data(), static_cast<std::uint32_t>(frame.size()), in_port));
 }
+
+void give_to(Receiver receiver) { receive = receiver; }
 
 std::span<const std::uint8_t> prepared_frame() { return frame; }
 

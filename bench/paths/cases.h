@@ -37,10 +37,23 @@ struct NamedLoad {
 std::span<const NamedLoad> reviewed_loads();
 std::optional<Load> load_named(std::string_view name);
 
+// What a load's frame leaves as: so many copies, with these tags in place of the one that it came
+// with.
+struct Outcome {
+    std::uint32_t copies;
+    std::uint32_t tags;
+    std::uint16_t tci[2];
+};
+Outcome outcome_of(const Load& load);
+
 // Starts the library anew for a load. run_prepared then gives it the frame as it came, and may be
 // called again and again.
 void prepare(const Load& load);
 void run_prepared();
+
+// Who gets the frame from now on in place of the library.
+using Receiver = std::int32_t (*)(std::uint8_t* bytes, std::uint32_t len, std::uint32_t port);
+void give_to(Receiver receiver);
 
 // The frame of the prepared load, for who does the same by other means.
 std::span<const std::uint8_t> prepared_frame();
