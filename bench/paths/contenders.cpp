@@ -12,7 +12,7 @@ namespace {
 
 std::int32_t send_nothing(const std::uint8_t* /*bytes*/, std::uint32_t /*len*/) { return 0; }
 
-Sender volatile sender = send_nothing;
+Sender volatile current_sender = send_nothing;
 
 // ---- The limit ---------------------------------------------------------------------------------
 
@@ -87,8 +87,10 @@ bool prepare_for(const Contender& contender, const Load& load) {
     return true;
 }
 
-void send_with(Sender given) { sender = given; }
+void send_with(Sender sender) { current_sender = sender; }
 
-std::int32_t send_frame(const std::uint8_t* bytes, std::uint32_t len) { return sender(bytes, len); }
+std::int32_t send_frame(const std::uint8_t* bytes, std::uint32_t len) {
+    return current_sender(bytes, len);
+}
 
 }  // namespace bench

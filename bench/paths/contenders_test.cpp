@@ -75,7 +75,10 @@ TEST_P(Contenders, BpfMatchesEveryFrameThatComesInAndNotOneOfAnotherProtocol) {
     std::vector<std::uint8_t> frame(prepared.begin(), prepared.end());
     const auto len = static_cast<std::uint32_t>(frame.size());
     EXPECT_NE(matches(frame.data(), len, 0), 0);
-    for (const std::size_t protocol : {18 + 9, 18 + 40}) frame[protocol] = 17;  // UDP
+    constexpr std::uint8_t kUdp = 17;
+    constexpr std::size_t kIpv4Protocol = 18 + 9;
+    constexpr std::size_t kBehindHopByHop = 18 + 40;
+    for (const auto at : {kIpv4Protocol, kBehindHopByHop}) frame[at] = kUdp;
     EXPECT_EQ(matches(frame.data(), len, 0), 0);
 }
 #endif
