@@ -1,6 +1,7 @@
 // A command: its record dispatched, and the same record through a System V queue between two
 // threads, received by the library's command task or by a bare loop.
 #include <benchmark/benchmark.h>
+#include <pthread.h>
 #include <sched.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <functional>
 #include <thread>
+#include <vector>
 
 #include "adapt/records.h"
 #include "bench/paths/cases.h"
@@ -68,22 +70,48 @@ void dispatch(benchmark::State& state) {
 struct Channel {
     int queue;
     std::int32_t* taken;
+    pthread_t receiver;
 };
 
-// Sender and receivers have a processor each, where there are two, so that no run of either kind
-// finds them on one.
-void take_processor(unsigned number) {
-    cpu_set_t allowed;
-    CPU_ZERO(&allowed);
-    if (sched_getaffinity(0, sizeof(allowed), &allowed) != 0 || CPU_COUNT(&allowed) < 2) return;
+// Where the two threads run. On one processor, as a device has it, a command costs what both do;
+// on two they work at the same time, and the faster one waits for the other.
+enum class Place { kOneProcessor, kTwoProcessors };
+
+// The processors that this process had when it began.
+std::vector<int> processors() {
+    static const cpu_set_t allowed = [] {
+        cpu_set_t set;
+        CPU_ZERO(&set);
+        if (sched_getaffinity(0, sizeof(set), &set) != 0) CPU_ZERO(&set);
+        return set;
+    }();
+    std::vector<int> numbers;
     for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
-        if (!CPU_ISSET(cpu, &allowed) || number-- != 0) continue;
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(cpu, &one);
-        static_cast<void>(sched_setaffinity(0, sizeof(one), &one));  // only a matter of noise
-        return;
+        if (CPU_ISSET(cpu, &allowed)) numbers.push_back(cpu);
     }
+    return numbers;
+}
+
+// A thread that is woken waits until the other one has to: a switch with every command would cost
+// more than the command does, and come or not as the scheduler likes.
+bool wait_for_turn(pthread_t thread) {
+    const sched_param none{};
+    return pthread_setschedparam(thread, SCHED_BATCH, &none) == 0;
+}
+
+bool run_on(pthread_t thread, int processor) {
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(processor, &one);
+    return pthread_setaffinity_np(thread, sizeof(one), &one) == 0;
+}
+
+bool place_threads(const Channel& channel, Place place) {
+    const std::vector<int> numbers = processors();
+    const std::size_t of_receiver = place == Place::kTwoProcessors ? 1 : 0;
+    if (numbers.size() <= of_receiver) return false;
+    return wait_for_turn(pthread_self()) && wait_for_turn(channel.receiver) &&
+           run_on(pthread_self(), numbers[0]) && run_on(channel.receiver, numbers[of_receiver]);
 }
 
 int open_queue(key_t key) {
@@ -106,12 +134,10 @@ void receive_bare(int queue, std::int32_t* taken) {
 }
 
 Channel start_receiver(int queue, std::int32_t* taken, const std::function<void()>& body) {
-    take_processor(0);
-    std::thread([body] {
-        take_processor(1);
-        body();
-    }).detach();
-    return {queue, taken};
+    std::thread receiver(body);
+    const pthread_t handle = receiver.native_handle();
+    receiver.detach();
+    return {queue, taken, handle};
 }
 
 // Each receiver starts when it is first needed: one that waits costs nothing.
@@ -137,23 +163,21 @@ bool post(int queue, const Message& message) {
 // Until the receiver has run the last command. False when it does not come to that.
 bool wait_until_taken(const Channel& channel, std::int32_t value) {
     constexpr auto kPatience = std::chrono::seconds(10);
-    constexpr unsigned kLooksBetween = 1024;
     const auto begin = std::chrono::steady_clock::now();
-    for (unsigned looks = 1;; ++looks) {
-        const auto taken = std::atomic_ref(*channel.taken).load(std::memory_order_acquire);
-        if (taken == value) return true;
-        if (looks % kLooksBetween != 0) continue;
+    while (std::atomic_ref(*channel.taken).load(std::memory_order_acquire) != value) {
         if (std::chrono::steady_clock::now() - begin > kPatience) return false;
         sched_yield();
     }
+    return true;
 }
 
 // One command after the other is posted, without waiting for any but the last, which alone changes
 // the switch.
-void time_queue(benchmark::State& state, Channel (*channel_of)()) {
+void time_queue(benchmark::State& state, Channel (*channel_of)(), Place place) {
     constexpr int kBatch = 4096;
     const std::array<Message, 2> messages = {message_with(0), message_with(1)};
     const Channel channel = channel_of();
+    if (!place_threads(channel, place)) return state.SkipWithError("no processor for each thread");
     std::size_t value = std::atomic_ref(*channel.taken).load() != 0 ? 1 : 0;
     for ([[maybe_unused]] auto _ : state) {
         bool posted = true;
@@ -171,9 +195,21 @@ void time_queue(benchmark::State& state, Channel (*channel_of)()) {
 
 void register_commands() {
     benchmark::RegisterBenchmark("command/dispatch", dispatch);
-    benchmark::RegisterBenchmark("command/queue/library", time_queue, library_channel)
-        ->UseRealTime();
-    benchmark::RegisterBenchmark("command/queue/bare", time_queue, bare_channel)->UseRealTime();
+    // On one processor by the time that both threads have it: others who want it take nothing from
+    // that.
+    const auto one = [](const char* name, Channel (*channel_of)()) {
+        benchmark::RegisterBenchmark(name, time_queue, channel_of, Place::kOneProcessor)
+            ->MeasureProcessCPUTime();
+    };
+    const auto two = [](const char* name, Channel (*channel_of)()) {
+        benchmark::RegisterBenchmark(name, time_queue, channel_of, Place::kTwoProcessors)
+            ->UseRealTime();
+    };
+    one("command/queue/library", library_channel);
+    one("command/queue/bare", bare_channel);
+    if (processors().size() < 2) return;
+    two("command/queue_on_two/library", library_channel);
+    two("command/queue_on_two/bare", bare_channel);
 }
 
 }  // namespace bench
