@@ -92,26 +92,24 @@ std::vector<int> processors() {
     return numbers;
 }
 
-// A thread that is woken waits until the other one has to: a switch with every command would cost
-// more than the command does, and come or not as the scheduler likes.
-bool wait_for_turn(pthread_t thread) {
-    const sched_param none{};
-    return pthread_setschedparam(thread, SCHED_BATCH, &none) == 0;
-}
-
-bool run_on(pthread_t thread, int processor) {
+bool run_on(pthread_t thread, int processor, int policy) {
     cpu_set_t one;
     CPU_ZERO(&one);
     CPU_SET(processor, &one);
-    return pthread_setaffinity_np(thread, sizeof(one), &one) == 0;
+    const sched_param none{};
+    return pthread_setaffinity_np(thread, sizeof(one), &one) == 0 &&
+           pthread_setschedparam(thread, policy, &none) == 0;
 }
 
+// On one processor a thread that is woken waits until the other one has to: a switch with every
+// command would cost more than the command does, and come or not as the scheduler likes.
 bool place_threads(const Channel& channel, Place place) {
+    const bool together = place == Place::kOneProcessor;
+    const int policy = together ? SCHED_BATCH : SCHED_OTHER;
     const std::vector<int> numbers = processors();
-    const std::size_t of_receiver = place == Place::kTwoProcessors ? 1 : 0;
-    if (numbers.size() <= of_receiver) return false;
-    return wait_for_turn(pthread_self()) && wait_for_turn(channel.receiver) &&
-           run_on(pthread_self(), numbers[0]) && run_on(channel.receiver, numbers[of_receiver]);
+    if (numbers.size() < (together ? 1U : 2U)) return false;
+    return run_on(pthread_self(), numbers[0], policy) &&
+           run_on(channel.receiver, numbers[together ? 0 : 1], policy);
 }
 
 int open_queue(key_t key) {
