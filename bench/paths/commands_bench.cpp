@@ -6,13 +6,16 @@
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <functional>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -169,45 +172,92 @@ bool wait_until_taken(const Channel& channel, std::int32_t value) {
     return true;
 }
 
+// ---- The library beside the bare loop ----------------------------------------------------------
+
+constexpr int kBatch = 2048;
+
 // One command after the other is posted, without waiting for any but the last, which alone changes
 // the switch.
-void time_queue(benchmark::State& state, Channel (*channel_of)(), Place place) {
-    constexpr int kBatch = 4096;
-    const std::array<Message, 2> messages = {message_with(0), message_with(1)};
-    const Channel channel = channel_of();
-    if (!place_threads(channel, place)) return state.SkipWithError("no processor for each thread");
-    std::size_t value = std::atomic_ref(*channel.taken).load() != 0 ? 1 : 0;
+bool run_batch(const Channel& channel) {
+    static const std::array<Message, 2> messages = {message_with(0), message_with(1)};
+    const std::size_t before = std::atomic_ref(*channel.taken).load() != 0 ? 1 : 0;
+    for (int i = 1; i < kBatch; ++i) {
+        if (!post(channel.queue, messages[before])) return false;
+    }
+    return post(channel.queue, messages[1 - before]) &&
+           wait_until_taken(channel, static_cast<std::int32_t>(1 - before));
+}
+
+// On one processor time is what both threads have it for: others who want it take nothing from
+// that.
+double seconds_now(Place place) {
+    timespec now{};
+    clock_gettime(place == Place::kOneProcessor ? CLOCK_PROCESS_CPUTIME_ID : CLOCK_MONOTONIC, &now);
+    constexpr double kNano = 1e-9;
+    return static_cast<double>(now.tv_sec) + kNano * static_cast<double>(now.tv_nsec);
+}
+
+// Nothing when the receiver does not take what is posted.
+std::optional<double> seconds_of_batch(const Channel& channel, Place place) {
+    const double begin = seconds_now(place);
+    if (!run_batch(channel)) return std::nullopt;
+    return seconds_now(place) - begin;
+}
+
+double quantile(std::vector<double> values, double part) {
+    if (values.empty()) return 0;
+    const auto last = static_cast<double>(values.size() - 1);
+    const auto at = values.begin() + static_cast<std::ptrdiff_t>(part * last);
+    std::nth_element(values.begin(), at, values.end());
+    return *at;
+}
+
+// The machine does not run at one speed for long. So batches of the two follow on each other, each
+// the first one every other time, and each batch of the library has its bare one to be compared
+// with.
+void time_queue(benchmark::State& state, Place place) {
+    const Channel library = library_channel();
+    const Channel bare = bare_channel();
+    if (!place_threads(library, place) || !place_threads(bare, place)) {
+        return state.SkipWithError("no processor for each thread");
+    }
+    std::vector<double> rates;
+    std::vector<double> bare_rates;
+    std::vector<double> ratios;
+    bool bare_first = false;
     for ([[maybe_unused]] auto _ : state) {
-        bool posted = true;
-        for (int i = 1; i < kBatch && posted; ++i) posted = post(channel.queue, messages[value]);
-        value = 1 - value;
-        posted = posted && post(channel.queue, messages[value]);
-        if (!posted || !wait_until_taken(channel, static_cast<std::int32_t>(value))) {
+        const auto first = seconds_of_batch(bare_first ? bare : library, place);
+        const auto second = seconds_of_batch(bare_first ? library : bare, place);
+        if (!first || !second) {
             return state.SkipWithError("the receiver does not take the commands");
         }
+        const double of_library = bare_first ? *second : *first;
+        const double of_bare = bare_first ? *first : *second;
+        state.SetIterationTime(of_library);
+        rates.push_back(kBatch / of_library);
+        bare_rates.push_back(kBatch / of_bare);
+        ratios.push_back(of_bare / of_library);
+        bare_first = !bare_first;
     }
-    state.SetItemsProcessed(state.iterations() * kBatch);
+    constexpr double kLow = 0.25;
+    constexpr double kMiddle = 0.5;
+    constexpr double kHigh = 0.75;
+    state.counters["per_second"] = quantile(rates, kMiddle);
+    state.counters["bare_per_second"] = quantile(bare_rates, kMiddle);
+    state.counters["of_bare"] = quantile(ratios, kMiddle);
+    state.counters["of_bare_low"] = quantile(ratios, kLow);
+    state.counters["of_bare_high"] = quantile(ratios, kHigh);
 }
 
 }  // namespace
 
 void register_commands() {
     benchmark::RegisterBenchmark("command/dispatch", dispatch);
-    // On one processor by the time that both threads have it: others who want it take nothing from
-    // that.
-    const auto one = [](const char* name, Channel (*channel_of)()) {
-        benchmark::RegisterBenchmark(name, time_queue, channel_of, Place::kOneProcessor)
-            ->MeasureProcessCPUTime();
-    };
-    const auto two = [](const char* name, Channel (*channel_of)()) {
-        benchmark::RegisterBenchmark(name, time_queue, channel_of, Place::kTwoProcessors)
-            ->UseRealTime();
-    };
-    one("command/queue/library", library_channel);
-    one("command/queue/bare", bare_channel);
+    benchmark::RegisterBenchmark("command/queue", time_queue, Place::kOneProcessor)
+        ->UseManualTime();
     if (processors().size() < 2) return;
-    two("command/queue_on_two/library", library_channel);
-    two("command/queue_on_two/bare", bare_channel);
+    benchmark::RegisterBenchmark("command/queue_on_two", time_queue, Place::kTwoProcessors)
+        ->UseManualTime();
 }
 
 }  // namespace bench
