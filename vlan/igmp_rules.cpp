@@ -79,7 +79,7 @@ struct IgmpDelete : TagModeLines<IgmpTable>, PortLines<IgmpTable> {
 // Whether an eleventh VLAN would have to enter the template list.
 [[nodiscard]] bool list_is_full_for(std::uint16_t vlan) {
     return IgmpTable::list_used() == MC_TEMPLATE_VLANS &&
-           std::find(std::begin(PortVlan), std::end(PortVlan), vlan) == std::end(PortVlan);
+           std::ranges::find(PortVlan, vlan) == std::end(PortVlan);
 }
 
 // A data VLAN that is new enters the template list, which has room, the core and the MLD side.

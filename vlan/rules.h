@@ -22,18 +22,12 @@ namespace mc {
 // ---- Packing -----------------------------------------------------------------------------------
 
 // Moves the rules in use to the front, in their order, and empties the slots behind them.
-inline void pack_rules(McRuleBlock& block) {
-    auto* const end = std::remove_if(std::begin(block), std::end(block), [](const auto& rule) {
-        return rule.in_up_vlan == MC_NO_VLAN;
-    });
-    std::fill(end, std::end(block), kEmptyRule);
-}
+void pack_rules(McRuleBlock& block);
 
 // The same for a list of VLANs, where 0 is an empty entry.
 template <class Entry>
 void pack_list(Entry (&list)[MC_TEMPLATE_VLANS]) {
-    Entry* const end = std::remove(std::begin(list), std::end(list), Entry{0});
-    std::fill(end, std::end(list), Entry{0});
+    std::ranges::fill(std::ranges::remove(list, Entry{0}), Entry{0});
 }
 
 // Packs a copy of a list, which a caller then copies back.
@@ -97,36 +91,26 @@ struct PortLines {
 };
 
 // Fills upstream VLANs that an OMCI request leaves open from its downstream ones, by tag mode.
+void fill_open_vlans(PortVlanCfgEntry& rule);
+// A rule without an upstream VLAN is kept as one for untagged frames: 0 still counts as in use.
+void normalise_upstream(PortVlanCfgEntry& rule);
+
 template <class Op>
 void normalise_by_tag_mode(PortVlanCfgEntry& rule) {
     if (Op::Table::taken_as_given()) return;
-    const std::int8_t mode = rule.prouptagmode;
-    const bool open = rule.in_up_vlan == MC_NO_VLAN;
-    switch (mode) {
+    switch (const std::int8_t mode = rule.prouptagmode) {
         case MC_TAG_MODE_UNTAG:
             Op::say_untag_mode(mode);
-            if (open) {
-                rule.in_up_vlan = rule.in_dn_vlan;
-                rule.out_up_vlan = rule.out_dn_vlan;
-            }
-            return;
+            break;
         case MC_TAG_MODE_TRANSLATE:
         case MC_TAG_MODE_TRANSLATE_TOO:
             Op::say_translate_mode(mode);
-            if (open) rule.in_up_vlan = rule.out_dn_vlan;
-            return;
+            break;
         default:
             Op::say_tag_mode(mode);
-            return;
+            break;
     }
-}
-
-// A rule without an upstream VLAN is kept as one for untagged frames: 0 still counts as in use.
-inline void normalise_upstream(PortVlanCfgEntry& rule) {
-    if (rule.in_up_vlan != 0 && rule.in_up_vlan != MC_NO_VLAN) return;
-    rule.in_up_vlan = 0;
-    rule.out_dn_vlan = 0;
-    rule.out_data_vlan = 0;
+    fill_open_vlans(rule);
 }
 
 // Port numbers of 128 and above are no port, even where a port table holds such a number: in the
@@ -167,14 +151,7 @@ template <class Op>
 
 // Writes a rule into the next slot of a port that has_free_slot. The count is raised first, so for
 // a moment a frame may see the slot half written; the slot's flag stays as it is.
-template <class Table>
-void append_rule(int logical, const PortVlanCfgEntry& rule) {
-    const std::int32_t count = Table::rule_counts()[logical]++;
-    PortVlanCfgEntry& slot = Table::rules()[logical][count];
-    const std::uint8_t flag = slot.rule_flag;
-    slot = rule;
-    slot.rule_flag = flag;
-}
+void append_rule(McRuleBlock& block, std::int32_t& count, const PortVlanCfgEntry& rule);
 
 template <class Table>
 void say_list_full(std::uint16_t vlan) {
@@ -224,7 +201,7 @@ void store_rule(int logical, const PortVlanCfgEntry& rule) {
         Table::say_before_add();
         Table::dump();
     }
-    append_rule<Table>(logical, rule);
+    append_rule(Table::rules()[logical], Table::rule_counts()[logical], rule);
     if (Table::dumps_changes()) {
         Table::say_after_add();
         Table::dump();
@@ -241,25 +218,16 @@ void trace_new_vlan(std::uint16_t vlan) {
 // ---- Delete ------------------------------------------------------------------------------------
 
 // The first slot of a port with this upstream VLAN, all ten looked at; null when there is none.
-template <class Table>
-PortVlanCfgEntry* find_rule(int logical, std::uint16_t in_up_vlan) {
-    McRuleBlock& block = Table::rules()[logical];
-    auto* const found = std::ranges::find(block, in_up_vlan, &PortVlanCfgEntry::in_up_vlan);
-    return found != std::end(block) ? found : nullptr;
-}
-
+PortVlanCfgEntry* find_rule(McRuleBlock& block, std::uint16_t in_up_vlan);
 // Whether a rule in use, of any port, has this data VLAN.
+bool any_has_data_vlan(const RuleTable& rules, const std::int32_t (&counts)[MC_PORTS],
+                       std::uint32_t vlan);
+
 template <class Table>
 bool data_vlan_in_use(std::uint32_t vlan) {
-    for (int p = 0; p < MC_PORTS; ++p) {
-        const int used = rules_in_use(Table::rule_counts()[p]);
-        for (int j = 0; j < used; ++j) {
-            if ((Table::rules()[p][j].in_data_vlan & kVidMask) != vlan) continue;
-            if (Table::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \nIsSameVlanExist is find");
-            return true;
-        }
-    }
-    return false;
+    const bool found = any_has_data_vlan(Table::rules(), Table::rule_counts(), vlan);
+    if (found && Table::says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: \nIsSameVlanExist is find");
+    return found;
 }
 
 template <class Table>
@@ -289,7 +257,7 @@ template <class Op>
         return -1;
     }
     normalise_upstream(rule);
-    PortVlanCfgEntry* const found = find_rule<Table>(logical, rule.in_up_vlan);
+    PortVlanCfgEntry* const found = find_rule(Table::rules()[logical], rule.in_up_vlan);
     if (found == nullptr) {
         if (Table::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: \n delete PortVlanCfg is not find!");
         return 0;
