@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 
 #include "adapt/adapt.h"
 #include "adapt/defaults.h"
@@ -31,14 +30,13 @@ void reset_port(IgmpPortParm& port) {
     port.grouplimit = 0;
     port.max_bandwidth = 0;
     port.auth_group_num = 0;
-    std::fill(std::begin(port.reserved), std::end(port.reserved), std::uint8_t{0});
-    std::fill(std::begin(port.auth_group), std::end(port.auth_group), AuthGroupEntry{});
+    std::ranges::fill(port.reserved, std::uint8_t{0});
+    std::ranges::fill(port.auth_group, AuthGroupEntry{});
 }
 
 void set_default_values() {
     for (IgmpPortParm& port : globle_parm.port) reset_port(port);
-    std::fill(std::begin(globle_parm.TemplateVlan), std::end(globle_parm.TemplateVlan),
-              std::uint16_t{0});
+    std::ranges::fill(globle_parm.TemplateVlan, std::uint16_t{0});
     globle_parm.multiMode = MC_MODE_SNOOPING;
     mc::set_default_parameters(globle_parm);
     // The frame path reads this copy of the default VLAN.

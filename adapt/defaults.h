@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <iterator>
 
 #include "adapt/records.h"
 
@@ -22,7 +21,7 @@ void set_default_parameters(Parameters& parameters) {
     parameters.general_member_interval = 1;
     parameters.ssm_ip_start = 0;
     parameters.ssm_ip_end = 0;
-    std::fill(std::begin(parameters.ssm_map), std::end(parameters.ssm_map), 0);
+    std::ranges::fill(parameters.ssm_map, 0u);
     parameters.proxy_ip = MC_DEFAULT_PROXY_IP;
 }
 

@@ -22,16 +22,19 @@ inline int logical_port(const PortTable& ports, std::uint32_t port_id) {
     return kNoPort;
 }
 
-// The rules of a port in use, as a number that is safe to walk to.
-constexpr int rules_in_use(std::int32_t count) { return std::clamp<int>(count, 0, MC_RULES); }
+// A count of entries as a number that is safe to walk to. By value, unlike std::clamp: that is
+// shorter wherever it is not optimised away.
+constexpr int within(std::int32_t count, int most) {
+    return count < 0 ? 0 : count < most ? count : most;
+}
 
-// The rule at a position, where an index of 10 stands for rule 0 of the next block: the walks over
-// the table carry an index from block to block, and the table is one contiguous array. Null behind
-// the last block.
-inline const PortVlanCfgEntry* rule_at(const RuleTable& rules, int block, int index) {
-    const int flat = block * MC_RULES + index;
-    if (flat >= MC_PORTS * MC_RULES) return nullptr;
-    return &rules[flat / MC_RULES][flat % MC_RULES];
+// The rules of a port in use.
+constexpr int rules_in_use(std::int32_t count) { return within(count, MC_RULES); }
+
+// The rule of one table that stands where a rule of another one stands.
+inline const PortVlanCfgEntry& same_place(const RuleTable& table, const PortVlanCfgEntry& rule,
+                                          const RuleTable& other) {
+    return *(table[0] + (&rule - other[0]));
 }
 
 constexpr PortVlanCfgEntry kEmptyRule = {
@@ -54,13 +57,14 @@ inline void clear_rules(RuleTable& rules, std::int32_t (&counts)[MC_PORTS]) {
     std::fill_n(counts, MC_PORTS, 0);
 }
 
-// The entries of the template VLAN list in use, as a number that is safe to walk to.
-inline int template_vlans_in_use() { return std::clamp<int>(setVlanNumber, 0, MC_TEMPLATE_VLANS); }
+// The entries of the template VLAN list in use.
+inline int template_vlans_in_use() { return within(setVlanNumber, MC_TEMPLATE_VLANS); }
 
 // The first template VLAN whose low 12 bits are vid; null when there is none.
 inline const std::uint16_t* find_template_vlan(std::uint32_t vid) {
-    for (int i = 0; i < template_vlans_in_use(); ++i) {
-        if ((PortVlan[i] & kVidMask) == vid) return &PortVlan[i];
+    const std::uint16_t* const end = PortVlan + template_vlans_in_use();
+    for (const std::uint16_t* entry = PortVlan; entry != end; ++entry) {
+        if ((*entry & kVidMask) == vid) return entry;
     }
     return nullptr;
 }

@@ -15,7 +15,7 @@
 namespace mc {
 
 struct IgmpView {
-    static bool says(Category category) { return igmp_says(category); }
+    [[gnu::always_inline]] static bool says(Category category) { return igmp_says(category); }
     // Whether every change of a rule is followed by a dump.
     static bool dumps_changes() { return igmp_adapt == 1; }
 
@@ -33,7 +33,7 @@ struct IgmpView {
 };
 
 struct MldView {
-    static bool says(Category category) { return mld_says(category); }
+    [[gnu::always_inline]] static bool says(Category category) { return mld_says(category); }
     static bool dumps_changes() { return mldInitParams.mld_adapt == 1; }
 
     static PortTable& ports() { return mldInitParams.port; }

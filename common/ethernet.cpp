@@ -15,7 +15,8 @@ constexpr std::uint32_t kThirdType = 20;
 
 Framing framing(FrameKind kind, const std::uint8_t* frame, std::uint16_t tci,
                 std::uint32_t type_offset) {
-    return {kind, false, tci, load_be16(frame + type_offset), type_offset + 2};
+    return {kind, false, tci, load_be16(frame + type_offset),
+            static_cast<std::uint16_t>(type_offset + 2)};
 }
 
 Framing parse_tagged(const std::uint8_t* frame, std::uint32_t len) {
@@ -46,18 +47,28 @@ Framing parse_framing(const std::uint8_t* frame, std::uint32_t len) {
     }
 }
 
+void WorkingCopy::fill(const Frame& frame) {
+    if (is_filled_) return;
+    std::memcpy(bytes_, frame.bytes, frame.len);
+    is_filled_ = true;
+}
+
 std::uint32_t WorkingCopy::rebuild(const Frame& frame, std::initializer_list<std::uint16_t> tcis,
                                    std::uint32_t from) {
-    std::uint32_t end = kMacsLength;
-    std::memcpy(bytes, frame.bytes, kMacsLength);
+    const std::uint32_t behind_tags =
+        kMacsLength + static_cast<std::uint32_t>(tcis.size()) * kTagLength;
+    const std::uint32_t rest = frame.len > from ? frame.len - from : 0;
+    if (behind_tags + rest < frame.len) fill(frame);
+    std::memcpy(bytes_, frame.bytes, kMacsLength);
+    std::uint8_t* tag = bytes_ + kMacsLength;
     for (const std::uint16_t tci : tcis) {
-        store_be16(bytes + end, kTpid);
-        store_be16(bytes + end + 2, tci);
-        end += kTagLength;
+        store_be16(tag, kTpid);
+        store_be16(tag + 2, tci);
+        tag += kTagLength;
     }
-    if (frame.len <= from) return end;
-    std::memcpy(bytes + end, frame.bytes + from, frame.len - from);
-    return end + frame.len - from;
+    if (rest != 0) std::memcpy(tag, frame.bytes + from, rest);
+    is_filled_ = true;
+    return behind_tags + rest;
 }
 
 }  // namespace mc

@@ -28,14 +28,14 @@ constexpr std::uint32_t kTransmitFrame = 1518;  // longest frame built around a 
 
 // What a received frame is framed in. A minimum length belongs to each kind; the packet of a frame
 // that is too short must not be looked at.
-enum class FrameKind { kUntagged, kPppoe, kTagged, kTaggedPppoe, kDoubleTagged };
+enum class FrameKind : std::uint8_t { kUntagged, kPppoe, kTagged, kTaggedPppoe, kDoubleTagged };
 
 struct Framing {
     FrameKind kind;
     bool too_short;
     std::uint16_t tci;            // of the tag that counts; 0 without one
     std::uint16_t ethertype;      // what the packet is taken for; not set when too short
-    std::uint32_t packet_offset;  // not set when too short
+    std::uint16_t packet_offset;  // not set when too short
 
     constexpr std::uint16_t vid() const { return tci & kVidMask; }
 };
@@ -54,6 +54,15 @@ struct Framing {
 // double-tagged frame passes with the length of a single-tagged one.
 Framing parse_framing(const std::uint8_t* frame, std::uint32_t len);
 
+// Two bytes that differ are found sooner than a call of memcmp returns: most addresses differ in
+// the first.
+constexpr bool is_mac(const std::uint8_t* bytes, const std::uint8_t (&mac)[kMacLength]) {
+    for (std::uint32_t i = 0; i < kMacLength; ++i) {
+        if (bytes[i] != mac[i]) return false;
+    }
+    return true;
+}
+
 // A received frame, 14 to kLongestFrame bytes, that forwarding may rewrite in place.
 struct Frame {
     std::uint8_t* bytes;
@@ -64,23 +73,36 @@ inline bool is_tagged(const Frame& frame) {
     return frame.len >= kMacsLength + kTagLength && load_be16(frame.bytes + kMacsLength) == kTpid;
 }
 
-// Writes a tag over the 4 bytes behind the MACs, in place. The frame must have them.
-inline void write_tag(const Frame& frame, std::uint16_t tci) {
-    store_be16(frame.bytes + kMacsLength, kTpid);
+// Gives a tagged frame another TCI, in place.
+inline void write_tci(const Frame& frame, std::uint16_t tci) {
     store_be16(frame.bytes + kMacsLength + 2, tci);
 }
 
-// Where forwarding builds a frame with other tags. It is at first the frame itself, and bytes
-// behind what an edit writes stay as they are.
-struct WorkingCopy {
-    std::uint8_t bytes[kLongestFrame + 2 * kTagLength];
+// Writes a tag over the 4 bytes behind the MACs, in place. The frame must have them.
+inline void write_tag(const Frame& frame, std::uint16_t tci) {
+    store_be16(frame.bytes + kMacsLength, kTpid);
+    write_tci(frame, tci);
+}
 
-    explicit WorkingCopy(const Frame& frame) { std::memcpy(bytes, frame.bytes, frame.len); }
+// Where forwarding builds a frame with other tags. It is at first the frame itself, and bytes
+// behind what an edit writes stay as they are. Most frames need no copy, and most edits write all
+// of it: it is made when it is first needed.
+class WorkingCopy {
+ public:
+    // The frame as it is now. Needed before a first edit that others follow.
+    void fill(const Frame& frame);
 
     // Rebuilds the frame as its MACs, the given tags, and the rest of it from byte `from` on (12:
     // all that follows the MACs, 16: all that follows a tag). Returns the length that this makes.
     std::uint32_t rebuild(const Frame& frame, std::initializer_list<std::uint16_t> tcis,
                           std::uint32_t from);
+
+    // Behind the first fill or edit.
+    std::uint8_t* bytes() { return bytes_; }
+
+ private:
+    std::uint8_t bytes_[kLongestFrame + 2 * kTagLength];
+    bool is_filled_ = false;
 };
 
 constexpr std::uint32_t kBehindMacs = kMacsLength;

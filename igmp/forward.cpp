@@ -21,9 +21,10 @@ struct IgmpHandler {
     static const PortTable& walked_ports() { return portState; }
 };
 
-void send_untagged(const Frame& frame, WorkingCopy& copy, std::uint32_t port) {
+void send_untagged(const Frame& frame, std::uint32_t port) {
+    WorkingCopy copy;
     const std::uint32_t len = copy.rebuild(frame, {}, kBehindTag);
-    send<IgmpSide>(copy.bytes, len, port);
+    send<IgmpSide>(copy.bytes(), len, port);
 }
 
 // A frame of 14 or 15 bytes ends inside the tag that would be written over it.
@@ -50,8 +51,7 @@ struct IgmpSnooping : IgmpHandler {
         if (vlan == MC_NO_VLAN) return false;
         const std::uint32_t out = portState[p].port_id;
         if (vlan == 0) {
-            WorkingCopy copy(frame);
-            send_untagged(frame, copy, out);
+            send_untagged(frame, out);
         } else if (frame.len < kBehindTag) {
             say_no_room(frame);
         } else {
@@ -61,11 +61,11 @@ struct IgmpSnooping : IgmpHandler {
         return true;
     }
 
-    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+    static void pass_down(const Frame& frame, int p) {
         say_no_rule_down<IgmpSide>();
         const std::uint32_t out = portState[p].port_id;
         if (PortVlanCfg[p][0].prodntagmode == MC_TAG_MODE_TAG) {
-            send_untagged(frame, copy, out);
+            send_untagged(frame, out);
         } else {
             send<IgmpSide>(frame.bytes, frame.len, out);
         }
@@ -75,13 +75,13 @@ struct IgmpSnooping : IgmpHandler {
         return rebuilt;
     }
 
-    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t vid) {
+    static void forward_up(const Frame& frame, const Arrival& at) {
         const std::uint16_t signalling =
-            port < MC_PORTS ? globle_parm.port[port].sig_vlan : std::uint16_t{MC_NO_VLAN};
+            at.port < MC_PORTS ? globle_parm.port[at.port].sig_vlan : std::uint16_t{MC_NO_VLAN};
         if (signalling != MC_NO_VLAN) {
             send_up_tagged<IgmpSide>(frame, signalling);
         } else {
-            forward_up_by_rule<IgmpSide>(frame, port, vid);
+            forward_up_by_rule<IgmpSide>(frame, at);
         }
     }
 };
@@ -93,9 +93,9 @@ struct IgmpControl : IgmpHandler {
 
     static bool override_down(const Frame& /*frame*/, int /*p*/) { return false; }
 
-    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+    static void pass_down(const Frame& frame, int p) {
         say_no_rule_down<IgmpSide>();
-        send<IgmpSide>(copy.bytes, frame.len, portState[p].port_id);
+        send_copy<IgmpSide>(frame, portState[p].port_id);
     }
 
     // Unlike in snooping mode the received length stays: the last 4 bytes of the working copy
@@ -105,17 +105,27 @@ struct IgmpControl : IgmpHandler {
     }
 
     // Outer tag: the node; none at all while no ONU id is assigned. Inner tag: the user port.
-    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t /*vid*/) {
+    static void forward_up(const Frame& frame, const Arrival& at) {
         const std::uint8_t onu_id = read_onu_id<IgmpSide>();
         if (onu_id == L2_MULTICAST_NO_ONU_ID) {
-            forward_up_stamped<IgmpSide>(frame, {port_vlan(port)});
+            forward_up_stamped<IgmpSide>(frame, {port_vlan(at.port)});
         } else {
-            forward_up_stamped<IgmpSide>(frame, {onu_vlan(onu_id), port_vlan(port)});
+            forward_up_stamped<IgmpSide>(frame, {onu_vlan(onu_id), port_vlan(at.port)});
         }
     }
 };
 
 }  // namespace
+
+void IgmpSide::forward(std::uint32_t mode, const ReceivedFrame& received) {
+    if (mode == MC_MODE_SNOOPING) {
+        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: IGMP MODE is Snooping\r");
+        mc::forward<IgmpSnooping>(received.frame, received.at);
+    } else if (mode == MC_MODE_CONTROL) {
+        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: IGMP MODE is control\r");
+        mc::forward<IgmpControl>(received.frame, received.at);
+    }
+}
 
 McResultVlans (&IgmpSide::downlink_vlans())[kDownlinkPorts] { return downlinkvlan; }
 
@@ -134,10 +144,10 @@ McResultVlans* searchDownSnoopPortCfgVlan(std::uint32_t vid, std::uint16_t count
 
 void igmp_adapt_snoop_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
                              std::uint32_t vid) {
-    mc::handle<mc::IgmpSnooping>(frame, port, len, vid);
+    mc::handle<mc::IgmpSide>(mc::forward<mc::IgmpSnooping>, frame, port, len, vid);
 }
 
 void igmp_adapt_control_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
                                std::uint32_t vid) {
-    mc::handle<mc::IgmpControl>(frame, port, len, vid);
+    mc::handle<mc::IgmpSide>(mc::forward<mc::IgmpControl>, frame, port, len, vid);
 }

@@ -60,24 +60,14 @@ bool IgmpSide::accept_protocol(const std::uint8_t* packet) {
     return false;
 }
 
-std::int32_t IgmpSide::hand_to_core(const ReceivedFrame& frame, std::uint32_t length,
+std::int32_t IgmpSide::hand_to_core(const ReceivedFrame& received, std::uint32_t length,
                                     std::uint32_t vlan) {
-    std::uint32_t port = frame.port;
+    std::uint32_t port = received.at.port;
     if (port == MC_UPLINK_PORT) {
         if (says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: The port no is (%d)\r\n", port);
         port = MC_CORE_UPLINK;
     }
-    return igmp_pkt_recv(frame.packet, static_cast<std::uint16_t>(length), port, vlan, nullptr);
-}
-
-void IgmpSide::forward(std::uint32_t mode, const ReceivedFrame& frame) {
-    if (mode == MC_MODE_SNOOPING) {
-        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: IGMP MODE is Snooping\r");
-        igmp_adapt_snoop_handle(frame.bytes, frame.port, frame.len, frame.vid);
-    } else if (mode == MC_MODE_CONTROL) {
-        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: IGMP MODE is control\r");
-        igmp_adapt_control_handle(frame.bytes, frame.port, frame.len, frame.vid);
-    }
+    return igmp_pkt_recv(received.packet, static_cast<std::uint16_t>(length), port, vlan, nullptr);
 }
 
 void IgmpSide::dump_received(const std::uint8_t* frame, std::uint32_t len, std::uint32_t port) {

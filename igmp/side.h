@@ -40,9 +40,8 @@ struct IgmpSide : IgmpView {
     static std::uint32_t template_vlan(std::uint32_t vlan);
     static std::uint32_t packet_length(const std::uint8_t* packet) { return load_be16(packet + 2); }
     static bool accept_protocol(const std::uint8_t* packet);
-    static std::int32_t hand_to_core(const ReceivedFrame& frame, std::uint32_t length,
+    static std::int32_t hand_to_core(const ReceivedFrame& received, std::uint32_t length,
                                      std::uint32_t vlan);
-    static void forward(std::uint32_t mode, const ReceivedFrame& frame);
 
     static void dump_received(const std::uint8_t* frame, std::uint32_t len, std::uint32_t port);
     static void say_entered(std::uint32_t port);
@@ -54,6 +53,7 @@ struct IgmpSide : IgmpView {
     static void say_kept_from_core(std::uint32_t mode, std::uint32_t port);
 
     // ---- Forwarding (igmp/forward.cpp) ----
+    static void forward(std::uint32_t mode, const ReceivedFrame& received);
     static std::int32_t send(std::uint8_t* frame, std::uint16_t len, std::uint16_t port) {
         return l2_igmp_send_pkt(frame, len, port);
     }

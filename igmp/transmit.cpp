@@ -24,7 +24,6 @@ constexpr std::uint32_t kIpv4Destination = 16;
 
 // What the core hands over begins with a whole IP header, whatever length it gives.
 void IgmpSide::write_destination(std::uint8_t* mac, const std::uint8_t* packet) {
-    if (packet == nullptr) return;  // the address stays zero
     const L2MulticastMac group = group_mac(load_be32(packet + kIpv4Destination));
     std::copy_n(group.byte, kMacLength, mac);
 }

@@ -40,16 +40,16 @@ struct MldSnooping : MldHandler {
     }
 
     // A port without a rule gets the frame as it came, whatever tag mode its first slot holds.
-    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+    static void pass_down(const Frame& frame, int p) {
         if (mld_says(kFlow)) {
             std::puts(
                 "\r\n[MC_DBG_DBG]: Enter mld_snoop_handle,uplink can't find vlanconfig! direct pass!\r");
         }
-        send<MldSide>(copy.bytes, frame.len, mldInitParams.port[p].port_id);
+        send_copy<MldSide>(frame, mldInitParams.port[p].port_id);
     }
 
-    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t vid) {
-        forward_up_by_rule<MldSide>(frame, port, vid);
+    static void forward_up(const Frame& frame, const Arrival& at) {
+        forward_up_by_rule<MldSide>(frame, at);
     }
 };
 
@@ -62,16 +62,16 @@ struct MldControl : MldHandler {
         say_control_entered<MldSide>(port, type);
     }
 
-    static void pass_down(const Frame& frame, WorkingCopy& copy, int p) {
+    static void pass_down(const Frame& frame, int p) {
         say_no_rule_down<MldSide>();
-        send<MldSide>(copy.bytes, frame.len, portState[p].port_id);
+        send_copy<MldSide>(frame, portState[p].port_id);
     }
 
     // Outer tag: the node. Unlike on the IGMP side an id of 255 is a tag like any other. Inner tag:
     // the user port.
-    static void forward_up(const Frame& frame, std::uint32_t port, std::uint32_t /*vid*/) {
+    static void forward_up(const Frame& frame, const Arrival& at) {
         const std::uint16_t outer = onu_vlan(read_onu_id<MldSide>());
-        const std::uint16_t inner = port_vlan(port);
+        const std::uint16_t inner = port_vlan(at.port);
         MldSide::tag_sent(outer);
         store_be16(mldInitParams.tag_inner, kTpid);
         store_be16(mldInitParams.tag_inner + 2, inner);
@@ -80,6 +80,19 @@ struct MldControl : MldHandler {
 };
 
 }  // namespace
+
+// The VID is the record's: the core may have sent a packet under another one meanwhile.
+void MldSide::forward(std::uint32_t mode, const ReceivedFrame& received) {
+    Arrival at = received.at;
+    at.vid = mldInitParams.tag_vid;
+    if (mode == MLD_MODE_SNOOPING) {
+        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: mld MODE is Snooping\r");
+        mc::forward<MldSnooping>(received.frame, at);
+    } else if (mode == MLD_MODE_CONTROL) {
+        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: mld MODE is control\r");
+        mc::forward<MldControl>(received.frame, at);
+    }
+}
 
 McResultVlans (&MldSide::downlink_vlans())[kDownlinkPorts] { return downlink_table; }
 
@@ -98,10 +111,10 @@ void MldSide::say_uplink_vlan(std::uint16_t vlan) {
 
 void mld_adapt_snoop_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
                             std::uint32_t vid) {
-    mc::handle<mc::MldSnooping>(frame, port, len, vid);
+    mc::handle<mc::MldSide>(mc::forward<mc::MldSnooping>, frame, port, len, vid);
 }
 
 void mld_adapt_control_handle(std::uint8_t* frame, std::uint32_t port, std::uint32_t len,
                               std::uint32_t vid) {
-    mc::handle<mc::MldControl>(frame, port, len, vid);
+    mc::handle<mc::MldSide>(mc::forward<mc::MldControl>, frame, port, len, vid);
 }

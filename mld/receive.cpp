@@ -59,24 +59,16 @@ std::uint32_t MldSide::packet_length(const std::uint8_t* packet) {
     return load_be16(packet + kPayloadLengthOffset) + kIpv6Header;
 }
 
-std::int32_t MldSide::hand_to_core(const ReceivedFrame& frame, std::uint32_t length,
+std::int32_t MldSide::hand_to_core(const ReceivedFrame& received, std::uint32_t length,
                                    std::uint32_t vlan) {
-    receive_record.frame_word = static_cast<std::uint16_t>(load_be16(frame.bytes) + kFrameWordAdds);
-    const std::int32_t ret = mld_pkt_recv(frame.packet, length, frame.port, vlan, &receive_record);
+    receive_record.frame_word =
+        static_cast<std::uint16_t>(load_be16(received.frame.bytes) + kFrameWordAdds);
+    const std::int32_t ret =
+        mld_pkt_recv(received.packet, length, received.at.port, vlan, &receive_record);
     if (ret != 0 && says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: mld_pkt_recv ret = %d\r\n", ret);
     }
     return ret;
-}
-
-void MldSide::forward(std::uint32_t mode, const ReceivedFrame& frame) {
-    if (mode == MLD_MODE_SNOOPING) {
-        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: mld MODE is Snooping\r");
-        mld_adapt_snoop_handle(frame.bytes, frame.port, frame.len, mldInitParams.tag_vid);
-    } else if (mode == MLD_MODE_CONTROL) {
-        if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: mld MODE is control\r");
-        mld_adapt_control_handle(frame.bytes, frame.port, frame.len, mldInitParams.tag_vid);
-    }
 }
 
 void MldSide::dump_received(const std::uint8_t* frame, std::uint32_t len, std::uint32_t /*port*/) {

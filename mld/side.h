@@ -47,9 +47,8 @@ struct MldSide : MldView {
     static std::uint32_t packet_length(const std::uint8_t* packet);
     // Anything that is IPv6 goes to the core, which knows MLD by itself.
     static bool accept_protocol(const std::uint8_t* /*packet*/) { return true; }
-    static std::int32_t hand_to_core(const ReceivedFrame& frame, std::uint32_t length,
+    static std::int32_t hand_to_core(const ReceivedFrame& received, std::uint32_t length,
                                      std::uint32_t vlan);
-    static void forward(std::uint32_t mode, const ReceivedFrame& frame);
 
     static void dump_received(const std::uint8_t* frame, std::uint32_t len, std::uint32_t port);
     static void say_entered(std::uint32_t port);
@@ -61,6 +60,7 @@ struct MldSide : MldView {
     static void say_kept_from_core(std::uint32_t mode, std::uint32_t port);
 
     // ---- Forwarding (mld/forward.cpp) ----
+    static void forward(std::uint32_t mode, const ReceivedFrame& received);
     static std::int32_t send(std::uint8_t* frame, std::uint16_t len, std::uint16_t port) {
         return mld_l2_igmp_send_pkt(frame, len, port);
     }

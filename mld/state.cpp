@@ -28,8 +28,8 @@ void initmldGlobleParmeter() {
     mld.mld_flag_omci_version = 0;
     mld.multiMode = MLD_MODE_SNOOPING;
     mc::set_default_parameters(mld);
-    std::fill(std::begin(mld.TemplateVlan), std::end(mld.TemplateVlan), std::uint16_t{0});
-    std::fill(std::begin(mld.mldport), std::end(mld.mldport), MldPortParm{});
+    std::ranges::fill(mld.TemplateVlan, std::uint16_t{0});
+    std::ranges::fill(mld.mldport, MldPortParm{});
 }
 
 void mldinitPortStateNode() { mc::fill_ports(mldInitParams.port); }

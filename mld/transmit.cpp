@@ -24,7 +24,6 @@ constexpr std::uint32_t kIpv6DestinationTail = 28;
 
 // What the core hands over begins with a whole IP header, whatever length it gives.
 void MldSide::write_destination(std::uint8_t* mac, const std::uint8_t* packet) {
-    if (packet == nullptr) return;  // the address stays zero
     mac[0] = 0x33;
     mac[1] = 0x33;
     std::memcpy(mac + 2, packet + kIpv6DestinationTail, 4);

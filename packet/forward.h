@@ -6,19 +6,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <initializer_list>
-#include <iterator>
+#include <span>
 
-#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
+#include "packet/arrival.h"
 #include "packet/rule_walk.h"
 #include "platform/l2_multicast.h"
 
 namespace mc {
-
-constexpr std::uint32_t kPortInvalid = 0xFFFFFFFF;  // neither user port nor uplink; prints as -1
 
 template <class Side>
 void send(std::uint8_t* bytes, std::uint32_t len, std::uint32_t port) {
@@ -27,22 +25,15 @@ void send(std::uint8_t* bytes, std::uint32_t len, std::uint32_t port) {
         Side::send(bytes, static_cast<std::uint16_t>(len), static_cast<std::uint16_t>(port)));
 }
 
-// What kind of port a frame came in on.
-template <class Side>
-std::uint32_t receive_port_type(std::uint32_t port) {
-    if (port > MC_UPLINK_PORT) {
-        if (Side::says(kErrors)) say_port_invalid(port);
-        return kPortInvalid;
-    }
-    const int logical = logical_port(Side::ports(), port);
-    if (logical == kNoPort) {
-        if (Side::says(kFlow)) trace_port_unknown(port);
-        return kPortInvalid;
-    }
-    return Side::ports()[logical].port_type;
-}
-
 // ---- Downstream --------------------------------------------------------------------------------
+
+inline void trace_downlink_rules(std::span<const PortVlanCfgEntry> rules, std::uint32_t vid) {
+    for (const PortVlanCfgEntry& rule : rules) {
+        std::printf(
+            "\r\n[MC_DBG_DBG]: searchDownSnoopPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
+            vid, rule.in_dn_vlan & kVidMask);
+    }
+}
 
 // Collects what every port's rules make of a frame with VID vid that comes down. A port without a
 // match has its row set to "no VLAN"; the row of any other port keeps older values behind its
@@ -55,18 +46,13 @@ void search_downlink_vlans(std::uint32_t vid, std::uint16_t (&counts)[Side::kDow
     for (int p = 0; p < Side::kDownlinkPorts; ++p) {
         auto& row = Side::downlink_vlans()[p];
         std::uint16_t count = 0;
-        const int used = rules_in_use(Side::rule_counts()[p]);
-        for (int j = 0; j < used; ++j) {
-            const PortVlanCfgEntry& rule = Side::rules()[p][j];
-            if (Side::says(kFlow)) {
-                std::printf(
-                    "\r\n[MC_DBG_DBG]: searchDownSnoopPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
-                    vid, rule.in_dn_vlan & kVidMask);
-            }
+        const std::span rules(Side::rules()[p], rules_in_use(Side::rule_counts()[p]));
+        for (const PortVlanCfgEntry& rule : rules) {
             const bool matches = (rule.in_dn_vlan & kVidMask) == vid;
             if (matches && count < MC_RESULT_VLANS) row[count++] = rule.out_dn_vlan;
         }
-        if (count == 0) std::fill(std::begin(row), std::end(row), std::uint16_t{MC_NO_VLAN});
+        if (Side::says(kFlow)) trace_downlink_rules(rules, vid);
+        if (count == 0) std::ranges::fill(row, std::uint16_t{MC_NO_VLAN});
         counts[p] = count;
     }
 }
@@ -76,12 +62,20 @@ void search_downlink_vlans(std::uint32_t vid, std::uint16_t (&counts)[Side::kDow
 template <class Side>
 void send_tagged_as(const Frame& frame, WorkingCopy& copy, std::uint16_t tci, std::uint32_t out) {
     if (is_tagged(frame)) {
-        write_tag(frame, tci);
+        write_tci(frame, tci);
         send<Side>(frame.bytes, frame.len, out);
     } else {
         const std::uint32_t len = copy.rebuild(frame, {tci}, kBehindMacs);
-        send<Side>(copy.bytes, len, out);
+        send<Side>(copy.bytes(), len, out);
     }
+}
+
+// Sends a copy of the frame: whatever the driver does to it, the next port sees the frame as it is.
+template <class Side>
+void send_copy(const Frame& frame, std::uint32_t out) {
+    WorkingCopy copy;
+    copy.fill(frame);
+    send<Side>(copy.bytes(), frame.len, out);
 }
 
 // Sends a frame down under one VLAN of the port's rules.
@@ -96,7 +90,7 @@ void send_down(const Frame& frame, WorkingCopy& copy, std::uint16_t vlan, std::u
     }
     if (vlan == 0) {
         const std::uint32_t untagged = copy.rebuild(frame, {}, kBehindTag);
-        send<Side>(copy.bytes, Handler::untagged_length(frame, untagged), out);
+        send<Side>(copy.bytes(), Handler::untagged_length(frame, untagged), out);
         return;
     }
     Side::tag_sent(vlan);
@@ -112,11 +106,12 @@ void forward_down(const Frame& frame, std::uint32_t vid) {
     for (int p = 0; p < Side::kDownlinkPorts; ++p) {
         if (Handler::walked_ports()[p].port_type != MC_PORT_USER) break;
         if (Handler::override_down(frame, p)) continue;
-        WorkingCopy copy(frame);
         if (counts[p] == 0) {
-            Handler::pass_down(frame, copy, p);
+            Handler::pass_down(frame, p);
             continue;
         }
+        WorkingCopy copy;
+        if (counts[p] > 1) copy.fill(frame);
         for (int i = 0; i < counts[p]; ++i) {
             send_down<Handler>(frame, copy, Side::downlink_vlans()[p][i], Side::ports()[p].port_id);
         }
@@ -127,38 +122,35 @@ void forward_down(const Frame& frame, std::uint32_t vid) {
 
 // The VLAN that a user port's rules give a frame towards the network; "no VLAN" when none matches.
 template <class Side>
-std::uint16_t search_uplink_vlan(std::uint32_t port, std::uint32_t vid) {
-    const int logical = accept_known_port<Side>(port, Closing::kPrintf);
-    if (logical == kNoPort) return MC_NO_VLAN;
-    const auto found = walk_upstream_rules(
+std::uint16_t search_uplink_vlan(const Arrival& at) {
+    if (!is_known<Side>(at, Closing::kPrintf)) return MC_NO_VLAN;
+    const PortVlanCfgEntry* const rule = find_upstream_rule<Side>(
         {.doors = Side::rules(),
          .rules = Side::rules(),
          .blocks = MC_PORTS,
-         .used = rules_in_use(Side::rule_counts()[logical])},
-        port, vid, [vid](const PortVlanCfgEntry& rule) {
-            if (Side::says(kFlow)) {
-                std::printf(
-                    "\r\n[MC_DBG_DBG]: searchUpSnoopPortCfgVlan from downlink,vlan = %d config search!,cfgvlan = %d\r\n",
-                    vid, rule.in_up_vlan & kVidMask);
-            }
+         .used = rules_in_use(Side::rule_counts()[at.logical])},
+        at, [&at](const PortVlanCfgEntry& compared) {
+            std::printf(
+                "\r\n[MC_DBG_DBG]: searchUpSnoopPortCfgVlan from downlink,vlan = %d config search!,cfgvlan = %d\r\n",
+                at.vid, compared.in_up_vlan & kVidMask);
         });
+    if (rule == nullptr) return MC_NO_VLAN;
     // The IGMP rules supply the VLAN on both sides, kept on purpose: an MLD rule only selects the
     // position.
-    return found ? PortVlanCfg[found->block][found->index].out_up_vlan
-                 : static_cast<std::uint16_t>(MC_NO_VLAN);
+    return same_place(PortVlanCfg, *rule, Side::rules()).out_up_vlan;
 }
 
 template <class Side>
 void send_up_tagged(const Frame& frame, std::uint16_t vlan) {
     Side::tag_sent(vlan);
-    WorkingCopy copy(frame);
+    WorkingCopy copy;
     send_tagged_as<Side>(frame, copy, vlan & kNoDeiMask, MC_UPLINK_PORT);
 }
 
 // Snooping: the frame goes up with the VLAN of its rule, or as it is when no rule has one for it.
 template <class Side>
-void forward_up_by_rule(const Frame& frame, std::uint32_t port, std::uint32_t vid) {
-    const std::uint16_t vlan = search_uplink_vlan<Side>(port, vid);
+void forward_up_by_rule(const Frame& frame, const Arrival& at) {
+    const std::uint16_t vlan = search_uplink_vlan<Side>(at);
     Side::say_uplink_vlan(vlan);
     if (vlan == MC_NO_VLAN) {
         send<Side>(frame.bytes, frame.len, MC_UPLINK_PORT);
@@ -215,17 +207,37 @@ void say_control_entered(std::uint32_t port, std::uint32_t type) {
 // came with is replaced.
 template <class Side>
 void forward_up_stamped(const Frame& frame, std::initializer_list<std::uint16_t> tags) {
-    WorkingCopy copy(frame);
+    WorkingCopy copy;
     const std::uint32_t from = is_tagged(frame) ? kBehindTag : kBehindMacs;
     const std::uint32_t len = copy.rebuild(frame, tags, from);
-    send<Side>(copy.bytes, len, MC_UPLINK_PORT);
+    send<Side>(copy.bytes(), len, MC_UPLINK_PORT);
 }
 
 // ---- Both --------------------------------------------------------------------------------------
 
 template <class Handler>
-void handle(std::uint8_t* bytes, std::uint32_t port, std::uint32_t len, std::uint32_t vid) {
+void forward(const Frame& frame, const Arrival& at) {
     using Side = typename Handler::Side;
+    if (at.logical == kNoPort) say_from_nowhere<Side>(at);
+    Handler::say_entered(at.port, at.type);
+    switch (at.type) {
+        case MC_PORT_UPLINK:
+            forward_down<Handler>(frame, at.vid);
+            return;
+        case MC_PORT_USER:
+            Handler::forward_up(frame, at);
+            return;
+        default:
+            if (Side::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: invalid port !!\r");
+            return;
+    }
+}
+
+// The same for who delivers a frame from outside: `forward` is one of the above.
+template <class Side>
+[[gnu::noinline]] void handle(void (*forward)(const Frame& frame, const Arrival& at),
+                              std::uint8_t* bytes, std::uint32_t port, std::uint32_t len,
+                              std::uint32_t vid) {
     if (bytes == nullptr || len < kEthernetHeader || len > kLongestFrame) {
         if (Side::says(kErrors)) {
             std::printf("\r\n[MC_DBG_ERR]: frame of %d bytes can not be forwarded, abord!\r\n",
@@ -233,20 +245,7 @@ void handle(std::uint8_t* bytes, std::uint32_t port, std::uint32_t len, std::uin
         }
         return;
     }
-    const Frame frame = {bytes, len};
-    const std::uint32_t type = receive_port_type<Side>(port);
-    Handler::say_entered(port, type);
-    switch (type) {
-        case MC_PORT_UPLINK:
-            forward_down<Handler>(frame, vid);
-            return;
-        case MC_PORT_USER:
-            Handler::forward_up(frame, port, vid);
-            return;
-        default:
-            if (Side::says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: invalid port !!\r");
-            return;
-    }
+    forward({bytes, len}, arrival<Side>(port, vid));
 }
 
 }  // namespace mc

@@ -7,32 +7,29 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <optional>
 
-#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
+#include "packet/arrival.h"
 #include "packet/rule_walk.h"
 
 namespace mc {
 
-// A received frame, once its framing is known.
+// A received frame, once its framing is known. It came in on the uplink also where a test uplink
+// stands in for it.
 struct ReceivedFrame {
-    std::uint8_t* bytes;
-    std::uint32_t len;
-    std::uint32_t port;  // port number, with the test uplink already taken for the uplink
+    Frame frame;
+    Arrival at;
     std::uint8_t* packet;
-    std::uint16_t vid;
 };
 
 // The node sees its own frames again where the switch loops them back. A frame that is too short to
 // have a source address is left to the length checks.
 inline bool comes_from(const std::uint8_t* frame, std::uint32_t len,
                        const std::uint8_t (&mac)[kMacLength]) {
-    return len >= kMacsLength && std::memcmp(frame + kMacLength, mac, kMacLength) == 0;
+    return len >= kMacsLength && is_mac(frame + kMacLength, mac);
 }
 
 template <class Side>
@@ -58,96 +55,88 @@ void say_too_short(FrameKind kind, std::uint32_t len) {
     }
 }
 
-// The framing of a frame that carries this side's packets; nothing when it is dropped.
+// Whether a frame carries this side's packets.
 template <class Side>
-std::optional<Framing> accept_framing(const std::uint8_t* frame, std::uint32_t len) {
-    const Framing framing = parse_framing(frame, len);
-    Side::keep_tag(framing);
+bool accept_framing(const Framing& framing, std::uint32_t len) {
     if (framing.too_short) {
         say_too_short<Side>(framing.kind, len);
-        return std::nullopt;
+        return false;
     }
     if (framing.ethertype != Side::kEtherType) {
         if (Side::says(kErrors)) {
             std::printf("\r\n[MC_DBG_ERR]: Not ip pkt recieved,abord!(%d)\r\n", framing.ethertype);
         }
-        return std::nullopt;
+        return false;
     }
-    return framing;
+    return true;
 }
 
 // The multicast VLAN that the rules give a frame from a user port, 0 when no rule takes its VID.
 template <class Side>
-std::uint32_t search_data_vlan(std::uint32_t port, std::uint32_t vid) {
-    const int logical = accept_known_port<Side>(port, Side::kReceiveClosing);
-    if (logical == kNoPort) return 0;
-    const auto found = walk_upstream_rules(
+std::uint32_t search_data_vlan(const Arrival& at) {
+    if (!is_known<Side>(at, Side::kReceiveClosing)) return 0;
+    const PortVlanCfgEntry* const rule = find_upstream_rule<Side>(
         {.doors = Side::receive_doors(),
          .rules = Side::rules(),
          .blocks = Side::kReceiveBlocks,
-         .used = rules_in_use(Side::rule_counts()[logical])},
-        port, vid, [vid](const PortVlanCfgEntry& rule) {
-            if (Side::says(kFlow)) {
-                std::printf(
-                    "\r\n[MC_DBG_DBG]: recieve paket from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
-                    vid, rule.in_up_vlan & kVidMask);
-            }
+         .used = rules_in_use(Side::rule_counts()[at.logical])},
+        at, [&at](const PortVlanCfgEntry& compared) {
+            std::printf(
+                "\r\n[MC_DBG_DBG]: recieve paket from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
+                at.vid, compared.in_up_vlan & kVidMask);
         });
-    return found ? Side::rules()[found->block][found->index].in_data_vlan & kVidMask : 0u;
+    return rule != nullptr ? rule->in_data_vlan & kVidMask : 0u;
 }
 
 template <class Side>
-std::uint32_t configured_vlan(std::uint32_t port, std::uint32_t vid) {
-    Side::say_search_vlan(vid, port);
-    const int logical = logical_port(Side::ports(), port);
-    if (logical == kNoPort && Side::says(kFlow)) trace_port_unknown(port);
-    if (logical != kNoPort && Side::ports()[logical].port_type == MC_PORT_UPLINK) {
+std::uint32_t configured_vlan(const Arrival& at) {
+    Side::say_search_vlan(at.vid, at.port);
+    if (at.logical == kNoPort) say_from_nowhere<Side>(at);
+    if (at.type == MC_PORT_UPLINK) {
         Side::say_from_uplink();
-        return vid;
+        return at.vid;
     }
-    return search_data_vlan<Side>(port, vid);
+    return search_data_vlan<Side>(at);
 }
 
 // The configured VLAN when it is one of the template VLANs, otherwise the default VLAN.
 template <class Side>
-std::uint32_t group_vlan(std::uint32_t port, std::uint32_t vid) {
-    const std::uint32_t vlan = configured_vlan<Side>(port, vid);
+std::uint32_t group_vlan(const Arrival& at) {
+    const std::uint32_t vlan = configured_vlan<Side>(at);
     if (Side::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: in searchVlan vlan = %d\r\n", vlan);
     return Side::template_vlan(vlan);
 }
 
 // Snooping and control keep the network's frames from the core and only forward them.
 template <class Side>
-bool kept_from_core(std::uint32_t port, std::uint32_t mode) {
+bool kept_from_core(const Arrival& at, std::uint32_t mode) {
     if (!Side::forwards(mode)) return false;
-    const int logical = logical_port(Side::ports(), port);
-    if (logical == kNoPort) {
-        if (Side::says(kFlow)) trace_port_unknown(port);
-        return false;
-    }
-    if (Side::ports()[logical].port_type != MC_PORT_UPLINK) return false;
-    Side::say_kept_from_core(mode, port);
+    if (at.logical == kNoPort) say_from_nowhere<Side>(at);
+    if (at.type != MC_PORT_UPLINK) return false;
+    Side::say_kept_from_core(mode, at.port);
     return true;
 }
 
 template <class Side>
 std::int32_t classify(std::uint8_t* bytes, std::uint32_t len, std::uint32_t port) {
-    const auto framing = accept_framing<Side>(bytes, len);
-    if (!framing) return -1;
+    const Framing framing = parse_framing(bytes, len);
+    Side::keep_tag(framing);
+    if (!accept_framing<Side>(framing, len)) return -1;
 
-    const ReceivedFrame frame = {bytes, len, port, bytes + framing->packet_offset, framing->vid()};
-    const std::uint32_t vlan = group_vlan<Side>(port, frame.vid);
+    const ReceivedFrame received = {
+        {bytes, len}, arrival<Side>(port, framing.vid()), bytes + framing.packet_offset};
+    const std::uint32_t vlan = group_vlan<Side>(received.at);
     ponVlan = vlan;  // before the core is called: its call-backs hand it to the driver
     if (Side::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: GROUP_VLAN = %d\r\n", vlan);
-    const std::uint32_t length = Side::packet_length(frame.packet);
+    const std::uint32_t length = Side::packet_length(received.packet);
     if (Side::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: IP TOTAL LENGTH = %d\r\n", length);
-    if (!Side::accept_protocol(frame.packet)) return -1;
+    if (!Side::accept_protocol(received.packet)) return -1;
 
     const std::uint32_t mode = Side::mode();
     Side::say_mode(mode);
     const std::int32_t result =
-        kept_from_core<Side>(port, mode) ? -1 : Side::hand_to_core(frame, length, vlan);
-    Side::forward(mode, frame);
+        kept_from_core<Side>(received.at, mode) ? -1 : Side::hand_to_core(received, length, vlan);
+    Side::forward(mode, received);
     return result;
 }
 

@@ -6,14 +6,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
-#include "adapt/port_lookup.h"
 #include "adapt/records.h"
 #include "adapt/tables.h"
 #include "common/bytes.h"
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
+#include "packet/arrival.h"
 #include "platform/l2_multicast.h"
 
 namespace mc {
@@ -25,22 +24,32 @@ struct ResultVlans {
     int count = 0;
 };
 
+// What the console hears of a frame that leaves. out: the port that it leaves on.
+template <class Side>
+[[gnu::noinline]] void say_sent(const std::uint8_t* frame, std::uint16_t len, std::uint16_t port,
+                                std::uint16_t out) {
+    if (Side::says(kTransmitDump)) Side::dump_sent(frame, len, port);
+    Side::say_transmit(out, len);
+}
+
+template <class Side>
+[[gnu::noinline]] std::int32_t say_not_sent(std::int32_t status) {
+    if (!Side::says(kErrors)) return status;
+    const int printed =
+        std::printf("\r\n[MC_DBG_ERR]:  uplink L2_multicast_send_msg Fail ,ret = %d.", status);
+    return Side::transmit_failed(status, printed);
+}
+
 // Hands a frame to the driver, with the port and the group VLAN of the last frame received. What
 // goes to the uplink goes to the test uplink while there is one.
 template <class Side>
 std::int32_t transmit(std::uint8_t* frame, std::uint16_t len, std::uint16_t port) {
-    if (Side::says(kTransmitDump)) Side::dump_sent(frame, len, port);
     const bool redirected = port == MC_UPLINK_PORT && Side::test_uplink() != MC_NO_TEST_UPLINK;
     const auto out = redirected ? static_cast<std::uint16_t>(Side::test_uplink()) : port;
-    Side::say_transmit(out, len);
+    if (Side::says(kTransmitDump) || Side::says(kFlow)) say_sent<Side>(frame, len, port, out);
     const std::int32_t status = L2_multicast_send_msg(frame, static_cast<std::uint8_t>(out), len,
                                                       Side::receive_port(), ponVlan);
-    if (status != 0 && Side::says(kErrors)) {
-        const int printed =
-            std::printf("\r\n[MC_DBG_ERR]:  uplink L2_multicast_send_msg Fail ,ret = %d.", status);
-        return Side::transmit_failed(status, printed);
-    }
-    return status;
+    return status == 0 ? status : say_not_sent<Side>(status);
 }
 
 // The VLANs under which a packet of the core leaves on a user port, one for each rule that
@@ -50,40 +59,43 @@ std::int32_t transmit(std::uint8_t* frame, std::uint16_t len, std::uint16_t port
 // the port, and moves on to the next block with every match; the port only decides how many rules
 // are looked at, and that some block begins with a rule of its own.
 template <class Side>
-void search_send_vlans(std::uint16_t port, std::uint16_t vid, ResultVlans& result) {
+void search_send_vlans(const Arrival& to, ResultVlans& result) {
     if (Side::says(kFlow)) {
-        std::printf("\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan ,vlan(%d)", vid);
+        std::printf("\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan ,vlan(%d)", to.vid);
     }
-    const int logical = accept_known_port<Side>(port, Side::kSendClosing);
-    if (logical == kNoPort) return;
+    if (!is_known<Side>(to, Side::kSendClosing)) return;
     const RuleTable& rules = Side::rules();
+    const auto port = static_cast<std::int32_t>(to.port);
     const bool has_block =
-        std::any_of(std::begin(rules), std::end(rules),
-                    [port](const auto& block) { return block[0].portNO == port; });
-    const int used = rules_in_use(Side::rule_counts()[logical]);
+        std::ranges::any_of(rules, [port](const auto& block) { return block[0].portNO == port; });
     if (!has_block) return;
+    const int used = rules_in_use(Side::rule_counts()[to.logical]);
     for (int j = 0; j < used && result.count < kResultVlans; ++j) {
         const PortVlanCfgEntry& rule = rules[result.count][j];
         if (Side::says(kFlow)) {
             std::printf(
                 "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n",
-                vid, rule.in_up_vlan);
+                to.vid, rule.in_up_vlan);
         }
-        if (rule.in_data_vlan == vid) result.vlan[result.count++] = rule.out_dn_vlan;
+        if (rule.in_data_vlan == to.vid) result.vlan[result.count++] = rule.out_dn_vlan;
     }
 }
 
+constexpr std::uint32_t kTagGroup = 6;  // TPID, TCI, ethertype
+
 // A frame around a packet of the core: MACs, then 6-byte groups {TPID, TCI, 0x0800}, then the
-// packet. The type is that of IPv4 on both sides, kept on purpose.
+// packet. The type is that of IPv4 on both sides, kept on purpose. All that is sent of it is
+// written first, unless the core has no packet.
 struct TransmitFrame {
-    std::uint8_t bytes[kTransmitFrame] = {};
+    std::uint8_t bytes[kTransmitFrame];
     std::uint32_t header = kMacsLength;
 
     void append_tag_group(std::uint16_t tpid, std::uint32_t vid, std::uint8_t priority) {
-        store_be16(bytes + header, tpid);
-        store_be16(bytes + header + 2, vid | static_cast<std::uint32_t>(priority) << 13);
-        store_be16(bytes + header + 4, kEtherTypeIpv4);
-        header += 6;
+        std::uint8_t* const group = bytes + header;
+        store_be16(group, tpid);
+        store_be16(group + 2, vid | static_cast<std::uint32_t>(priority) << 13);
+        store_be16(group + 4, kEtherTypeIpv4);
+        header += kTagGroup;
     }
 };
 
@@ -91,7 +103,6 @@ struct TransmitFrame {
 template <class Side>
 void send_tagged(TransmitFrame& frame, const typename Side::SendTag& tag, std::uint16_t port,
                  const std::uint8_t* packet, std::uint16_t len) {
-    constexpr std::uint32_t kTagGroup = 6;
     if (frame.header + kTagGroup + len > kTransmitFrame) {
         if (Side::says(kErrors)) {
             std::printf("\r\n[MC_DBG_ERR]: packet of %d bytes does not fit the frame, abord!\r\n",
@@ -102,7 +113,7 @@ void send_tagged(TransmitFrame& frame, const typename Side::SendTag& tag, std::u
     frame.append_tag_group(tag.tpid, tag.vid, tag.priority);
     if (packet != nullptr) std::memcpy(frame.bytes + frame.header, packet, len);
     static_cast<void>(
-        transmit<Side>(frame.bytes, static_cast<std::uint16_t>(len + frame.header), port));
+        transmit<Side>(frame.bytes, static_cast<std::uint16_t>(frame.header + len), port));
 }
 
 // Sends a packet of the core. The tag is rewritten when a rule translates the VLAN. With several
@@ -120,23 +131,27 @@ void send_packet(std::uint16_t port, const std::uint8_t* packet, typename Side::
         return;
     }
     TransmitFrame frame;
-    Side::write_destination(frame.bytes, packet);
+    if (packet != nullptr) {
+        Side::write_destination(frame.bytes, packet);
+    } else {
+        std::memset(frame.bytes, 0, sizeof(frame.bytes));
+    }
     std::memcpy(frame.bytes + kMacLength, Side::own_mac(), kMacLength);
 
-    const int logical = logical_port(Side::ports(), port);
+    const Arrival to = arrival<Side>(port, tag.vid);
     if (Side::says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: checkPortState %d", port);
-        if (logical == kNoPort) trace_port_unknown(port);
+        if (to.logical == kNoPort) trace_port_unknown(port);
     }
     ResultVlans result;
-    if (logical == kNoPort || Side::ports()[logical].port_type != MC_PORT_UPLINK) {
-        search_send_vlans<Side>(port, tag.vid, result);
+    if (to.type != MC_PORT_UPLINK) {
+        search_send_vlans<Side>(to, result);
         if (Side::says(kFlow)) {
             std::printf("\r\n[MC_DBG_DBG]: [send_pkt_igmp]: searchSendPktPortCfgVlan num %d\r\n",
                         result.count);
         }
     }
-    if (result.count == 0) send_tagged<Side>(frame, tag, port, packet, len);
+    if (result.count == 0) result.vlan[result.count++] = MC_NO_VLAN;  // once, with the core's tag
     for (int i = 0; i < result.count; ++i) {
         if (result.vlan[i] != MC_NO_VLAN) tag.vid = result.vlan[i];
         send_tagged<Side>(frame, tag, port, packet, len);

@@ -120,7 +120,7 @@ std::int32_t omci_igmp_ssm_map_globle_set(std::uint32_t w0, std::uint32_t w1, st
     if (igmp_says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: igmp_adapt_ssm_map_change is in!");
     // The core keeps the address: the words are stored first, and stay where they are.
     const std::uint32_t words[] = {w0, w1, w2, w3, w4};
-    std::copy(std::begin(words), std::end(words), globle_parm.ssm_map);
+    std::ranges::copy(words, globle_parm.ssm_map);
     return igmp_checked(igmp_ssm_map_change(globle_parm.ssm_map),
                         "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_ssm_map_change Fail");
 }
