@@ -63,7 +63,10 @@ MC_EXPORT McResultVlans* searchDownSnoopPortCfgVlan(uint32_t vid, uint16_t count
  * is unknown, the core delivered nothing, or there is no segment.
  */
 MC_EXPORT int32_t igmp_hal_sync_if_status(uint32_t port);
-/* The same for the core's groups on a port; 255 stands for all ports. */
+/*
+ * The same for the core's groups on a port; 255 stands for all ports. One call at a time: the
+ * groups pass through one static buffer.
+ */
 MC_EXPORT int32_t igmp_hal_sync_grp_infor(uint32_t port);
 
 /* ---- Call-backs of the core, see platform/protocol_core.h ---- */

@@ -23,7 +23,11 @@ constexpr std::uint32_t kStatusBytes = 16;
 // The core's group dump: a word with the number of records, then the records without any padding.
 constexpr std::uint32_t kDumpRecord = 25;
 constexpr std::uint32_t kDumpBytes = 4 + mc::kStatusGroups * kDumpRecord;
-constexpr std::uint32_t kDumpBuffer = 15000;
+
+// What the core fills. Far too large for the stack of the task that asks, and so static: one export
+// runs at a time.
+constinit std::uint8_t dump_buffer[15000]{};
+static_assert(sizeof(dump_buffer) >= kDumpBytes);
 
 // The core's words are in native order wherever they stand.
 std::uint32_t native_word(const std::uint8_t* p) {
@@ -63,17 +67,17 @@ std::int32_t igmp_hal_sync_grp_infor(std::uint32_t port) {
     constexpr std::uint32_t kAllPorts = 255;
     port &= 0xFF;
     if (port != kAllPorts && mc::accept_port<mc::IgmpView>(port) == kNoPort) return -1;
-    std::uint8_t buffer[kDumpBuffer] = {};
+    std::ranges::fill(dump_buffer, std::uint8_t{0});  // a core that delivers less leaves no records
     if (igmp_says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]:  in igmp_gather_grp_info phy_port = %d data_len = %d\r\n",
                     port, kDumpBytes);
     }
-    if (igmp_gather_grp_info(port, kDumpBytes, buffer) < 1) return -1;
+    if (igmp_gather_grp_info(port, kDumpBytes, dump_buffer) < 1) return -1;
     if (!mc::status_attached()) return -1;
-    const std::uint32_t count = std::min(native_word(buffer), mc::kStatusGroups);
+    const std::uint32_t count = std::min(native_word(dump_buffer), mc::kStatusGroups);
     // The count goes first, and records behind it stay: a reader may see a table half written.
     mc::status_store_word(mc::kStatusGroupCount, count);
-    const std::uint8_t* record = buffer + 4;
+    const std::uint8_t* record = dump_buffer + 4;
     for (std::uint32_t i = 0; i < count; ++i, record += kDumpRecord) export_record(i, record);
     return 0;
 }
