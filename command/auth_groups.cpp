@@ -48,10 +48,8 @@ void say_parameter_invalid() {
 [[nodiscard]] bool store(int logical, const Range& range) {
     IgmpPortParm& port = globle_parm.port[logical];
     if (port.auth_group_num >= MC_AUTH_GROUPS) return false;
-    auto* const end = std::end(port.auth_group);
-    auto* const entry = std::find_if(std::begin(port.auth_group), end,
-                                     [](const AuthGroupEntry& group) { return group.vlan == 0; });
-    if (entry == end) return true;
+    auto* const entry = std::ranges::find(port.auth_group, 0, &AuthGroupEntry::vlan);
+    if (entry == std::end(port.auth_group)) return true;
     entry->vlan = range.vlan;
     entry->start_groupAdress = range.start;
     entry->end_groupAdress = range.end;

@@ -1,7 +1,7 @@
 // The configuration commands.
 //
-// Every handler has one shape: trace the fields, call one operation, report its failure. Nothing is
-// range-checked here; the operations apply their own checks.
+// Every handler has one shape: trace the fields, call one operation; its failure is reported by who
+// dispatched. Nothing is range-checked here; the operations apply their own checks.
 #include "command/config_commands.h"
 
 #include <cstdint>
@@ -20,91 +20,77 @@ namespace mc {
 
 // ---- Mode and ports ----------------------------------------------------------------------------
 
-void SetMode::run(const CommandRecord& record) {
-    igmp_checked(omci_set_multicast_mode(record[mode]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_multicast_mode Fail");
+std::int32_t SetMode::run(CommandRecord record) { return omci_set_multicast_mode(record[mode]); }
+
+std::int32_t SetPortLeaveMode::run(CommandRecord record) {
+    return omci_set_port_igmp_leave_mode(record[port], record[mode]);
 }
 
-void SetPortLeaveMode::run(const CommandRecord& record) {
-    igmp_checked(omci_set_port_igmp_leave_mode(record[port], record[mode]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!SET_OMCI_PORT_IGMP_LEAVE_MODE Fail");
+std::int32_t SetGroupLimit::run(CommandRecord record) {
+    return omci_set_port_igmpgroup_limit(record[port], record[limit]);
 }
 
-void SetGroupLimit::run(const CommandRecord& record) {
-    igmp_checked(omci_set_port_igmpgroup_limit(record[port], record[limit]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_port_igmpgroup_limit Fail");
-}
-
-void SetDefaultVlan::run(const CommandRecord& record) {
+std::int32_t SetDefaultVlan::run(CommandRecord record) {
     if (igmp_says(kConfig)) std::printf("\r\n[MC_DBG_CFG]: vlan_id = %d !\n", record[vlan]);
-    igmp_checked(omci_set_igmp_default_vlan(record[vlan]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_default_vlan Fail");
+    return omci_set_igmp_default_vlan(record[vlan]);
 }
 
-void SetVlanLearning::run(const CommandRecord& record) {
-    igmp_checked(omci_set_igmp_dynamic_enable(record[enable]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_dynamic_enable Fail");
+std::int32_t SetVlanLearning::run(CommandRecord record) {
+    return omci_set_igmp_dynamic_enable(record[enable]);
 }
 
-void ClearPortParameters::run(const CommandRecord& record) {
-    igmp_checked(omci_clear_igmp_parmeter(record[port], record[type]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_clear_igmp_parmeter Fail");
+std::int32_t ClearPortParameters::run(CommandRecord record) {
+    return omci_clear_igmp_parmeter(record[port], record[type]);
 }
 
 // Only the VIDs are used; the TCIs are traced.
-void SetSignallingVlan::run(const CommandRecord& record) {
+std::int32_t SetSignallingVlan::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: OMCI_SET_PORT_UP_IGMP_VLAN outer_vlan.tci =%d outer_vlan.vid =%d inner_vlan.tci =%d inner_vlan.vid =%d\r\n",
             record[outer_tci], record[outer_vid], record[inner_tci], record[inner_vid]);
     }
-    igmp_checked(igmp_adapt_set_sig_vlan(record[port], record[outer_vid], record[inner_vid],
-                                         record[down_vid]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_set_sig_vlan Fail");
+    return igmp_adapt_set_sig_vlan(record[port], record[outer_vid], record[inner_vid],
+                                   record[down_vid]);
 }
 
-void SetLeaveMode::run(const CommandRecord& record) {
-    igmp_checked(omci_set_igmp_leave_mode(record[mode]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!SET_IGMP_FAST_LEAVE Fail");
+std::int32_t SetLeaveMode::run(CommandRecord record) {
+    return omci_set_igmp_leave_mode(record[mode]);
 }
 
-void SetStandardMode::run(const CommandRecord& record) {
-    igmp_checked(onu_std_omci_set_multicast_mode(record[mode]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_multicast_mode Fail");
+std::int32_t SetStandardMode::run(CommandRecord record) {
+    return onu_std_omci_set_multicast_mode(record[mode]);
 }
 
-void SetStandardGroupLimit::run(const CommandRecord& record) {
+std::int32_t SetStandardGroupLimit::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: STD_OMCI_MAX_GROUP_NUM std_omci_port = %d std_omci_max_grp = %d\r\n",
             record[port], record[limit]);
     }
-    igmp_checked(onu_std_omci_set_port_igmpgroup_limit(record[port], record[limit]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_port_igmpgroup_limit Fail");
+    return onu_std_omci_set_port_igmpgroup_limit(record[port], record[limit]);
 }
 
-void SetBandwidthLimit::run(const CommandRecord& record) {
+std::int32_t SetBandwidthLimit::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: STD_MAX_MULTI_BANDWIDTH_LIMIT std_omci_port = %d std_omci_grp_enable = %d imputed_bandwidth = %d\r\n",
             record[port], record[enable], record[bandwidth]);
     }
-    igmp_checked(onu_std_max_multi_bandwidth_limit(record[port], record[enable], record[bandwidth],
-                                                   record[extra]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_max_multi_bandwidth_limit Fail");
+    return onu_std_max_multi_bandwidth_limit(record[port], record[enable], record[bandwidth],
+                                             record[extra]);
 }
 
-void ClearAllParameters::run(const CommandRecord& /*record*/) {
-    static_cast<void>(omci_clear_igmp_all_parmeter());
+std::int32_t ClearAllParameters::run(CommandRecord /*record*/) {
+    return omci_clear_igmp_all_parmeter();
 }
 
 // ---- Protocol parameters -----------------------------------------------------------------------
 
-void SetGlobalParameters::run(const CommandRecord& record) {
-    igmp_checked(omci_set_igmp_global_parmeter(record[robustness], record[query_interval],
-                                               record[max_resp_time], record[last_member_interval],
-                                               record[last_member_count]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_global_parmeter Fail");
+std::int32_t SetGlobalParameters::run(CommandRecord record) {
+    return omci_set_igmp_global_parmeter(record[robustness], record[query_interval],
+                                         record[max_resp_time], record[last_member_interval],
+                                         record[last_member_count]);
 }
 
 std::int32_t push_stored_parameters() {
@@ -113,43 +99,37 @@ std::int32_t push_stored_parameters() {
         globle_parm.last_member_query_interval, globle_parm.last_member_query_count);
 }
 
-void SetAgeingInterval::run(const CommandRecord& record) {
+std::int32_t SetAgeingInterval::run(CommandRecord record) {
     setIgmpAgeEnable(record[interval]);
-    igmp_checked(push_stored_parameters(),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_global_parmeter Fail");
+    return push_stored_parameters();
 }
 
-void SetVersion::run(const CommandRecord& record) {
+std::int32_t SetVersion::run(CommandRecord record) {
     if (record[version] < 1 || record[version] > 3) {
         if (igmp_says(kErrors)) std::puts("\r\n[MC_DBG_ERR]: set igmp version error!");
-        return;
+        return 0;
     }
-    igmp_checked(omci_igmp_version_globle_set(record[version]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_version_globle_set Fail");
+    return omci_igmp_version_globle_set(record[version]);
 }
 
-void SetProxyAddress::run(const CommandRecord& record) {
-    igmp_checked_ret(igmp_globle_proxyip_set(record[address]),
-                     "\r\n[MC_DBG_ERR]:  igmp_globle_proxyip_set is error ret = %d\r\n");
+std::int32_t SetProxyAddress::run(CommandRecord record) {
+    return igmp_globle_proxyip_set(record[address]);
 }
 
-void SetSsmRange::run(const CommandRecord& record) {
-    igmp_checked(omci_igmp_ssm_ip_globle_set(record[start], record[end]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_ssm_ip_globle_set Fail");
+std::int32_t SetSsmRange::run(CommandRecord record) {
+    return omci_igmp_ssm_ip_globle_set(record[start], record[end]);
 }
 
-void SetSsmMap::run(const CommandRecord& record) {
-    igmp_checked(omci_igmp_ssm_map_globle_set(record[word0], record[word1], record[word2],
-                                              record[word3], record[word4]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_ssm_map_globle_set Fail");
+std::int32_t SetSsmMap::run(CommandRecord record) {
+    return omci_igmp_ssm_map_globle_set(record[word0], record[word1], record[word2], record[word3],
+                                        record[word4]);
 }
 
-void SetRobustness::run(const CommandRecord& record) {
+std::int32_t SetRobustness::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_VARIABLE %d \r\n", record[robustness]);
     }
-    igmp_checked_ret(omci_set_para_rv_globle(record[robustness]),
-                     "\r\n[MC_DBG_ERR]:  SET_IGMP_VARIABLE is error ret = %d\r\n");
+    return omci_set_para_rv_globle(record[robustness]);
 }
 
 namespace {
@@ -161,57 +141,50 @@ void trace_interval(std::uint16_t value) {
 
 }  // namespace
 
-void SetQueryInterval::run(const CommandRecord& record) {
+std::int32_t SetQueryInterval::run(CommandRecord record) {
     trace_interval(record[interval]);
-    igmp_checked_ret(omci_set_para_qi_globle(record[interval]),
-                     "\r\n[MC_DBG_ERR]:  SET_IGMP_INTERVAL is error ret = %d\r\n");
+    return omci_set_para_qi_globle(record[interval]);
 }
 
-void SetResponseInterval::run(const CommandRecord& record) {
+std::int32_t SetResponseInterval::run(CommandRecord record) {
     trace_interval(record[interval]);
-    igmp_checked_ret(omci_set_para_qri_globle(record[interval]),
-                     "\r\n[MC_DBG_ERR]:  SET_IGMP_RESPONSE_INTERVAL is error ret = %d\r\n");
+    return omci_set_para_qri_globle(record[interval]);
 }
 
-void SetLastMemberInterval::run(const CommandRecord& record) {
+std::int32_t SetLastMemberInterval::run(CommandRecord record) {
     trace_interval(record[interval]);
-    igmp_checked_ret(omci_set_para_lmqi_globle(record[interval]),
-                     "\r\n[MC_DBG_ERR]:  SET_IGMP_QUERY_INTERVAL is error ret = %d\r\n");
+    return omci_set_para_lmqi_globle(record[interval]);
 }
 
-void SetLastMemberCount::run(const CommandRecord& record) {
+std::int32_t SetLastMemberCount::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_QUERY_COUNT %d \r\n", record[count]);
     }
-    igmp_checked_ret(omci_set_para_lmqc_globle(record[count]),
-                     "\r\n[MC_DBG_ERR]:  SET_IGMP_QUERY_COUNT is error ret = %d\r\n");
+    return omci_set_para_lmqc_globle(record[count]);
 }
 
-void SetTableReturn::run(const CommandRecord& record) {
-    igmp_checked_ret(igmp_set_table_return(record.as_signed(value)),
-                     "\r\n[MC_DBG_ERR]:  igmp_set_table_return is error ret = %d\r\n");
+std::int32_t SetTableReturn::run(CommandRecord record) {
+    return igmp_set_table_return(record.as_signed(value));
 }
 
-void SetAgeing::run(const CommandRecord& record) {
+std::int32_t SetAgeing::run(CommandRecord record) {
     // The robustness trace stands here too, kept on purpose.
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_VARIABLE %d \r\n", record[enable]);
     }
-    igmp_checked_ret(igmp_aging_function_set(record[enable]),
-                     "\r\n[MC_DBG_ERR]:  SET_IGMP_AGING is error %d\r\n");
+    return igmp_aging_function_set(record[enable]);
 }
 
-void SetMldAgeing::run(const CommandRecord& record) {
+std::int32_t SetMldAgeing::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_MLD_VARIABLE %d \r\n", record[enable]);
     }
-    igmp_checked_ret(mld_pack_set_age_switch(record[enable]),
-                     "\r\n[MC_DBG_ERR]:  SET_MLD_AGING is error %d\r\n");
+    return mld_pack_set_age_switch(record[enable]);
 }
 
 // Fast leave of the six user ports: on for mode 2, off for every other. The mode itself is shown to
 // other processes.
-void SetFastLeaveMode::run(const CommandRecord& record) {
+std::int32_t SetFastLeaveMode::run(CommandRecord record) {
     constexpr std::uint32_t kFastLeave = 2;
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_FAST_LEAVE_MODE %d\r\n", record[mode]);
@@ -222,22 +195,14 @@ void SetFastLeaveMode::run(const CommandRecord& record) {
         igmp_checked_line(omci_set_port_igmp_leave_mode(port, fast),
                           "\r\n[MC_DBG_ERR]: omci_set_port_igmp_leave_mode is error\r");
     }
+    return 0;
 }
 
 // ---- The core's VLAN list ----------------------------------------------------------------------
 
-namespace {
-
-// The add's failure text stands for the deletions too, kept on purpose.
-void check_vlan_list(std::int32_t status) {
-    igmp_checked(status, "\r\n[MC_DBG_ERR]: \n ERROR!ADD_IGMP_VLAN Fail");
-}
-
-}  // namespace
-
 // Adds a range of VLANs. The first one is added twice, and a last VLAN below the first wraps around
 // 16 bits; only the last answer counts. Kept on purpose.
-void AddVlans::run(const CommandRecord& record) {
+std::int32_t AddVlans::run(CommandRecord record) {
     const std::uint16_t from = record[first];
     const std::uint16_t to = record[last];
     if (igmp_says(kConfig)) {
@@ -250,23 +215,23 @@ void AddVlans::run(const CommandRecord& record) {
     for (std::uint32_t i = 0; i <= count; ++i) {
         status = igmp_vlan_add(static_cast<std::uint16_t>(from + i));
     }
-    check_vlan_list(status);
+    return status;
 }
 
-void DeleteVlan::run(const CommandRecord& record) {
+std::int32_t DeleteVlan::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: DEL_IGMP_VLAN vlan_id = %d\r\n", record[vlan]);
     }
-    check_vlan_list(igmp_vlan_del(record[vlan]));
+    return igmp_vlan_del(record[vlan]);
 }
 
-void DeleteAllVlans::run(const CommandRecord& /*record*/) { check_vlan_list(igmp_vlan_del_all()); }
+std::int32_t DeleteAllVlans::run(CommandRecord /*record*/) { return igmp_vlan_del_all(); }
 
 // ---- Multicast VLAN rules ----------------------------------------------------------------------
 
 namespace {
 
-PortVlanCfgEntry rule_in(const CommandRecord& record) {
+PortVlanCfgEntry rule_in(CommandRecord record) {
     using Rule = VlanRule;
     return {
         .portNO = static_cast<std::int8_t>(record[Rule::port]),
@@ -285,144 +250,128 @@ PortVlanCfgEntry rule_in(const CommandRecord& record) {
 
 }  // namespace
 
-void RemoveServicePort::run(const CommandRecord& record) {
+std::int32_t RemoveServicePort::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: SET_IGMP_SER_REMV_PORT_CONFIG port_no =%d tag_mode =%d temp = %d temp_scd = %d\r\n",
             record[port], record[mode], record[vlan], record[vlan2]);
     }
-    igmp_checked(igmp_service_remove_port_config(record.as_signed(port), record.as_signed(mode),
-                                                 record.as_signed(vlan), record.as_signed(vlan2)),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!igmp_service_remove_port_config Fail");
+    return igmp_service_remove_port_config(record.as_signed(port), record.as_signed(mode),
+                                           record.as_signed(vlan), record.as_signed(vlan2));
 }
 
-void SetPortVlanMode::run(const CommandRecord& record) {
+std::int32_t SetPortVlanMode::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: SET_IGMP_PORT_VLAN_MODE port_no =%d tag_mode =%d temp = %d temp_scd = %d\r\n",
             record[port], record[mode], record[vlan], record[vlan2]);
     }
-    igmp_checked(igmp_port_vlan_and_mode_set(record.as_signed(port), record.as_signed(mode),
-                                             record.as_signed(vlan), record.as_signed(vlan2)),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!SET_IGMP_PORT_VLAN_MODE Fail");
+    return igmp_port_vlan_and_mode_set(record.as_signed(port), record.as_signed(mode),
+                                       record.as_signed(vlan), record.as_signed(vlan2));
 }
 
-void SetRule::run(const CommandRecord& record) {
+std::int32_t SetRule::run(CommandRecord record) {
     PortVlanCfgEntry rule = rule_in(record);
-    igmp_checked(onu_std_omci_set_multicast_vlan(&rule),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_multicast_vlan Fail");
+    return onu_std_omci_set_multicast_vlan(&rule);
 }
 
-void DeleteRule::run(const CommandRecord& record) {
+std::int32_t DeleteRule::run(CommandRecord record) {
     PortVlanCfgEntry rule = rule_in(record);
-    igmp_checked(onu_std_omci_delete_multicast_vlan(&rule),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_delete_multicast_vlan Fail");
+    return onu_std_omci_delete_multicast_vlan(&rule);
 }
 
 // Its failure goes by the report level, not by the category mask.
-void SetWebRule::run(const CommandRecord& record) {
+std::int32_t SetWebRule::run(CommandRecord record) {
     constexpr int kReportedLine = 4780;
     PortVlanCfgEntry rule = rule_in(record);
-    if (onu_std_omci_web_set_vlan(&rule) == 0 || igmp_adapt < -1) return;
+    if (onu_std_omci_web_set_vlan(&rule) == 0 || igmp_adapt < -1) return 0;
     std::printf("\r\n [IGMP_ERROR]%s(%d): ", "process_interface_msg", kReportedLine);
     std::printf("\n ERROR!onu_std_omci_web_set_vlan Fail");
     std::puts("\r");
+    return 0;
 }
 
 // ---- Authorised groups -------------------------------------------------------------------------
 
-void AddPrivateGroup::run(const CommandRecord& record) {
+std::int32_t AddPrivateGroup::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: ADD_OMCI_AUTH_IGMP_GROUP_VLAN_CONFIG vlan_id =%d\r\n",
                     record[vlan]);
     }
-    igmp_checked(omci_add_auth_igmp_group_vlan_config(record[group], record[vlan], record[extra]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_add_auth_igmp_group_vlan_config Fail");
+    return omci_add_auth_igmp_group_vlan_config(record[group], record[vlan], record[extra]);
 }
 
-void DeletePrivateGroup::run(const CommandRecord& record) {
+std::int32_t DeletePrivateGroup::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: DEL_OMCI_AUTH_IGMP_GROUP_VLAN_CONFIG vlan_id =%d\r\n",
                     record[vlan]);
     }
-    igmp_checked(
-        omci_delete_auth_igmp_group_vlan_config(record[group], record[vlan], record[extra]),
-        "\r\n[MC_DBG_ERR]: \n ERROR!omci_delete_auth_igmp_group_vlan_config Fail");
+    return omci_delete_auth_igmp_group_vlan_config(record[group], record[vlan], record[extra]);
 }
 
-void ClearPrivateGroups::run(const CommandRecord& /*record*/) {
-    igmp_checked(omci_clear_all_auth_igmp_group_vlan_config(),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_clear_all_auth_igmp_group_vlan_config Fail");
+std::int32_t ClearPrivateGroups::run(CommandRecord /*record*/) {
+    return omci_clear_all_auth_igmp_group_vlan_config();
 }
 
-void SetControlList::run(const CommandRecord& record) {
+std::int32_t SetControlList::run(CommandRecord record) {
     const auto signed_vlan = static_cast<std::int16_t>(record[vlan]);
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: SET_OMCI_PORT_TO_CONTROL_MULTICAST_LIST_TABLE port = %d add_delete = %d vlan_id = %d             multi_range_start = %d multi_range_end  = %d\r\n",
             record[port], record[add_delete], signed_vlan, record[start], record[end]);
     }
-    igmp_checked(omci_set_port_to_control_multicast_list_table(
-                     record[port], record[add_delete], signed_vlan, record[start], record[end]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!omci_set_port_to_control_multicast_list_table Fail");
+    return omci_set_port_to_control_multicast_list_table(record[port], record[add_delete],
+                                                         signed_vlan, record[start], record[end]);
 }
 
-void AddStandardGroups::run(const CommandRecord& record) {
+std::int32_t AddStandardGroups::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: STD_OMCI_ADD_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = %d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
             record[port], record[start], record[end], record[bandwidth], record[vlan]);
     }
-    igmp_checked(onu_std_omci_add_auth_igmp_group_vlan_config(
-                     record[port], record[start], record[end], record[bandwidth], record[vlan]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_add_auth_igmp_group_vlan_config Fail");
+    return onu_std_omci_add_auth_igmp_group_vlan_config(record[port], record[start], record[end],
+                                                        record[bandwidth], record[vlan]);
 }
 
-void DeleteStandardGroups::run(const CommandRecord& record) {
+std::int32_t DeleteStandardGroups::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: STD_OMCI_DEL_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = %d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
             record[port], record[start], record[end], record[bandwidth], record[vlan]);
     }
-    igmp_checked(onu_std_omci_delete_auth_igmp_group_vlan_config(
-                     record[port], record[start], record[end], record[bandwidth], record[vlan]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_delete_auth_igmp_group_vlan_config Fail");
+    return onu_std_omci_delete_auth_igmp_group_vlan_config(record[port], record[start], record[end],
+                                                           record[bandwidth], record[vlan]);
 }
 
-void ClearStandardGroups::run(const CommandRecord& record) {
+std::int32_t ClearStandardGroups::run(CommandRecord record) {
     constexpr std::uint32_t kAllVlans = 65535;
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: STD_OMCI_CLEAR_ALL_AUTH_IGMP_GROUP std_omci_port = %d\r\n",
                     record[port]);
     }
-    igmp_checked(
-        onu_std_omci_clear_port_all_auth_igmp_group_vlan_config(record[port], kAllVlans),
-        "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_clear_port_all_auth_igmp_group_vlan_config Fail");
+    return onu_std_omci_clear_port_all_auth_igmp_group_vlan_config(record[port], kAllVlans);
 }
 
-// The standard operation's name stands in the failure text, kept on purpose.
-void AddGroups::run(const CommandRecord& record) {
+std::int32_t AddGroups::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: OMCI_ADD_AUTH_IGMP_GROUP std_omci_port = %d multi_range_start = %d multi_range_end =%d imputed_bandwidth =%d vlan_id = %d\r\n",
             record[port], record[start], record[end], record[bandwidth], record[vlan]);
     }
-    igmp_checked(onu_omci_add_auth_igmp_group_vlan_config(record[port], record[start], record[end],
-                                                          record[bandwidth], record[vlan]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_add_auth_igmp_group_vlan_config Fail");
+    return onu_omci_add_auth_igmp_group_vlan_config(record[port], record[start], record[end],
+                                                    record[bandwidth], record[vlan]);
 }
 
-void SetRangeAuthorisation::run(const CommandRecord& record) {
+std::int32_t SetRangeAuthorisation::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_OMCI_IGMP_RANGE_AUTH %d,%d \r\n", record[port],
                     record[enable]);
     }
-    igmp_checked_ret(
-        igmp_if_grp_range_auth_enable(static_cast<std::uint8_t>(record[port]), record[enable]),
-        "\r\n[MC_DBG_ERR]:  SET_OMCI_IGMP_RANGE_AUTH is error ret = %d\r\n");
+    return igmp_if_grp_range_auth_enable(static_cast<std::uint8_t>(record[port]), record[enable]);
 }
 
-void SetOamControl::run(const CommandRecord& record) {
+std::int32_t SetOamControl::run(CommandRecord record) {
     const auto port_id = static_cast<std::uint16_t>(record[port] - 1);
     if (igmp_says(kConfig)) {
         std::printf(
@@ -430,8 +379,7 @@ void SetOamControl::run(const CommandRecord& record) {
             record[add_delete], port_id, record[vlan]);
     }
     IgmpOamControl rest = {record[word], record[byte_a], record[byte_b]};
-    igmp_checked(igmp_oam_control_2(record[add_delete], port_id, record[vlan], &rest),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!MC_OAM_SET_CONTROL_2 Fail");
+    return igmp_oam_control_2(record[add_delete], port_id, record[vlan], &rest);
 }
 
 }  // namespace mc

@@ -81,33 +81,45 @@ struct PrivateGroup {
 struct SetMode : Command<1> {
     static constexpr U8 mode{8, "mode"};
     static constexpr auto fields = record_of(mode);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_multicast_mode Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetPortLeaveMode : Command<2> {
     static constexpr U8 port{8, "port"};
     static constexpr U8 mode{9, "mode"};
     static constexpr auto fields = record_of(port, mode);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!SET_OMCI_PORT_IGMP_LEAVE_MODE Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetGroupLimit : Command<3, PortAndLimit> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_port_igmpgroup_limit Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetDefaultVlan : Command<4, OneVlan> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_default_vlan Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetVlanLearning : Command<5, OneSwitch> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_dynamic_enable Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct ClearPortParameters : Command<12> {
     static constexpr U8 port{8, "port"};
     static constexpr U8 type{9, "type"};
     static constexpr auto fields = record_of(port, type);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_clear_igmp_parmeter Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetSignallingVlan : Command<13> {
@@ -119,23 +131,30 @@ struct SetSignallingVlan : Command<13> {
     static constexpr U16 down_vid{17, "down vid"};
     static constexpr auto fields =
         record_of(port, outer_tci, outer_vid, inner_tci, inner_vid, down_vid);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_set_sig_vlan Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetLeaveMode : Command<20> {
     static constexpr U8 mode{8, "mode"};
     static constexpr auto fields = record_of(mode);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure = fails("\r\n[MC_DBG_ERR]: \n ERROR!SET_IGMP_FAST_LEAVE Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetStandardMode : Command<52> {
     static constexpr U8 mode{8, "mode"};
     static constexpr auto fields = record_of(mode);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_multicast_mode Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetStandardGroupLimit : Command<56, PortAndLimit> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_port_igmpgroup_limit Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetBandwidthLimit : Command<57> {
@@ -144,17 +163,19 @@ struct SetBandwidthLimit : Command<57> {
     static constexpr U32 bandwidth{10, "bandwidth"};
     static constexpr U16 extra{14, "extra"};
     static constexpr auto fields = record_of(port, enable, bandwidth, extra);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_max_multi_bandwidth_limit Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct ClearAllParameters : Command<64> {
-    static void run(const CommandRecord& record);
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetFastLeaveMode : Command<83> {
     static constexpr U32 mode{8, "mode"};
     static constexpr auto fields = record_of(mode);
-    static void run(const CommandRecord& record);
+    static std::int32_t run(CommandRecord record);
 };
 
 // ---- Protocol parameters -----------------------------------------------------------------------
@@ -168,32 +189,42 @@ struct SetGlobalParameters : Command<14> {
     static constexpr U16 query_interval{16, "query interval"};
     static constexpr auto fields = record_of(robustness, max_resp_time, last_member_interval,
                                              last_member_count, query_interval);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_global_parmeter Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetAgeingInterval : Command<22> {
     static constexpr U32 interval{8, "interval"};
     static constexpr auto fields = record_of(interval);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_igmp_global_parmeter Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetVersion : Command<27> {
     static constexpr U8 version{8, "version"};
     static constexpr auto fields = record_of(version);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_version_globle_set Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetProxyAddress : Command<28> {
     static constexpr U32 address{8, "address"};
     static constexpr auto fields = record_of(address);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  igmp_globle_proxyip_set is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetSsmRange : Command<29> {
     static constexpr U32 start{8, "start"};
     static constexpr U32 end{12, "end"};
     static constexpr auto fields = record_of(start, end);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_ssm_ip_globle_set Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 // The record carries six words, of which five are used.
@@ -205,45 +236,63 @@ struct SetSsmMap : Command<30> {
     static constexpr U32 word4{24, "word 4"};
     static constexpr U32 word5{28, "unused"};
     static constexpr auto fields = record_of(word0, word1, word2, word3, word4, word5);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_igmp_ssm_map_globle_set Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetRobustness : Command<97> {
     static constexpr U8 robustness{8, "robustness"};
     static constexpr auto fields = record_of(robustness);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_IGMP_VARIABLE is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetQueryInterval : Command<98, OneInterval> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_IGMP_INTERVAL is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetResponseInterval : Command<99, OneInterval> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_IGMP_RESPONSE_INTERVAL is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetLastMemberInterval : Command<100, OneInterval> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_IGMP_QUERY_INTERVAL is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetLastMemberCount : Command<101> {
     static constexpr U16 count{8, "count"};
     static constexpr auto fields = record_of(count);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_IGMP_QUERY_COUNT is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetAgeing : Command<102, OneSwitch> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_IGMP_AGING is error %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetTableReturn : Command<114> {
     static constexpr U32 value{8, "value"};
     static constexpr auto fields = record_of(value);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  igmp_set_table_return is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetMldAgeing : Command<115, OneSwitch> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_MLD_AGING is error %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 // The stored protocol parameters, given to the core once more so that it hears of a changed ageing
@@ -252,55 +301,75 @@ std::int32_t push_stored_parameters();
 
 // ---- The core's VLAN list ----------------------------------------------------------------------
 
+// The add's failure text stands for the deletions too, kept on purpose.
+constexpr Failure kVlanListFailure = fails("\r\n[MC_DBG_ERR]: \n ERROR!ADD_IGMP_VLAN Fail");
+
 struct AddVlans : Command<32> {
     static constexpr U16 first{8, "first"};
     static constexpr U16 last{10, "last"};
     static constexpr auto fields = record_of(first, last);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure = kVlanListFailure;
+    static std::int32_t run(CommandRecord record);
 };
 
 struct DeleteVlan : Command<33, OneVlan> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure = kVlanListFailure;
+    static std::int32_t run(CommandRecord record);
 };
 
 struct DeleteAllVlans : Command<34> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure = kVlanListFailure;
+    static std::int32_t run(CommandRecord record);
 };
 
 // ---- Multicast VLAN rules ----------------------------------------------------------------------
 
 struct RemoveServicePort : Command<16, ServicePort> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!igmp_service_remove_port_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetPortVlanMode : Command<17, ServicePort> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!SET_IGMP_PORT_VLAN_MODE Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetRule : Command<50, VlanRule> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_set_multicast_vlan Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct DeleteRule : Command<51, VlanRule> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_delete_multicast_vlan Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetWebRule : Command<110, VlanRule> {
-    static void run(const CommandRecord& record);
+    static std::int32_t run(CommandRecord record);
 };
 
 // ---- Authorised groups -------------------------------------------------------------------------
 
 struct AddPrivateGroup : Command<6, PrivateGroup> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_add_auth_igmp_group_vlan_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct DeletePrivateGroup : Command<7, PrivateGroup> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_delete_auth_igmp_group_vlan_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct ClearPrivateGroups : Command<8> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_clear_all_auth_igmp_group_vlan_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetControlList : Command<9> {
@@ -310,32 +379,45 @@ struct SetControlList : Command<9> {
     static constexpr U32 start{13, "start"};
     static constexpr U32 end{17, "end"};
     static constexpr auto fields = record_of(port, add_delete, vlan, start, end);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!omci_set_port_to_control_multicast_list_table Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct AddStandardGroups : Command<53, GroupRange> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_add_auth_igmp_group_vlan_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct DeleteStandardGroups : Command<54, GroupRange> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_delete_auth_igmp_group_vlan_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct ClearStandardGroups : Command<55> {
     static constexpr U8 port{8, "port"};
     static constexpr auto fields = record_of(port);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure = fails(
+        "\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_clear_port_all_auth_igmp_group_vlan_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
+// The standard operation's name stands in the failure text, kept on purpose.
 struct AddGroups : Command<88, GroupRange> {
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!onu_std_omci_add_auth_igmp_group_vlan_config Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 struct SetRangeAuthorisation : Command<87> {
     static constexpr U16 port{8, "port"};
     static constexpr U8 enable{10, "enable"};
     static constexpr auto fields = record_of(port, enable);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails_with_status("\r\n[MC_DBG_ERR]:  SET_OMCI_IGMP_RANGE_AUTH is error ret = %d\r\n");
+    static std::int32_t run(CommandRecord record);
 };
 
 // OAM counts ports from 1.
@@ -347,7 +429,9 @@ struct SetOamControl : Command<84> {
     static constexpr U8 byte_a{17, "byte a"};
     static constexpr U8 byte_b{18, "byte b"};
     static constexpr auto fields = record_of(add_delete, port, vlan, word, byte_a, byte_b);
-    static void run(const CommandRecord& record);
+    static constexpr Failure failure =
+        fails("\r\n[MC_DBG_ERR]: \n ERROR!MC_OAM_SET_CONTROL_2 Fail");
+    static std::int32_t run(CommandRecord record);
 };
 
 }  // namespace mc

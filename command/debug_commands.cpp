@@ -22,27 +22,26 @@ namespace mc {
 
 // The built-in report, as if it had come in on the port. Forwarding may rewrite a frame, so each
 // time it is a copy that comes in.
-void InjectTestFrame::run(const CommandRecord& record) {
+std::int32_t InjectTestFrame::run(CommandRecord record) {
     std::uint8_t report[MC_JION_BUFFER_SIZE];
     std::copy_n(jion_buffer, MC_JION_BUFFER_SIZE, report);
-    igmp_checked_line(igmpL2PktProc(report, MC_JION_BUFFER_SIZE, record[port]),
-                      "\r\n[MC_DBG_ERR]: test igmpL2PktProc error\r");
+    return igmpL2PktProc(report, MC_JION_BUFFER_SIZE, record[port]);
 }
 
-void SetTestUplink::run(const CommandRecord& record) {
-    static_cast<void>(igmp_adapt_set_test_uplink(record.as_signed(port)));
+std::int32_t SetTestUplink::run(CommandRecord record) {
+    return igmp_adapt_set_test_uplink(record.as_signed(port));
 }
 
 // Offsets 1 to 6 name one category each, 7 all eight low bits. Enabling a category that is on turns
 // it off, kept on purpose.
-void SwitchDebugMask::run(const CommandRecord& record) {
+std::int32_t SwitchDebugMask::run(CommandRecord record) {
     const std::uint32_t category = record[offset];
     const std::uint32_t on = record[enable];
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_IGMP_PROT_DEBUG offset = %d port_no = %d\r\n", category,
                     on);
     }
-    if (category < 1 || category > 7) return;
+    if (category < 1 || category > 7) return 0;
     const std::uint32_t bits = category == 7 ? 0xFF : 1u << (category - 1);
     if (on != 0 && (mc_debug & bits) == 0) {
         mc_debug |= bits;
@@ -51,6 +50,7 @@ void SwitchDebugMask::run(const CommandRecord& record) {
     }
     std::printf("[mc_set_debug]: result: 0x%x.\r\n", mc_debug);
     mld_adapt_set_debug(bits, on);
+    return 0;
 }
 
 namespace {
@@ -101,7 +101,7 @@ void set_core_debug(std::uint32_t value, std::uint8_t selector) {
 
 }  // namespace
 
-void DebugFromCli::run(const CommandRecord& record) {
+std::int32_t DebugFromCli::run(CommandRecord record) {
     // Each selector has its own meaning alone; the two together have none.
     const bool adapt = record[selector] == kSelectAdapt;
     const bool igmp = record[sub_selector] == kSelectIgmp;
@@ -112,126 +112,112 @@ void DebugFromCli::run(const CommandRecord& record) {
     } else {
         set_core_debug(record[value], record[selector]);
     }
+    return 0;
 }
 
-void ShowConfiguration::run(const CommandRecord& /*record*/) { print_configuration(); }
+std::int32_t ShowConfiguration::run(CommandRecord /*record*/) {
+    print_configuration();
+    return 0;
+}
 
 // ---- Status export -----------------------------------------------------------------------------
 
-void ExportPortStatus::run(const CommandRecord& record) {
-    igmp_checked(igmp_hal_sync_if_status(record[port]),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_if_status Fail");
+std::int32_t ExportPortStatus::run(CommandRecord record) {
+    return igmp_hal_sync_if_status(record[port]);
 }
 
-void ExportGroups::run(const CommandRecord& /*record*/) {
+std::int32_t ExportGroups::run(CommandRecord /*record*/) {
     constexpr std::uint32_t kAllPorts = 255;
-    igmp_checked(igmp_hal_sync_grp_infor(kAllPorts),
-                 "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_grp_inform Fail");
+    return igmp_hal_sync_grp_infor(kAllPorts);
 }
 
 // ---- Displays of the core ----------------------------------------------------------------------
 
-void ShowAllGroups::run(const CommandRecord& /*record*/) {
-    static_cast<void>(igmp_display_all_group());
+std::int32_t ShowAllGroups::run(CommandRecord /*record*/) { return igmp_display_all_group(); }
+
+std::int32_t ShowGroup::run(CommandRecord record) {
+    return igmp_display_special_group(record[group]);
 }
 
-void ShowGroup::run(const CommandRecord& record) {
-    static_cast<void>(igmp_display_special_group(record[group]));
-}
-
-void ShowStandardVlan::run(const CommandRecord& record) {
+std::int32_t ShowStandardVlan::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf(
             "\r\n[MC_DBG_CFG]: STD_IGMP_DEBUG_SHOW_VLAN vlan_id = %d port_no = %d flag = %d\r\n",
             record[vlan], record[port], record[flag]);
     }
-    static_cast<void>(igmp_show_vlan_config(record[port], record[vlan], record[flag]));
+    return igmp_show_vlan_config(record[port], record[vlan], record[flag]);
 }
 
-void ShowVlan::run(const CommandRecord& record) {
+std::int32_t ShowVlan::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SHOW_VLAN vlan_id = %d port_no = %d flag = %d\r\n",
                     record[vlan], record[port], record[flag]);
     }
-    static_cast<void>(igmp_show_vlan_config(record[port], record[vlan], record[flag]));
+    return igmp_show_vlan_config(record[port], record[vlan], record[flag]);
 }
 
-void ShowProxyGroups::run(const CommandRecord& /*record*/) {
-    static_cast<void>(show_igmp_all_proxy_group());
+std::int32_t ShowProxyGroups::run(CommandRecord /*record*/) { return show_igmp_all_proxy_group(); }
+
+std::int32_t ShowProxyGroup::run(CommandRecord record) {
+    return show_igmp_special_proxy_group(record[group]);
 }
 
-void ShowProxyGroup::run(const CommandRecord& record) {
-    static_cast<void>(show_igmp_special_proxy_group(record[group]));
+std::int32_t ShowVlanInstances::run(CommandRecord /*record*/) { return igmp_show_vlan_instance(); }
+
+std::int32_t ShowIgmpv3Globals::run(CommandRecord /*record*/) { return show_igmpv3_globle(); }
+
+std::int32_t ShowPacketStatistics::run(CommandRecord /*record*/) {
+    return show_igmp_packet_statistic();
 }
 
-void ShowVlanInstances::run(const CommandRecord& /*record*/) {
-    static_cast<void>(igmp_show_vlan_instance());
+std::int32_t ShowInterfaces::run(CommandRecord /*record*/) { return show_igmp_if_list(); }
+
+std::int32_t ShowTimers::run(CommandRecord /*record*/) { return igmp_timer_show_api(); }
+
+std::int32_t ShowAuthorisedGroups::run(CommandRecord /*record*/) {
+    return igmp_auth_group_show_api();
 }
 
-void ShowIgmpv3Globals::run(const CommandRecord& /*record*/) {
-    static_cast<void>(show_igmpv3_globle());
+std::int32_t ShowPortConfiguration::run(CommandRecord record) {
+    return igmp_if_show_if_cfg(record[port]);
 }
 
-void ShowPacketStatistics::run(const CommandRecord& /*record*/) {
-    static_cast<void>(show_igmp_packet_statistic());
+std::int32_t ShowPortStatus::run(CommandRecord record) {
+    return igmp_if_show_if_status(record[port]);
 }
 
-void ShowInterfaces::run(const CommandRecord& /*record*/) {
-    static_cast<void>(show_igmp_if_list());
-}
-
-void ShowTimers::run(const CommandRecord& /*record*/) { static_cast<void>(igmp_timer_show_api()); }
-
-void ShowAuthorisedGroups::run(const CommandRecord& /*record*/) {
-    static_cast<void>(igmp_auth_group_show_api());
-}
-
-void ShowPortConfiguration::run(const CommandRecord& record) {
-    igmp_checked_ret(igmp_if_show_if_cfg(record[port]),
-                     "\r\n[MC_DBG_ERR]: test igmp_if_show_if_cfg error(%d)\r\n");
-}
-
-void ShowPortStatus::run(const CommandRecord& record) {
-    igmp_checked_ret(igmp_if_show_if_status(record[port]),
-                     "\r\n[MC_DBG_ERR]: test igmp_if_show_if_status error(%d)\r\n");
-}
-
-void ShowPortAuthorisedGroup::run(const CommandRecord& record) {
+std::int32_t ShowPortAuthorisedGroup::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: portno = %d grp_addr = 0x%x\r\n", record[port],
                     record[group]);
     }
-    igmp_checked_ret(igmp_if_show_auth_group_cfg(record[port], record[group]),
-                     "\r\n[MC_DBG_ERR]: test igmp_if_show_auth_group_cfg error(%d)\r\n");
+    return igmp_if_show_auth_group_cfg(record[port], record[group]);
 }
 
-void ShowMld::run(const CommandRecord& /*record*/) {
+std::int32_t ShowMld::run(CommandRecord /*record*/) {
     static_cast<void>(mld_unpack_show_mld_sys(0));
     static_cast<void>(mld_unpack_show_mld_thread(0));
     static_cast<void>(mld_unpack_show_vlan_global(0));
-    static_cast<void>(mld_show_if_list());
+    return mld_show_if_list();
 }
 
-void ShowMemory::run(const CommandRecord& /*record*/) { static_cast<void>(pal_mem_show()); }
+std::int32_t ShowMemory::run(CommandRecord /*record*/) { return pal_mem_show(); }
 
-void ResetMemoryStatistics::run(const CommandRecord& /*record*/) {
-    static_cast<void>(pal_mem_reset());
-}
+std::int32_t ResetMemoryStatistics::run(CommandRecord /*record*/) { return pal_mem_reset(); }
 
-void ShowMemoryType::run(const CommandRecord& record) {
+std::int32_t ShowMemoryType::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SHOW_MEMORY_TYPE  %d \r\n", record[type]);
     }
-    igmp_checked_ret(pal_mtype_show(record[type]),
-                     "\r\n[MC_DBG_ERR]:  pal_mtype_show is error ret = %d\r\n");
+    return pal_mtype_show(record[type]);
 }
 
-void SetMemoryTypeRange::run(const CommandRecord& record) {
+std::int32_t SetMemoryTypeRange::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_MEMORY_TYPE_RANGE %d %d\r\n", record[first],
                     record[last]);
     }
-    static_cast<void>(pal_mrecord_range_set(record[first], record[last]));
+    return pal_mrecord_range_set(record[first], record[last]);
 }
 
 // ---- Debug switches and tests of the core ------------------------------------------------------
@@ -243,9 +229,7 @@ constexpr std::uint16_t kTraceNoPort = 65534;
 
 }  // namespace
 
-void SetWarnings::run(const CommandRecord& record) {
-    static_cast<void>(igmp_warn_printf_set(record[enable]));
-}
+std::int32_t SetWarnings::run(CommandRecord record) { return igmp_warn_printf_set(record[enable]); }
 
 namespace {
 
@@ -259,68 +243,62 @@ void trace_test(std::uint32_t port, std::uint16_t vlan) {
 
 }  // namespace
 
-void TestReport::run(const CommandRecord& record) {
+std::int32_t TestReport::run(CommandRecord record) {
     trace_test(record[port], record[vlan]);
-    static_cast<void>(
-        test_igmp_report_v2_l3(static_cast<std::uint16_t>(record[port]), record[vlan]));
+    return test_igmp_report_v2_l3(static_cast<std::uint16_t>(record[port]), record[vlan]);
 }
 
-void TestLeave::run(const CommandRecord& record) {
+std::int32_t TestLeave::run(CommandRecord record) {
     trace_test(record[port], record[vlan]);
-    static_cast<void>(
-        test_igmp_leave_v2_l3(static_cast<std::uint16_t>(record[port]), record[vlan]));
+    return test_igmp_leave_v2_l3(static_cast<std::uint16_t>(record[port]), record[vlan]);
 }
 
-void SetVlanDebug::run(const CommandRecord& record) {
+std::int32_t SetVlanDebug::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP_VLAN %d,%d \r\n", record[vlan], record[selector]);
     }
-    static_cast<void>(igmp_dbg_set(record[vlan], record[selector]));
+    return igmp_dbg_set(record[vlan], record[selector]);
 }
 
-void UnsetVlanDebug::run(const CommandRecord& record) {
+std::int32_t UnsetVlanDebug::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: NO_DEBUG_IGMP_VLAN %d, %d \r\n", record[vlan],
                     record[selector]);
     }
-    static_cast<void>(igmp_dbg_unset(record[vlan], record[selector]));
+    return igmp_dbg_unset(record[vlan], record[selector]);
 }
 
-void SetDebugLevel::run(const CommandRecord& record) {
+std::int32_t SetDebugLevel::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP_LEVEL  %d \r\n", record[level]);
     }
-    igmp_checked_ret(igmp_set_debug_level(record[level], 1),
-                     "\r\n[MC_DBG_ERR]:  DEBUG_IGMP_LEVEL is error ret = %d\r\n");
+    return igmp_set_debug_level(record[level], 1);
 }
 
-void UnsetDebugLevel::run(const CommandRecord& record) {
+std::int32_t UnsetDebugLevel::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: NO_DEBUG_IGMP_LEVEL  %d \r\n", record[level]);
     }
-    igmp_checked_ret(igmp_set_debug_level(record[level], 0),
-                     "\r\n[MC_DBG_ERR]:  NO_DEBUG_IGMP_LEVEL is error ret = %d\r\n");
+    return igmp_set_debug_level(record[level], 0);
 }
 
-void SetPacketDebug::run(const CommandRecord& record) {
+std::int32_t SetPacketDebug::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: DEBUG_IGMP  %d  %d\r\n", record[which], record[port]);
     }
     igmp_checked_ret(igmp_set_debug_pkt_port(record[port]),
                      "\r\n[MC_DBG_ERR]:  igmp_set_debug_pkt_port is error ret = %d\r\n");
-    igmp_checked_ret(igmp_set_debug_switch(record[which], 1),
-                     "\r\n[MC_DBG_ERR]:  igmp_set_debug_switch is error ret = %d\r\n");
+    return igmp_set_debug_switch(record[which], 1);
 }
 
-void SetOtherDebug::run(const CommandRecord& record) {
+std::int32_t SetOtherDebug::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: OTHER_DEBUG_IGMP %d \r\n", record[which]);
     }
-    igmp_checked_ret(igmp_set_debug_switch(record[which], 1),
-                     "\r\n[MC_DBG_ERR]:  OTHER_DEBUG_IGMP is error ret = %d\r\n");
+    return igmp_set_debug_switch(record[which], 1);
 }
 
-void UnsetDebug::run(const CommandRecord& record) {
+std::int32_t UnsetDebug::run(CommandRecord record) {
     constexpr std::uint32_t kEverything = 65535;
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: NO_ALL_DEBUG_IGMP %d \r\n", record[which]);
@@ -328,22 +306,23 @@ void UnsetDebug::run(const CommandRecord& record) {
     static_cast<void>(igmp_set_debug_switch(record[which], 0));
     static_cast<void>(igmp_set_debug_pkt_port(kTraceNoPort));
     if (record[which] == kEverything) static_cast<void>(igmp_no_debug_all());
+    return 0;
 }
 
-void SetMldPortDebug::run(const CommandRecord& record) {
+std::int32_t SetMldPortDebug::run(CommandRecord record) {
     constexpr std::uint32_t kAllPorts = 255;
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_MLD_PROT_DEBUG offset = %d.\r\n", record[value]);
     }
-    static_cast<void>(mld_set_mld_debug_port(record[value] == 1 ? kAllPorts : kTraceNoPort));
+    return mld_set_mld_debug_port(record[value] == 1 ? kAllPorts : kTraceNoPort);
 }
 
-void SetMldDebug::run(const CommandRecord& record) {
+std::int32_t SetMldDebug::run(CommandRecord record) {
     if (igmp_says(kConfig)) {
         std::printf("\r\n[MC_DBG_CFG]: SET_MLD_DEBUG offset = %d port_no = %d\r\n", record[value],
                     record[port]);
     }
-    static_cast<void>(mld_set_mld_debug(record[value] == 1 ? 255u : 0u, record[port]));
+    return mld_set_mld_debug(record[value] == 1 ? 255u : 0u, record[port]);
 }
 
 }  // namespace mc

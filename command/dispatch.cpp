@@ -15,13 +15,16 @@ namespace mc {
 namespace {
 
 struct Entry {
-    std::uint32_t code;
-    void (*run)(const CommandRecord& record);
+    std::uint16_t code;
+    Failure::Form form;
+    const char* failure_text;
+    std::int32_t (*run)(CommandRecord record);
 };
 
 template <class... Commands>
 consteval std::array<Entry, sizeof...(Commands)> entries_of() {
-    return {Entry{Commands::code, Commands::run}...};
+    return {
+        Entry{Commands::code, Commands::failure.form, Commands::failure.text, Commands::run}...};
 }
 
 // In the order of their codes. What they are, stands in command/config_commands.h and
@@ -133,6 +136,23 @@ static_assert(std::ranges::none_of(kUnused,
                                    }),
               "a code is both a command and not in use");
 
+void run(const Entry& command, CommandRecord record) {
+    const std::int32_t status = command.run(record);
+    switch (command.form) {
+        case Failure::Form::kSilent:
+            return;
+        case Failure::Form::kText:
+            igmp_checked(status, command.failure_text);
+            return;
+        case Failure::Form::kLine:
+            igmp_checked_line(status, command.failure_text);
+            return;
+        case Failure::Form::kWithStatus:
+            igmp_checked_ret(status, command.failure_text);
+            return;
+    }
+}
+
 }  // namespace
 
 }  // namespace mc
@@ -142,7 +162,7 @@ std::int32_t process_interface_msg(const std::uint8_t* bytes) {
     const std::uint32_t code = record.code();
     const auto* const found = std::ranges::lower_bound(mc::kEntries, code, {}, &mc::Entry::code);
     if (found != std::end(mc::kEntries) && found->code == code) {
-        found->run(record);
+        mc::run(*found, record);
     } else if (mc::igmp_says(mc::kErrors)) {
         std::printf("\r\n[MC_DBG_ERR]: msgid(%d) is not missing!\r\n", code);
     }

@@ -28,9 +28,13 @@ struct CommandRecord {
     std::uint32_t code() const { return load_be32(bytes); }
     std::uint32_t dump_length() const { return load_be32(bytes + 4); }
 
-    std::uint8_t operator[](U8 field) const { return bytes[field.offset]; }
-    std::uint16_t operator[](U16 field) const { return load_be16(bytes + field.offset); }
-    std::uint32_t operator[](U32 field) const { return load_be32(bytes + field.offset); }
+    [[gnu::always_inline]] std::uint8_t operator[](U8 field) const { return bytes[field.offset]; }
+    [[gnu::always_inline]] std::uint16_t operator[](U16 field) const {
+        return load_be16(bytes + field.offset);
+    }
+    [[gnu::always_inline]] std::uint32_t operator[](U32 field) const {
+        return load_be32(bytes + field.offset);
+    }
     std::int32_t as_signed(U32 field) const { return static_cast<std::int32_t>((*this)[field]); }
 };
 
@@ -69,13 +73,26 @@ struct NoFields {
     static constexpr std::array<FieldPlace, 0> fields{};
 };
 
-// A command: its code, and the fields of its record, shared with others or its own. Each has a
-// handler:
+// What the console hears, under the error category, of a command whose status is not 0. The three
+// forms are those of igmp_checked and its likes in common/diagnostics.h.
+struct Failure {
+    enum class Form : std::uint16_t { kSilent, kText, kLine, kWithStatus };
+    Form form = Form::kSilent;
+    const char* text = nullptr;
+};
+
+constexpr Failure fails(const char* text) { return {Failure::Form::kText, text}; }
+constexpr Failure fails_line(const char* text) { return {Failure::Form::kLine, text}; }
+constexpr Failure fails_with_status(const char* text) { return {Failure::Form::kWithStatus, text}; }
+
+// A command: its code, the fields of its record, shared with others or its own, what is said when
+// it fails, and a handler that answers with a status:
 //
 //     struct SetMode : Command<1> {
 //         static constexpr U8 mode{8, "mode"};
 //         static constexpr auto fields = record_of(mode);
-//         static void run(const CommandRecord& record);
+//         static constexpr Failure failure = fails("\r\n[MC_DBG_ERR]: \n ERROR! ... Fail");
+//         static std::int32_t run(CommandRecord record);
 //     };
 //
 // This is the one place of a layout: the handler, the dispatcher, the tool that posts commands and
@@ -83,6 +100,7 @@ struct NoFields {
 template <std::uint32_t Code, class Fields = NoFields>
 struct Command : Fields {
     static constexpr std::uint32_t code = Code;
+    static constexpr Failure failure{};
 };
 
 }  // namespace mc
