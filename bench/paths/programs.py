@@ -7,8 +7,8 @@ import subprocess
 import sys
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-NATIVE_BUILD = os.path.join(ROOT, "build", "paths")
-MIPS_BUILD = os.path.join(ROOT, "build", "paths-mips")
+NATIVE_BUILD = os.path.join(ROOT, "build", "release")
+MIPS_BUILD = os.path.join(ROOT, "build", "release-mips")
 MIPS_LIBRARIES = "/usr/mips-linux-gnu"
 
 NATIVE, MIPS = "x86-64", "MIPS"
@@ -23,11 +23,12 @@ def say(text):
         print("%s ..." % text, file=sys.stderr, flush=True)
 
 
-def run(words):
+def run(words, **options):
     """What a program prints, on both its outputs.  It must end well."""
+    options.setdefault("stdin", subprocess.DEVNULL)
     try:
-        done = subprocess.run(words, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, text=True, check=False)
+        done = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                              cwd=ROOT, check=False, **options)
     except OSError as why:
         raise Failure("%s: %s" % (words[0], why.strerror)) from why
     if done.returncode:
@@ -36,17 +37,14 @@ def run(words):
     return done.stdout, done.stderr
 
 
-def build():
-    """Both builds, as a device and as this machine would have them."""
+def build(job="bench"):
+    """Both builds, as a device and as this machine would have them.  job: scripts/install-packages'"""
     say("Installing what is missing")
-    run([os.path.join(ROOT, "scripts", "install-packages"), "bench"])
-    toolchain = os.path.join(ROOT, "cmake", "mips-linux-gnu.cmake")
-    for directory, options in (
-            (NATIVE_BUILD, ["-DCMAKE_BUILD_TYPE=RelWithDebInfo"]),
-            (MIPS_BUILD, ["-DCMAKE_BUILD_TYPE=MinSizeRel", "-DCMAKE_TOOLCHAIN_FILE=" + toolchain])):
-        say("Building " + os.path.relpath(directory, ROOT))
-        run(["cmake", "-S", ROOT, "-B", directory, "-DMC_BUILD_PATHS=ON", *options])
-        run(["cmake", "--build", directory, "--parallel", str(os.cpu_count())])
+    run(["scripts/install-packages", job])
+    for preset in ("release", "release-mips"):
+        say("Building build/" + preset)
+        run(["cmake", "--preset", preset])
+        run(["cmake", "--build", "--preset", preset, "--parallel", str(os.cpu_count())])
 
 
 def program(directory, name):
@@ -60,18 +58,34 @@ def program(directory, name):
 # Instructions
 # --------------------------------------------------------------------------
 
-def count_native(words):
-    """The instructions between the marks of paths_count, by callgrind."""
-    _, said = run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null",
-                   "--toggle-collect=paths_counted", program(NATIVE_BUILD, "paths_count"), *words])
-    collected = re.search(r"^==\d+== Collected : (\d+)$", said, re.M)
-    if not collected:
-        raise Failure("callgrind has counted nothing for paths_count " + " ".join(words))
-    return int(collected[1])
+class Counter:
+    """The instructions between the marks of paths_count, without those of the measurement itself."""
+
+    def __init__(self):
+        self.nothing = self.between_marks(["nothing"])
+
+    def __call__(self, words):
+        return self.between_marks(words) - self.nothing
 
 
-class MipsCounter:
-    """The same by a plugin of QEMU's.  Marks are addresses there, the same in every run."""
+class NativeCounter(Counter):
+    """By callgrind."""
+
+    # The C library copies memory in ways that depend on the processor.  This one all have.
+    PLAIN_COPY = "glibc.cpu.hwcaps=-AVX2,-AVX_Fast_Unaligned_Load,-ERMS"
+
+    def between_marks(self, words):
+        _, said = run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null",
+                       "--toggle-collect=paths_counted", program(NATIVE_BUILD, "paths_count"), *words],
+                      env=dict(os.environ, GLIBC_TUNABLES=self.PLAIN_COPY))
+        collected = re.search(r"^==\d+== Collected : (\d+)$", said, re.M)
+        if not collected:
+            raise Failure("callgrind has counted nothing for paths_count " + " ".join(words))
+        return int(collected[1])
+
+
+class MipsCounter(Counter):
+    """By a plugin of QEMU's.  Marks are addresses there, the same in every run."""
 
     def __init__(self):
         self.path = program(MIPS_BUILD, "paths_count")
@@ -80,8 +94,9 @@ class MipsCounter:
                  for address, name in re.findall(r"^(\w+) T (paths_\w+)$", symbols, re.M)}
         self.plugin = "%s,begin=%s,end=%s" % (program(NATIVE_BUILD, "paths_instructions.so"),
                                               marks["paths_counted"], marks["paths_over"])
+        super().__init__()
 
-    def __call__(self, words):
+    def between_marks(self, words):
         _, said = run(["qemu-mips", "-L", MIPS_LIBRARIES, "-plugin", self.plugin, self.path, *words])
         if not said.strip().isdecimal():
             raise Failure("QEMU has counted nothing for paths_count " + " ".join(words))
@@ -89,7 +104,7 @@ class MipsCounter:
 
 
 def counters():
-    return {NATIVE: count_native, MIPS: MipsCounter()}
+    return {NATIVE: NativeCounter(), MIPS: MipsCounter()}
 
 
 def listed(*words):
