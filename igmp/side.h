@@ -61,12 +61,6 @@ struct IgmpSide : IgmpView {
     static void say_uplink_vlan(std::uint16_t vlan);
 
     // ---- Transmission (igmp/transmit.cpp) ----
-    // The tag is the core's own record: a translated VID is written back into it.
-    struct SendTag {
-        std::uint16_t tpid;
-        std::uint16_t& vid;
-        std::uint8_t priority;
-    };
     static void write_destination(std::uint8_t* mac, const std::uint8_t* packet);
     static std::int32_t transmit_failed(std::int32_t status, int /*printed*/) { return status; }
     static void dump_sent(const std::uint8_t* frame, std::uint16_t len, std::uint16_t port);

@@ -68,12 +68,6 @@ struct MldSide : MldView {
     static void say_uplink_vlan(std::uint16_t vlan);
 
     // ---- Transmission (mld/transmit.cpp) ----
-    // The tag is that of the last MLD frame; a translated VID is written back into the record.
-    struct SendTag {
-        std::uint16_t tpid;
-        std::uint16_t& vid;
-        std::uint8_t priority;
-    };
     static void write_destination(std::uint8_t* mac, const std::uint8_t* packet);
     static std::int32_t transmit_failed(std::int32_t status, int printed);
     static void dump_sent(const std::uint8_t* frame, std::uint16_t len, std::uint16_t port);

@@ -49,8 +49,7 @@ void MldSide::say_transmit(std::uint16_t port, std::uint16_t len) {
 using mc::MldSide;
 
 void send_pkt_mld(std::uint8_t* packet, std::uint16_t port, void* /*tag*/, std::uint16_t len) {
-    const MldSide::SendTag tag = {mldInitParams.tag_tpid, mldInitParams.tag_vid,
-                                  mldInitParams.tag_pri};
+    const mc::SendTag tag = {mldInitParams.tag_tpid, mldInitParams.tag_vid, mldInitParams.tag_pri};
     mc::send_packet<MldSide>(port, packet, tag, len);
 }
 

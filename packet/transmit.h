@@ -52,6 +52,14 @@ std::int32_t transmit(std::uint8_t* frame, std::uint16_t len, std::uint16_t port
     return status == 0 ? status : say_not_sent<Side>(status);
 }
 
+// The tag under which a packet of the core leaves. A translated VID is written back to where it
+// came from: the core's own record, or the tag of the last MLD frame.
+struct SendTag {
+    std::uint16_t tpid;
+    std::uint16_t& vid;
+    std::uint8_t priority;
+};
+
 // The VLANs under which a packet of the core leaves on a user port, one for each rule that
 // translates its VLAN.
 //
@@ -101,7 +109,7 @@ struct TransmitFrame {
 
 // Tags the frame once more, puts the packet behind and sends it.
 template <class Side>
-void send_tagged(TransmitFrame& frame, const typename Side::SendTag& tag, std::uint16_t port,
+void send_tagged(TransmitFrame& frame, const SendTag& tag, std::uint16_t port,
                  const std::uint8_t* packet, std::uint16_t len) {
     if (frame.header + kTagGroup + len > kTransmitFrame) {
         if (Side::says(kErrors)) {
@@ -120,7 +128,7 @@ void send_tagged(TransmitFrame& frame, const typename Side::SendTag& tag, std::u
 // matching rules the tag groups pile up from one frame to the next: the n-th frame carries n of
 // them.
 template <class Side>
-void send_packet(std::uint16_t port, const std::uint8_t* packet, typename Side::SendTag tag,
+void send_packet(std::uint16_t port, const std::uint8_t* packet, const SendTag& tag,
                  std::uint16_t len) {
     if (port == MC_CORE_UPLINK) port = MC_UPLINK_PORT;
     if (Side::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: The port no is (%d)\r\n", port);
