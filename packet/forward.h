@@ -46,7 +46,8 @@ void search_downlink_vlans(std::uint32_t vid, std::uint16_t (&counts)[Side::kDow
     for (int p = 0; p < Side::kDownlinkPorts; ++p) {
         auto& row = Side::downlink_vlans()[p];
         std::uint16_t count = 0;
-        const std::span rules(Side::rules()[p], rules_in_use(Side::rule_counts()[p]));
+        const auto used = static_cast<std::size_t>(rules_in_use(Side::rule_counts()[p]));
+        const std::span rules(Side::rules()[p], used);
         for (const PortVlanCfgEntry& rule : rules) {
             const bool matches = (rule.in_dn_vlan & kVidMask) == vid;
             if (matches && count < MC_RESULT_VLANS) row[count++] = rule.out_dn_vlan;

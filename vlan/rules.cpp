@@ -11,9 +11,13 @@
 namespace mc {
 
 void pack_rules(McRuleBlock& block) {
-    const auto emptied =
-        std::ranges::remove(block, std::uint16_t{MC_NO_VLAN}, &PortVlanCfgEntry::in_up_vlan);
-    std::ranges::fill(emptied, kEmptyRule);
+    PortVlanCfgEntry* end = block;
+    for (const PortVlanCfgEntry& rule : block) {
+        if (rule.in_up_vlan == MC_NO_VLAN) continue;
+        if (end != &rule) *end = rule;  // a frame may be reading those that stay where they are
+        ++end;
+    }
+    std::fill(end, std::end(block), kEmptyRule);
 }
 
 void fill_open_vlans(PortVlanCfgEntry& rule) {

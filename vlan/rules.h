@@ -27,7 +27,11 @@ void pack_rules(McRuleBlock& block);
 // The same for a list of VLANs, where 0 is an empty entry.
 template <class Entry>
 void pack_list(Entry (&list)[MC_TEMPLATE_VLANS]) {
-    std::ranges::fill(std::ranges::remove(list, Entry{0}), Entry{0});
+    Entry* end = list;
+    for (const Entry entry : list) {
+        if (entry != 0) *end++ = entry;
+    }
+    std::fill(end, std::end(list), Entry{0});
 }
 
 // Packs a copy of a list, which a caller then copies back.
