@@ -693,6 +693,24 @@ TYPED_TEST(Entries, ThatTheDriverRefusesAreReported) {
                 [this] { this->remove(); });
 }
 
+TYPED_TEST(Entries, ThatTheDriverTakesAreNoErrors) {
+    using Side = TypeParam;
+    EXPECT_EQ(said(Side::mask(), kErr,
+                   [this] {
+                       EXPECT_EQ(this->add(), 0);
+                       EXPECT_EQ(this->remove(), 0);
+                   }),
+              "");
+}
+
+TYPED_TEST(Entries, ThatTheDriverRefusesWithAOneAreReportedToo) {
+    using Side = TypeParam;
+    answer("L2_multicast_set_port_iptv_entry", 1);
+    answer("L2_multicast_remove_port_iptv_entry", 1);
+    EXPECT_THAT(said(Side::mask(), kErr, [this] { this->add(); }), HasSubstr("Fail 1"));
+    EXPECT_THAT(said(Side::mask(), kErr, [this] { this->remove(); }), HasSubstr("Fail 1"));
+}
+
 TYPED_TEST(Entries, ThatTheDriverKeepsGiveItsStatus) {
     answer("L2_multicast_remove_port_iptv_entry", kFailure);
     for (const int answer_of_table : {0, 1, 7}) {
