@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "adapt/records.h"
@@ -31,10 +32,14 @@ constexpr int within(std::int32_t count, int most) {
 // The rules of a port in use.
 constexpr int rules_in_use(std::int32_t count) { return within(count, MC_RULES); }
 
+// A table is walked as one array, block behind block.
+inline const PortVlanCfgEntry* first_rule(const RuleTable& rules) { return &rules[0][0]; }
+
 // The rule of one table that stands where a rule of another one stands.
 inline const PortVlanCfgEntry& same_place(const RuleTable& table, const PortVlanCfgEntry& rule,
                                           const RuleTable& other) {
-    return *(table[0] + (&rule - other[0]));
+    const std::ptrdiff_t place = &rule - first_rule(other);
+    return *(first_rule(table) + place);
 }
 
 constexpr PortVlanCfgEntry kEmptyRule = {

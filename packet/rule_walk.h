@@ -39,7 +39,7 @@ template <class Side, class Trace>
 const PortVlanCfgEntry* find_upstream_rule(const RuleWalk& walk, const Arrival& at, Trace trace) {
     const auto port = static_cast<std::int32_t>(at.port);
     int blocks = walk.blocks;
-    const PortVlanCfgEntry* door = walk.doors[0];  // the table is one contiguous array
+    const PortVlanCfgEntry* door = first_rule(walk.doors);
     for (int block = 0; block < blocks; ++block, door += MC_RULES) {
         if (door->portNO != port) continue;
         const PortVlanCfgEntry* const rules = walk.rules[block];

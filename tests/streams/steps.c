@@ -430,6 +430,11 @@ void a_command_comes(void) {
     printf("command %u: %d\n", record[3], process_interface_msg(record));
 }
 
+/* What a web set makes the upstream VLAN of a rule from. */
+static uint16_t* upstream_of_web_rule(PortVlanCfgEntry* rule) {
+    return rule->prodntagmode == MC_TAG_MODE_UNTAG ? &rule->in_dn_vlan : &rule->out_dn_vlan;
+}
+
 void a_rule_changes(void) {
     PortVlanCfgEntry rule = {.portNO = (int8_t)(one_in(6) ? chance() : below(MC_PORTS)),
                              .prouptagmode = (int8_t)below(5),
@@ -445,6 +450,9 @@ void a_rule_changes(void) {
         onu_std_omci_set_multicast_vlan, onu_std_omci_delete_multicast_vlan,
         onu_std_omci_web_set_vlan, mld_onu_std_omci_set_multicast_vlan,
         mld_onu_std_omci_delete_multicast_vlan};
+    if (!wants_empty_web_rules() && *upstream_of_web_rule(&rule) == NONE) {
+        *upstream_of_web_rule(&rule) = 1;
+    }
     printf("= %d", operations[below(sizeof operations / sizeof *operations)](&rule));
     printf(" up %d %u %u down %d %u %u data %d %u %u\n", rule.prouptagmode, rule.in_up_vlan,
            rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan, rule.out_dn_vlan,

@@ -12,17 +12,17 @@
 extern "C" {
 #endif
 
-enum {
-    STREAM_SEGMENT = 14492, /* bytes of the status segment */
-    STREAM_READABLE =
-        60, /* bytes of a frame's buffer that the library may read whatever its length */
-};
+/* Bytes of the status segment; bytes of a frame's buffer that the library and the core may look at.
+ */
+enum { STREAM_SEGMENT = 14492, STREAM_READABLE = 64 };
 
 /* ---- From who runs the stream ---- */
 
 uint32_t chance(void);
 /* Room for a frame, until the next one. */
 uint8_t* frame_room(uint32_t bytes);
+/* Whether a web set may leave a rule that counts as an empty slot. */
+int wants_empty_web_rules(void);
 /* A frame that the library hands to the driver. */
 void on_sent(const uint8_t* frame, uint32_t len, uint32_t port);
 

@@ -1,0 +1,211 @@
+/*
+ * Fuzzing of the library through three doors, for libFuzzer: compiled with MC_FUZZ_DOOR as
+ *
+ *     FRAMES       frames into both paths in every mode, over tables that no command could have
+ * made COMMANDS     records of every length through the command task's loop, frames in between
+ *     OPERATIONS   rules, switch entries and packets of the core, over tables that operations made
+ *
+ * The first bytes of an input choose the configuration, each further one is a chance: which step
+ * comes, what is in it, and whether a neighbour fails. Where only operations have made the tables,
+ * what they promise is checked after every step.
+ */
+#include <setjmp.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/msg.h>
+#include <sys/shm.h>
+
+#include "adapt/adapt.h"
+#include "adapt/records.h"
+#include "command/command.h"
+#include "mld/mld.h"
+#include "mld/record.h"
+#include "tests/streams/steps.h"
+
+#define FRAMES 1
+#define COMMANDS 2
+#define OPERATIONS 3
+
+enum { LONGEST_SENT = 2008 }; /* a frame of 2000 bytes and two tags */
+
+/* ---- Chance: the input, byte by byte, each spread over a word -------------------------------- */
+
+static const uint8_t* input;
+static size_t left;
+static uint32_t seed; /* not 0: the configuration is drawn from it instead */
+
+uint32_t chance(void) {
+    if (seed != 0) {
+        seed ^= seed << 13;
+        seed ^= seed >> 17;
+        seed ^= seed << 5;
+        return seed;
+    }
+    if (left == 0) return 0;
+    --left;
+    return (uint32_t)(*input++ + 1) * 0x9E3779B1u;
+}
+
+static void configure(void) {
+    seed = chance() | 1;
+    some_configuration();
+    seed = 0;
+}
+
+/* ---- What is checked ------------------------------------------------------------------------- */
+
+static void must(int holds, const char* what) {
+    if (holds) return;
+    fprintf(stderr, "broken: %s\n", what);
+    abort();
+}
+
+/* On the heap and as long as it says, so that the sanitizer sees one byte too far. */
+uint8_t* frame_room(uint32_t bytes) {
+    static uint8_t* room;
+    free(room);
+    room = malloc(bytes);
+    must(room != NULL, "memory");
+    return room;
+}
+
+/* The rule is kept, and a delete takes another one then: no promise holds any more. */
+int wants_empty_web_rules(void) { return MC_FUZZ_DOOR != OPERATIONS; }
+
+void on_sent(const uint8_t* frame, uint32_t len, uint32_t port) {
+    static volatile uint8_t sum;
+    for (uint32_t i = 0; i < len; ++i) sum = (uint8_t)(sum + frame[i]); /* all of it is there */
+    must(len <= LONGEST_SENT, "a frame is longer than what came in and two tags");
+    (void)port;
+}
+
+static int is_used(const PortVlanCfgEntry* rule) { return rule->in_up_vlan != MC_NO_VLAN; }
+
+static void check_rules(PortVlanCfgEntry (*rules)[MC_RULES], const int32_t* counts) {
+    for (int p = 0; p < MC_PORTS; ++p) {
+        must(counts[p] >= 0 && counts[p] <= MC_RULES, "a count of rules is out of bounds");
+        for (int j = 1; j < MC_RULES; ++j) {
+            must(!is_used(&rules[p][j]) || is_used(&rules[p][j - 1]), "a gap between rules");
+        }
+    }
+}
+
+static void check_list(const uint16_t* list, const uint16_t* mirror, int used) {
+    for (int i = 0; i < MC_TEMPLATE_VLANS; ++i) {
+        must(list[i] == mirror[i], "the template list and its mirror differ");
+        must(i < used || list[i] == 0, "a template VLAN behind the count");
+    }
+}
+
+static void check_tables(void) {
+    must(setVlanNumber >= 0 && setVlanNumber <= MC_TEMPLATE_VLANS, "the template list's count");
+    check_rules(PortVlanCfg, setVlanCfgNumber);
+    check_rules(mldInitParams.mldPortVlanCfg, mldInitParams.vlancfgnum);
+    check_list(PortVlan, globle_parm.TemplateVlan, setVlanNumber);
+}
+
+/* ---- The machine: messages from the input, no segment but a block of memory ------------------ */
+
+static jmp_buf out_of_the_task;
+static uint8_t segment[STREAM_SEGMENT];
+
+int msgget(key_t key, int flags) { return (void)key, (void)flags, one_in(200) ? -1 : 1; }
+
+ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
+    uint8_t record[MC_RECORD_SIZE];
+    const long code = (long)below(120);
+    (void)queue, (void)type, (void)flags;
+    if (left == 0) longjmp(out_of_the_task, 1);
+    while (one_in(4) && left != 0) {
+        one_in(2) ? a_frame_comes() : core_sends();
+    }
+    if (one_in(20)) return -1; /* interrupted, or longer than the room */
+    some_record(record);
+    memcpy(message, &code, sizeof code);
+    const size_t length = one_in(4) ? below((uint32_t)size + 1) : size;
+    memcpy((uint8_t*)message + sizeof code, record + 4, length);
+    return (ssize_t)length;
+}
+
+int shmget(key_t key, size_t size, int flags) { return (void)key, (void)size, (void)flags, 1; }
+void* shmat(int id, const void* address, int flags) {
+    return (void)id, (void)address, (void)flags, segment;
+}
+
+/* ---- The doors ------------------------------------------------------------------------------- */
+
+/* As after loading and start-up. */
+static void start_over(void) {
+    memset(&mldInitParams, 0, sizeof mldInitParams);
+    memset(PortVlanCfg, 0, sizeof PortVlanCfg);
+    memset(&globle_parm, 0, sizeof globle_parm);
+    memset(PortVlan, 0, sizeof(uint16_t[MC_TEMPLATE_VLANS]));
+    setVlanNumber = 0;
+    srcPortNum = 0;
+    ponVlan = 0;
+    testuplink = MC_NO_TEST_UPLINK;
+    tablereturn = 1;
+    igmp_adapt = -1;
+    flag_omci_version = 0;
+    mc_debug = 0;
+    mld_debug = 0;
+    /* A start that the driver ends early is one that a task never sees. */
+    seed = 1;
+    while (adapt_init() != 0) continue;
+    seed = 0;
+}
+
+static void come_frames(void) {
+    configure();
+    while (left != 0) {
+        if (one_in(16)) configure();
+        one_in(6) ? core_sends() : a_frame_comes();
+    }
+}
+
+static void come_commands(void) {
+    if (one_in(2)) mc_debug = mld_debug = chance() & 0x3F;
+    if (setjmp(out_of_the_task) == 0) recv_igmp_interface_msg();
+}
+
+static void come_operations(void) {
+    if (one_in(4)) mc_debug = mld_debug = chance() & 0x3F;
+    while (left != 0) {
+        switch (below(6)) {
+            case 0:
+                core_sends();
+                break;
+            case 1:
+                core_programs();
+                break;
+            case 2:
+                a_frame_comes();
+                break;
+            default:
+                a_rule_changes();
+                break;
+        }
+        check_tables();
+    }
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    start_over();
+    input = data;
+    left = size;
+#if MC_FUZZ_DOOR == FRAMES
+    come_frames();
+#elif MC_FUZZ_DOOR == COMMANDS
+    come_commands();
+#elif MC_FUZZ_DOOR == OPERATIONS
+    come_operations();
+#else
+#error "MC_FUZZ_DOOR is FRAMES, COMMANDS or OPERATIONS"
+#endif
+    return 0;
+}
