@@ -1,13 +1,14 @@
 /*
- * Fuzzing of the library through three doors, for libFuzzer: compiled with MC_FUZZ_DOOR as
+ * Fuzzing of the library, for libFuzzer, through the door that MC_FUZZ_DOOR names.
  *
- *     FRAMES       frames into both paths in every mode, over tables that no command could have
- * made COMMANDS     records of every length through the command task's loop, frames in between
- *     OPERATIONS   rules, switch entries and packets of the core, over tables that operations made
+ * FRAMES: frames into both paths in every mode, over tables that no command could have made.
  *
- * The first bytes of an input choose the configuration, each further one is a chance: which step
- * comes, what is in it, and whether a neighbour fails. Where only operations have made the tables,
- * what they promise is checked after every step.
+ * COMMANDS: records of every length through the command task's loop, frames in between.
+ *
+ * OPERATIONS: rules, switch entries and packets of the core, over tables that operations made. What
+ * these promise is checked after every step.
+ *
+ * Each byte of an input is a chance: which step comes, what is in it, whether a neighbour fails.
  */
 #include <setjmp.h>
 #include <stddef.h>
@@ -116,7 +117,6 @@ int msgget(key_t key, int flags) { return (void)key, (void)flags, one_in(200) ? 
 
 ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
     uint8_t record[MC_RECORD_SIZE];
-    const long code = (long)below(120);
     (void)queue, (void)type, (void)flags;
     if (left == 0) longjmp(out_of_the_task, 1);
     while (one_in(4) && left != 0) {
@@ -124,6 +124,7 @@ ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
     }
     if (one_in(20)) return -1; /* interrupted, or longer than the room */
     some_record(record);
+    const long code = record[3];
     memcpy(message, &code, sizeof code);
     const size_t length = one_in(4) ? below((uint32_t)size + 1) : size;
     memcpy((uint8_t*)message + sizeof code, record + 4, length);
