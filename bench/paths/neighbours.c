@@ -13,7 +13,9 @@ uint32_t igmpv3_snd;
 static int32_t quiet(void) { return 0; }
 
 /* The signatures differ on purpose. */
+#ifndef __clang__
 #pragma GCC diagnostic ignored "-Wattribute-alias"
+#endif
 /* Weak: who wants to see a call has a function of its own. */
 #define QUIET(name) __typeof__(name) name __attribute__((weak, alias("quiet")))
 
