@@ -99,7 +99,7 @@ class Parser {
             static_cast<void>(
                 parser_.parse({words.begin() + static_cast<std::ptrdiff_t>(skipped), words.end()}));
         } catch (const options::ParseError& error) {
-            throw UsageError(one_line(error.what()));
+            throw UsageError(error.what());
         }
     }
 
@@ -108,11 +108,6 @@ class Parser {
     }
 
  private:
-    static std::string one_line(std::string text) {
-        std::ranges::replace(text, '\n', ' ');
-        return text;
-    }
-
     options::Parser parser_;
     std::map<std::string_view, std::string> texts_;
 };
