@@ -81,8 +81,8 @@ int guard_command_queue(void (*complain)(const std::string& line)) {
 
 }  // namespace node
 
-// The library finds this one before that of the C library.
-extern "C" ssize_t msgrcv(int queue, void* message, std::size_t size, long type, int flags) {
-    if (size == MC_RECORD_TEXT && flags == 0) return node::receive_record(queue, message, type);
-    return node::receive_of_c_library()(queue, message, size, type, flags);
+// The library finds this one before that of the C library, whose header gives the names.
+extern "C" ssize_t msgrcv(int msqid, void* msgp, std::size_t msgsz, long msgtyp, int msgflg) {
+    if (msgsz == MC_RECORD_TEXT && msgflg == 0) return node::receive_record(msqid, msgp, msgtyp);
+    return node::receive_of_c_library()(msqid, msgp, msgsz, msgtyp, msgflg);
 }
