@@ -21,8 +21,8 @@ constexpr const char* kReplayFooter =
     "\n"
     "Exit status: 0 done; 1 a capture broke in its middle, an output is incomplete or the library\n"
     "did not start; 2 the command line or a file it names cannot be used, nothing was replayed;\n"
-    "130 interrupted (the summary covers what was replayed). The signal that ends --hold is no\n"
-    "interruption.";
+    "3 the command queue was removed; 130 interrupted (after both the summary covers what was\n"
+    "replayed). The signal that ends --hold is no interruption.";
 
 constexpr const char* kLiveFooter =
     "The interfaces are ports of the bridge. IGMP and MLD reach the node in place of the bridge; it\n"
@@ -31,10 +31,8 @@ constexpr const char* kLiveFooter =
     "and the summary printed. With --json what the library prints goes to standard error.\n"
     "\n"
     "Exit status: 0 done; 1 the summary could not be written; 2 the command line, the bridge or an\n"
-    "interface cannot be used, or privileges are missing (CAP_NET_ADMIN and CAP_NET_RAW).";
-
-// A parser explains over several lines at times; the first says what is wrong.
-std::string first_line(const std::string& text) { return text.substr(0, text.find('\n')); }
+    "interface cannot be used, or privileges are missing (CAP_NET_ADMIN and CAP_NET_RAW); 3 the\n"
+    "command queue was removed, the bridge was given back.";
 
 // What both sub-commands take.
 template <class Words>
@@ -99,7 +97,7 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
     try {
         if (!program.parse({argv + std::min(argc, 1), argv + argc})) return std::nullopt;
     } catch (const options::ParseError& wrong) {
-        throw UsageError(first_line(wrong.what()));
+        throw UsageError(wrong.what());
     }
     if (!replay.is_named() && !live.is_named()) {
         std::fputs(program.help().c_str(), stdout);

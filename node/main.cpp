@@ -6,31 +6,50 @@
 // they are.
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <stdexcept>
+#include <string>
 #include <variant>
 
 #include "node/arguments.h"
+#include "node/command_queue.h"
+#include "node/driver/host.h"
 #include "node/live/live.h"
 #include "node/replay/replay.h"
 #include "node/report/console.h"
+#include "tools/printable.h"
 
 namespace {
 
 constexpr int kDone = 0;
 constexpr int kUnusable = 2;  // the command line, a file, the bridge
 
+void complain(const std::string& line) { report::complain(tools::printable(line)); }
+
 struct Runner {
-    int operator()(const replay::Arguments& arguments) const { return replay::run(arguments); }
-    int operator()(const live::Arguments& arguments) const { return live::run(arguments); }
+    driver::Host host;
+
+    int operator()(const replay::Arguments& arguments) const {
+        return replay::run(arguments, host);
+    }
+    int operator()(const live::Arguments& arguments) const { return live::run(arguments, host); }
 };
+
+driver::Host make_host() {
+    const int queue_lost = node::guard_command_queue(complain);
+    if (queue_lost < 0) throw std::runtime_error(std::string("eventfd: ") + std::strerror(errno));
+    return {complain, queue_lost};
+}
 
 int run(int argc, char** argv) {
     try {
         const auto arguments = node::parse_arguments(argc, argv);
-        return arguments ? std::visit(Runner{}, *arguments) : kDone;
+        return arguments ? std::visit(Runner{make_host()}, *arguments) : kDone;
     } catch (const std::exception& error) {
-        report::complain(error.what());
+        complain(error.what());
     }
     return kUnusable;
 }

@@ -5,7 +5,8 @@
 
 namespace node {
 
-// The command line or a file of commands is wrong; what() is the one line to show.
+// The command line or a file of commands is wrong; what() says why, and repeats words as they were
+// given.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

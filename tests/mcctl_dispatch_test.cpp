@@ -18,6 +18,7 @@
 #include "adapt/records.h"
 #include "adapt/status_segment.h"
 #include "command/command.h"
+#include "command/config_commands.h"
 #include "tests/support/commands.h"
 #include "tests/support/console.h"
 #include "tests/support/frames.h"
@@ -602,6 +603,71 @@ TEST_P(Words, ReachTheNeighbours) {
     if (row.then) row.then(numbers);
     EXPECT_THAT(numbers.not_seen(), ElementsAreArray(row.lost))
         << "two of these could be exchanged";
+}
+
+// ---- What is refused
+// -----------------------------------------------------------------------------
+
+bool is_refused(const std::string& words) {
+    try {
+        static_cast<void>(commands::encode(commands::split(words)));
+    } catch (const commands::UsageError&) {
+        return true;
+    }
+    return false;
+}
+
+// Which field of the record takes it, and the option that says so.
+struct WebValue {
+    const char* option;
+    mc::FieldPlace place;
+    std::uint32_t value;
+};
+
+std::string words_of(const std::vector<WebValue>& values) {
+    std::string words = "vlan web-set";
+    for (const WebValue& each : values) {
+        words += std::string(" ") + each.option + " " + std::to_string(each.value);
+    }
+    return words;
+}
+
+// The rule that the library makes of them, whatever mcctl thinks.
+const Rule& rule_of(const std::vector<WebValue>& values) {
+    Fields fields;
+    for (const auto& [option, place, value] : values) {
+        fields.push_back({option, place.offset, place.width, value});
+    }
+    given_vlans<Igmp>({});  // a full list would refuse it
+    run_record(record_of(mc::SetWebRule::code, fields));
+    return first_rule(4);
+}
+
+class McctlWebSet : public OmciTest {};
+
+TEST_F(McctlWebSet, IsRefusedExactlyWhenItsRuleCountsAsAnEmptySlot) {
+    using Place = mc::VlanRule;
+    constexpr std::uint32_t kVlans[] = {0, 1, 4094, MC_NO_VLAN};
+    std::set<std::string> refused;
+    for (std::uint32_t modes = 0; modes < 16; ++modes) {
+        for (std::uint32_t vlans = 0; vlans < 64; ++vlans) {
+            const std::vector<WebValue> values = {
+                {"--port", Place::port, 4},
+                {"--mode", Place::down_mode, modes % 4},
+                {"--data-mode", Place::data_mode, modes / 4},
+                {"--down-in", Place::in_down, kVlans[vlans % 4]},
+                {"--down-out", Place::out_down, kVlans[vlans / 4 % 4]},
+                {"--data-in", Place::in_data, 200},
+                {"--data-out", Place::out_data, kVlans[vlans / 16]}};
+            const std::string words = words_of(values);
+            const Rule& rule = rule_of(values);
+            ASSERT_EQ(rule.in_data_vlan, 200) << words;
+            EXPECT_EQ(is_refused(words), rule.in_up_vlan == MC_NO_VLAN) << words;
+            if (is_refused(words)) refused.insert(words);
+        }
+    }
+    EXPECT_EQ(refused.size(), 3u * 4 * 4 * 4)
+        << "one VLAN in each of three modes, whatever the rest";
 }
 
 // ---- The table of mcctl ------------------------------------------------------------------------

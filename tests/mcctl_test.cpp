@@ -14,6 +14,7 @@
 #include "tools/command_line.h"
 #include "tools/command_table.h"
 #include "tools/documents.h"
+#include "tools/printable.h"
 #include "tools/values.h"
 
 namespace {
@@ -101,6 +102,12 @@ TEST(CommandTable, RefersOnlyToFieldsOfTheCommand) {
         for (const Field& field : command.fields) EXPECT_TRUE(names.contains(field.like));
         for (const auto& order : command.ordered) {
             EXPECT_TRUE(names.contains(order.low) && names.contains(order.high));
+        }
+        for (const auto& exclusion : command.excluded) {
+            EXPECT_TRUE(names.contains(exclusion.field) && names.contains(exclusion.other));
+            const auto field = std::ranges::find(command.fields, exclusion.field, &Field::name);
+            EXPECT_TRUE(std::ranges::count(field->words, exclusion.value, &commands::Choice::value))
+                << exclusion.field << " has no word for what it must not be";
         }
     }
 }
@@ -303,6 +310,32 @@ TEST(Refusal, CoversWhatTheReceiverDoesNotCheck) {
     }
 }
 
+// The upstream VLAN of the rule follows from the mode and these, and none makes an empty slot of
+// it.
+TEST(Refusal, OfAWebRuleThatWouldCountAsNone) {
+    const std::string why =
+        ": the rule would count as none, and the next delete would take another rule of the port";
+    const auto refusal = [](const std::string& options) {
+        return refusal_of("vlan web-set --port 1 --data-in 200 " + options);
+    };
+    EXPECT_EQ(refusal("--mode translate --down-in 100 --down-out none"),
+              "vlan web-set: --down-out none with --mode translate" + why);
+    EXPECT_EQ(refusal("--mode 3 --down-in 100 --down-out 65535"),
+              "vlan web-set: --down-out none with --mode 3" + why);
+    EXPECT_EQ(refusal("--mode translate --down-in none"),
+              "vlan web-set: --down-out none with --mode translate" + why)
+        << "left out, it is that of --down-in";
+    EXPECT_EQ(refusal("--mode untag --down-in none --down-out 100"),
+              "vlan web-set: --down-in none with --mode untag" + why);
+    for (const char* const taken :
+         {"--mode translate --down-in none --down-out 100", "--mode 3 --down-in none --down-out 0",
+          "--mode untag --down-in 100 --down-out none", "--mode tag --down-in none",
+          "--mode translate --down-in untagged",
+          "--mode tag --data-mode translate --down-in none --data-out none"}) {
+        EXPECT_EQ(refusal(taken), "") << taken;
+    }
+}
+
 TEST(Refusal, OfRawDataThatDoesNotFit) {
     EXPECT_EQ(commands::encode({"raw", "1", std::string(248, 'a')}).bytes.size(), 132U);
     EXPECT_EQ(refusal_of("raw 1 " + std::string(250, 'a')), "raw: 125 bytes do not fit, 124 do");
@@ -344,6 +377,42 @@ TEST(Split, TakesWordsApartLikeAShell) {
     EXPECT_THAT(commands::split(""), ElementsAre());
     EXPECT_THROW(static_cast<void>(commands::split("a 'b")), UsageError);
     EXPECT_THROW(static_cast<void>(commands::split("a \"b\\\"")), UsageError);
+}
+
+// ---- Complaints ---------------------------------------------------------------------------------
+
+TEST(Printable, EscapesControlBytesAndBackslashes) {
+    using namespace std::string_literals;
+    EXPECT_EQ(tools::printable("a\nb\tc\rd\\"), R"(a\nb\tc\rd\\)");
+    EXPECT_EQ(tools::printable("\0\x01\x1b[31m\x1f \x7f~"s), R"(\x00\x01\x1b[31m\x1f \x7f~)");
+    EXPECT_EQ(tools::printable(""), "");
+}
+
+TEST(Printable, KeepsCharactersOfSeveralBytes) {
+    for (const char* const text :
+         {"\xc2\xa0",
+          "K\xc3\xbc"
+          "che",
+          "\xe0\xa0\x80", "\xe2\x82\xac", "\xef\xbf\xbd", "\xf0\x9f\x93\xba", "\xf4\x8f\xbf\xbf"}) {
+        EXPECT_EQ(tools::printable(text), text);
+    }
+}
+
+// Among them U+0080 to U+009F, which a terminal obeys, and longer forms of shorter characters.
+TEST(Printable, EscapesBytesThatAreNoCharacter) {
+    EXPECT_EQ(tools::printable("\x9b"
+                               "2J \xff"),
+              R"(\x9b2J \xff)");
+    EXPECT_EQ(tools::printable("\xc2\x9b"
+                               "2J"),
+              R"(\xc2\x9b2J)");
+    EXPECT_EQ(tools::printable("\xc0\x9b"), R"(\xc0\x9b)");
+    EXPECT_EQ(tools::printable("\xe0\x80\x9b"), R"(\xe0\x80\x9b)");
+    EXPECT_EQ(tools::printable("\xf0\x80\x80\x9b"), R"(\xf0\x80\x80\x9b)");
+    EXPECT_EQ(tools::printable("\xed\xa0\x80"), R"(\xed\xa0\x80)");
+    EXPECT_EQ(tools::printable("\xf4\x90\x80\x80"), R"(\xf4\x90\x80\x80)");
+    EXPECT_EQ(tools::printable("\xe2\x82"), R"(\xe2\x82)") << "cut off";
+    EXPECT_EQ(tools::printable("\xe2\x82\n"), R"(\xe2\x82\n)") << "interrupted";
 }
 
 // ---- Texts --------------------------------------------------------------------------------------

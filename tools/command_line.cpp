@@ -99,7 +99,7 @@ class Parser {
             static_cast<void>(
                 parser_.parse({words.begin() + static_cast<std::ptrdiff_t>(skipped), words.end()}));
         } catch (const options::ParseError& error) {
-            throw UsageError(one_line(error.what()));
+            throw UsageError(error.what());
         }
     }
 
@@ -108,11 +108,6 @@ class Parser {
     }
 
  private:
-    static std::string one_line(std::string text) {
-        std::ranges::replace(text, '\n', ' ');
-        return text;
-    }
-
     options::Parser parser_;
     std::map<std::string_view, std::string> texts_;
 };
@@ -125,6 +120,7 @@ class Values {
             if (text != nullptr) given_[field.name] = read_value(field, *text);
         }
         for (const Order& order : command.ordered) check(order);
+        for (const Exclusion& exclusion : command.excluded) check(command, exclusion);
     }
 
     std::uint32_t of(const Field& field) const {
@@ -139,6 +135,22 @@ class Values {
     void check(const Order& order) const {
         if (!given_.contains(order.high) || given_.at(order.low) <= given_.at(order.high)) return;
         throw UsageError(std::string(order.low) + " is above " + std::string(order.high));
+    }
+
+    void check(const Command& command, const Exclusion& exclusion) const {
+        if (of(field_of(command, exclusion.field)) != exclusion.value) return;
+        const Field& other = field_of(command, exclusion.other);
+        const auto found = std::ranges::find(exclusion.others, of(other), &Choice::value);
+        if (found == exclusion.others.end()) return;
+        const auto word = std::ranges::find(field_of(command, exclusion.field).words,
+                                            exclusion.value, &Choice::value);
+        throw UsageError(std::string(exclusion.field) + " " + std::string(word->word) + " with " +
+                         std::string(exclusion.other) + " " + std::string(found->word) + ": " +
+                         std::string(exclusion.why));
+    }
+
+    static const Field& field_of(const Command& command, std::string_view name) {
+        return *std::ranges::find(command.fields, name, &Field::name);
     }
 
     std::map<std::string_view, std::uint32_t> given_;

@@ -13,7 +13,8 @@
 
 namespace commands {
 
-// A line that names no command, or a value out of range. The text is one line without a line feed.
+// A line that names no command, or a value out of range. The text
+// repeats words as they were given: tools/printable.h.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -6,6 +6,7 @@
 #include <array>
 #include <iterator>
 
+#include "adapt/records.h"
 #include "command/config_commands.h"
 #include "command/debug_commands.h"
 
@@ -161,9 +162,11 @@ std::vector<Field> rule_of_web() {
         tag_mode("--mode", mc::VlanRule::down_mode, "tag mode of IGMP"),
         tag_mode("--data-mode", mc::VlanRule::data_mode, "tag mode of data that goes down",
                  "--mode"),
-        vlan("--down-in", mc::VlanRule::in_down, "VLAN of IGMP at the uplink", kNoneOrUntagged),
+        vlan("--down-in", mc::VlanRule::in_down,
+             "VLAN of IGMP at the uplink; not none in mode untag", kNoneOrUntagged),
         same_as(
-            vlan("--down-out", mc::VlanRule::out_down, "VLAN of IGMP at the port", kNoneOrUntagged),
+            vlan("--down-out", mc::VlanRule::out_down,
+                 "VLAN of IGMP at the port; not none in modes translate and 3", kNoneOrUntagged),
             "--down-in"),
         vlan("--data-in", mc::VlanRule::in_data, "VLAN of the data as the uplink receives it",
              kUntagged),
@@ -171,6 +174,18 @@ std::vector<Field> rule_of_web() {
                      "VLAN of the data as the port sends it, in mode translate", kNoneOrUntagged),
                 "--data-in"),
     };
+}
+
+// The rule's upstream VLAN is the one at the uplink in mode untag and the one at the port in mode
+// translate. A rule without one counts as none: a delete would then take another rule of the port.
+constexpr std::array<Choice, 1> kUpFromDownIn{{{"untag", 0}}};
+constexpr std::array<Choice, 2> kUpFromDownOut{{{"translate", 2}, {"3", 3}}};
+constexpr std::string_view kCountsAsNone =
+    "the rule would count as none, and the next delete would take another rule of the port";
+
+std::vector<Exclusion> excluded_of_web() {
+    return {{"--down-in", MC_NO_VLAN, "--mode", kUpFromDownIn, kCountsAsNone},
+            {"--down-out", MC_NO_VLAN, "--mode", kUpFromDownOut, kCountsAsNone}};
 }
 
 std::vector<Field> service_port() {
@@ -350,7 +365,9 @@ std::vector<Command> commands_of_vlans() {
          record_of<mc::SetWebRule>(),
          "Replaces all rules of a port by one; what goes up follows from what goes down.",
          "--port 1 --mode untag --down-in 4000 --data-in 4000",
-         rule_of_web()},
+         rule_of_web(),
+         {},
+         excluded_of_web()},
         {{"vlan", "service-set"},
          record_of<mc::SetPortVlanMode>(),
          "Builds a rule from a tag mode and VLANs and adds it to IGMP and MLD.",

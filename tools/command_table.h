@@ -55,6 +55,15 @@ struct Order {
     std::string_view high;
 };
 
+// A value that a field must not have, given or not, while another has one of these.
+struct Exclusion {
+    std::string_view field;
+    std::uint32_t value;
+    std::string_view other;
+    std::span<const Choice> others;
+    std::string_view why;
+};
+
 // What the library reads for a command: its code, and all fields of the record in their order.
 struct RecordLayout {
     std::uint32_t code;
@@ -68,6 +77,7 @@ struct Command {
     std::string_view example;  // what stands behind the path
     std::vector<Field> fields = {};
     std::vector<Order> ordered = {};
+    std::vector<Exclusion> excluded = {};
 
     // How long the record is: up to its last field, whether the words give it or not.
     [[nodiscard]] std::uint32_t record_size() const;

@@ -19,6 +19,7 @@
 #include "command/command.h"
 #include "tools/command_line.h"
 #include "tools/documents.h"
+#include "tools/printable.h"
 
 namespace {
 
@@ -86,7 +87,7 @@ void run(std::vector<std::string> words) {
 }
 
 int complain(const std::exception& error, int status) {
-    std::fprintf(stderr, "mcctl: %s\n", error.what());
+    std::fprintf(stderr, "mcctl: %s\n", tools::printable(error.what()).c_str());
     return status;
 }
 

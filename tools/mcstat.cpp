@@ -15,6 +15,7 @@
 #include "tools/mcstat_ipc.h"
 #include "tools/mcstat_report.h"
 #include "tools/option_parser.h"
+#include "tools/printable.h"
 
 namespace {
 
@@ -35,7 +36,9 @@ struct Arguments {
     bool print_fields = false;
 };
 
-void complain(const std::string& line) { std::fprintf(stderr, "mcstat: %s\n", line.c_str()); }
+void complain(const std::string& line) {
+    std::fprintf(stderr, "mcstat: %s\n", tools::printable(line).c_str());
+}
 
 void declare(options::Parser& parser, Arguments& arguments) {
     parser.flag("--json", arguments.json, "Print one JSON object");
@@ -113,8 +116,7 @@ int run(int argc, char** argv) {
     try {
         if (!parser.parse({argv + std::min(argc, 1), argv + argc})) return kDone;
     } catch (const options::ParseError& wrong) {
-        const std::string text = wrong.what();
-        complain(text.substr(0, text.find('\n')));
+        complain(wrong.what());
         return kUnusable;
     }
     return show_as_told(parser, arguments);

@@ -27,7 +27,7 @@ namespace mcstat {
 
 inline constexpr std::uint32_t kPortStatusSize = 16;
 
-// A description that cannot be used; what() is one line.
+// A description that cannot be used; what() says why, and repeats words as they were given.
 struct FieldsError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -18,7 +18,7 @@ class App;
 
 namespace options {
 
-// The command line is wrong; what() says why, over several lines at times.
+// The command line is wrong; what() says why, and repeats words as they were given.
 struct ParseError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

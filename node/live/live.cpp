@@ -25,6 +25,7 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
+#include "node/driver/host.h"
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
 #include "node/live/live_error.h"
@@ -78,17 +79,18 @@ void send_from(const driver::MacAddress& mac) {
 
 class Supervisor {
  public:
-    explicit Supervisor(LiveDriver& driver, const CoreClock& clock, int signals)
-        : driver_(driver), clock_(clock), signals_(signals) {}
+    Supervisor(LiveDriver& driver, const CoreClock& clock, int signals, int queue_lost)
+        : driver_(driver), clock_(clock), signals_(signals), queue_lost_(queue_lost) {}
 
-    // Until a signal.
+    // Until a signal, or until the command queue is lost.
     void run() {
         while (true) {
-            std::array<pollfd, 3> wanted{{{signals_, POLLIN, 0},
+            std::array<pollfd, 4> wanted{{{signals_, POLLIN, 0},
                                           {clock_.descriptor(), POLLIN, 0},
-                                          {news_.descriptor(), POLLIN, 0}}};
+                                          {news_.descriptor(), POLLIN, 0},
+                                          {queue_lost_, POLLIN, 0}}};
             static_cast<void>(poll(wanted.data(), wanted.size(), patience_ms()));
-            if (wanted[0].revents != 0) return;
+            if (wanted[0].revents != 0 || wanted[3].revents != 0) return;
             if (wanted[1].revents != 0) CoreClock::move();
             if (wanted[2].revents != 0) take_news();
             look_when_settled();
@@ -118,6 +120,7 @@ class Supervisor {
     LiveDriver& driver_;
     const CoreClock& clock_;
     int signals_;
+    int queue_lost_;
     LinkNews news_;
     std::optional<std::uint64_t> look_at_us_;
 };
@@ -140,14 +143,14 @@ std::string ready_line(const Arguments& arguments) {
 }
 
 // Tasks of the library use it to the end of the process.
-LiveDriver& make_driver(const Arguments& arguments) {
-    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, report::complain,
+LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
+    return *new LiveDriver(arguments.bridge, arguments.ports, arguments.onu_id, host.complain,
                            CoreClock::move);
 }
 
 }  // namespace
 
-int run(const Arguments& arguments) {
+int run(const Arguments& arguments, const driver::Host& host) {
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
@@ -155,7 +158,7 @@ int run(const Arguments& arguments) {
     const int signals = catch_signals();
     be_the_only_one();
 
-    LiveDriver& driver = make_driver(arguments);
+    LiveDriver& driver = make_driver(arguments, host);
     try {
         driver.begin();
     } catch (const LiveError&) {
@@ -164,15 +167,15 @@ int run(const Arguments& arguments) {
     }
     const std::uint64_t begin_us = CoreClock::now_us();
     CoreClock::move();
-    IgmpInit();
+    driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
     send_from(driver.bridge_mac());
     const CoreClock clock;
-    Supervisor supervisor(driver, clock, signals);
+    Supervisor supervisor(driver, clock, signals, host.queue_lost);
     driver.start();
     await_command_queue();
-    report::complain(ready_line(arguments));
+    host.complain(ready_line(arguments));
     supervisor.run();
 
     const std::uint64_t end_us = CoreClock::now_us();
@@ -181,7 +184,8 @@ int run(const Arguments& arguments) {
     driver.end();
     const std::string text = arguments.json ? as_json(summary) : as_text(summary);
     const bool is_written = std::fputs(text.c_str(), out) >= 0 && std::fflush(out) == 0;
-    if (!is_written) report::complain("the summary could not be written");
+    if (!is_written) host.complain("the summary could not be written");
+    if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
     return is_written ? kDone : kFailed;
 }
 

@@ -4,7 +4,7 @@
 
 namespace live {
 
-int run(const Arguments& /*arguments*/) {
+int run(const Arguments& /*arguments*/, const driver::Host& /*host*/) {
     throw LiveError("'live' was left out when this mc_node was built (MC_NODE_LIVE)");
 }
 

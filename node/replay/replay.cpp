@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -17,6 +16,7 @@
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
 #include "node/core/development_core.h"
+#include "node/driver/host.h"
 #include "node/replay/progress_line.h"
 #include "node/replay/replay_summary.h"
 #include "node/replay/timed_commands.h"
@@ -32,8 +32,8 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kInterrupted = 130;  // what a shell reports for SIGINT
 
-constexpr std::chrono::milliseconds kLook{200};             // between two looks at the replay
-constexpr std::chrono::seconds kPatienceForPacketTask{10};  // start-up takes milliseconds
+constexpr std::chrono::duration<int, std::milli> kLook{200};  // between two looks at the replay
+constexpr std::chrono::seconds kPatienceForPacketTask{10};    // start-up takes milliseconds
 constexpr std::chrono::seconds kPatienceForLastFrame{2};
 
 std::atomic<bool> interrupted = false;
@@ -50,8 +50,8 @@ void catch_interrupt(bool hold) {
 }
 
 // The command task works on meanwhile.
-void hold_until_interrupted() {
-    while (!interrupted) std::this_thread::sleep_for(kLook);
+void hold_until_interrupted(const driver::Host& host) {
+    while (!interrupted && !driver::is_queue_lost(host, kLook.count())) continue;
 }
 
 std::uint64_t total_bytes(const std::vector<capture::Input>& inputs) {
@@ -74,9 +74,9 @@ capture::Replay replay_of(const Arguments& arguments) {
 }
 
 // Runs the library over the captures. False when it never came for the frames.
-bool run_replay(const Arguments& arguments) {
+bool run_replay(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
-    IgmpInit();
+    driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
     driver.start();
@@ -88,6 +88,7 @@ bool run_replay(const Arguments& arguments) {
     bool started = true;
     while (!interrupted && started && !driver.wait_until_finished(kLook)) {
         progress.show(driver.progress());
+        if (driver::is_queue_lost(host, 0)) interrupted = true;
         started = driver.asked_for_frames() || steady_clock::now() - start < kPatienceForPacketTask;
     }
     if (interrupted) {
@@ -101,21 +102,21 @@ bool run_replay(const Arguments& arguments) {
 
 }  // namespace
 
-int run(const Arguments& arguments) {
+int run(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
-        report::complain("standard output cannot be diverted");
+        host.complain("standard output cannot be diverted");
         return kFailed;
     }
     catch_interrupt(arguments.hold);
     // What a command shows is to be seen when it ran, not when the node ends.
     if (arguments.hold) std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const auto start = steady_clock::now();
-    if (!run_replay(arguments)) {
-        report::complain("the library started no packet task");
+    if (!run_replay(arguments, host)) {
+        host.complain("the library started no packet task");
         return kFailed;
     }
     const std::chrono::duration<double> took = steady_clock::now() - start;
@@ -127,12 +128,13 @@ int run(const Arguments& arguments) {
     const std::string text = arguments.json ? as_json(summary) : as_text(summary);
     bool complete = summary.report.failures.empty();
     if (std::fputs(text.c_str(), out) < 0 || std::fflush(out) != 0) {
-        report::complain("the summary could not be written");
+        host.complain("the summary could not be written");
         complete = false;
     }
-    for (const std::string& line : summary.report.failures) report::complain(line);
+    for (const std::string& line : summary.report.failures) host.complain(line);
+    if (arguments.hold && !summary.interrupted) hold_until_interrupted(host);
+    if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
     if (summary.interrupted) return kInterrupted;
-    if (arguments.hold) hold_until_interrupted();
     return complete ? kDone : kFailed;
 }
 

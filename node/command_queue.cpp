@@ -1,0 +1,88 @@
+#include "node/command_queue.h"
+
+#include <dlfcn.h>
+#include <sys/eventfd.h>
+#include <sys/msg.h>
+#include <unistd.h>
+
+#include <bit>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "command/command.h"
+
+namespace node {
+namespace {
+
+// As msgrcv delivers it, with room for one byte that no record has.
+struct Message {
+    long type;
+    char text[MC_RECORD_TEXT + 1];
+};
+
+void (*say)(const std::string& line) = nullptr;
+int lost = -1;
+std::uint64_t too_long = 0;  // the command task's alone
+
+std::string queue_name() { return "queue " + std::to_string(MC_QUEUE_KEY); }
+
+using Receive = ssize_t(int, void*, std::size_t, long, int);
+
+Receive* receive_of_c_library() {
+    static Receive* const found = reinterpret_cast<Receive*>(dlsym(RTLD_NEXT, "msgrcv"));
+    return found;
+}
+
+// Whoever posts one can post millions: the first is said, then the second, the fourth and so on.
+void say_too_long() {
+    ++too_long;
+    if (say == nullptr || !std::has_single_bit(too_long)) return;
+    say("took a message of more than " + std::to_string(MC_RECORD_TEXT) + " bytes off " +
+        queue_name() + ", number " + std::to_string(too_long));
+}
+
+// To go back to the library would be to run the last record once more.
+[[noreturn]] void end_commands(int error) {
+    const bool removed = error == EIDRM || error == EINVAL;
+    const std::string reason = removed ? " was removed" : std::string(": ") + std::strerror(error);
+    if (say != nullptr) say(queue_name() + reason + ": no command can come, the node ends");
+    const std::uint64_t one = 1;
+    static_cast<void>(!write(lost, &one, sizeof one));
+    for (;;) pause();
+}
+
+ssize_t receive_record(int queue, void* record, long type) {
+    Message message;
+    for (;;) {
+        const ssize_t length =
+            receive_of_c_library()(queue, &message, sizeof message.text, type, MSG_NOERROR);
+        if (length < 0) {
+            if (errno != EINTR) end_commands(errno);
+        } else if (length > MC_RECORD_TEXT) {
+            say_too_long();
+        } else {
+            // Behind a short message the library keeps what was there.
+            std::memcpy(record, &message,
+                        offsetof(Message, text) + static_cast<std::size_t>(length));
+            return length;
+        }
+    }
+}
+
+}  // namespace
+
+int guard_command_queue(void (*complain)(const std::string& line)) {
+    say = complain;
+    lost = eventfd(0, EFD_CLOEXEC);
+    return lost;
+}
+
+}  // namespace node
+
+// The library finds this one before that of the C library, whose header gives the names.
+extern "C" ssize_t msgrcv(int msqid, void* msgp, std::size_t msgsz, long msgtyp, int msgflg) {
+    if (msgsz == MC_RECORD_TEXT && msgflg == 0) return node::receive_record(msqid, msgp, msgtyp);
+    return node::receive_of_c_library()(msqid, msgp, msgsz, msgtyp, msgflg);
+}

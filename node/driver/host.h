@@ -1,0 +1,28 @@
+// What the program hands to either way to run it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace driver {
+
+struct Host {
+    // Says one line on standard error, whatever a name in it holds.
+    void (*complain)(const std::string& line);
+    // A descriptor that can be read once the command queue is of no use any more, to the end.
+    int queue_lost;
+};
+
+// Whether it is by now, or becomes so within that time; a signal ends the wait too.
+[[nodiscard]] bool is_queue_lost(const Host& host, int patience_ms);
+
+// The exit status of a node whose command queue is of no use any more.
+inline constexpr int kQueueLost = 3;
+
+// Starts the library with all signals blocked, so that they are in all of its tasks, for good. A
+// task that waits for a message would be woken by one, and the command task would take that for a
+// message: it runs its last record again. What a fault raises stays, a debugger or a sanitizer
+// waits for it.
+void start_without_signals(std::int32_t (*start)());
+
+}  // namespace driver
