@@ -11,6 +11,7 @@
 #include <variant>
 
 #include "node/arguments.h"
+#include "node/core/development_core.h"
 #include "node/live/live.h"
 #include "node/replay/replay.h"
 #include "node/report/console.h"
@@ -28,7 +29,9 @@ struct Runner {
 int run(int argc, char** argv) {
     try {
         const auto arguments = node::parse_arguments(argc, argv);
-        return arguments ? std::visit(Runner{}, *arguments) : kDone;
+        if (!arguments) return kDone;
+        devcore::set_bounds(arguments->bounds);
+        return std::visit(Runner{}, arguments->run);
     } catch (const std::exception& error) {
         report::complain(error.what());
     }
