@@ -51,6 +51,8 @@ void declare_common(Parser& parser, Words& words) {
 void declare_bounds(Parser& parser, BoundWords& words) {
     parser.last({"--most-sources", "N", "Sources kept of a host and group (default 512)"},
                 words.sources);
+    parser.last({"--most-group-sources", "N", "Sources kept of a group and port (default 2048)"},
+                words.group_sources);
     parser.last({"--most-hosts", "N", "Hosts kept of a group and port (default 1024)"},
                 words.hosts);
     parser.last({"--most-groups", "N", "Groups kept of a port, IGMP and MLD each (default 4096)"},

@@ -22,6 +22,7 @@ void take(const char* option, const std::string& text, std::uint32_t& bound) {
 devcore::Bounds meaning_of(const BoundWords& words) {
     devcore::Bounds bounds;
     take("--most-sources", words.sources, bounds.sources_per_host);
+    take("--most-group-sources", words.group_sources, bounds.sources_per_group);
     take("--most-hosts", words.hosts, bounds.hosts_per_group);
     take("--most-groups", words.groups, bounds.groups_per_port);
     take("--most-addresses", words.addresses, bounds.addresses_per_port);

@@ -10,6 +10,7 @@ namespace node {
 // The options as they stand on the command line, empty for the default.
 struct BoundWords {
     std::string sources;
+    std::string group_sources;
     std::string hosts;
     std::string groups;
     std::string addresses;

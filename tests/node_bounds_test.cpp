@@ -138,6 +138,37 @@ TEST_F(Bounded, SourcesBeyondTheBoundOfAHostAreRefusedAndTheOthersStay) {
     EXPECT_EQ(devcore::memberships().at(1).sources.size(), 3U);
 }
 
+TEST_F(Bounded, SourcesBeyondTheBoundOfAGroupAreRefusedAndNobodyIsCutOff) {
+    devcore::set_bounds({.sources_per_group = 4});
+    receive(2, v3_report(kHost, kAllow, kGroup, sources(3)));
+    receive(2, v3_report(kHost + 1, kToEx, kGroup, sources(1)));
+    receive(2,
+            v3_report(kHost + 1, kToIn, kGroup, sources(3, kSource + 2)));  // the fifth is refused
+    EXPECT_EQ(devcore::memberships().at(0).sources.size(), 4U);
+    EXPECT_EQ(drops(Drop::kGroupSourceBound), 1U);
+    receive(2, v3_report(kHost + 2, kAllow, kGroup, {kSource + 9}));
+    EXPECT_EQ(devcore::memberships().at(0).reporters.size(), 2U);
+    receive(2, v3_report(kHost, kToIn, kGroup, {kSource + 9}));
+    EXPECT_EQ(devcore::memberships().at(0).sources.size(), 4U);
+    EXPECT_EQ(drops(Drop::kGroupSourceBound), 3U);
+    receive(2, v3_report(kHost + 2, kAllow, kGroup, {kSource}));
+    EXPECT_EQ(devcore::memberships().at(0).reporters.size(), 3U);
+}
+
+/* The dearest that a host can do: in proxy mode all sources are reported anew, both ways. */
+TEST_F(Bounded, AHostThatChangesItsMindMakesABoundedReport) {
+    igmp_mode_switch_globle(2);
+    for (std::uint32_t i = 0; i < 80; ++i) {
+        receive(1, v3_report(kHost + i, kAllow, kGroup, sources(400, kSource + 400 * i)));
+    }
+    receive(1, v3_report(kHost + 1000, kToEx, kGroup));
+    sent_upstream.clear();
+    receive(1, v3_report(kHost + 1000, kToIn, kGroup, {kSource}));
+    std::size_t named = 0;
+    for (const Bytes& packet : sent_upstream) named += (packet.size() - 40) / 4;
+    EXPECT_EQ(named, Bounds().sources_per_group);
+}
+
 TEST_F(Bounded, HostsBeyondTheBoundOfAGroupAreRefused) {
     devcore::set_bounds({.hosts_per_group = 2});
     for (std::uint32_t i = 0; i < 5; ++i) {
@@ -586,6 +617,7 @@ double cost(const std::function<void(std::uint32_t)>& call) {
 
 constexpr double kAlike = 2;
 constexpr Bounds kWide{.sources_per_host = 100'000,
+                       .sources_per_group = 100'000,
                        .hosts_per_group = 100'000,
                        .groups_per_port = 100'000,
                        .addresses_per_port = 10'000'000,
@@ -664,16 +696,18 @@ void attack(std::uint32_t port) {
         MldReceiveRecord about{};
         mld_pkt_recv(packet.data(), static_cast<std::uint32_t>(packet.size()), port, kVlan, &about);
     };
-    for (std::uint32_t i = 0; i < 150; ++i) {
-        send(v3_report(kHost, kAllow, kGroup, sources(360, kSource + 360 * i)));
-        send(v3_report(kHost + i, kAllow, kGroup, sources(360, kSource + 360 * i)));
-    }
     for (std::uint32_t i = 0; i < 21'000; ++i) {
-        send(v2_report(kHost + i, kGroup + 1));
         send(v2_report(kHost, kGroup + i));
+        send(v2_report(kHost + i, kGroup));
         if (i % 3 != 0) continue;
-        send_mld(mld_report(numbered(kAnyHost6, i), kGroup6));
         send_mld(mld_report(numbered(kAnyHost6, 1), numbered(kAnyGroup6, i)));
+        send_mld(mld_report(numbered(kAnyHost6, i), kGroup6));
+    }
+    for (std::uint32_t i = 0; i < 150; ++i) {
+        send(v3_report(kHost, kToIn, kGroup + 1, sources(360, kSource + 360 * i)));
+        send(v3_report(kHost, kAllow, kGroup + 1, sources(360, kSource + 360 * i + 180)));
+        send(v3_report(kHost + i, kAllow, kGroup + 2, sources(360, kSource + 360 * i)));
+        send(v3_report(kHost + 1, kToIn, kGroup + 3 + i, sources(360, kSource)));
     }
 }
 
@@ -691,8 +725,10 @@ TEST_F(Bounded, APortUnderAttackLeavesTheJoinsOfOthersAsTheyWere) {
     const double before = join_and_leave_cost();
     attack(1);
     EXPECT_GT(drops(Drop::kSourceBound), 0U);
+    EXPECT_GT(drops(Drop::kGroupSourceBound), 0U);
+    EXPECT_GT(drops(Drop::kHostBound), 0U);
     EXPECT_GT(drops(Drop::kGroupBound), 0U);
-    EXPECT_GT(drops(Drop::kAddressBound) + drops(Drop::kHostBound), 0U);
+    EXPECT_GT(drops(Drop::kAddressBound), 0U);
     const double after = join_and_leave_cost();
     std::printf("a join or leave: %.0f ns before, %.0f ns after\n", before, after);
     EXPECT_LT(after, kAlike * before);

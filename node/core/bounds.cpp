@@ -18,6 +18,8 @@ std::optional<std::uint32_t> bound_of(Drop reason) {
     switch (reason) {
         case Drop::kSourceBound:
             return bounds().sources_per_host;
+        case Drop::kGroupSourceBound:
+            return bounds().sources_per_group;
         case Drop::kHostBound:
             return bounds().hosts_per_group;
         case Drop::kGroupBound:

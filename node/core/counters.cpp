@@ -73,6 +73,8 @@ std::string_view name(Drop reason) {
             return "bandwidth limit of the port";
         case Drop::kSourceBound:
             return "bound on sources of a host";
+        case Drop::kGroupSourceBound:
+            return "bound on sources of a group";
         case Drop::kHostBound:
             return "bound on hosts of a group";
         case Drop::kGroupBound:

@@ -43,6 +43,7 @@ void reset();
 // and what is there stays; the first refusal of a port is said on the console.
 struct Bounds {
     std::uint32_t sources_per_host = 512;      // of one group; a report has no room for more
+    std::uint32_t sources_per_group = 2048;    // different ones, behind one port
     std::uint32_t hosts_per_group = 1024;      // behind one port
     std::uint32_t groups_per_port = 4096;      // of each family
     std::uint32_t addresses_per_port = 32768;  // hosts and sources of all groups together
@@ -131,10 +132,11 @@ enum class Drop : std::uint8_t {
     kNotAuthorised,     // by range, list or control list
     kGroupLimit,
     kBandwidthLimit,
-    kSourceBound,   // sources of a host
-    kHostBound,     // hosts of a group
-    kGroupBound,    // groups of a port
-    kAddressBound,  // hosts and sources of a port
+    kSourceBound,       // sources of a host
+    kGroupSourceBound,  // sources of a group
+    kHostBound,         // hosts of a group
+    kGroupBound,        // groups of a port
+    kAddressBound,      // hosts and sources of a port
     kControlListBound,
 };
 

@@ -74,10 +74,22 @@ void remove_source(const Books& books, Host& host, const Address& source) {
     host.sources.erase(found);
 }
 
-std::optional<Drop> refuse_source(const Port& port, const Host& host) {
+// The first one of a group that has none yet always fits.
+bool fits_group(const Tally& tally, const Address& source) {
+    return tally.sources.size() < bounds().sources_per_group || tally.sources.contains(source);
+}
+
+std::optional<Drop> refuse_source(const Books& books, const Host& host, const Address& source) {
+    const Port& port = books.port;
     if (host.sources.size() >= bounds().sources_per_host) return Drop::kSourceBound;
+    if (!fits_group(books.group.tally, source)) return Drop::kGroupSourceBound;
     if (port.addresses >= bounds().addresses_per_port) return Drop::kAddressBound;
     return std::nullopt;
+}
+
+bool any_fits_group(const Tally& tally, const Record& record) {
+    return std::ranges::any_of(record.sources,
+                               [&](const Address& source) { return fits_group(tally, source); });
 }
 
 std::optional<Drop> name_sources(const Books& books, NamedHost& named, const Record& record) {
@@ -87,7 +99,7 @@ std::optional<Drop> name_sources(const Books& books, NamedHost& named, const Rec
         const auto known = host.sources.find(source);
         if (known != host.sources.end()) {
             if (!host.exclude) hear_again(books.group, known->second);
-        } else if (const auto full = refuse_source(books.port, host)) {
+        } else if (const auto full = refuse_source(books, host, source)) {
             refused = full;
         } else {
             add_source(books, named, source);
@@ -134,6 +146,15 @@ void begin_include(const Books& books, Host& host) {
 // an older version has put into EXCLUDE() is no such answer: IS_IN then says all there is.
 bool says_all(const Host& host, const Record& record, std::uint8_t version) {
     return record.type == RecordType::kIsInclude && host.version < version;
+}
+
+bool excludes(const Record& record) {
+    return record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
+}
+
+// Whether the record takes the place of all sources, or adds to them.
+bool replaces(const Host& host, const Record& record, std::uint8_t version) {
+    return record.type == RecordType::kToInclude || says_all(host, record, version);
 }
 
 // The state of a host and what a record makes of it. INCLUDE lists the sources wanted, EXCLUDE
@@ -194,6 +215,11 @@ bool leaves(const Host& host, const Record& record, std::uint8_t version) {
 
 // ---- All hosts ----------------------------------------------------------------------------------
 
+const Host* find_host(const Group& group, const Address& address) {
+    const auto found = group.hosts.find(address);
+    return found == group.hosts.end() ? nullptr : &found->second;
+}
+
 void remove_host(const Books& books, Hosts::iterator found) {
     Host& host = found->second;
     begin_include(books, host);
@@ -252,26 +278,22 @@ bool joins(const Record& record) {
 
 std::optional<Drop> refuse_for_room(const Port& port, const Group* group, const Reporter& from,
                                     const Record& record) {
-    const Host* host = nullptr;
+    const Host* const host = group == nullptr ? nullptr : find_host(*group, from.host);
+    const bool is_new = host == nullptr;
+    const bool is_first = group == nullptr || group->hosts.empty();
+    if (!is_first && is_new && group->hosts.size() >= bounds().hosts_per_group) {
+        return Drop::kHostBound;
+    }
+    // A host that keeps what it has holds the group anyhow.
+    const bool needs_source =
+        !excludes(record) && (is_new || replaces(*host, record, from.version));
+    if (needs_source && !is_first && !any_fits_group(group->tally, record)) {
+        return Drop::kGroupSourceBound;
+    }
+    const std::size_t needed = (is_new ? 1 : 0) + (needs_source ? 1 : 0);
     std::size_t freed = 0;
-    if (group != nullptr) {
-        const auto known = group->hosts.find(from.host);
-        if (known != group->hosts.end()) host = &known->second;
-        if (group->hosts.empty()) freed = group->addresses;
-        if (host == nullptr && group->hosts.size() >= bounds().hosts_per_group) {
-            return Drop::kHostBound;
-        }
-    }
-    const bool excludes =
-        record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
-    std::size_t needed = 0;
-    if (host == nullptr) {
-        needed = excludes ? 1 : 2;
-    } else if (record.type == RecordType::kToInclude || says_all(*host, record, from.version)) {
-        needed = 1;
-        freed = host->sources.size();
-    }
-    // A host that is known and needs nothing stays, however full the port is.
+    if (group != nullptr && is_first) freed = group->addresses;  // of the last one that left
+    if (needs_source && !is_new) freed = host->sources.size();
     const bool is_full = port.addresses + needed > bounds().addresses_per_port + freed;
     if (needed > 0 && is_full) return Drop::kAddressBound;
     return std::nullopt;
