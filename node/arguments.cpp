@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "node/bound_arguments.h"
 #include "node/live_arguments.h"
 #include "node/replay_arguments.h"
 #include "node/usage_error.h"
@@ -45,8 +46,23 @@ void declare_common(Parser& parser, Words& words) {
     parser.flag("--json", words.json, "Print the summary as one JSON object");
 }
 
+void declare_bounds(Parser& parser, BoundWords& words) {
+    parser.last({"--most-sources", "N", "Sources kept of a host and group (default 512)"},
+                words.sources);
+    parser.last({"--most-group-sources", "N", "Sources kept of a group and port (default 2048)"},
+                words.group_sources);
+    parser.last({"--most-hosts", "N", "Hosts kept of a group and port (default 1024)"},
+                words.hosts);
+    parser.last({"--most-groups", "N", "Groups kept of a port, IGMP and MLD each (default 4096)"},
+                words.groups);
+    parser.last({"--most-addresses", "N", "Hosts and sources kept of a port (default 32768)"},
+                words.addresses);
+    parser.last({"--most-ranges", "N", "Ranges in the control list of a port (default 4096)"},
+                words.ranges);
+}
+
 // Both fill the words when the command line is parsed.
-Parser& declare_replay(Parser& program, ReplayWords& words) {
+Parser& declare_replay(Parser& program, ReplayWords& words, BoundWords& bounds) {
     Parser& replay = program.command(
         "replay", "Feeds captures to the node, as fast as it goes, and sums up what it did");
     replay.once({"scenario", "SCENARIO_DIR",
@@ -64,6 +80,7 @@ Parser& declare_replay(Parser& program, ReplayWords& words) {
                  "lines of SECONDS WORDS, the words as for mcctl"},
                 words.commands);
     declare_common(replay, words);
+    declare_bounds(replay, bounds);
     replay.last({"--until", "SECONDS", "Let timers run on for so long after the last frame"},
                 words.tail_s);
     replay.flag("--hold", words.hold,
@@ -73,12 +90,13 @@ Parser& declare_replay(Parser& program, ReplayWords& words) {
     return replay;
 }
 
-Parser& declare_live(Parser& program, LiveWords& words) {
+Parser& declare_live(Parser& program, LiveWords& words, BoundWords& bounds) {
     Parser& live = program.command("live", "Runs the node on the ports of a Linux bridge");
     live.once({"--bridge", "INTERFACE", "The bridge that switches the streams"}, words.bridge);
     live.each({"--port", "PORT=INTERFACE", "Interface of a user port, 0 to 5"}, words.ports);
     live.each({"--uplink", "INTERFACE", "Interface towards the network"}, words.uplinks);
     declare_common(live, words);
+    declare_bounds(live, bounds);
     live.footer(kLiveFooter);
     return live;
 }
@@ -88,11 +106,12 @@ Parser& declare_live(Parser& program, LiveWords& words) {
 std::optional<Arguments> parse_arguments(int argc, char** argv) {
     ReplayWords replay_words;
     LiveWords live_words;
+    BoundWords bound_words;
     Parser program("mc_node", "Runs the multicast adaptation layer on the development core.");
     program.keep_unknown_words();
     program.footer("'mc_node replay --help' and 'mc_node live --help' tell more.");
-    const Parser& replay = declare_replay(program, replay_words);
-    const Parser& live = declare_live(program, live_words);
+    const Parser& replay = declare_replay(program, replay_words, bound_words);
+    const Parser& live = declare_live(program, live_words, bound_words);
 
     try {
         if (!program.parse({argv + std::min(argc, 1), argv + argc})) return std::nullopt;
@@ -108,8 +127,9 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
         throw UsageError("'" + unknown.front() + "' is not an option of " +
                          (live.is_named() ? "live" : "replay"));
     }
-    if (live.is_named()) return meaning_of(live_words);
-    return meaning_of(replay_words);
+    const devcore::Bounds bounds = meaning_of(bound_words);
+    if (live.is_named()) return Arguments{meaning_of(live_words), bounds};
+    return Arguments{meaning_of(replay_words), bounds};
 }
 
 }  // namespace node

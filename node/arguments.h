@@ -4,12 +4,16 @@
 #include <optional>
 #include <variant>
 
+#include "node/core/development_core.h"
 #include "node/live/arguments.h"
 #include "node/replay/arguments.h"
 
 namespace node {
 
-using Arguments = std::variant<replay::Arguments, live::Arguments>;
+struct Arguments {
+    std::variant<replay::Arguments, live::Arguments> run;
+    devcore::Bounds bounds;
+};
 
 // Reads the command line. Nothing comes back when help was asked for, or no sub-command given: the
 // help is then printed already. Throws UsageError.

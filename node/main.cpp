@@ -16,6 +16,7 @@
 
 #include "node/arguments.h"
 #include "node/command_queue.h"
+#include "node/core/development_core.h"
 #include "node/driver/host.h"
 #include "node/live/live.h"
 #include "node/replay/replay.h"
@@ -47,7 +48,9 @@ driver::Host make_host() {
 int run(int argc, char** argv) {
     try {
         const auto arguments = node::parse_arguments(argc, argv);
-        return arguments ? std::visit(Runner{make_host()}, *arguments) : kDone;
+        if (!arguments) return kDone;
+        devcore::set_bounds(arguments->bounds);
+        return std::visit(Runner{make_host()}, arguments->run);
     } catch (const std::exception& error) {
         complain(error.what());
     }

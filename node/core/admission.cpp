@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "node/core/address.h"
+#include "node/core/bounds.h"
 #include "node/core/membership.h"
 
 namespace devcore {
@@ -27,21 +28,29 @@ bool is_authorised(const GroupKey& key) {
     const VlanGroup vlan_group{key.vlan, group};
     return (!port.range_auth || find_range(port, key.vlan, group) != nullptr) &&
            (list.empty() || list.contains(vlan_group)) &&
-           (port.control_list.empty() || port.control_list.contains(vlan_group));
+           (port.control_list.empty() || is_on_list(port.control_list, vlan_group));
 }
 
 }  // namespace
 
 std::optional<Drop> refuse_join(const GroupKey& key) {
-    if (key.family != Family::kIpv4) return std::nullopt;
     const Port& port = *find_port(key.port);
+    const bool is_igmp = key.family == Family::kIpv4;
     if (!is_authorised(key)) return Drop::kNotAuthorised;
+    if ((is_igmp ? port.groups : port.mld_groups) >= bounds().groups_per_port) {
+        return Drop::kGroupBound;
+    }
+    if (!is_igmp) return std::nullopt;
     if (port.group_limit != 0 && port.groups >= port.group_limit) return Drop::kGroupLimit;
     const std::uint32_t more = imputed_bandwidth(port, key.vlan, to_ipv4(key.group));
     if (port.bandwidth_limited && port.bandwidth + more > port.bandwidth_limit) {
         return Drop::kBandwidthLimit;
     }
     return std::nullopt;
+}
+
+void revoke_if_unauthorised(const GroupKey& key) {
+    if (!is_authorised(key)) remove_group_of(key);
 }
 
 void revoke_unauthorised() {

@@ -1,10 +1,11 @@
-// Which groups a port may join. All of this is about IPv4 groups: the settings name IPv4 addresses
-// and the limits are those of IGMP, so MLD memberships are always admitted.
+// Which groups a port may join. Most of this is about IPv4 groups: the settings name IPv4 addresses
+// and the limits are those of IGMP, so MLD memberships meet the bound only.
 //
 //   range authorisation   while enabled on a port, one of its ranges must hold the group
 //   private list          while it holds anything, it must hold the group; for all ports
 //   control list          while a port has one, it must hold the group
 //   group limit           memberships of a port, 0 for no limit
+//   bound                 memberships of a port and family (bounds.h)
 //   bandwidth limit       sum of what the port's ranges impute to its groups
 //
 // Each of them that is on must agree. A membership that a change leaves without authorisation ends
@@ -22,7 +23,9 @@ namespace devcore {
 // Why a new membership is refused; nothing when it is admitted.
 [[nodiscard]] std::optional<Drop> refuse_join(const GroupKey& key);
 
-// To be called when ranges or lists have changed.
+// To be called when one group has been taken off a list.
+void revoke_if_unauthorised(const GroupKey& key);
+// To be called when ranges or lists have changed otherwise.
 void revoke_unauthorised();
 
 // By the port's first range that holds the group; 0 without one.

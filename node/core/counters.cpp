@@ -71,6 +71,18 @@ std::string_view name(Drop reason) {
             return "group limit of the port";
         case Drop::kBandwidthLimit:
             return "bandwidth limit of the port";
+        case Drop::kSourceBound:
+            return "bound on sources of a host";
+        case Drop::kGroupSourceBound:
+            return "bound on sources of a group";
+        case Drop::kHostBound:
+            return "bound on hosts of a group";
+        case Drop::kGroupBound:
+            return "bound on groups of a port";
+        case Drop::kAddressBound:
+            return "bound on addresses of a port";
+        case Drop::kControlListBound:
+            return "bound on ranges of a control list";
     }
     return "";
 }

@@ -36,6 +36,23 @@ void watch_timers(std::function<void(std::optional<std::uint64_t> due_us)> chang
 // A fresh core: no settings, call-backs, memberships or counts, and the clock at 0. For tests.
 void reset();
 
+// ---- Bounds -------------------------------------------------------------------------------------
+
+// How much the core keeps, so that what one port sends can neither fill the memory nor slow down
+// the others. No real network meets the defaults. What is beyond a bound is refused and counted,
+// and what is there stays; the first refusal of a port is said on the console.
+struct Bounds {
+    std::uint32_t sources_per_host = 512;      // of one group; a report has no room for more
+    std::uint32_t sources_per_group = 2048;    // different ones, behind one port
+    std::uint32_t hosts_per_group = 1024;      // behind one port
+    std::uint32_t groups_per_port = 4096;      // of each family
+    std::uint32_t addresses_per_port = 32768;  // hosts and sources of all groups together
+    std::uint32_t control_list_ranges = 4096;  // of a port; addresses in a row are one range
+};
+
+// None of them 0. They hold for what comes from now on, and outlive igmp_data_init.
+void set_bounds(const Bounds& bounds);
+
 // ---- Memberships --------------------------------------------------------------------------------
 
 // 16 bytes for both families; an IPv4 address is in the first four and the others are 0.
@@ -92,7 +109,8 @@ enum class Received : std::uint8_t {
 };
 
 // Why a packet, or one group record of it, came to nothing. A packet of an understood kind is
-// counted as received as well.
+// counted as received as well. At a bound it may be some sources only that are refused, and at that
+// of the control list it is a command.
 enum class Drop : std::uint8_t {
     kBadLength,         // shorter than its headers, or longer than a frame
     kNotIp,             // not this version of IP, or neither IGMP nor ICMPv6 in it
@@ -114,6 +132,12 @@ enum class Drop : std::uint8_t {
     kNotAuthorised,     // by range, list or control list
     kGroupLimit,
     kBandwidthLimit,
+    kSourceBound,       // sources of a host
+    kGroupSourceBound,  // sources of a group
+    kHostBound,         // hosts of a group
+    kGroupBound,        // groups of a port
+    kAddressBound,      // hosts and sources of a port
+    kControlListBound,
 };
 
 enum class Sent : std::uint8_t {
@@ -125,7 +149,7 @@ enum class Sent : std::uint8_t {
 };
 
 inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received::kMldQuery) + 1;
-inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kBandwidthLimit) + 1;
+inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kControlListBound) + 1;
 inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldGroupQuery) + 1;
 
 // Texts such as "IGMPv2 report", "wrong checksum" and "IGMP general query".

@@ -53,13 +53,15 @@ std::string ipv4_text(std::uint32_t address) { return text(Family::kIpv4, from_i
 void print_group(const GroupKey& key, const Group& group) {
     const std::uint64_t now = core().now_us;
     const auto end = expires_at(key, group);
+    const Filter filter = filter_of(group.tally);
     const std::string left = end ? seconds_text(*end - std::min(now, *end)) : "never";
     std::printf("%-7s %5u %-40s %3u %-8s %7zu %9zu %8s %9s %s\n", port_text(key.port).c_str(),
-                unsigned{key.vlan}, text(key.family, key.group).c_str(), unsigned{group.version},
-                group.filter.exclude ? "exclude" : "include", group.filter.sources.size(),
-                group.hosts.size(), seconds_text(now - group.joined_us).c_str(), left.c_str(),
+                unsigned{key.vlan}, text(key.family, key.group).c_str(),
+                unsigned{oldest_version(group.tally)}, filter.exclude ? "exclude" : "include",
+                filter.sources.size(), group.hosts.size(),
+                seconds_text(now - group.joined_us).c_str(), left.c_str(),
                 group.programmed ? "programmed" : "not programmed");
-    for (const Address& source : group.filter.sources) {
+    for (const Address& source : filter.sources) {
         std::printf("%14s source   %s\n", "", text(key.family, source).c_str());
     }
     for (const auto& [address, host] : group.hosts) {
@@ -91,8 +93,9 @@ std::size_t count_groups(const GroupFilterFunction& wanted) {
 void print_proxy_groups(std::uint32_t only) {
     std::printf("Groups reported upstream\n%5s %-15s %-8s %s\n", "vlan", "group", "mode",
                 "sources");
-    for (const auto& [place, filter] : core().upstream) {
-        if (only != 0 && place.second != only) continue;
+    for (const auto& [place, upstream] : core().upstream) {
+        if (!upstream.is_reported || (only != 0 && place.second != only)) continue;
+        const Filter& filter = upstream.reported;
         std::printf("%5u %-15s %-8s", unsigned{place.first}, ipv4_text(place.second).c_str(),
                     filter.exclude ? "exclude" : "include");
         for (const Address& source : filter.sources) {
@@ -150,10 +153,12 @@ void print_ranges(const Port& port, std::uint32_t only) {
                     port_text(port.number).c_str(), ipv4_text(range.start).c_str(),
                     ipv4_text(range.end).c_str(), unsigned{range.vlan}, range.bandwidth);
     }
-    for (const auto& [vlan, group] : port.control_list) {
-        if (only != 0 && only != group) continue;
+    for (const auto& [place, last] : port.control_list) {
+        const auto& [vlan, first] = place;
+        if (only != 0 && (only < first || only > last)) continue;
+        const std::string to = first == last ? "" : "to " + ipv4_text(last);
         std::printf("%-7s control list %-15s %-18s vlan %5u\n", port_text(port.number).c_str(),
-                    ipv4_text(group).c_str(), "", unsigned{vlan});
+                    ipv4_text(first).c_str(), to.c_str(), unsigned{vlan});
     }
 }
 

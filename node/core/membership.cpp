@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <set>
 #include <string>
 #include <utility>
 
 #include "node/core/address.h"
 #include "node/core/admission.h"
+#include "node/core/bounds.h"
+#include "node/core/hosts.h"
 #include "node/core/querier.h"
 #include "node/core/upstream.h"
 
@@ -22,75 +23,6 @@ std::string about(const GroupKey& key) { return name_of(key) + " on port " + por
 Group* find_group(const GroupKey& key) {
     const auto found = core().groups.find(key);
     return found == core().groups.end() ? nullptr : &found->second;
-}
-
-// ---- Hosts --------------------------------------------------------------------------------------
-
-bool joins(const Record& record) {
-    switch (record.type) {
-        case RecordType::kIsExclude:
-        case RecordType::kToExclude:
-            return true;
-        case RecordType::kIsInclude:
-        case RecordType::kToInclude:
-        case RecordType::kAllowSources:
-            return !record.sources.empty();
-        case RecordType::kBlockSources:
-            return false;
-    }
-    return false;
-}
-
-bool holds(const Host& host) { return host.exclude || !host.sources.empty(); }
-
-void name_sources(Host& host, const Record& record) {
-    for (const Address& source : record.sources) host.sources[source] = core().now_us;
-}
-
-void forget_sources(Host& host, const Record& record) {
-    for (const Address& source : record.sources) host.sources.erase(source);
-}
-
-// The state of a host and what a record makes of it. INCLUDE lists the sources wanted, EXCLUDE
-// those not wanted.
-//
-//   state       IS_EX, TO_EX (A)  TO_IN (A)   IS_IN, ALLOW (A)  BLOCK (A)
-//   INCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  INCLUDE(B+A)      INCLUDE(B-A)
-//   EXCLUDE(B)  EXCLUDE(A)        INCLUDE(A)  EXCLUDE(B-A)      EXCLUDE(B+A)
-//
-// IS_IN only adds, because it may answer a query that named some of the sources. What a message of
-// an older version has put into EXCLUDE() is no such answer: IS_IN then says all there is.
-void apply(Host& host, const Record& record, std::uint8_t version) {
-    const bool was_older = host.version < version;
-    if (record.type == RecordType::kIsInclude && was_older) host = Host{};
-    host.version = version;
-    switch (record.type) {
-        case RecordType::kIsExclude:
-        case RecordType::kToExclude:
-            host.exclude = true;
-            host.heard_us = core().now_us;
-            host.sources.clear();
-            name_sources(host, record);
-            break;
-        case RecordType::kToInclude:
-            host.exclude = false;
-            host.sources.clear();
-            name_sources(host, record);
-            break;
-        case RecordType::kIsInclude:
-        case RecordType::kAllowSources:
-            host.exclude ? forget_sources(host, record) : name_sources(host, record);
-            break;
-        case RecordType::kBlockSources:
-            host.exclude ? name_sources(host, record) : forget_sources(host, record);
-            break;
-    }
-}
-
-Filter filter_of(const Host& host) {
-    Filter filter{host.exclude, {}};
-    for (const auto& [source, heard] : host.sources) filter.sources.insert(source);
-    return filter;
 }
 
 // ---- Ageing -------------------------------------------------------------------------------------
@@ -111,54 +43,14 @@ std::optional<AgeRule> age_rule(Family family) {
     return AgeRule{*interval, age_switch(family).since_us};
 }
 
-// When the first piece of a host ages, and when the last one does.
-struct Ageing {
-    std::uint64_t first;
-    std::uint64_t last;
-};
-
-Ageing ageing_of(const Host& host, const AgeRule& rule) {
-    if (host.exclude) {
-        const std::uint64_t at = rule.aged_at(host.heard_us);
-        return {at, at};
-    }
-    Ageing ageing{UINT64_MAX, 0};
-    for (const auto& [source, heard] : host.sources) {
-        const std::uint64_t at = rule.aged_at(heard);
-        ageing = {std::min(ageing.first, at), std::max(ageing.last, at)};
-    }
-    return ageing;
-}
-
-Ageing ageing_of(const Group& group, const AgeRule& rule) {
-    Ageing ageing{UINT64_MAX, 0};
-    for (const auto& [address, host] : group.hosts) {
-        const Ageing one = ageing_of(host, rule);
-        ageing = {std::min(ageing.first, one.first), std::max(ageing.last, one.last)};
-    }
-    return ageing;
-}
-
-// Takes out of a host what has aged.
-void age(Host& host, const AgeRule& rule) {
-    const auto is_aged = [&rule](std::uint64_t heard) {
-        return rule.aged_at(heard) <= core().now_us;
-    };
-    if (!host.exclude) {
-        std::erase_if(host.sources, [&](const auto& source) { return is_aged(source.second); });
-    } else if (is_aged(host.heard_us)) {
-        host = Host{};
-    }
-}
-
 void run_ageing(const GroupKey& key);
 
 void arm_ageing(const GroupKey& key, Group& group) {
     core().timers.stop(group.age_timer);
     const auto rule = age_rule(key.family);
-    if (!rule || group.hosts.empty()) return;
+    if (!rule || group.pieces.empty()) return;
     group.age_timer = core().timers.start(
-        ageing_of(group, *rule).first,
+        rule->aged_at(group.pieces.front().heard_us),
         {"membership", [key] { return about(key); }, [key] { run_ageing(key); }});
 }
 
@@ -223,11 +115,14 @@ Group& add_group(const GroupKey& key) {
     const bool programmed = change_entry(key, true);
     Group& group = core().groups[key];
     group.joined_us = core().now_us;
+    Port& port = *find_port(key.port);
     if (key.family == Family::kIpv4) {
-        Port& port = *find_port(key.port);
         group.bandwidth = imputed_bandwidth(port, key.vlan, to_ipv4(key.group));
         port.bandwidth += group.bandwidth;
         ++port.groups;
+        upstream_joined(key.vlan, to_ipv4(key.group));
+    } else {
+        ++port.mld_groups;
     }
     trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " joined"; });
     note_programmed(key, group, programmed);
@@ -240,10 +135,14 @@ void remove_group(const GroupKey& key, const char* why) {
     core().timers.stop(found->second.age_timer);
     core().timers.stop(found->second.leave_timer);
     const bool programmed = found->second.programmed;
+    const Books books = books_of(key, found->second);
+    close_books(books);
     if (key.family == Family::kIpv4) {
-        Port& port = *find_port(key.port);
-        port.bandwidth -= found->second.bandwidth;
-        --port.groups;
+        books.port.bandwidth -= found->second.bandwidth;
+        --books.port.groups;
+        upstream_left(key.vlan, to_ipv4(key.group));
+    } else {
+        --books.port.mld_groups;
     }
     // Gone before a call-back can look.
     core().groups.erase(found);
@@ -252,15 +151,8 @@ void remove_group(const GroupKey& key, const char* why) {
     if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
 }
 
-// Works out again what the hosts want together, and tells upstream.
+// The hosts want something else together, perhaps.
 void refresh(const GroupKey& key, Group& group) {
-    std::vector<Filter> filters;
-    group.version = UINT8_MAX;
-    for (const auto& [address, host] : group.hosts) {
-        filters.push_back(filter_of(host));
-        group.version = std::min(group.version, host.version);
-    }
-    group.filter = merge(filters);
     arm_ageing(key, group);
     if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
 }
@@ -269,8 +161,8 @@ void run_ageing(const GroupKey& key) {
     Group* const group = find_group(key);
     const auto rule = age_rule(key.family);
     if (group == nullptr || !rule) return;
-    for (auto& [address, host] : group->hosts) age(host, *rule);
-    std::erase_if(group->hosts, [](const auto& host) { return !holds(host.second); });
+    age_hosts(books_of(key, *group),
+              [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
     if (group->hosts.empty()) {
         remove_group(key, "aged");
     } else {
@@ -289,7 +181,7 @@ void continue_leave(const GroupKey& key) {
     group->leave_timer = core().timers.start(
         core().now_us + core().settings.last_member_query_interval * kSecond,
         {"last member query", [key] { return about(key); }, [key] { continue_leave(key); }});
-    send_group_query(key, group->version);
+    send_group_query(key, oldest_version(group->tally));
 }
 
 void begin_leave(const GroupKey& key, Group& group) {
@@ -326,9 +218,8 @@ std::optional<Drop> refusal(const Reporter& from, const Record& record) {
 void update(const GroupKey& key, Group& group, const Reporter& from, const Record& record) {
     const bool is_join = joins(record);
     if (!is_join && !group.hosts.contains(from.host)) return;
-    Host& host = group.hosts[from.host];
-    apply(host, record, from.version);
-    if (!holds(host)) group.hosts.erase(from.host);
+    const auto refused = apply_record(books_of(key, group), from, record);
+    if (refused) note_refusal(place_of(key), *refused);
     if (group.hosts.empty()) {
         begin_leave(key, group);
         return;
@@ -336,6 +227,16 @@ void update(const GroupKey& key, Group& group, const Reporter& from, const Recor
     core().timers.stop(group.leave_timer);
     if (is_join) group.last_reporter = from.host;
     refresh(key, group);
+}
+
+// Why there is no room for a record; nothing when there is, or when it needs none.
+std::optional<Drop> refuse_record(const GroupKey& key, const Group* group, const Reporter& from,
+                                  const Record& record) {
+    if (!joins(record)) return std::nullopt;
+    if (group == nullptr) {
+        if (const auto drop = refuse_join(key)) return drop;
+    }
+    return refuse_for_room(*find_port(key.port), group, from, record);
 }
 
 }  // namespace
@@ -355,15 +256,15 @@ void take_record(const Reporter& from, const Record& received) {
     }
     const GroupKey key{from.port, from.vlan, from.family, record.group};
     Group* group = find_group(key);
+    if (group == nullptr && !joins(record)) return;
+    if (const auto drop = refuse_record(key, group, from, record)) {
+        note_refusal(place, *drop);
+        return;
+    }
     if (group != nullptr) {
         const bool is_wanting = joins(record) && !group->programmed;
         if (is_wanting) note_programmed(key, *group, change_entry(key, true));
     } else {
-        if (!joins(record)) return;
-        if (const auto drop = refuse_join(key)) {
-            note_drop(place, *drop);
-            return;
-        }
         group = &add_group(key);
     }
     update(key, *group, from, record);
@@ -377,13 +278,17 @@ void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
     for (const GroupKey& key : keys) remove_group(key, "taken away");
 }
 
+void remove_group_of(const GroupKey& key) { remove_group(key, "taken away"); }
+
 void forget_mld_groups() {
     Core& state = core();
     for (auto& [key, group] : state.groups) {
         if (key.family != Family::kIpv6) continue;
         state.timers.stop(group.age_timer);
         state.timers.stop(group.leave_timer);
+        close_books(books_of(key, group));
     }
+    for (Port& port : state.ports) port.mld_groups = 0;
     std::erase_if(state.groups, [](const auto& one) { return one.first.family == Family::kIpv6; });
 }
 
@@ -404,23 +309,6 @@ std::optional<std::uint64_t> membership_interval(Family family) {
     return (queries + settings.query_max_resp_time) * kSecond;
 }
 
-Filter merge(const std::vector<Filter>& filters) {
-    std::set<Address> wanted;
-    std::optional<std::set<Address>> unwanted;
-    for (const Filter& filter : filters) {
-        if (!filter.exclude) {
-            wanted.insert(filter.sources.begin(), filter.sources.end());
-        } else if (!unwanted) {
-            unwanted = filter.sources;
-        } else {
-            std::erase_if(*unwanted, [&](const Address& a) { return !filter.sources.contains(a); });
-        }
-    }
-    if (!unwanted) return {false, wanted};
-    std::erase_if(*unwanted, [&](const Address& a) { return wanted.contains(a); });
-    return {true, *unwanted};
-}
-
 std::vector<Membership> memberships() {
     const Lock lock;
     std::vector<Membership> all;
@@ -430,9 +318,10 @@ std::vector<Membership> memberships() {
         one.vlan = key.vlan;
         one.family = key.family;
         one.group = key.group;
-        one.version = group.version;
-        one.exclude = group.filter.exclude;
-        one.sources.assign(group.filter.sources.begin(), group.filter.sources.end());
+        const Filter filter = filter_of(group.tally);
+        one.version = oldest_version(group.tally);
+        one.exclude = filter.exclude;
+        one.sources.assign(filter.sources.begin(), filter.sources.end());
         for (const auto& [address, host] : group.hosts) one.reporters.push_back(address);
         one.joined_us = group.joined_us;
         one.expires_us = expires_at(key, group);
@@ -454,8 +343,8 @@ std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group)
         return group.leave_timer->first + group.queries_left * step;
     }
     const auto rule = age_rule(key.family);
-    if (!rule) return std::nullopt;
-    return ageing_of(group, *rule).last;
+    if (!rule || group.pieces.empty()) return std::nullopt;
+    return rule->aged_at(group.pieces.back().heard_us);
 }
 
 }  // namespace devcore

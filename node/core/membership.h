@@ -18,6 +18,9 @@
 // A host of an old version stays silent when it hears another one report its group, so there can
 // be hosts that are not known. A group query brings them out; fast leave does not wait for them.
 //
+// What is beyond a bound (bounds.h) is refused, and what is there stays: a group or a host that is
+// new, or those of a record's sources that have no room.
+//
 // A membership whose entry the switch refused is kept all the same: it counts towards limits and
 // upstream, and is only not programmed.
 #pragma once
@@ -64,6 +67,7 @@ void take_record(const Reporter& from, const Record& received);
 
 // Takes memberships away at once, out of the switch too.
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted);
+void remove_group_of(const GroupKey& key);
 
 // Forgets them, and leaves the switch alone: it begins anew as well.
 void forget_mld_groups();
@@ -76,9 +80,6 @@ void rearm_ageing();
 
 // When a membership ends if nothing more is heard of it; nothing when it does not age.
 [[nodiscard]] std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group);
-
-// What several receivers want together (RFC 3376, 3.2).
-[[nodiscard]] Filter merge(const std::vector<Filter>& filters);
 
 [[nodiscard]] inline Place place_of(const GroupKey& key) {
     return {key.family, key.port, key.vlan};

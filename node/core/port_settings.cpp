@@ -5,13 +5,16 @@
 
 #include "node/core/address.h"
 #include "node/core/admission.h"
+#include "node/core/bounds.h"
 #include "node/core/state.h"
 
 using devcore::AuthRange;
+using devcore::Family;
 using devcore::find_declared_port;
 using devcore::find_port;
 using devcore::Lock;
 using devcore::Port;
+using devcore::VlanGroup;
 
 namespace {
 
@@ -22,23 +25,45 @@ constexpr std::uint32_t kDelete = 0;
 constexpr std::uint32_t kAdd = 1;
 constexpr std::uint32_t kClear = 2;
 
+int32_t refuse_full(const Port& port, std::uint16_t vlan) {
+    devcore::note_refusal({Family::kIpv4, port.number, vlan}, devcore::Drop::kControlListBound);
+    return kRefused;
+}
+
+// The first group on a list forbids all others; each one after it allows more.
+int32_t add_to_control_list(Port& port, const VlanGroup& group) {
+    if (!devcore::is_multicast(Family::kIpv4, devcore::from_ipv4(group.second))) return kRefused;
+    const bool is_first = port.control_list.empty();
+    if (!devcore::put_on_list(port.control_list, group, devcore::bounds().control_list_ranges)) {
+        return refuse_full(port, group.first);
+    }
+    if (is_first) devcore::revoke_unauthorised();
+    return kDone;
+}
+
+int32_t delete_from_control_list(Port& port, const VlanGroup& group) {
+    if (!devcore::is_on_list(port.control_list, group)) return kRefused;
+    if (!devcore::take_off_list(port.control_list, group, devcore::bounds().control_list_ranges)) {
+        return refuse_full(port, group.first);
+    }
+    devcore::revoke_if_unauthorised(
+        {port.number, group.first, Family::kIpv4, devcore::from_ipv4(group.second)});
+    return kDone;
+}
+
 int32_t change_control_list(std::uint32_t port_number, std::uint32_t action, std::uint16_t vlan,
                             std::uint32_t group) {
     Port* const port = find_declared_port(port_number);
     if (port == nullptr || action > kClear) return kRefused;
-    auto& list = port->control_list;
-    if (action == kAdd) {
-        if (!devcore::is_multicast(devcore::Family::kIpv4, devcore::from_ipv4(group))) {
-            return kRefused;
-        }
-        list.insert({vlan, group});
-    } else if (action == kDelete) {
-        if (list.erase({vlan, group}) == 0) return kRefused;
-    } else {
-        list.clear();
+    switch (action) {
+        case kAdd:
+            return add_to_control_list(*port, {vlan, group});
+        case kDelete:
+            return delete_from_control_list(*port, {vlan, group});
+        default:
+            port->control_list.clear();  // which allows more
+            return kDone;
     }
-    devcore::revoke_unauthorised();
-    return kDone;
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <list>
 #include <map>
 #include <optional>
 #include <set>
@@ -17,7 +18,9 @@
 #include <utility>
 #include <vector>
 
+#include "node/core/control_list.h"
 #include "node/core/development_core.h"
+#include "node/core/tally.h"
 #include "node/core/timers.h"
 #include "platform/protocol_core.h"
 
@@ -42,8 +45,6 @@ struct AuthRange {
     std::uint16_t vlan;
 };
 
-using VlanGroup = std::pair<std::uint16_t, std::uint32_t>;
-
 struct Port {
     std::uint32_t number = 0;
     bool is_uplink = false;
@@ -60,30 +61,34 @@ struct Port {
 
     bool range_auth = false;
     std::vector<AuthRange> ranges;
-    std::set<VlanGroup> control_list;
+    ControlList control_list;
 
-    // Of the IGMP memberships; the engine keeps them.
-    std::uint32_t groups = 0;
-    std::uint64_t bandwidth = 0;
+    // The engine keeps them.
+    std::uint32_t groups = 0;     // of IGMP
+    std::uint64_t bandwidth = 0;  // of these
+    std::uint32_t mld_groups = 0;
+    std::uint32_t addresses = 0;   // hosts and sources of all groups
+    std::uint32_t bounds_met = 0;  // a bit for each Drop that the console has been told of
 };
 
 // ---- Memberships --------------------------------------------------------------------------------
 
-// Which sources are wanted: those listed, or all others (RFC 3376, 3).
-struct Filter {
-    bool exclude = false;
-    std::set<Address> sources;
-
-    bool operator==(const Filter&) const = default;
+// What ages by itself: a host in exclude mode, or one source of a host in include mode.
+struct Piece {
+    std::uint64_t heard_us;
+    const Address* host;    // the key of Group::hosts
+    const Address* source;  // the key of Host::sources; null for the host
 };
+using Pieces = std::list<Piece>;
 
 // What one host wants of a group. It holds the group in exclude mode, or with a source.
 struct Host {
     std::uint8_t version = 0;
     bool exclude = false;
-    std::map<Address, std::uint64_t> sources;  // when each was last named, for ageing
-    std::uint64_t heard_us = 0;                // in exclude mode
+    std::map<Address, Pieces::iterator> sources;  // with a piece each in include mode only
+    Pieces::iterator piece;                       // in exclude mode only
 };
+using Hosts = std::map<Address, Host>;
 
 struct GroupKey {
     std::uint32_t port;
@@ -94,11 +99,14 @@ struct GroupKey {
     auto operator<=>(const GroupKey&) const = default;
 };
 
-// A membership. Without hosts it has a leave timer, and is taken away when that has run out.
+// A membership. Without hosts it has a leave timer, and is taken away when that has run out; until
+// then the last host that left goes on being counted.
 struct Group {
-    std::map<Address, Host> hosts;
-    Filter filter;             // of all hosts together, or of the last one that left
-    std::uint8_t version = 0;  // likewise, the oldest
+    Hosts hosts;
+    Hosts::node_type last_left;
+    Pieces pieces;                // of the hosts, the one heard longest ago first
+    Tally tally;                  // of the hosts, or of the last one that left
+    std::uint32_t addresses = 0;  // hosts and sources, likewise
     Address last_reporter{};
     std::uint64_t joined_us = 0;
     bool programmed = false;
@@ -160,6 +168,19 @@ struct CallBacks {
     MldTableChange mld_remove = nullptr;
 };
 
+// A group in proxy mode: what the hosts of all ports want, and what was reported of it. Sources are
+// noted when their votes change, so that a report takes no walk over the others.
+struct Upstream {
+    std::uint32_t members = 0;  // ports
+    Tally tally;
+    std::set<std::pair<std::int32_t, Address>> unwanted;  // by how many hosts exclude each of the
+                                                          // sources that none includes
+    std::set<Address> changed;                            // since the last report
+    std::int32_t excluding = 0;                           // hosts, at the last report
+    bool is_reported = false;
+    Filter reported;
+};
+
 constexpr std::uint16_t kNoTracedPort = 65534;
 
 // Which lines are printed; the kinds are the bits of Trace in trace.h.
@@ -186,7 +207,7 @@ struct Core {
     Settings settings;
     std::array<Port, kPorts> ports;
     std::map<GroupKey, Group> groups;
-    std::map<VlanGroup, Filter> upstream;  // what proxy mode has reported
+    std::map<VlanGroup, Upstream> upstream;  // in proxy mode only
     std::optional<Timers::Id> query_timer;
     std::optional<OamControl> last_oam_control;
     CallBacks call_backs;

@@ -37,15 +37,16 @@ void write_record(std::uint8_t* record, const GroupKey& key, const Group& group)
     constexpr std::size_t kMostSources = 255;
     const std::uint64_t now = core().now_us;
     const auto end = devcore::expires_at(key, group);
+    const devcore::Filter filter = filter_of(group.tally);
     record[0] = static_cast<std::uint8_t>(key.port);
-    record[1] = group.version;
+    record[1] = oldest_version(group.tally);
     mc::store_be32(record + 2, devcore::to_ipv4(key.group));
     mc::store_be32(record + 6, key.vlan);
     mc::store_be32(record + 10, devcore::to_ipv4(group.last_reporter));
     mc::store_be32(record + 14, seconds(now - group.joined_us));
     mc::store_be32(record + 18, end ? seconds(*end - std::min(now, *end)) : kNever);
-    record[22] = group.filter.exclude ? 2 : 1;
-    record[23] = static_cast<std::uint8_t>(std::min(group.filter.sources.size(), kMostSources));
+    record[22] = filter.exclude ? 2 : 1;
+    record[23] = static_cast<std::uint8_t>(std::min(filter.sources.size(), kMostSources));
     record[24] = group.programmed ? 1 : 0;
 }
 

@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "node/core/address.h"
 #include "node/core/membership.h"
@@ -77,24 +78,60 @@ std::vector<Record> changes(std::uint32_t group, const Filter& from, const Filte
     return records;
 }
 
-// What all ports want of a group; nothing when no port is a member.
-std::optional<Filter> wanted(std::uint16_t vlan, std::uint32_t group) {
-    std::vector<Filter> filters;
-    for (std::uint32_t port = 0; port < kUserPorts; ++port) {
-        const auto found = core().groups.find({port, vlan, Family::kIpv4, from_ipv4(group)});
-        if (found != core().groups.end()) filters.push_back(found->second.filter);
+// What all hosts want, made up anew.
+Filter wanted(const Upstream& upstream) {
+    const std::int32_t excluding = upstream.tally.excluding;
+    if (excluding == 0) return filter_of(upstream.tally);
+    Filter filter{true, {}};
+    const auto from = upstream.unwanted.lower_bound({excluding, Address{}});
+    for (auto at = from; at != upstream.unwanted.end() && at->first == excluding; ++at) {
+        filter.sources.insert(filter.sources.end(), at->second);
     }
-    if (filters.empty()) return std::nullopt;
-    return merge(filters);
+    return filter;
 }
 
-void report_change(const VlanGroup& place, const Filter& from, const Filter& to, bool is_first) {
+bool is_listed(const Upstream& upstream, const Address& source) {
+    const Votes votes = votes_for(upstream.tally, source);
+    if (!upstream.reported.exclude) return votes.including > 0;
+    return votes.including == 0 && votes.excluding == upstream.tally.excluding;
+}
+
+void report_change(const VlanGroup& place, const std::vector<Record>& records, bool is_first) {
     const auto& [vlan, group] = place;
     if (core().settings.version >= kVersion3) {
-        send_records(vlan, changes(group, from, to));
+        send_records(vlan, records);
     } else if (is_first) {
         send_report(vlan, group);
     }
+}
+
+// The filter's mode may be another one, or other sources count as excluded by all.
+void report_anew(const VlanGroup& place, Upstream& upstream) {
+    Filter now = wanted(upstream);
+    const auto records = changes(place.second, upstream.reported, now);
+    const bool is_first = !std::exchange(upstream.is_reported, true);
+    upstream.reported = std::move(now);
+    upstream.excluding = upstream.tally.excluding;
+    upstream.changed.clear();
+    report_change(place, records, is_first);
+}
+
+// Nothing but votes for sources can have changed.
+void report_sources(const VlanGroup& place, Upstream& upstream) {
+    std::set<Address>& listed = upstream.reported.sources;
+    std::set<Address> added;
+    std::set<Address> removed;
+    for (const Address& source : std::exchange(upstream.changed, {})) {
+        if (is_listed(upstream, source)) {
+            if (listed.insert(source).second) added.insert(source);
+        } else if (listed.erase(source) > 0) {
+            removed.insert(source);
+        }
+    }
+    const bool excludes = upstream.reported.exclude;
+    report_change(
+        place, changes(place.second, {excludes, std::move(removed)}, {excludes, std::move(added)}),
+        false);
 }
 
 void report_end(const VlanGroup& place) {
@@ -130,14 +167,15 @@ bool says_something(const Record& record) {
 void answer(const UpstreamQuery& query) {
     if (!is_proxy()) return;
     std::vector<Record> records;
-    for (const auto& [place, filter] : core().upstream) {
+    for (const auto& [place, upstream] : core().upstream) {
         const auto& [vlan, group] = place;
         if (vlan != query.vlan || (query.group != 0 && query.group != group)) continue;
+        if (!upstream.is_reported) continue;
         if (core().settings.version < kVersion3) {
             send_report(vlan, group);
             continue;
         }
-        const Record record = current_state(group, filter, query.sources);
+        const Record record = current_state(group, upstream.reported, query.sources);
         if (says_something(record)) records.push_back(record);
     }
     if (!records.empty()) send_records(query.vlan, records);
@@ -145,30 +183,59 @@ void answer(const UpstreamQuery& query) {
 
 }  // namespace
 
+Upstream* find_upstream(std::uint16_t vlan, std::uint32_t group) {
+    const auto found = core().upstream.find({vlan, group});
+    return found == core().upstream.end() ? nullptr : &found->second;
+}
+
+void add_votes(Upstream& upstream, const Address& source, const Votes& more) {
+    const Votes before = votes_for(upstream.tally, source);
+    add_votes(upstream.tally, source, more);
+    const Votes after = votes_for(upstream.tally, source);
+    const auto is_unwanted = [](const Votes& v) { return v.including == 0 && v.excluding > 0; };
+    if (is_unwanted(before)) upstream.unwanted.erase({before.excluding, source});
+    if (is_unwanted(after)) upstream.unwanted.insert({after.excluding, source});
+    upstream.changed.insert(source);
+}
+
+void add_tally(Upstream& upstream, const Tally& tally, std::int32_t sign) {
+    upstream.tally.excluding += sign * tally.excluding;
+    for (const auto& [source, votes] : tally.sources) {
+        add_votes(upstream, source, {sign * votes.including, sign * votes.excluding});
+    }
+}
+
+void upstream_joined(std::uint16_t vlan, std::uint32_t group) {
+    if (is_proxy()) ++core().upstream[{vlan, group}].members;
+}
+
+void upstream_left(std::uint16_t vlan, std::uint32_t group) {
+    Upstream* const upstream = find_upstream(vlan, group);
+    if (upstream != nullptr) --upstream->members;
+}
+
 void upstream_changed(std::uint16_t vlan, std::uint32_t group) {
-    if (!is_proxy()) return;
-    auto& reported = core().upstream;
     const VlanGroup place{vlan, group};
-    const std::optional<Filter> now = wanted(vlan, group);
-    const auto found = reported.find(place);
-    const bool is_first = found == reported.end();
-    const Filter before = is_first ? Filter{} : found->second;
-    if (now) {
-        reported[place] = *now;
-        report_change(place, before, *now, is_first);
-    } else if (!is_first) {
-        reported.erase(found);
-        report_end(place);
+    Upstream* const upstream = find_upstream(vlan, group);
+    if (upstream == nullptr) return;
+    if (upstream->members == 0) {
+        const bool is_reported = upstream->is_reported;
+        core().upstream.erase(place);
+        if (is_reported) report_end(place);
+    } else if (!upstream->is_reported || upstream->excluding != upstream->tally.excluding) {
+        report_anew(place, *upstream);
+    } else {
+        report_sources(place, *upstream);
     }
 }
 
 void start_upstream() {
-    // Calls out, so it must not walk the table meanwhile.
-    std::set<VlanGroup> places;
     for (const auto& [key, group] : core().groups) {
-        if (key.family == Family::kIpv4) places.insert({key.vlan, to_ipv4(key.group)});
+        if (key.family != Family::kIpv4) continue;
+        upstream_joined(key.vlan, to_ipv4(key.group));
+        add_tally(*find_upstream(key.vlan, to_ipv4(key.group)), group.tally, 1);
     }
-    for (const auto& [vlan, group] : places) upstream_changed(vlan, group);
+    for (auto& [place, upstream] : core().upstream) report_anew(place, upstream);
 }
 
 void stop_upstream() { core().upstream.clear(); }

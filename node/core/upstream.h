@@ -18,7 +18,18 @@
 
 namespace devcore {
 
-// To be called when a port's membership has changed; does nothing unless in proxy mode.
+// Null unless in proxy mode.
+[[nodiscard]] Upstream* find_upstream(std::uint16_t vlan, std::uint32_t group);
+
+// Counts what a host wants, or with a sign what all hosts of a port do.
+void add_votes(Upstream& upstream, const Address& source, const Votes& more);
+void add_tally(Upstream& upstream, const Tally& tally, std::int32_t sign);
+
+// To be called when a port becomes a member or is none any more, before anything is counted or when
+// nothing is counted any more, and when its membership has changed; all do nothing unless in proxy
+// mode. The last one reports.
+void upstream_joined(std::uint16_t vlan, std::uint32_t group);
+void upstream_left(std::uint16_t vlan, std::uint32_t group);
 void upstream_changed(std::uint16_t vlan, std::uint32_t group);
 
 // Reports all memberships, or forgets what was reported, when proxy mode is entered or left.

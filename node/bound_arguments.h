@@ -1,0 +1,23 @@
+// What the words for the bounds of the core mean; both sub-commands take them.
+#pragma once
+
+#include <string>
+
+#include "node/core/development_core.h"
+
+namespace node {
+
+// The options as they stand on the command line, empty for the default.
+struct BoundWords {
+    std::string sources;
+    std::string group_sources;
+    std::string hosts;
+    std::string groups;
+    std::string addresses;
+    std::string ranges;
+};
+
+// Throws UsageError.
+[[nodiscard]] devcore::Bounds meaning_of(const BoundWords& words);
+
+}  // namespace node
