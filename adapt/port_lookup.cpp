@@ -20,6 +20,11 @@ void say_port_number_invalid(Closing closing) {
     }
 }
 
+void say_port_refused(std::uint32_t port, Closing closing) {
+    say_port_unknown(port);
+    say_port_number_invalid(closing);
+}
+
 void trace_port_unknown(std::uint32_t port) {
     std::printf("\r\n[MC_DBG_DBG]: \n [checkPortState]port(%d) is not find!", port);
 }

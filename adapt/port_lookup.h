@@ -18,7 +18,8 @@ enum class Closing { kPrintf, kPuts };
 void say_port_invalid(std::uint32_t port);  // errors: above 29
 void say_port_unknown(std::uint32_t port);  // errors: in no entry of the port table
 void say_port_number_invalid(Closing closing);
-void trace_port_unknown(std::uint32_t port);  // flow
+void say_port_refused(std::uint32_t port, Closing closing);  // errors: unknown, and a second line
+void trace_port_unknown(std::uint32_t port);                 // flow
 
 // Logical port of a port number below 30 that is in the side's port table. Otherwise says why it is
 // none, under the error category, and returns kNoPort.
@@ -44,10 +45,7 @@ template <class View>
 template <class View>
 [[nodiscard]] int accept_known_port(std::uint32_t port, Closing closing) {
     const int logical = logical_port(View::ports(), port);
-    if (logical == kNoPort && View::says(kErrors)) {
-        say_port_unknown(port);
-        say_port_number_invalid(closing);
-    }
+    if (logical == kNoPort && View::says(kErrors)) say_port_refused(port, closing);
     return logical;
 }
 

@@ -17,13 +17,10 @@ constexpr std::uint8_t kProtocolIcmpv6 = 58;
 constexpr std::size_t kEthernet = 14;
 constexpr std::size_t kIpv6Header = 40;
 
-// All IGMPv3 capable routers, all hosts, all routers; of MLD all hosts, all routers, all MLDv2
-// capable routers.
+// All IGMPv3 capable routers, all hosts, all routers, all MLDv2 capable routers.
 constexpr std::array<std::uint8_t, 4> kIgmpRouters = {224, 0, 0, 22};
 constexpr std::array<std::uint8_t, 4> kIgmpAllHosts = {224, 0, 0, 1};
 constexpr std::array<std::uint8_t, 4> kIgmpAllRouters = {224, 0, 0, 2};
-constexpr std::array<std::uint8_t, 16> kMldAllHosts = {0xFF, 2, 0, 0, 0, 0, 0, 0,
-                                                       0,    0, 0, 0, 0, 0, 0, 1};
 constexpr std::array<std::uint8_t, 16> kMldAllRouters = {0xFF, 2, 0, 0, 0, 0, 0, 0,
                                                          0,    0, 0, 0, 0, 0, 0, 2};
 constexpr std::array<std::uint8_t, 16> kMldRouters = {0xFF, 2, 0, 0, 0, 0, 0, 0,
@@ -209,13 +206,8 @@ Frame leave(Kind kind, std::uint32_t group, std::uint8_t host) {
     }
 }
 
-Frame general_query(Kind kind) {
+Frame igmp_general_query() {
     constexpr std::uint8_t kRouter = 1;
-    if (is_mld(kind)) {
-        Frame query = message(130, std::array<std::uint8_t, 16>{});
-        set16(query, 4, 10000);  // ten seconds in milliseconds
-        return mld(kMldAllHosts, kRouter, query);
-    }
     Frame query = message(0x11, std::array<std::uint8_t, 4>{});
     query[1] = 100;  // ten seconds in tenths
     return igmp(kIgmpAllHosts, kRouter, query);

@@ -28,7 +28,7 @@ std::string group_text(Kind kind, std::uint32_t group);
 
 Frame report(Kind kind, std::uint32_t group, std::uint8_t host);
 Frame leave(Kind kind, std::uint32_t group, std::uint8_t host);
-Frame general_query(Kind kind);
+Frame igmp_general_query();
 Frame stream(Kind kind, std::uint32_t group);
 
 // Whether this is a stream frame to that group.

@@ -75,7 +75,7 @@ struct IgmpSnooping : IgmpHandler {
         return rebuilt;
     }
 
-    static void forward_up(const Frame& frame, const Arrival& at) {
+    static void forward_up(const Frame& frame, const FramePort& at) {
         const std::uint16_t signalling =
             at.port < MC_PORTS ? globle_parm.port[at.port].sig_vlan : std::uint16_t{MC_NO_VLAN};
         if (signalling != MC_NO_VLAN) {
@@ -105,7 +105,7 @@ struct IgmpControl : IgmpHandler {
     }
 
     // Outer tag: the node; none at all while no ONU id is assigned. Inner tag: the user port.
-    static void forward_up(const Frame& frame, const Arrival& at) {
+    static void forward_up(const Frame& frame, const FramePort& at) {
         const std::uint8_t onu_id = read_onu_id<IgmpSide>();
         if (onu_id == L2_MULTICAST_NO_ONU_ID) {
             forward_up_stamped<IgmpSide>(frame, {port_vlan(at.port)});

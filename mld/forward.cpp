@@ -48,7 +48,7 @@ struct MldSnooping : MldHandler {
         send_copy<MldSide>(frame, mldInitParams.port[p].port_id);
     }
 
-    static void forward_up(const Frame& frame, const Arrival& at) {
+    static void forward_up(const Frame& frame, const FramePort& at) {
         forward_up_by_rule<MldSide>(frame, at);
     }
 };
@@ -69,7 +69,7 @@ struct MldControl : MldHandler {
 
     // Outer tag: the node. Unlike on the IGMP side an id of 255 is a tag like any other. Inner tag:
     // the user port.
-    static void forward_up(const Frame& frame, const Arrival& at) {
+    static void forward_up(const Frame& frame, const FramePort& at) {
         const std::uint16_t outer = onu_vlan(read_onu_id<MldSide>());
         const std::uint16_t inner = port_vlan(at.port);
         MldSide::tag_sent(outer);
@@ -83,7 +83,7 @@ struct MldControl : MldHandler {
 
 // The VID is the record's: the core may have sent a packet under another one meanwhile.
 void MldSide::forward(std::uint32_t mode, const ReceivedFrame& received) {
-    Arrival at = received.at;
+    FramePort at = received.at;
     at.vid = mldInitParams.tag_vid;
     if (mode == MLD_MODE_SNOOPING) {
         if (says(kFlow)) std::puts("\r\n[MC_DBG_DBG]: mld MODE is Snooping\r");

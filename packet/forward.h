@@ -12,7 +12,7 @@
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
-#include "packet/arrival.h"
+#include "packet/frame_port.h"
 #include "packet/rule_walk.h"
 #include "platform/l2_multicast.h"
 
@@ -123,7 +123,7 @@ void forward_down(const Frame& frame, std::uint32_t vid) {
 
 // The VLAN that a user port's rules give a frame towards the network; "no VLAN" when none matches.
 template <class Side>
-std::uint16_t search_uplink_vlan(const Arrival& at) {
+std::uint16_t search_uplink_vlan(const FramePort& at) {
     if (!is_known<Side>(at, Closing::kPrintf)) return MC_NO_VLAN;
     const PortVlanCfgEntry* const rule = find_upstream_rule<Side>(
         {.doors = Side::rules(),
@@ -150,7 +150,7 @@ void send_up_tagged(const Frame& frame, std::uint16_t vlan) {
 
 // Snooping: the frame goes up with the VLAN of its rule, or as it is when no rule has one for it.
 template <class Side>
-void forward_up_by_rule(const Frame& frame, const Arrival& at) {
+void forward_up_by_rule(const Frame& frame, const FramePort& at) {
     const std::uint16_t vlan = search_uplink_vlan<Side>(at);
     Side::say_uplink_vlan(vlan);
     if (vlan == MC_NO_VLAN) {
@@ -217,7 +217,7 @@ void forward_up_stamped(const Frame& frame, std::initializer_list<std::uint16_t>
 // ---- Both --------------------------------------------------------------------------------------
 
 template <class Handler>
-void forward(const Frame& frame, const Arrival& at) {
+void forward(const Frame& frame, const FramePort& at) {
     using Side = typename Handler::Side;
     if (at.logical == kNoPort) say_from_nowhere<Side>(at);
     Handler::say_entered(at.port, at.type);
@@ -236,7 +236,7 @@ void forward(const Frame& frame, const Arrival& at) {
 
 // The same for who delivers a frame from outside: `forward` is one of the above.
 template <class Side>
-[[gnu::noinline]] void handle(void (*forward)(const Frame& frame, const Arrival& at),
+[[gnu::noinline]] void handle(void (*forward)(const Frame& frame, const FramePort& at),
                               std::uint8_t* bytes, std::uint32_t port, std::uint32_t len,
                               std::uint32_t vid) {
     if (bytes == nullptr || len < kEthernetHeader || len > kLongestFrame) {
@@ -246,7 +246,7 @@ template <class Side>
         }
         return;
     }
-    forward({bytes, len}, arrival<Side>(port, vid));
+    forward({bytes, len}, frame_port<Side>(port, vid));
 }
 
 }  // namespace mc

@@ -12,7 +12,7 @@
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
-#include "packet/arrival.h"
+#include "packet/frame_port.h"
 #include "packet/rule_walk.h"
 
 namespace mc {
@@ -21,7 +21,7 @@ namespace mc {
 // stands in for it.
 struct ReceivedFrame {
     Frame frame;
-    Arrival at;
+    FramePort at;
     std::uint8_t* packet;
 };
 
@@ -73,7 +73,7 @@ bool accept_framing(const Framing& framing, std::uint32_t len) {
 
 // The multicast VLAN that the rules give a frame from a user port, 0 when no rule takes its VID.
 template <class Side>
-std::uint32_t search_data_vlan(const Arrival& at) {
+std::uint32_t search_data_vlan(const FramePort& at) {
     if (!is_known<Side>(at, Side::kReceiveClosing)) return 0;
     const PortVlanCfgEntry* const rule = find_upstream_rule<Side>(
         {.doors = Side::receive_doors(),
@@ -89,7 +89,7 @@ std::uint32_t search_data_vlan(const Arrival& at) {
 }
 
 template <class Side>
-std::uint32_t configured_vlan(const Arrival& at) {
+std::uint32_t configured_vlan(const FramePort& at) {
     Side::say_search_vlan(at.vid, at.port);
     if (at.logical == kNoPort) say_from_nowhere<Side>(at);
     if (at.type == MC_PORT_UPLINK) {
@@ -101,7 +101,7 @@ std::uint32_t configured_vlan(const Arrival& at) {
 
 // The configured VLAN when it is one of the template VLANs, otherwise the default VLAN.
 template <class Side>
-std::uint32_t group_vlan(const Arrival& at) {
+std::uint32_t group_vlan(const FramePort& at) {
     const std::uint32_t vlan = configured_vlan<Side>(at);
     if (Side::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: in searchVlan vlan = %d\r\n", vlan);
     return Side::template_vlan(vlan);
@@ -109,7 +109,7 @@ std::uint32_t group_vlan(const Arrival& at) {
 
 // Snooping and control keep the network's frames from the core and only forward them.
 template <class Side>
-bool kept_from_core(const Arrival& at, std::uint32_t mode) {
+bool kept_from_core(const FramePort& at, std::uint32_t mode) {
     if (!Side::forwards(mode)) return false;
     if (at.logical == kNoPort) say_from_nowhere<Side>(at);
     if (at.type != MC_PORT_UPLINK) return false;
@@ -124,7 +124,7 @@ std::int32_t classify(std::uint8_t* bytes, std::uint32_t len, std::uint32_t port
     if (!accept_framing<Side>(framing, len)) return -1;
 
     const ReceivedFrame received = {
-        {bytes, len}, arrival<Side>(port, framing.vid()), bytes + framing.packet_offset};
+        {bytes, len}, frame_port<Side>(port, framing.vid()), bytes + framing.packet_offset};
     const std::uint32_t vlan = group_vlan<Side>(received.at);
     ponVlan = vlan;  // before the core is called: its call-backs hand it to the driver
     if (Side::says(kFlow)) std::printf("\r\n[MC_DBG_DBG]: GROUP_VLAN = %d\r\n", vlan);

@@ -13,7 +13,7 @@
 #include "adapt/tables.h"
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
-#include "packet/arrival.h"
+#include "packet/frame_port.h"
 
 namespace mc {
 
@@ -36,7 +36,7 @@ inline const PortVlanCfgEntry* first_with_vid(const PortVlanCfgEntry* rule, int 
 // The rule of a frame; null when there is none. `trace` tells of a rule that was compared; only a
 // console that follows the flow is told.
 template <class Side, class Trace>
-const PortVlanCfgEntry* find_upstream_rule(const RuleWalk& walk, const Arrival& at, Trace trace) {
+const PortVlanCfgEntry* find_upstream_rule(const RuleWalk& walk, const FramePort& at, Trace trace) {
     const auto port = static_cast<std::int32_t>(at.port);
     int blocks = walk.blocks;
     const PortVlanCfgEntry* door = first_rule(walk.doors);

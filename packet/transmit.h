@@ -12,7 +12,7 @@
 #include "common/bytes.h"
 #include "common/diagnostics.h"
 #include "common/ethernet.h"
-#include "packet/arrival.h"
+#include "packet/frame_port.h"
 #include "platform/l2_multicast.h"
 
 namespace mc {
@@ -67,7 +67,7 @@ struct SendTag {
 // the port, and moves on to the next block with every match; the port only decides how many rules
 // are looked at, and that some block begins with a rule of its own.
 template <class Side>
-void search_send_vlans(const Arrival& to, ResultVlans& result) {
+void search_send_vlans(const FramePort& to, ResultVlans& result) {
     if (Side::says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan ,vlan(%d)", to.vid);
     }
@@ -146,7 +146,7 @@ void send_packet(std::uint16_t port, const std::uint8_t* packet, const SendTag& 
     }
     std::memcpy(frame.bytes + kMacLength, Side::own_mac(), kMacLength);
 
-    const Arrival to = arrival<Side>(port, tag.vid);
+    const FramePort to = frame_port<Side>(port, tag.vid);
     if (Side::says(kFlow)) {
         std::printf("\r\n[MC_DBG_DBG]: checkPortState %d", port);
         if (to.logical == kNoPort) trace_port_unknown(port);

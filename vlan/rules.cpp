@@ -20,22 +20,6 @@ void pack_rules(McRuleBlock& block) {
     std::fill(end, std::end(block), kEmptyRule);
 }
 
-void fill_open_vlans(PortVlanCfgEntry& rule) {
-    if (rule.in_up_vlan != MC_NO_VLAN) return;
-    switch (rule.prouptagmode) {
-        case MC_TAG_MODE_UNTAG:
-            rule.in_up_vlan = rule.in_dn_vlan;
-            rule.out_up_vlan = rule.out_dn_vlan;
-            return;
-        case MC_TAG_MODE_TRANSLATE:
-        case MC_TAG_MODE_TRANSLATE_TOO:
-            rule.in_up_vlan = rule.out_dn_vlan;
-            return;
-        default:
-            return;
-    }
-}
-
 void normalise_upstream(PortVlanCfgEntry& rule) {
     if (rule.in_up_vlan != 0 && rule.in_up_vlan != MC_NO_VLAN) return;
     rule.in_up_vlan = 0;

@@ -95,27 +95,32 @@ struct PortLines {
 };
 
 // Fills upstream VLANs that an OMCI request leaves open from its downstream ones, by tag mode.
-void fill_open_vlans(PortVlanCfgEntry& rule);
-// A rule without an upstream VLAN is kept as one for untagged frames: 0 still counts as in use.
-void normalise_upstream(PortVlanCfgEntry& rule);
-
 template <class Op>
 void normalise_by_tag_mode(PortVlanCfgEntry& rule) {
     if (Op::Table::taken_as_given()) return;
-    switch (const std::int8_t mode = rule.prouptagmode) {
+    const std::int8_t mode = rule.prouptagmode;
+    const bool open = rule.in_up_vlan == MC_NO_VLAN;
+    switch (mode) {
         case MC_TAG_MODE_UNTAG:
             Op::say_untag_mode(mode);
-            break;
+            if (open) {
+                rule.in_up_vlan = rule.in_dn_vlan;
+                rule.out_up_vlan = rule.out_dn_vlan;
+            }
+            return;
         case MC_TAG_MODE_TRANSLATE:
         case MC_TAG_MODE_TRANSLATE_TOO:
             Op::say_translate_mode(mode);
-            break;
+            if (open) rule.in_up_vlan = rule.out_dn_vlan;
+            return;
         default:
             Op::say_tag_mode(mode);
-            break;
+            return;
     }
-    fill_open_vlans(rule);
 }
+
+// A rule without an upstream VLAN is kept as one for untagged frames: 0 still counts as in use.
+void normalise_upstream(PortVlanCfgEntry& rule);
 
 // Port numbers of 128 and above are no port, even where a port table holds such a number: in the
 // rule they are negative.

@@ -109,7 +109,7 @@ void set_templates(int count) {
 void build_frame(const Load& load) {
     const bool down = load.way == Way::kQuery;
     const Kind kind = load.way == Way::kMldReport ? Kind::kMldV2 : Kind::kIgmpV2;
-    frame = tagged(down ? general_query(kind) : report(kind, 1, kHost),
+    frame = tagged(down ? igmp_general_query() : report(kind, 1, kHost),
                    down ? kNetworkVid : kUserVid, load.length);
     in_port = down ? std::uint32_t{MC_UPLINK_PORT} : load.port;
     std::copy_n(frame.begin(), kRewritten, head.begin());

@@ -26,9 +26,7 @@
 #include "mld/record.h"
 #include "tests/streams/steps.h"
 
-#define FRAMES 1
-#define COMMANDS 2
-#define OPERATIONS 3
+enum Door { FRAMES, COMMANDS, OPERATIONS };
 
 enum { LONGEST_SENT = 2008 }; /* a frame of 2000 bytes and two tags */
 
@@ -199,14 +197,17 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     start_over();
     input = data;
     left = size;
-#if MC_FUZZ_DOOR == FRAMES
-    come_frames();
-#elif MC_FUZZ_DOOR == COMMANDS
-    come_commands();
-#elif MC_FUZZ_DOOR == OPERATIONS
-    come_operations();
-#else
-#error "MC_FUZZ_DOOR is FRAMES, COMMANDS or OPERATIONS"
-#endif
+    const enum Door door = MC_FUZZ_DOOR;
+    switch (door) {
+        case FRAMES:
+            come_frames();
+            break;
+        case COMMANDS:
+            come_commands();
+            break;
+        case OPERATIONS:
+            come_operations();
+            break;
+    }
     return 0;
 }

@@ -1,4 +1,4 @@
-// Where a frame came in: looked up once, and handed along with the frame.
+// The port that a frame came in on, or leaves on: looked up once, and handed along with the frame.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace mc {
 
 constexpr std::uint32_t kPortInvalid = 0xFFFFFFFF;  // neither user port nor uplink; prints as -1
 
-struct Arrival {
+struct FramePort {
     std::uint32_t port;  // port number
     int logical;         // kNoPort: the port table does not have it
     std::uint32_t type;  // of its entry; kPortInvalid without one
@@ -21,14 +21,14 @@ struct Arrival {
 
 // Port numbers above the uplink's are no ports, even where a port table holds one.
 template <class Side>
-Arrival arrival(std::uint32_t port, std::uint32_t vid) {
+FramePort frame_port(std::uint32_t port, std::uint32_t vid) {
     const int logical = port <= MC_UPLINK_PORT ? logical_port(Side::ports(), port) : kNoPort;
     const std::uint32_t type = logical != kNoPort ? Side::ports()[logical].port_type : kPortInvalid;
     return {port, logical, type, vid};
 }
 
 template <class Side>
-void say_from_nowhere(const Arrival& at) {
+void say_from_nowhere(const FramePort& at) {
     if (at.port > MC_UPLINK_PORT) {
         if (Side::says(kErrors)) say_port_invalid(at.port);
     } else {
@@ -38,12 +38,9 @@ void say_from_nowhere(const Arrival& at) {
 
 // Whether the port table has the port, said under the error category where it has not.
 template <class Side>
-[[nodiscard]] bool is_known(const Arrival& at, Closing closing) {
+[[nodiscard]] bool is_known(const FramePort& at, Closing closing) {
     if (at.logical != kNoPort) return true;
-    if (Side::says(kErrors)) {
-        say_port_unknown(at.port);
-        say_port_number_invalid(closing);
-    }
+    if (Side::says(kErrors)) say_port_refused(at.port, closing);
     return false;
 }
 
