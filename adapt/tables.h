@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "adapt/records.h"
+#include "common/bytes.h"
 #include "common/ethernet.h"
 
 namespace mc {
@@ -29,8 +30,8 @@ constexpr int within(std::int32_t count, int most) {
     return count < 0 ? 0 : count < most ? count : most;
 }
 
-// The rules of a port in use.
-constexpr int rules_in_use(std::int32_t count) { return within(count, MC_RULES); }
+// The rules of a port in use. The count is read once: another task may be changing it.
+inline int rules_in_use(const std::int32_t& count) { return within(read_once(count), MC_RULES); }
 
 // A table is walked as one array, block behind block.
 inline const PortVlanCfgEntry* first_rule(const RuleTable& rules) { return &rules[0][0]; }
@@ -63,7 +64,7 @@ inline void clear_rules(RuleTable& rules, std::int32_t (&counts)[MC_PORTS]) {
 }
 
 // The entries of the template VLAN list in use.
-inline int template_vlans_in_use() { return within(setVlanNumber, MC_TEMPLATE_VLANS); }
+inline int template_vlans_in_use() { return within(read_once(setVlanNumber), MC_TEMPLATE_VLANS); }
 
 // The first template VLAN whose low 12 bits are vid; null when there is none.
 inline const std::uint16_t* find_template_vlan(std::uint32_t vid) {
