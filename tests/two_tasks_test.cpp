@@ -185,7 +185,7 @@ Record some_rule(std::uint32_t code) {
         .set(Rule::in_down, some_vlan())
         .set(Rule::out_down, some_vlan())
         .set(Rule::data_mode, below(4))
-        .set(Rule::in_data, some_vlan())
+        .set(Rule::in_data, 1 + below(4094))  // mostly one that the list does not hold yet
         .set(Rule::out_data, some_vlan());
 }
 
