@@ -247,10 +247,9 @@ std::int32_t omci_set_port_to_control_multicast_list_table(std::uint32_t port, s
             port_id, option, vlan);
     }
     const std::uint32_t action = control_action(option);
-    std::int32_t ret = 0;
     if (end < start) return 0;
     for (std::uint32_t address = start;; ++address) {
-        ret = igmp_set_multicast_control(port_id, action, vlan, address);
+        const std::int32_t ret = igmp_set_multicast_control(port_id, action, vlan, address);
         if (ret != 0 && igmp_says(kErrors)) {
             std::printf("\r\n[MC_DBG_ERR]: \n ERROR!igmp_set_multicast_control port(%d) Fail",
                         port_id);

@@ -101,6 +101,8 @@ class WorkingCopy {
     std::uint8_t* bytes() { return bytes_; }
 
  private:
+    // cppcheck-suppress uninitMemberVarPrivate ; filled before it is read, and clearing 2 KB a
+    // frame is not free
     std::uint8_t bytes_[kLongestFrame + 2 * kTagLength];
     bool is_filled_ = false;
 };

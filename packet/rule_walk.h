@@ -50,7 +50,7 @@ const PortVlanCfgEntry* find_upstream_rule(const RuleWalk& walk, const FramePort
         if (found != nullptr) return found;
         door = walk.doors[block] + walk.used;
         // Rule 10 of the last block would lie behind the table.
-        if (walk.used == MC_RULES) blocks = std::min<int>(blocks, MC_PORTS - 1);
+        if (walk.used == MC_RULES) blocks = within(blocks, MC_PORTS - 1);
     }
     return nullptr;
 }

@@ -435,7 +435,6 @@ TEST_F(CaptureDriver, ReportsAnOutputThatIsIncomplete) {
     fs::create_symlink("/dev/full", file("out") / "port1.pcap");
     prepare_with_output({input(0, pcap_bytes({{kStart, igmp_frame()}}))}, file("out"));
     driver_.start();
-    Bytes buf(2048);
     for (int i = 0; i < 100; ++i) {
         if (!driver_.send(1, padded(igmp_frame(), 1500))) break;
     }

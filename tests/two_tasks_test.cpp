@@ -90,15 +90,14 @@ std::uint8_t some_port() {
 // --------------------------------------------------------------------------------------
 
 std::vector<Bytes> make_frames() {
-    std::vector<Bytes> frames;
-    const auto add = [&frames](EthernetBuilder builder) {
-        frames.push_back(padded(
+    std::vector<Bytes> all;
+    const auto add = [&all](const EthernetBuilder& builder) {
+        all.push_back(padded(
             builder.ipv4(ipv4_packet("192.0.2.20", "239.255.1.1", igmp_v2_report("239.255.1.1")))));
-        frames.push_back(
-            padded(builder.ipv4(ipv4_packet("192.0.2.1", "224.0.0.1", igmp_v2_query()))));
-        frames.push_back(
+        all.push_back(padded(builder.ipv4(ipv4_packet("192.0.2.1", "224.0.0.1", igmp_v2_query()))));
+        all.push_back(
             padded(builder.ipv6(ipv6_packet("fe80::20", "ff1e::101", mld_v1_report("ff1e::101")))));
-        frames.push_back(padded(builder.ipv6(ipv6_packet("fe80::1", "ff02::1", mld_v1_query()))));
+        all.push_back(padded(builder.ipv6(ipv6_packet("fe80::1", "ff02::1", mld_v1_query()))));
     };
     add(ethernet());
     add(ethernet().pppoe());
@@ -107,9 +106,9 @@ std::vector<Bytes> make_frames() {
     Bytes longest = ethernet().tag(100).ipv4(
         ipv4_packet("192.0.2.20", "239.255.1.1", igmp_v2_report("239.255.1.1")));
     longest.resize(2000);
-    frames.push_back(longest);
-    frames.emplace_back(Bytes{0x01, 0x00, 0x5e});
-    return frames;
+    all.push_back(longest);
+    all.emplace_back(Bytes{0x01, 0x00, 0x5e});
+    return all;
 }
 
 const std::vector<Bytes>& frames() {

@@ -471,7 +471,7 @@ TYPED_TEST(VlanDelete, UnknownPortIsReportedAsASignedByte) {
 }
 
 TYPED_TEST(VlanDelete, TagModesAreTracedWhileTheyCount) {
-    const auto lines = [](int mode, Lines tag_mode) {
+    const auto lines = [](int mode, const Lines& tag_mode) {
         const std::string m = std::to_string(mode);
         return Texts<TypeParam>::entered(6, m + ", 1, 2, " + m + ", 3, 4, " + m + ", 5, 6") +
                tag_mode + Lines{TypeParam::err("\n port(6) is invalid!")};

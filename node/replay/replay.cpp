@@ -51,7 +51,8 @@ void catch_interrupt(bool hold) {
 
 // The command task works on meanwhile.
 void hold_until_interrupted(const driver::Host& host) {
-    while (!interrupted && !driver::is_queue_lost(host, kLook.count())) continue;
+    while (!interrupted && !driver::is_queue_lost(host, kLook.count())) {
+    }
 }
 
 std::uint64_t total_bytes(const std::vector<capture::Input>& inputs) {

@@ -153,7 +153,8 @@ static void start_over(void) {
     mld_debug = 0;
     /* A start that the driver ends early is one that a task never sees. */
     seed = 1;
-    while (adapt_init() != 0) continue;
+    while (adapt_init() != 0) {
+    }
     seed = 0;
 }
 
