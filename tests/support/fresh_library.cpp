@@ -114,12 +114,14 @@ void detach_segment() {
 
 void restore_library() { at_start.restore(); }
 
-LibraryTest::LibraryTest() {
+void begin_anew() {
     detach_segment();
     remove_ipc();
     restore_library();
     reset_neighbours();
 }
+
+LibraryTest::LibraryTest() { begin_anew(); }
 
 LibraryTest::~LibraryTest() {
     detach_segment();

@@ -11,6 +11,10 @@ namespace mc_test {
 // Puts back every variable of libmc_hal.so, exported or not, to what it held at program start.
 void restore_library();
 
+// All that a test begins with: the same, and no call recorded, nothing scripted, neither the
+// command queue nor the status segment in existence.
+void begin_anew();
+
 // The base of every fixture: fresh library, no call recorded, nothing scripted, neither the command
 // queue nor the status segment in existence.
 class LibraryTest : public ::testing::Test {

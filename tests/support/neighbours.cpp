@@ -306,6 +306,10 @@ std::vector<SentFrame> sent_frames() {
 
 void take_frames_unrecorded(FrameTaker taker) { frame_taker = taker; }
 
+std::int32_t written_down(const char* name, std::int32_t unscripted) {
+    return called(name, {}, unscripted);
+}
+
 void forget_calls() {
     const std::lock_guard guard(mutex);
     state().calls.clear();

@@ -62,6 +62,10 @@ std::vector<SentFrame> sent_frames();
 using FrameTaker = void (*)(const std::uint8_t* frame, std::size_t len, unsigned port);
 void take_frames_unrecorded(FrameTaker taker);
 
+// For a neighbour that a test defines itself, such as a function of the C library: the call joins
+// the list, without its arguments, and the status is the one that the script has for it.
+std::int32_t written_down(const char* name, std::int32_t unscripted = 0);
+
 void forget_calls();      // empties the list; what is scripted stays
 void reset_neighbours();  // empties the list and the script
 
@@ -117,7 +121,8 @@ void set_group_dump(Bytes dump);       // igmp_gather_grp_info; nothing without 
 // ---- Frames ------------------------------------------------------------------------------------
 
 // Queues a frame for L2_multicast_read_msg, which takes the port and, if given, another length than
-// the frame's own. While the queue is empty the driver has "nothing now".
+// the frame's own. While the queue is empty the driver has "nothing now". A read that is scripted
+// to fail leaves the frame for the next one.
 void deliver(Bytes frame, std::uint8_t port);
 void deliver(Bytes frame, std::uint8_t port, std::uint32_t claimed_length);
 
