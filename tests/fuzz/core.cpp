@@ -539,7 +539,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     start_over();
     while (chances_left() != 0) {
         step();
-        fuzz::check_core(table, most);
+        fuzz::check_core(&table, most);
     }
     return 0;
 }

@@ -24,6 +24,7 @@
 #include "mld/mld.h"
 #include "mld/record.h"
 #include "tests/fuzz/chances.h"
+#include "tests/fuzz/fresh_library.h"
 #include "tests/streams/steps.h"
 
 enum Door { FRAMES, COMMANDS, OPERATIONS };
@@ -114,19 +115,7 @@ void* shmat(int id, const void* address, int flags) {
 
 /* As after loading and start-up. */
 static void start_over(void) {
-    memset(&mldInitParams, 0, sizeof mldInitParams);
-    memset(PortVlanCfg, 0, sizeof PortVlanCfg);
-    memset(&globle_parm, 0, sizeof globle_parm);
-    memset(PortVlan, 0, sizeof(uint16_t[MC_TEMPLATE_VLANS]));
-    setVlanNumber = 0;
-    srcPortNum = 0;
-    ponVlan = 0;
-    testuplink = MC_NO_TEST_UPLINK;
-    tablereturn = 1;
-    igmp_adapt = -1;
-    flag_omci_version = 0;
-    mc_debug = 0;
-    mld_debug = 0;
+    unload_library();
     /* A start that the driver ends early is one that a task never sees. */
     draw_from(1);
     while (adapt_init() != 0) {

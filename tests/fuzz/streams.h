@@ -36,6 +36,9 @@ struct Ran {
 [[nodiscard]] Ran run_program(int (*program)(int, char**), const char* name,
                               const std::vector<std::string>& words);
 
+// Nothing in it controls a terminal, not even a line end.
+[[nodiscard]] bool is_printable(std::string_view line);
+
 // One line of printable text, with its end.
 void check_complaint(std::string_view line);
 
