@@ -1,8 +1,8 @@
-// Fuzzing of captures, for libFuzzer: what reads and merges them, and their replay through the library and
-// the development core, up to the captures that it writes.
+// Fuzzing of captures, for libFuzzer: what reads and merges them, and their replay through the
+// library and the development core, up to the captures that it writes.
 //
-// An input is a byte of choices and then either the bytes of one to three files, or chances from which
-// files are made that can be read, with frames that hold IGMP and MLD.
+// An input is a byte of choices and then either the bytes of one to three files, or chances from
+// which files are made that can be read, with frames that hold IGMP and MLD.
 #include <unistd.h>
 
 #include <algorithm>
@@ -71,7 +71,8 @@ Bytes some_frame() {
     } else {
         append16(frame, is_ipv4 ? 0x0800 : 0x86DD);
     }
-    append(frame, is_ipv4 ? fuzz::some_igmp_packet(0xEF010101 + below(4)) : fuzz::some_mld_packet());
+    append(frame,
+           is_ipv4 ? fuzz::some_igmp_packet(0xEF010101 + below(4)) : fuzz::some_mld_packet());
     if (one_in(32)) frame.resize(below(2100));
     return frame;
 }
@@ -102,8 +103,8 @@ struct Stamped {
 };
 
 std::vector<Stamped> some_frames() {
-    static constexpr std::array<std::uint64_t, 6> kPauses{1'000'000, 0,   1, kNanoseconds,
-                                                          20 * kNanoseconds, 300 * kNanoseconds};
+    static constexpr std::array<std::uint64_t, 6> kPauses{
+        1'000'000, 0, 1, kNanoseconds, 20 * kNanoseconds, 300 * kNanoseconds};
     std::uint64_t now = 1000 * kNanoseconds + below(3) * kNanoseconds;
     std::vector<Stamped> frames;
     for (std::uint32_t left = below(12); left > 0; --left) {
@@ -180,14 +181,15 @@ Bytes plain_file(std::size_t size) {
 
 std::vector<commands::Record> encoded(const std::vector<std::string>& lines) {
     std::vector<commands::Record> records;
-    for (const std::string& line : lines) records.push_back(commands::encode(commands::split(line)));
+    for (const std::string& line : lines)
+        records.push_back(commands::encode(commands::split(line)));
     return records;
 }
 
 const std::vector<commands::Record>& some_commands() {
     static const auto& records = *new std::vector<commands::Record>(encoded(
         {"mode control", "mode proxy", "mode snooping", "fast-leave --port 0 on",
-         "group-limit --port 1 1", "show groups", "show config", "vlan delete-all",
+         "group-limit --port 1 1", "show groups", "show config", "core-vlan delete-all",
          "vlan add --port 0 --mode translate --up-in 100 --up-out 4000 --down-in 4000 --down-out "
          "100 --data-in 4000 --data-out 100",
          "vlan add --port 1 --mode tag --up-in none --up-out 4000 --data-in 4000",
@@ -261,7 +263,8 @@ void check_merge(const std::vector<capture::Input>& inputs, const std::vector<Al
         must(merged[i].frames == alone[i].frames && merged[i].bytes == alone[i].bytes,
              "a merge has all frames of each capture");
     }
-    const auto damaged = static_cast<std::size_t>(std::ranges::count(alone, true, &Alone::is_damaged));
+    const auto damaged =
+        static_cast<std::size_t>(std::ranges::count(alone, true, &Alone::is_damaged));
     must(merge.damage().size() == damaged, "a line for each capture that broke");
 }
 
@@ -313,8 +316,8 @@ void check_counts(const std::vector<capture::Input>& inputs, const std::vector<A
 
 void check_summary(const replay::Arguments& arguments, capture::Report report) {
     const std::uint64_t end_us = report.span ? report.span->end_us : 0;
-    const replay::Summary summary{arguments, std::move(report), report::core_report(end_us),
-                                  0,         false,             0.5};
+    const replay::Summary summary{
+        arguments, std::move(report), report::core_report(end_us), 0, false, 0.5};
     std::string text = replay::as_text(summary);
     std::ranges::replace(text, '\n', ' ');
     must(fuzz::is_printable(text), "control bytes in a summary");

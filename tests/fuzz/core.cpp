@@ -42,8 +42,8 @@ using fuzz::some32;
 constexpr std::uint32_t kLongestPacket = 1978;  // what the core reads at most
 
 fuzz::Switch table;
-devcore::Bounds most;          // the largest that held since the core was empty
-std::uint32_t ssm_map[5];      // read in place by the core
+devcore::Bounds most;      // the largest that held since the core was empty
+std::uint32_t ssm_map[5];  // read in place by the core
 
 // ---- The other side of the call-backs -----------------------------------------------------------
 
@@ -68,7 +68,8 @@ void ask() {
 std::int32_t change(bool add, std::uint16_t port, std::uint16_t vlan, std::uint32_t tail) {
     const auto owner = devcore::entry_in_hand();
     must(owner.has_value(), "a call for an entry of no group");
-    const std::uint32_t group = mc::load_be32(&owner->group[owner->family == Family::kIpv4 ? 0 : 12]);
+    const std::uint32_t group =
+        mc::load_be32(&owner->group[owner->family == Family::kIpv4 ? 0 : 12]);
     must(owner->port == port && owner->vlan == vlan && group == tail, "a call for another entry");
     const GroupKey key{owner->port, owner->vlan, owner->family, owner->group};
     must(table.entries.contains(key) != add,
@@ -110,7 +111,8 @@ void check_sent_mld(std::span<const std::uint8_t> packet) {
     const auto message = packet.subspan(kHeaders);
     const auto length = static_cast<std::uint32_t>(message.size());
     const std::uint32_t addresses = fuzz::sum(packet.subspan(8, 32));
-    must(fuzz::checksum(message, addresses + length + 58) == 0, "the checksum of an MLD message sent");
+    must(fuzz::checksum(message, addresses + length + 58) == 0,
+         "the checksum of an MLD message sent");
 }
 
 extern "C" {
@@ -219,8 +221,8 @@ void mld_comes() {
 // ---- Time ---------------------------------------------------------------------------------------
 
 void time_passes() {
-    static constexpr std::uint64_t kSteps[] = {kSecond,       0,  1, 2 * kSecond, 10 * kSecond,
-                                               125 * kSecond, 260 * kSecond};
+    static constexpr std::uint64_t kSteps[] = {
+        kSecond, 0, 1, 2 * kSecond, 10 * kSecond, 125 * kSecond, 260 * kSecond};
     std::uint64_t now = devcore::core().now_us + one_of(kSteps);
     const auto next = devcore::next_timer();
     if (next && one_in(2) && *next < now + 1000 * kSecond) now = *next;
@@ -300,7 +302,8 @@ void change_control_list(bool oam) {
     std::size_t held = 0;
     for (const auto& [first, last] : list) held += last - first.second + 1;
     must(held == expected.size(), "how many groups are on a control list");
-    for (const auto& each : expected) must(devcore::is_on_list(list, each), "a group is lost off its list");
+    for (const auto& each : expected)
+        must(devcore::is_on_list(list, each), "a group is lost off its list");
 }
 
 constexpr Step kPortSettings[] = {
@@ -344,9 +347,9 @@ void raise(std::uint32_t& highest, std::uint32_t bound) { highest = std::max(hig
 
 // What is there stays, whatever the bound is then.
 void bounds_change() {
-    const devcore::Bounds bounds{some_bound(),           some_bound(),
-                                 some_bound(),           some_bound(),
-                                 some_bound() + below(20), some_bound()};
+    const devcore::Bounds bounds{
+        some_bound(), some_bound(), some_bound(), some_bound(), some_bound() + below(20),
+        some_bound()};
     devcore::set_bounds(bounds);
     raise(most.sources_per_host, bounds.sources_per_host);
     raise(most.sources_per_group, bounds.sources_per_group);

@@ -1,5 +1,5 @@
-// What the development core promises about its tables, looked at from beside: everything that it keeps
-// as a count or a merge is made up anew from the hosts.
+// What the development core promises about its tables, looked at from beside: everything that it
+// keeps as a count or a merge is made up anew from the hosts.
 #pragma once
 
 #include <set>
@@ -18,8 +18,8 @@ struct Switch {
     bool was_asked = true;  // for each of them: without a call-back the core refuses by itself
 };
 
-// Ends the run when something does not hold. No port or group has more than `most` says; the switch is
-// null where somebody else answers for it.
+// Ends the run when something does not hold. No port or group has more than `most` says; the switch
+// is null where somebody else answers for it.
 void check_core(const Switch* table, const devcore::Bounds& most);
 
 }  // namespace fuzz

@@ -101,7 +101,8 @@ void damage(Bytes& bytes) {
             bytes.resize(bytes.size() + below(2000));
             break;
         default:
-            if (!bytes.empty()) bytes[below(static_cast<std::uint32_t>(bytes.size()))] ^= next_byte();
+            if (!bytes.empty())
+                bytes[below(static_cast<std::uint32_t>(bytes.size()))] ^= next_byte();
             break;
     }
 }
@@ -193,8 +194,8 @@ Bytes some_mld_packet() {
     packet.push_back(one_in(32) ? next_byte() : std::uint8_t{1});
     append_host6(packet);
     append_group6(packet);
-    const std::uint32_t more = sum(std::span(packet).subspan(8, 32)) +
-                               static_cast<std::uint32_t>(message.size()) + 58;
+    const std::uint32_t more =
+        sum(std::span(packet).subspan(8, 32)) + static_cast<std::uint32_t>(message.size()) + 58;
     if (message.size() >= 4) mc::store_be16(&message[2], checksum(message, more));
     if (with_options) append(packet, Bytes{58, 0, 5, 2, 0, 0, 1, 0});
     if (one_in(32)) damage(packet);

@@ -5,7 +5,8 @@
 
 namespace fuzz {
 
-// All of them as after start-up, at this time of the core's clock; the driver is to outlive what follows.
+// All of them as after start-up, at this time of the core's clock; the driver is to outlive what
+// follows.
 void start_node(driver::Driver& driver, std::uint64_t now_us);
 
 // Has the library's packet task take frames until the driver has no more.

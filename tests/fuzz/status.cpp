@@ -1,9 +1,9 @@
 // Fuzzing of mcstat, for libFuzzer: segments of right and wrong sizes with anything in them, and
-// descriptions of fields. What it prints as JSON is parsed again, each value looked up in the segment;
-// what it refuses is one line of complaint.
+// descriptions of fields. What it prints as JSON is parsed again, each value looked up in the
+// segment; what it refuses is one line of complaint.
 //
-// An input is six bytes of choices, the text of a description (or the words of a command line) up to a
-// zero byte, and what the segment is filled with.
+// An input is six bytes of choices, the text of a description (or the words of a command line) up
+// to a zero byte, and what the segment is filled with.
 #include <sys/msg.h>
 #include <sys/shm.h>
 #include <time.h>
@@ -150,8 +150,8 @@ void fill_segment(std::uint8_t choice, std::uint8_t groups, const std::string& t
     std::vector<std::uint8_t> rest;
     while (chances_left() != 0) rest.push_back(next_byte());
     for (std::size_t i = 0; i < machine.size; ++i) {
-        machine.segment[i] = rest.empty() ? static_cast<std::uint8_t>(text.size() + i)
-                                          : rest[i % rest.size()];
+        machine.segment[i] =
+            rest.empty() ? static_cast<std::uint8_t>(text.size() + i) : rest[i % rest.size()];
     }
     // As many groups as a home has, or any number.
     if (groups < 255 && machine.size >= 4) mc::store_be32(machine.segment.get(), groups % 8U);
@@ -186,11 +186,11 @@ Input read_input() {
 // ---- The report ---------------------------------------------------------------------------------
 
 Fields fields_of(const Input& input) {
-    return mcstat::parse_fields(
-        input.has_fields ? input.text : mcstat::default_description(), "again");
+    return mcstat::parse_fields(input.has_fields ? input.text : mcstat::default_description(),
+                                "again");
 }
 
-std::string key_of(const Field& field) {
+std::string name_in_json(const Field& field) {
     std::string key = field.name;
     std::ranges::replace(key, '-', '_');
     return key;
@@ -220,8 +220,8 @@ void check_value(const Field& field, Bytes record, const json& value) {
 void check_object(const std::vector<Field>& fields, Bytes record, const json& object) {
     must(object.is_object() && object.size() == fields.size(), "a member for each field");
     for (const Field& field : fields) {
-        must(object.contains(key_of(field)), "the name of a field");
-        check_value(field, record, object.at(key_of(field)));
+        must(object.contains(name_in_json(field)), "the name of a field");
+        check_value(field, record, object.at(name_in_json(field)));
     }
 }
 
@@ -241,10 +241,10 @@ void check_json(const std::string& text, const Fields& fields) {
         std::min<std::size_t>(load(segment, mc::kStatusGroupCount, 4), mc::kStatusGroups);
     must(groups.size() == count, "how many groups are shown");
     for (std::size_t i = 0; i < count; ++i) {
-        check_object(fields.group,
-                     segment.subspan(mc::kStatusGroupTable + mc::kStatusGroupSize * i,
-                                     mc::kStatusGroupSize),
-                     groups[i]);
+        check_object(
+            fields.group,
+            segment.subspan(mc::kStatusGroupTable + mc::kStatusGroupSize * i, mc::kStatusGroupSize),
+            groups[i]);
     }
 }
 

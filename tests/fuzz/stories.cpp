@@ -1,6 +1,6 @@
-// Fuzzing of files of timed commands, for libFuzzer: a file is read as a whole, or refused in one line
-// that names the place. What was read runs in the order of its times, through the library and the
-// development core.
+// Fuzzing of files of timed commands, for libFuzzer: a file is read as a whole, or refused in one
+// line that names the place. What was read runs in the order of its times, through the library and
+// the development core.
 //
 // An input is such a file.
 #include <algorithm>
@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "command/config_commands.h"
+#include "common/bytes.h"
 #include "node/command_file.h"
 #include "node/core/development_core.h"
 #include "node/core/state.h"
@@ -21,6 +23,7 @@
 #include "tests/fuzz/core_checks.h"
 #include "tests/fuzz/node.h"
 #include "tests/fuzz/streams.h"
+#include "tools/command_line.h"
 #include "tools/printable.h"
 
 namespace {
@@ -108,9 +111,20 @@ void check_again(const fuzz::MemoryFile& file, const Story& story) {
     }
 }
 
-// A range of authorised groups and one of ports are walked one by one by the library, however long.
+// The library walks a range of a control list address by address, however long it is.
 bool is_long_walk(const replay::TimedCommand& command) {
-    return command.words.starts_with("raw") && (command.code == 9U || command.code == 32U);
+    constexpr std::uint32_t kLong = 256;
+    if (command.code != mc::SetControlList::code) return false;
+    try {
+        const auto bytes = commands::encode(commands::split(command.words)).bytes;
+        const auto word = [&bytes](std::uint32_t at) {
+            return at + 4 <= bytes.size() ? mc::load_be32(&bytes[at]) : 0;
+        };
+        return word(mc::SetControlList::end.offset) - word(mc::SetControlList::start.offset) >
+               kLong;
+    } catch (const commands::UsageError&) {
+        return true;  // words that held blanks
+    }
 }
 
 void run(const Story& story) {

@@ -1,6 +1,6 @@
-// Fuzzing of mcctl, for libFuzzer: any words give one record, or one line of complaint, and never both.
-// A record that was accepted has its fields where the table of commands says, in the range that it
-// says, and comes out the same when it is put into words again.
+// Fuzzing of mcctl, for libFuzzer: any words give one record, or one line of complaint, and never
+// both. A record that was accepted has its fields where the table of commands says, in the range
+// that it says, and comes out the same when it is put into words again.
 //
 // An input is the words of a command line, a line each.
 #include <sys/msg.h>
