@@ -153,8 +153,8 @@ void fill_segment(std::uint8_t choice, std::uint8_t groups, const std::string& t
         machine.segment[i] =
             rest.empty() ? static_cast<std::uint8_t>(text.size() + i) : rest[i % rest.size()];
     }
-    // As many groups as a home has, or any number.
-    if (groups < 255 && machine.size >= 4) mc::store_be32(machine.segment.get(), groups % 8U);
+    // As many groups as a few homes have, or any number.
+    if (groups < UINT8_MAX && machine.size >= 4) mc::store_be32(machine.segment.get(), groups % 8U);
 }
 
 Input read_input() {
@@ -178,6 +178,12 @@ Input read_input() {
         const std::uint8_t byte = next_byte();
         if (byte == 0) break;
         input.text += static_cast<char>(byte);
+    }
+    // A full table takes its time: it has few columns then.
+    constexpr std::size_t kFewColumns = 40;
+    if (groups == UINT8_MAX && input.way != Way::kWords) {
+        input.has_fields = true;
+        input.text.resize(std::min(input.text.size(), kFewColumns));
     }
     fill_segment(size, groups, input.text);
     return input;

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
+#include <sstream>
 
 #include "tests/fuzz/chances.h"
 #include "tools/printable.h"
@@ -71,8 +73,11 @@ Ran run_program(int (*program)(int, char**), const char* name,
     {
         const Caught output(stdout);
         const Caught complaint(stderr);
+        std::ostringstream help;  // written by the library that reads the options
+        std::streambuf* const before = std::cout.rdbuf(help.rdbuf());
         ran.status = program(static_cast<int>(texts.size()), arguments.data());
-        ran.output = output.text();
+        std::cout.rdbuf(before);
+        ran.output = output.text() + help.str();
         ran.complaint = complaint.text();
     }
     for (char* const argument : arguments) std::free(argument);
