@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -22,11 +23,13 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "common/bytes.h"
+#include "mld/record.h"
 #include "node/capture/capture_driver.h"
 #include "node/capture/capture_error.h"
 #include "node/core/development_core.h"
 #include "node/core/state.h"
 #include "node/replay/replay_summary.h"
+#include "platform/protocol_core.h"
 #include "tests/fuzz/core_checks.h"
 #include "tests/fuzz/core_packets.h"
 #include "tests/fuzz/draw.h"
@@ -203,13 +206,20 @@ void run(const commands::Record& record) {
     static_cast<void>(process_interface_msg(image.data()));
 }
 
-// Between frames that are years apart the proxy would ask its hosts for years.
+void set_mld_mode(std::uint16_t mode) {
+    mldInitParams.multiMode = mode;
+    static_cast<void>(mld_proxy_snoop_set_globle(mode));
+}
+
 std::vector<capture::Event> some_events(capture::Driver& driver) {
     std::vector<capture::Event> events;
     for (std::uint32_t left = below(6); left > 0; --left) {
         const std::uint64_t after_us = below(64) * devcore::kSecond;
         if (one_in(4)) {
             events.push_back({after_us, [&driver, id = next_byte()] { driver.set_onu_id(id); }});
+        } else if (one_in(8)) {
+            const std::uint16_t mode = one_in(4) ? MLD_MODE_SNOOPING : MLD_MODE_CONTROL;
+            events.push_back({after_us, [mode] { set_mld_mode(mode); }});
         } else {
             const commands::Record* const record =
                 &some_commands()[below(static_cast<std::uint32_t>(some_commands().size()))];
@@ -324,30 +334,47 @@ void check_summary(const replay::Arguments& arguments, capture::Report report) {
     must(replay::as_json(summary).ends_with("}\n"), "a summary as JSON");
 }
 
-void replay_all(const std::vector<capture::Input>& inputs, const std::vector<Alone>& alone,
-                bool is_made) {
-    const bool is_written = one_in(2);
+// What a replay is told besides its captures.
+struct Choices {
+    bool is_made;
+    bool is_written;
+    bool is_summed_up;
+    std::uint64_t tail_us;
+    std::uint32_t debug;
+    std::vector<capture::Event> events;
+};
+
+// Nothing happens between frames that may be years apart: the proxy would ask its hosts for years.
+Choices some_choices(bool is_made, capture::Driver& driver) {
+    Choices choices{
+        is_made, one_in(2), one_in(4), below(4) * 100 * devcore::kSecond, one_in(4) ? below(64) : 0,
+        {}};
+    if (is_made) choices.events = some_events(driver);
+    return choices;
+}
+
+void replay_all(capture::Driver& driver, const std::vector<capture::Input>& inputs,
+                const std::vector<Alone>& alone, const Choices& choices) {
     replay::Arguments arguments;
     arguments.inputs = inputs;
-    if (is_written) arguments.output = output_folder();
-    arguments.tail_us = below(4) * 100 * devcore::kSecond;
-    capture::Driver driver;
+    if (choices.is_written) arguments.output = output_folder();
+    arguments.tail_us = choices.tail_us;
     fuzz::start_node(driver, 0);
     driver.prepare({inputs,
                     arguments.output,
                     1,
                     arguments.tail_us,
                     {devcore::set_clock, devcore::next_timer},
-                    is_made ? some_events(driver) : std::vector<capture::Event>{}});
-    if (one_in(4)) mc_debug = mld_debug = below(64);
+                    choices.events});
+    mc_debug = mld_debug = choices.debug;
     driver.start();
     fuzz::run_packet_task();
     must(driver.wait_until_finished(std::chrono::milliseconds(0)), "the replay ends");
     fuzz::check_core(nullptr, {});
     const capture::Report report = driver.report();
     check_counts(inputs, alone, report);
-    if (is_written) check_written(report, is_made);
-    if (one_in(4)) check_summary(arguments, report);
+    if (choices.is_written) check_written(report, choices.is_made);
+    if (choices.is_summed_up) check_summary(arguments, report);
 }
 
 }  // namespace
@@ -359,6 +386,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::uint8_t choice = next_byte();
     const bool is_made = choice < 128;
     const std::size_t count = 1 + choice % kMostFiles;
+    capture::Driver driver;
+    const Choices choices = some_choices(is_made, driver);
     std::vector<capture::Input> inputs;
     for (std::size_t i = 0; i < count; ++i) {
         const Bytes file = is_made ? made_file() : plain_file(size / count + 1);
@@ -369,7 +398,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         std::vector<Alone> alone;
         for (const capture::Input& input : inputs) alone.push_back(read_alone(input));
         check_merge(inputs, alone);
-        replay_all(inputs, alone, is_made);
+        replay_all(driver, inputs, alone, choices);
     } catch (const capture::CaptureError& error) {
         must(*error.what() != '\0', "a complaint says why");
     }
