@@ -113,8 +113,9 @@ std::vector<Stamped> some_frames() {
     for (std::uint32_t left = below(12); left > 0; --left) {
         now += one_of(kPauses);
         Bytes frame = some_frame();
-        const auto length = static_cast<std::uint32_t>(frame.size());
+        auto length = static_cast<std::uint32_t>(frame.size());
         if (one_in(32)) frame.resize(below(length + 1));  // cut by the capture
+        if (one_in(32)) length = below(length + 1);       // and now and then more than there was
         frames.push_back({one_in(16) ? now - kNanoseconds / 2 : now, length, std::move(frame)});
     }
     return frames;
