@@ -157,6 +157,11 @@ expect_bad "group address 4 4 colour" "no format 'colour'"
 printf 'port a 0 4 hex\nport a 4 4 hex\n' >twice.txt
 show --fields twice.txt
 expect_complaint "a name twice" 2 "twice.txt:2: 'a' is there twice"
+printf 'port a-b 0 4 hex\nport a_b 4 4 hex\n' >twice.txt
+show --json --fields twice.txt
+expect_complaint "two names that are one in JSON" 2 "twice.txt:2: 'a_b' is there twice"
+expect_bad $'port a\x1b[2J 0 4 number' 'the name '\''a\x1b[2J'\'' holds a backslash or what cannot be printed'
+expect_bad $'port a\xff 0 4 number' 'the name '\''a\xff'\'' holds'
 show --fields absent.txt
 expect_complaint "a missing description" 2 "absent.txt: cannot be read"
 show --fields .

@@ -1,4 +1,4 @@
-// Commands by readable names: turns the words of a command line, such as `vlan delete-all`, into
+// Commands by readable names: turns the words of a command line, such as `mode control`, into
 // the record that the command queue carries. All that is known about the commands is in
 // command_table.cpp; values are checked here, because the receiver of a record checks nothing.
 //
@@ -38,7 +38,7 @@ struct Record {
     }
 };
 
-// The record of a command. The words are those behind the program's name, e.g. {"vlan",
+// The record of a command. The words are those behind the program's name, e.g. {"core-vlan",
 // "delete-all"}. Throws UsageError.
 [[nodiscard]] Record encode(const std::vector<std::string>& words);
 

@@ -10,6 +10,7 @@
 
 #include "adapt/status_segment.h"
 #include "common/bytes.h"
+#include "tools/printable.h"
 
 namespace mcstat {
 namespace {
@@ -89,6 +90,17 @@ void check(const Field& field, std::uint32_t record_size) {
     }
 }
 
+// A name goes to the terminal as the title of a column.
+void check_name(const std::vector<Field>& list, const std::string& name) {
+    if (tools::printable(name) != name) {
+        throw FieldsError("the name '" + name + "' holds a backslash or what cannot be printed");
+    }
+    const auto is_same = [&](const Field& each) { return key_of(each.name) == key_of(name); };
+    if (std::ranges::any_of(list, is_same)) {
+        throw FieldsError("'" + name + "' is there twice");
+    }
+}
+
 void add_line(Fields& fields, const std::string& line) {
     std::istringstream words(line.substr(0, line.find('#')));
     std::vector<std::string> parts;
@@ -105,9 +117,7 @@ void add_line(Fields& fields, const std::string& line) {
                       parse_format(parts[4])};
     check(field, is_port ? kPortStatusSize : mc::kStatusGroupSize);
     std::vector<Field>& list = is_port ? fields.port : fields.group;
-    if (std::ranges::find(list, field.name, &Field::name) != list.end()) {
-        throw FieldsError("'" + field.name + "' is there twice");
-    }
+    check_name(list, field.name);
     list.push_back(field);
 }
 
@@ -162,6 +172,11 @@ Fields read_fields(const std::filesystem::path& file) {
     // A file that does not open, and a folder, never come to their end.
     if (!in.eof()) throw FieldsError(file.string() + ": cannot be read");
     return parse_fields(text, file.string());
+}
+
+std::string key_of(std::string name) {
+    std::ranges::replace(name, '-', '_');
+    return name;
 }
 
 std::optional<std::uint32_t> value_of(const Field& field, std::span<const std::uint8_t> record) {

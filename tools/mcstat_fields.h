@@ -13,6 +13,8 @@
 //     vlan      decimal                          seconds   decimal, all ones is never
 //     hex       with a leading 0x                flag      0 is no, anything else is yes
 //     filter    1 include, 2 exclude
+//
+// A name is anything that can be printed, without blanks and backslashes.
 #pragma once
 
 #include <cstdint>
@@ -63,6 +65,9 @@ struct Fields {
 // name is what complaints call the text: "NAME:LINE: why". Throws FieldsError.
 [[nodiscard]] Fields parse_fields(const std::string& text, const std::string& name);
 [[nodiscard]] Fields read_fields(const std::filesystem::path& file);
+
+// What JSON calls a field of this name. No two fields of a record have the same there.
+[[nodiscard]] std::string key_of(std::string name);
 
 // The field's value in a record; nothing for no limit, or for a time that never comes.
 [[nodiscard]] std::optional<std::uint32_t> value_of(const Field& field,

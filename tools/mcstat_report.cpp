@@ -82,12 +82,6 @@ Json as_json(const Field& field, Bytes record) {
     }
 }
 
-std::string key_of(const Field& field) {
-    std::string key = field.name;
-    std::ranges::replace(key, '-', '_');
-    return key;
-}
-
 std::string ports_text(const Contents& contents, const Fields& fields) {
     std::vector<report::Column> columns{{"port", report::Align::kLeft}, {"group limit"}};
     for (const Field& field : fields.port) columns.push_back(column_of(field));
@@ -120,7 +114,7 @@ std::string groups_text(const Contents& contents, const Fields& fields) {
 
 Json fields_json(const std::vector<Field>& fields, Bytes record) {
     Json object = Json::object();
-    for (const Field& field : fields) object.set(key_of(field), as_json(field, record));
+    for (const Field& field : fields) object.set(key_of(field.name), as_json(field, record));
     return object;
 }
 

@@ -13,7 +13,6 @@
 #include <setjmp.h>
 #include <stddef.h>
 #include <stdint.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/msg.h>
@@ -24,43 +23,21 @@
 #include "command/command.h"
 #include "mld/mld.h"
 #include "mld/record.h"
+#include "tests/fuzz/chances.h"
+#include "tests/fuzz/fresh_library.h"
 #include "tests/streams/steps.h"
 
 enum Door { FRAMES, COMMANDS, OPERATIONS };
 
 enum { LONGEST_SENT = 2008 }; /* a frame of 2000 bytes and two tags */
 
-/* ---- Chance: the input, byte by byte, each spread over a word -------------------------------- */
-
-static const uint8_t* input;
-static size_t left;
-static uint32_t seed; /* not 0: the configuration is drawn from it instead */
-
-uint32_t chance(void) {
-    if (seed != 0) {
-        seed ^= seed << 13;
-        seed ^= seed >> 17;
-        seed ^= seed << 5;
-        return seed;
-    }
-    if (left == 0) return 0;
-    --left;
-    return (uint32_t)(*input++ + 1) * 0x9E3779B1u;
-}
-
 static void configure(void) {
-    seed = chance() | 1;
+    draw_from(chance() | 1);
     some_configuration();
-    seed = 0;
+    draw_from(0);
 }
 
 /* ---- What is checked ------------------------------------------------------------------------- */
-
-static void must(int holds, const char* what) {
-    if (holds) return;
-    fprintf(stderr, "broken: %s\n", what);
-    abort();
-}
 
 /* On the heap and as long as it says, so that the sanitizer sees one byte too far. */
 uint8_t* frame_room(uint32_t bytes) {
@@ -116,8 +93,8 @@ int msgget(key_t key, int flags) { return (void)key, (void)flags, one_in(200) ? 
 ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
     uint8_t record[MC_RECORD_SIZE];
     (void)queue, (void)type, (void)flags;
-    if (left == 0) longjmp(out_of_the_task, 1);
-    while (one_in(4) && left != 0) {
+    if (chances_left() == 0) longjmp(out_of_the_task, 1);
+    while (one_in(4) && chances_left() != 0) {
         one_in(2) ? a_frame_comes() : core_sends();
     }
     if (one_in(20)) return -1; /* interrupted, or longer than the room */
@@ -138,29 +115,17 @@ void* shmat(int id, const void* address, int flags) {
 
 /* As after loading and start-up. */
 static void start_over(void) {
-    memset(&mldInitParams, 0, sizeof mldInitParams);
-    memset(PortVlanCfg, 0, sizeof PortVlanCfg);
-    memset(&globle_parm, 0, sizeof globle_parm);
-    memset(PortVlan, 0, sizeof(uint16_t[MC_TEMPLATE_VLANS]));
-    setVlanNumber = 0;
-    srcPortNum = 0;
-    ponVlan = 0;
-    testuplink = MC_NO_TEST_UPLINK;
-    tablereturn = 1;
-    igmp_adapt = -1;
-    flag_omci_version = 0;
-    mc_debug = 0;
-    mld_debug = 0;
+    unload_library();
     /* A start that the driver ends early is one that a task never sees. */
-    seed = 1;
+    draw_from(1);
     while (adapt_init() != 0) {
     }
-    seed = 0;
+    draw_from(0);
 }
 
 static void come_frames(void) {
     configure();
-    while (left != 0) {
+    while (chances_left() != 0) {
         if (one_in(16)) configure();
         one_in(6) ? core_sends() : a_frame_comes();
     }
@@ -173,7 +138,7 @@ static void come_commands(void) {
 
 static void come_operations(void) {
     if (one_in(4)) mc_debug = mld_debug = chance() & 0x3F;
-    while (left != 0) {
+    while (chances_left() != 0) {
         switch (below(6)) {
             case 0:
                 core_sends();
@@ -192,12 +157,10 @@ static void come_operations(void) {
     }
 }
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
-
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    begin_chances(data, 0);
     start_over();
-    input = data;
-    left = size;
+    begin_chances(data, size);
     const enum Door door = MC_FUZZ_DOOR;
     switch (door) {
         case FRAMES:

@@ -1,0 +1,285 @@
+#include "tests/fuzz/core_checks.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "node/core/address.h"
+#include "node/core/membership.h"
+#include "tests/fuzz/chances.h"
+
+namespace fuzz {
+namespace {
+
+using devcore::Address;
+using devcore::core;
+using devcore::Family;
+using devcore::Filter;
+using devcore::Group;
+using devcore::GroupKey;
+using devcore::Host;
+using devcore::Port;
+using devcore::Tally;
+using devcore::Upstream;
+using devcore::VlanGroup;
+using devcore::Votes;
+
+using HostList = std::vector<const Host*>;
+
+// Those that are counted: the hosts, or the last one that left.
+HostList hosts_of(const Group& group) {
+    HostList hosts;
+    for (const auto& [address, host] : group.hosts) hosts.push_back(&host);
+    if (!group.last_left.empty()) hosts.push_back(&group.last_left.mapped());
+    return hosts;
+}
+
+// ---- Merges from scratch ------------------------------------------------------------------------
+
+void add_to(Tally& tally, const HostList& hosts) {
+    for (const Host* const host : hosts) {
+        if (host->exclude) ++tally.excluding;
+        ++tally.of_version[host->version];
+        for (const auto& [source, piece] : host->sources) {
+            Votes& votes = tally.sources[source];
+            ++(host->exclude ? votes.excluding : votes.including);
+        }
+    }
+}
+
+// RFC 3376, 3.2, word by word.
+Filter merge(const HostList& hosts) {
+    std::set<Address> included;
+    std::optional<std::set<Address>> excluded;  // by all that exclude
+    for (const Host* const host : hosts) {
+        std::set<Address> named;
+        for (const auto& [source, piece] : host->sources) named.insert(source);
+        if (!host->exclude) {
+            included.insert(named.begin(), named.end());
+        } else if (!excluded) {
+            excluded = named;
+        } else {
+            std::erase_if(*excluded, [&](const Address& each) { return !named.contains(each); });
+        }
+    }
+    if (!excluded) return {false, included};
+    std::erase_if(*excluded, [&](const Address& each) { return included.contains(each); });
+    return {true, *excluded};
+}
+
+bool equal(const Tally& a, const Tally& b) {
+    return a.excluding == b.excluding && a.sources == b.sources;
+}
+
+// ---- Groups -------------------------------------------------------------------------------------
+
+void check_host(const Host& host, const devcore::Bounds& most) {
+    must(host.exclude || !host.sources.empty(), "a host is kept that holds nothing");
+    must(host.version >= 1 && host.version <= 3, "a host's version");
+    must(host.sources.size() <= most.sources_per_host, "sources of a host are beyond the bound");
+}
+
+void check_pieces(const Group& group) {
+    std::size_t expected = 0;
+    for (const auto& [address, host] : group.hosts) {
+        expected += host.exclude ? 1 : host.sources.size();
+    }
+    must(group.pieces.size() == expected, "not each host and source ages once");
+    std::uint64_t before = 0;
+    for (const devcore::Piece& piece : group.pieces) {
+        must(piece.heard_us >= before && piece.heard_us <= core().now_us, "the order of ageing");
+        before = piece.heard_us;
+        const auto host = group.hosts.find(*piece.host);
+        must(host != group.hosts.end() && &host->first == piece.host, "the host that ages");
+        must((piece.source == nullptr) == host->second.exclude, "what ages of a host");
+        if (piece.source == nullptr) continue;
+        const auto source = host->second.sources.find(*piece.source);
+        must(source != host->second.sources.end() && &source->first == piece.source,
+             "the source that ages");
+    }
+}
+
+void check_tally(const Group& group) {
+    Tally tally;
+    add_to(tally, hosts_of(group));
+    must(equal(tally, group.tally), "the votes of a group are not those of its hosts");
+    must(tally.of_version == group.tally.of_version, "the versions of a group's hosts");
+    must(filter_of(group.tally) == merge(hosts_of(group)), "the merged sources of a group");
+}
+
+std::optional<std::uint64_t> age_due(const GroupKey& key, const Group& group) {
+    const auto interval = devcore::membership_interval(key.family);
+    if (!interval || group.pieces.empty()) return std::nullopt;
+    return std::max(group.pieces.front().heard_us, devcore::age_switch(key.family).since_us) +
+           *interval;
+}
+
+void check_timers(const GroupKey& key, const Group& group) {
+    const auto& all = core().timers.all();
+    const auto due = age_due(key, group);
+    must(due.has_value() == group.age_timer.has_value(), "whether a group ages");
+    must(!due || (group.age_timer->first == *due && all.contains(*group.age_timer)),
+         "when a group ages");
+    must(group.leave_timer.has_value() == group.hosts.empty(), "whether a group is being left");
+    must(!group.leave_timer || all.contains(*group.leave_timer), "the timer of a leave");
+    must(group.last_left.empty() != group.hosts.empty(), "the last host that left");
+}
+
+bool is_in_ranges(const Port& port, std::uint16_t vlan, std::uint32_t group) {
+    return std::ranges::any_of(port.ranges, [&](const devcore::AuthRange& range) {
+        return (range.vlan == vlan || range.vlan == devcore::kEveryVlan) && range.start <= group &&
+               group <= range.end;
+    });
+}
+
+void check_authorised(const GroupKey& key, const Port& port) {
+    const devcore::Settings& settings = core().settings;
+    must(key.vlan == devcore::default_vid(key.family) || settings.vlans.contains(key.vlan),
+         "a membership in a VLAN that is not there");
+    if (key.family != Family::kIpv4) return;
+    const VlanGroup place{key.vlan, devcore::to_ipv4(key.group)};
+    must(!port.range_auth || is_in_ranges(port, place.first, place.second),
+         "a membership outside the port's ranges");
+    must(settings.private_list.empty() || settings.private_list.contains(place),
+         "a membership that is not on the private list");
+    must(port.control_list.empty() || devcore::is_on_list(port.control_list, place),
+         "a membership that is not on the control list");
+}
+
+void check_group(const GroupKey& key, const Group& group, const devcore::Bounds& most) {
+    const Port* const port = devcore::find_port(key.port);
+    must(port != nullptr && !port->is_uplink, "a membership of no user port");
+    must(is_multicast(key.family, key.group) && !is_link_local_group(key.family, key.group),
+         "a membership in no group that can be joined");
+    std::size_t addresses = 0;
+    for (const Host* const host : hosts_of(group)) {
+        check_host(*host, most);
+        addresses += 1 + host->sources.size();
+    }
+    must(addresses == group.addresses, "the addresses of a group");
+    must(group.hosts.size() <= most.hosts_per_group, "hosts of a group are beyond the bound");
+    must(group.tally.sources.size() <= most.sources_per_group,
+         "sources of a group are beyond the bound");
+    must(group.joined_us <= core().now_us, "a membership of the future");
+    check_pieces(group);
+    check_tally(group);
+    check_timers(key, group);
+    check_authorised(key, *port);
+}
+
+// ---- Ports --------------------------------------------------------------------------------------
+
+struct Sums {
+    std::uint32_t groups = 0;
+    std::uint32_t mld_groups = 0;
+    std::uint64_t bandwidth = 0;
+    std::uint32_t addresses = 0;
+};
+
+Sums sums_of(const Port& port) {
+    Sums sums;
+    for (const auto& [key, group] : core().groups) {
+        if (key.port != port.number) continue;
+        ++(key.family == Family::kIpv4 ? sums.groups : sums.mld_groups);
+        sums.bandwidth += group.bandwidth;
+        sums.addresses += group.addresses;
+    }
+    return sums;
+}
+
+void check_control_list(const devcore::ControlList& list) {
+    const std::pair<const VlanGroup, std::uint32_t>* before = nullptr;
+    for (const auto& range : list) {
+        must(range.first.second <= range.second, "a range of a control list ends before it begins");
+        const bool is_apart = before == nullptr || before->first.first != range.first.first ||
+                              before->second + 1 < range.first.second;
+        must(is_apart, "ranges of a control list overlap or touch");
+        before = &range;
+    }
+}
+
+void check_port(const Port& port, const devcore::Bounds& most) {
+    const Sums sums = sums_of(port);
+    must(sums.groups == port.groups, "the groups of a port");
+    must(sums.mld_groups == port.mld_groups, "the MLD groups of a port");
+    must(sums.bandwidth == port.bandwidth, "the bandwidth of a port");
+    must(sums.addresses == port.addresses, "the addresses of a port");
+    must(port.groups <= most.groups_per_port, "groups of a port are beyond the bound");
+    must(port.mld_groups <= most.groups_per_port, "MLD groups of a port are beyond the bound");
+    must(port.addresses <= most.addresses_per_port, "addresses of a port are beyond the bound");
+    must(port.control_list.size() <= most.control_list_ranges,
+         "ranges of a control list are beyond the bound");
+    check_control_list(port.control_list);
+}
+
+// ---- Upstream -----------------------------------------------------------------------------------
+
+std::map<VlanGroup, std::vector<const Group*>> members_upstream() {
+    std::map<VlanGroup, std::vector<const Group*>> members;
+    for (const auto& [key, group] : core().groups) {
+        if (key.family != Family::kIpv4) continue;
+        members[{key.vlan, devcore::to_ipv4(key.group)}].push_back(&group);
+    }
+    return members;
+}
+
+void check_reported(const Upstream& upstream, const std::vector<const Group*>& members) {
+    Tally tally;
+    HostList hosts;
+    for (const Group* const group : members) {
+        for (const Host* const host : hosts_of(*group)) hosts.push_back(host);
+    }
+    add_to(tally, hosts);
+    must(upstream.members == members.size(), "the ports that are members upstream");
+    must(equal(tally, upstream.tally), "the votes upstream are not those of the hosts");
+    must(upstream.is_reported && upstream.reported == merge(hosts),
+         "what was reported upstream is not what the hosts want");
+    must(upstream.changed.empty(), "a change that is not reported");
+    std::set<std::pair<std::int32_t, Address>> unwanted;
+    for (const auto& [source, votes] : tally.sources) {
+        if (votes.including == 0) unwanted.insert({votes.excluding, source});
+    }
+    must(unwanted == upstream.unwanted, "the sources that nobody includes");
+}
+
+void check_upstream() {
+    const bool is_proxy = core().settings.mode == devcore::Mode::kProxy;
+    must(is_proxy == core().query_timer.has_value(), "whether general queries are sent");
+    must(!is_proxy || core().timers.all().contains(*core().query_timer), "the query timer");
+    const auto members = members_upstream();
+    must(core().upstream.size() == (is_proxy ? members.size() : 0), "the groups upstream");
+    for (const auto& [place, upstream] : core().upstream) {
+        must(members.contains(place), "a group upstream that no port is in");
+        check_reported(upstream, members.at(place));
+    }
+}
+
+// ---- Switch -------------------------------------------------------------------------------------
+
+void check_switch(const Switch& table) {
+    std::set<GroupKey> believed;
+    for (const auto& [key, group] : core().groups) {
+        if (group.programmed) believed.insert(key);
+    }
+    must(believed == table.entries, "what the core believes to be in the switch");
+    const devcore::Counters& counters = core().counters;
+    must(counters.entries_added == table.added, "the count of entries added");
+    must(counters.entries_removed == table.removed, "the count of entries removed");
+    must(!table.was_asked || counters.add_failures == table.add_failures,
+         "the count of entries not added");
+    must(counters.remove_failures == table.remove_failures, "the count of entries not removed");
+}
+
+}  // namespace
+
+void check_core(const Switch* table, const devcore::Bounds& most) {
+    for (const auto& [key, group] : core().groups) check_group(key, group, most);
+    for (const Port& port : core().ports) check_port(port, most);
+    check_upstream();
+    if (table != nullptr) check_switch(*table);
+}
+
+}  // namespace fuzz
