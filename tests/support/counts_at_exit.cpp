@@ -1,5 +1,5 @@
-// _exit in a build that counts coverage: the counts are written first, which otherwise only exit does.
-// Linked with --wrap=_exit, hence the names.
+// _exit in a build that counts coverage: the counts are written first, which otherwise only exit
+// does. Linked with --wrap=_exit, hence the names.
 extern "C" {
 
 void __gcov_dump();
