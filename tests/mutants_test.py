@@ -100,8 +100,18 @@ class Explanations(unittest.TestCase):
         text = self.mutant().text.replace("&&\n        c", "&& c")
         start = text.index("<")
         mutant = mutants.Mutant("vlan/a.cpp", text, mutants.Change(start, start + 1, "<="))
-        self.assertEqual(mutant.lines(), (explanation.before, explanation.after))
         self.assertEqual(mutant.line, 2)
+        self.assertTrue(explanation.fits(mutant))
+        self.assertFalse(explanation.fits(self.mutant()))  # goes on in the next line
+
+    def test_lines_before_it_tell_a_line_from_the_same_one_elsewhere(self):
+        text = "int f() {\n    return 0;\n}\nint g() {\n    return 0;\n}\n"
+        explanation, = mutants.read_explanations(
+            "vlan/a.cpp\n-int g() {\n-    return 0;\n+int g() {\n+    return 1;\n    Nobody asks.\n")
+        in_f, in_g = (mutants.Mutant("vlan/a.cpp", text, mutants.Change(start, start + 1, "1"))
+                      for start in (text.index("0"), text.rindex("0")))
+        self.assertTrue(explanation.fits(in_g))
+        self.assertFalse(explanation.fits(in_f))
 
     def test_one_whose_line_has_left_the_sources_is_named(self):
         explanations = mutants.read_explanations(self.TEXT)
