@@ -67,7 +67,8 @@ class Places(unittest.TestCase):
         self.assertEqual(changed("R r = {.a = q};", fields), [])
 
     def test_what_decides_nothing_at_run_time_stays(self):
-        for text in ('// a == b\nconst char* t = "a == b";', "/* 1 */\n#define N 7\n", "static_assert(a == 4);",
+        for text in ('// a == b\nconst char* t = "a == b";', "/* 1 */\n#define N 7\n",
+                     "static_assert(a == 4);",
                      "std::span<const T> f(T&& a, T& b);", "[[nodiscard]] T f();"):
             self.assertEqual(changed(text), [], text)
 
@@ -129,11 +130,13 @@ class Report(unittest.TestCase):
         mutant = mutants.Mutant("vlan/a.cpp", "a < b;\n", mutants.Change(2, 3, "<="))
         results = ([mutants.Result(mutant, noticed_by="rules_test")] * 3 +
                    [mutants.Result(mutant, noticed_by="streams"), mutants.Result(mutant),
-                    mutants.Result(mutant, explained=True), mutants.Result(mutant, not_counted="the same code")])
+                    mutants.Result(mutant, explained=True),
+                    mutants.Result(mutant, not_counted="the same code")])
         with contextlib.redirect_stdout(io.StringIO()) as out:
             share = mutants.report(results)
         self.assertEqual(share, 0.8)
-        self.assertIn("6 mutants: 4 noticed, 1 of them by the streams alone; 1 explained, 1 not noticed: 80.0%",
+        self.assertIn("6 mutants: 4 noticed, 1 of them by the streams alone; "
+                      "1 explained, 1 not noticed: 80.0%",
                       out.getvalue())
         self.assertIn("vlan/a.cpp:1\n    - a < b;\n    + a <= b;\n", out.getvalue())
 
