@@ -9,6 +9,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   list(APPEND MC_TEST_OPTIONS --param=ggc-min-heapsize=262144)
 endif()
 
+# What tests run counts, not the tests.
+if(MC_COVERAGE)
+  list(APPEND MC_TEST_OPTIONS -fno-profile-arcs -fno-test-coverage)
+endif()
+
 # GoogleTest from the sources that Debian's googletest package installs: built with the flags of the
 # build at hand, so that sanitizers and the cross build get one of their own.
 set(MC_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest sources")
