@@ -26,9 +26,10 @@ struct IgmpSide : IgmpView {
     // ---- Records besides those of the view ----
     static const RuleTable& receive_doors() { return PortVlanCfg; }
     static std::uint8_t& receive_port() { return srcPortNum; }
-    static std::uint32_t test_uplink() { return static_cast<std::uint32_t>(testuplink); }
+    // What commands change is read once: what was compared is what is used.
+    static std::uint32_t test_uplink() { return static_cast<std::uint32_t>(read_once(testuplink)); }
     static const std::uint8_t (&own_mac())[kMacLength] { return sys_mac; }
-    static std::uint32_t mode() { return proxy_adapt_mode; }
+    static std::uint32_t mode() { return read_once(proxy_adapt_mode); }
     static bool forwards(std::uint32_t mode) {
         return mode == MC_MODE_SNOOPING || mode == MC_MODE_CONTROL;
     }

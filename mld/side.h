@@ -32,9 +32,9 @@ struct MldSide : MldView {
     // together, but only the IGMP one is cleared by a web set or a delete.
     static const RuleTable& receive_doors() { return PortVlanCfg; }
     static std::uint8_t& receive_port() { return mldInitParams.srcPortNum; }
-    static std::uint32_t test_uplink() { return mldInitParams.testuplink; }
+    static std::uint32_t test_uplink() { return read_once(mldInitParams.testuplink); }
     static const std::uint8_t (&own_mac())[kMacLength] { return mld_sys_mac; }
-    static std::uint32_t mode() { return mldInitParams.multiMode & 0xFFu; }
+    static std::uint32_t mode() { return read_once(mldInitParams.multiMode) & 0xFFu; }
     static bool forwards(std::uint32_t mode) {
         return mode == MLD_MODE_SNOOPING || mode == MLD_MODE_CONTROL;
     }

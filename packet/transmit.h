@@ -44,8 +44,11 @@ template <class Side>
 // goes to the uplink goes to the test uplink while there is one.
 template <class Side>
 std::int32_t transmit(std::uint8_t* frame, std::uint16_t len, std::uint16_t port) {
-    const bool redirected = port == MC_UPLINK_PORT && Side::test_uplink() != MC_NO_TEST_UPLINK;
-    const auto out = redirected ? static_cast<std::uint16_t>(Side::test_uplink()) : port;
+    std::uint16_t out = port;
+    if (port == MC_UPLINK_PORT) {
+        const std::uint32_t stand_in = Side::test_uplink();
+        if (stand_in != MC_NO_TEST_UPLINK) out = static_cast<std::uint16_t>(stand_in);
+    }
     if (Side::says(kTransmitDump) || Side::says(kFlow)) say_sent<Side>(frame, len, port, out);
     const std::int32_t status = L2_multicast_send_msg(frame, static_cast<std::uint8_t>(out), len,
                                                       Side::receive_port(), ponVlan);

@@ -204,7 +204,7 @@ Record any_record() {
 }
 
 Record some_setting() {
-    switch (below(10)) {
+    switch (below(9)) {
         case 0:
             return Record(mc::SetMode::code).set(mc::SetMode::mode, below(3));
         case 1:
@@ -222,17 +222,13 @@ Record some_setting() {
         case 4:
             return Record(mc::DeleteVlan::code).set(mc::OneVlan::vlan, some_vlan());
         case 5:
-            return Record(mc::SetTestUplink::code)
-                .set(mc::SetTestUplink::port,
-                     one_in(2) ? below(kUserPorts) : std::uint32_t{MC_NO_TEST_UPLINK});
-        case 6:
             // Off most of the time: what is printed slows the tasks down.
             return Record(mc::SwitchDebugMask::code)
                 .set(mc::SwitchDebugMask::offset, 1 + below(6))
                 .set(mc::SwitchDebugMask::enable, one_in(200));
-        case 7:
+        case 6:
             return one_in(20) ? Record(mc::DeleteAllVlans::code) : any_record();
-        case 8:
+        case 7:
             return one_in(20) ? Record(mc::ClearAllParameters::code) : any_record();
         default:
             return any_record();
@@ -240,7 +236,7 @@ Record some_setting() {
 }
 
 Record some_record() {
-    switch (below(10)) {
+    switch (below(11)) {
         case 0:
         case 1:
             return some_setting();
@@ -249,9 +245,13 @@ Record some_record() {
         case 3:
             return Record(mc::ExportPortStatus::code).set(mc::OnePort::port, some_port());
         case 4:
-            return some_rule(mc::SetWebRule::code);
+            return Record(mc::SetTestUplink::code)
+                .set(mc::SetTestUplink::port,
+                     one_in(2) ? below(kUserPorts) : std::uint32_t{MC_NO_TEST_UPLINK});
         case 5:
+            return some_rule(mc::SetWebRule::code);
         case 6:
+        case 7:
             return some_rule(mc::DeleteRule::code);
         default:
             return some_rule(mc::SetRule::code);
