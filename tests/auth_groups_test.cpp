@@ -526,6 +526,12 @@ TEST_F(AuthGroups, StandardDeleteOnAnEmptyCopySaysSoWhateverTheMask) {
     }
 }
 
+TEST_F(AuthGroups, StandardDeleteLooksAtTheCountAloneBeforeItSaysThatThereIsNothing) {
+    kAdd.run(1, kStart, kEnd, kBandwidth, kVlan);
+    globle_parm.port[1].auth_group_num = 0;
+    expect_no_change([] { EXPECT_EQ(kStandardDelete.run(1, kStart, kEnd, kBandwidth, kVlan), 0); });
+}
+
 TEST_F(AuthGroups, StandardDeleteReturnsTheCoresFailureAndKeepsTheCopy) {
     kAdd.run(1, kStart, kEnd, kBandwidth, kVlan);
     answer("igmp_if_delete_auth_group_cfg", -5);

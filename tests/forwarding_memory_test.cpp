@@ -133,6 +133,28 @@ template <class Handler>
 class ControlMemory : public FrameMemory<Handler> {};
 TYPED_TEST_SUITE(ControlMemory, ControlHandlers, TypeNames);
 
+// What is left of the frame when one port's last copy has gone out; the driver may do with the
+// bytes that it is handed as it likes.
+std::vector<Bytes> last_of_port_5;
+void look_and_scribble(const std::uint8_t* frame, std::size_t len, unsigned port) {
+    if (port == 5) last_of_port_5.emplace_back(frame, frame + len);
+    auto* const bytes = const_cast<std::uint8_t*>(frame);
+    std::fill(bytes + 20, bytes + len, std::uint8_t{0xEE});
+}
+
+// The four bytes behind an untagged frame come from the frame as it was before its first copy.
+TYPED_TEST(ControlMemory, WhatTheDriverDoesToAFrameIsNotSeenBehindTheUntaggedOne) {
+    add_down_rule<typename TypeParam::Side>(5, 100, 300);
+    add_down_rule<typename TypeParam::Side>(5, 100, 0);
+    const Bytes frame = tagged_frame(60);
+    last_of_port_5.clear();
+    take_frames_unrecorded(look_and_scribble);
+    forward<TypeParam>(frame, 29, 100);
+    ASSERT_EQ(last_of_port_5.size(), 2u);
+    EXPECT_EQ(last_of_port_5[0], under_vlan(frame, 300));
+    EXPECT_EQ(last_bytes(last_of_port_5[1], 4), last_bytes(frame, 4));
+}
+
 TYPED_TEST(ControlMemory, FramesGoUpStamped) {
     set_onu_id(7);
     this->with_many_frames([](const Bytes& frame) {

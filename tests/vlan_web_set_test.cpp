@@ -196,6 +196,14 @@ TEST_F(WebSet, FullPortIsRefusedAfterTheOtherWasEmptied) {
     EXPECT_EQ(said(mc_debug, kErr, [] { set(kRequest); }), "");
 }
 
+TEST_F(WebSet, FullPortIsRefusedBeforeTheFullListIsComplainedOf) {
+    portState[4].port_id = 2;
+    portState[2].port_id = 4;
+    setVlanCfgNumber[4] = 10;
+    given_vlans<Igmp>({101, 102, 103, 104, 105, 106, 107, 108, 109, 110});
+    EXPECT_EQ(said(mc_debug, kErr, [] { EXPECT_EQ(set(kRequest), -1); }), "");
+}
+
 TEST_F(WebSet, BusySlotIsRefused) {
     portState[4].port_id = 2;
     portState[2].port_id = 4;
