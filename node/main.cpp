@@ -21,14 +21,14 @@
 #include "node/live/live.h"
 #include "node/replay/replay.h"
 #include "node/report/console.h"
-#include "tools/printable.h"
+#include "node/report/printable.h"
 
 namespace {
 
 constexpr int kDone = 0;
 constexpr int kUnusable = 2;  // the command line, a file, the bridge
 
-void complain(const std::string& line) { report::complain(tools::printable(line)); }
+void complain(const std::string& line) { report::complain(report::printable(line)); }
 
 struct Runner {
     driver::Host host;

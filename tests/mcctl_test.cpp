@@ -11,10 +11,10 @@
 #include <string_view>
 #include <vector>
 
+#include "node/report/printable.h"
 #include "tools/command_line.h"
 #include "tools/command_table.h"
 #include "tools/documents.h"
-#include "tools/printable.h"
 #include "tools/values.h"
 
 namespace {
@@ -383,9 +383,9 @@ TEST(Split, TakesWordsApartLikeAShell) {
 
 TEST(Printable, EscapesControlBytesAndBackslashes) {
     using namespace std::string_literals;
-    EXPECT_EQ(tools::printable("a\nb\tc\rd\\"), R"(a\nb\tc\rd\\)");
-    EXPECT_EQ(tools::printable("\0\x01\x1b[31m\x1f \x7f~"s), R"(\x00\x01\x1b[31m\x1f \x7f~)");
-    EXPECT_EQ(tools::printable(""), "");
+    EXPECT_EQ(report::printable("a\nb\tc\rd\\"), R"(a\nb\tc\rd\\)");
+    EXPECT_EQ(report::printable("\0\x01\x1b[31m\x1f \x7f~"s), R"(\x00\x01\x1b[31m\x1f \x7f~)");
+    EXPECT_EQ(report::printable(""), "");
 }
 
 TEST(Printable, KeepsCharactersOfSeveralBytes) {
@@ -394,25 +394,25 @@ TEST(Printable, KeepsCharactersOfSeveralBytes) {
           "K\xc3\xbc"
           "che",
           "\xe0\xa0\x80", "\xe2\x82\xac", "\xef\xbf\xbd", "\xf0\x9f\x93\xba", "\xf4\x8f\xbf\xbf"}) {
-        EXPECT_EQ(tools::printable(text), text);
+        EXPECT_EQ(report::printable(text), text);
     }
 }
 
 // Among them U+0080 to U+009F, which a terminal obeys, and longer forms of shorter characters.
 TEST(Printable, EscapesBytesThatAreNoCharacter) {
-    EXPECT_EQ(tools::printable("\x9b"
-                               "2J \xff"),
+    EXPECT_EQ(report::printable("\x9b"
+                                "2J \xff"),
               R"(\x9b2J \xff)");
-    EXPECT_EQ(tools::printable("\xc2\x9b"
-                               "2J"),
+    EXPECT_EQ(report::printable("\xc2\x9b"
+                                "2J"),
               R"(\xc2\x9b2J)");
-    EXPECT_EQ(tools::printable("\xc0\x9b"), R"(\xc0\x9b)");
-    EXPECT_EQ(tools::printable("\xe0\x80\x9b"), R"(\xe0\x80\x9b)");
-    EXPECT_EQ(tools::printable("\xf0\x80\x80\x9b"), R"(\xf0\x80\x80\x9b)");
-    EXPECT_EQ(tools::printable("\xed\xa0\x80"), R"(\xed\xa0\x80)");
-    EXPECT_EQ(tools::printable("\xf4\x90\x80\x80"), R"(\xf4\x90\x80\x80)");
-    EXPECT_EQ(tools::printable("\xe2\x82"), R"(\xe2\x82)") << "cut off";
-    EXPECT_EQ(tools::printable("\xe2\x82\n"), R"(\xe2\x82\n)") << "interrupted";
+    EXPECT_EQ(report::printable("\xc0\x9b"), R"(\xc0\x9b)");
+    EXPECT_EQ(report::printable("\xe0\x80\x9b"), R"(\xe0\x80\x9b)");
+    EXPECT_EQ(report::printable("\xf0\x80\x80\x9b"), R"(\xf0\x80\x80\x9b)");
+    EXPECT_EQ(report::printable("\xed\xa0\x80"), R"(\xed\xa0\x80)");
+    EXPECT_EQ(report::printable("\xf4\x90\x80\x80"), R"(\xf4\x90\x80\x80)");
+    EXPECT_EQ(report::printable("\xe2\x82"), R"(\xe2\x82)") << "cut off";
+    EXPECT_EQ(report::printable("\xe2\x82\n"), R"(\xe2\x82\n)") << "interrupted";
 }
 
 // ---- Texts --------------------------------------------------------------------------------------

@@ -59,6 +59,15 @@ expect_status 0 "home again"
 cmp stdout first.json || fail "two replays print different objects"
 diff -r once first || fail "two replays send different frames"
 
+echo "a capture whose name holds control bytes"
+odd=$'a\x1b[31m\nb.pcap'
+cp "$home/port0.pcap" "$odd"
+replay --port 0="$odd" --out $'o\x1b'
+expect_status 0 "an odd name"
+expect_stdout 'a\\x1b\[31m\\nb.pcap' "an odd name"
+expect_stdout 'o\\x1b/port0.pcap to' "an odd folder"
+! grep -q $'\x1b' stdout || fail "an odd name: a control byte on standard output"
+
 echo "the summary against the captures"
 python3 - "$home" once first.json <<'PYTHON' || fail "the summary does not fit the captures"
 import json, os, struct, sys

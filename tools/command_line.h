@@ -14,7 +14,7 @@
 namespace commands {
 
 // A line that names no command, or a value out of range. The text
-// repeats words as they were given: tools/printable.h.
+// repeats words as they were given: node/report/printable.h.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

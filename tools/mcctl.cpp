@@ -17,9 +17,9 @@
 #include <vector>
 
 #include "command/command.h"
+#include "node/report/printable.h"
 #include "tools/command_line.h"
 #include "tools/documents.h"
-#include "tools/printable.h"
 
 namespace {
 
@@ -87,7 +87,7 @@ void run(std::vector<std::string> words) {
 }
 
 int complain(const std::exception& error, int status) {
-    std::fprintf(stderr, "mcctl: %s\n", tools::printable(error.what()).c_str());
+    std::fprintf(stderr, "mcctl: %s\n", report::printable(error.what()).c_str());
     return status;
 }
 

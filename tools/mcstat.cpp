@@ -11,11 +11,11 @@
 #include <string>
 #include <thread>
 
+#include "node/report/printable.h"
 #include "tools/mcstat_fields.h"
 #include "tools/mcstat_ipc.h"
 #include "tools/mcstat_report.h"
 #include "tools/option_parser.h"
-#include "tools/printable.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ struct Arguments {
 };
 
 void complain(const std::string& line) {
-    std::fprintf(stderr, "mcstat: %s\n", tools::printable(line).c_str());
+    std::fprintf(stderr, "mcstat: %s\n", report::printable(line).c_str());
 }
 
 void declare(options::Parser& parser, Arguments& arguments) {

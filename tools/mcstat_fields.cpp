@@ -10,7 +10,7 @@
 
 #include "adapt/status_segment.h"
 #include "common/bytes.h"
-#include "tools/printable.h"
+#include "node/report/printable.h"
 
 namespace mcstat {
 namespace {
@@ -92,7 +92,7 @@ void check(const Field& field, std::uint32_t record_size) {
 
 // A name goes to the terminal as the title of a column.
 void check_name(const std::vector<Field>& list, const std::string& name) {
-    if (tools::printable(name) != name) {
+    if (report::printable(name) != name) {
         throw FieldsError("the name '" + name + "' holds a backslash or what cannot be printed");
     }
     const auto is_same = [&](const Field& each) { return key_of(each.name) == key_of(name); };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "node/report/printable.h"
+
 namespace report {
 namespace {
 
@@ -18,6 +20,7 @@ Table::Table(std::string title, std::vector<Column> columns)
 
 void Table::add(std::vector<std::string> row) {
     for (std::size_t i = 0; i < columns_.size(); ++i) {
+        row[i] = printable(row[i]);
         widths_[i] = std::max(widths_[i], row[i].size());
     }
     rows_.push_back(std::move(row));

@@ -18,7 +18,7 @@ class Table {
  public:
     Table(std::string title, std::vector<Column> columns);
 
-    // One cell a column.
+    // One cell a column. Control bytes, as a file's name may have, are escaped: a row is a line.
     void add(std::vector<std::string> row);
 
     // Title, header, rows; "(none)" in place of them when there is no row.

@@ -18,13 +18,13 @@
 #include "node/command_file.h"
 #include "node/core/development_core.h"
 #include "node/core/state.h"
+#include "node/report/printable.h"
 #include "node/usage_error.h"
 #include "tests/fuzz/chances.h"
 #include "tests/fuzz/core_checks.h"
 #include "tests/fuzz/node.h"
 #include "tests/fuzz/streams.h"
 #include "tools/command_line.h"
-#include "tools/printable.h"
 
 namespace {
 
@@ -62,7 +62,7 @@ void check_complaint(std::string_view why, const std::string& file, std::string_
     why.remove_prefix(file.size() + 1);
     const std::size_t line = std::stoul(std::string(why.substr(0, why.find(':'))));
     must(line >= 1 && line <= lines, "a complaint names a line of the file");
-    fuzz::check_complaint(tools::printable(why) + "\n");
+    fuzz::check_complaint(report::printable(why) + "\n");
 }
 
 std::optional<Story> read(const fuzz::MemoryFile& file, std::string_view text) {

@@ -9,8 +9,8 @@
 #include <iostream>
 #include <sstream>
 
+#include "node/report/printable.h"
 #include "tests/fuzz/chances.h"
-#include "tools/printable.h"
 
 namespace fuzz {
 namespace {
@@ -90,7 +90,7 @@ bool is_printable(std::string_view line) {
     // What is printable stays as it is, but for the character that stands for other bytes.
     std::string rest(line);
     std::erase(rest, '\\');
-    return tools::printable(rest) == rest;
+    return report::printable(rest) == rest;
 }
 
 void check_complaint(std::string_view line) {

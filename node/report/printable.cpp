@@ -1,11 +1,11 @@
-#include "tools/printable.h"
+#include "node/report/printable.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
-namespace tools {
+namespace report {
 namespace {
 
 constexpr unsigned char kFirstPrintable = 0x20;
@@ -83,4 +83,4 @@ std::string printable(std::string_view text) {
     return line;
 }
 
-}  // namespace tools
+}  // namespace report
