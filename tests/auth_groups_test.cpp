@@ -512,6 +512,13 @@ TEST_F(AuthGroups, StandardDeleteOf0To0LeavesFreeEntriesAlone) {
     expect_copy(1, {entry(kStart, kEnd, kBandwidth, kVlan)}, 1);
 }
 
+// An entry of VLAN 0 without addresses is free, whatever its bandwidth.
+TEST_F(AuthGroups, StandardDeleteOf0To0LeavesAnEntryWithABandwidthAloneThatIsFree) {
+    kAdd.run(1, kStart, kEnd, kBandwidth, kVlan);
+    globle_parm.port[1].auth_group[4].bandwidth = 3;
+    expect_no_change([] { EXPECT_EQ(kStandardDelete.run(1, 0, 0, 0, kVlan), 0); });
+}
+
 TEST_F(AuthGroups, StandardDeleteOnAnEmptyCopySaysSoWhateverTheMask) {
     for (const std::uint32_t port : {0u, 5u, 29u}) {
         const std::string logical = port == 29 ? "6" : std::to_string(port);
