@@ -23,7 +23,7 @@ CONTROL_FRAMES = """
 table netdev bench {
     chain control {
         type filter hook ingress devices = { %s } priority 0;
-        ip protocol igmp drop
+        ip protocol 2 drop
         icmpv6 type { 130, 131, 132, 143 } drop
     }
 }

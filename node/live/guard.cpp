@@ -18,10 +18,11 @@ constexpr const char* kRemoval =
 
 constexpr const char* kMldTypes = "{ 130, 131, 132, 143 }";
 
-// The protocol is named although the type implies it: left alone, nft puts a test of the Ethernet
-// type in front, and of a tagged frame that is the tag's.
+// The protocol is given although the type implies it: left alone, nft puts a test of the Ethernet
+// type in front, and of a tagged frame that is the tag's. As a number, here and below: names are
+// looked up in a file that a small system does not have.
 std::string icmpv6(const std::string& types) {
-    return "meta protocol ip6 meta l4proto ipv6-icmp icmpv6 type " + types + " ";
+    return "meta protocol ip6 meta l4proto 58 icmpv6 type " + types + " ";
 }
 
 std::string quoted(const std::string& name) { return "\"" + name + "\""; }
@@ -47,7 +48,7 @@ std::string packet_stops(const std::string& framed, std::size_t packet, bool is_
 std::string trapped_frames_stop() {
     std::string rules =
         "  ether type 8021ad accept\n"
-        "  meta l4proto igmp drop\n"
+        "  meta l4proto 2 drop\n"
         "  " +
         icmpv6(kMldTypes) +
         "drop\n"

@@ -11,7 +11,7 @@ AGEING = ROBUSTNESS * INTERVAL + RESPONSE
 ANSWER = 0.1         # seconds that the network gives for an answer; a busy machine has the rest
 DEAF = "add table netdev deaf; " \
        "add chain netdev deaf in { type filter hook ingress device eth0 priority 0; }; " \
-       "add rule netdev deaf in ip protocol igmp drop; " \
+       "add rule netdev deaf in ip protocol 2 drop; " \
        "add rule netdev deaf in ether daddr 33:33:00:00:00:01 drop"
 
 

@@ -227,6 +227,22 @@ class FullDatabase(FaultTest):
         return news
 
 
+class NoProtocolNames(LiveTest):
+    """A small system has no /etc/protocols."""
+
+    runs = False
+    HIDING = 'mount --bind /dev/null /etc/protocols && exec "$@"'
+
+    def test_the_node_runs_without_names_of_protocols(self):
+        if os.path.exists("/etc/protocols"):
+            hidden = ["unshare", "--mount", "sh", "-c", self.HIDING, "sh", *self.node.arguments()]
+            self.node.arguments = lambda: hidden
+        self.node.start()
+        stream = self.uplink.stream("239.1.1.9")
+        self.hosts["h1"].join("239.1.1.9")
+        self.assert_reaches(stream, 1)
+
+
 class BadStarts(LiveTest):
     runs = False
 
