@@ -29,7 +29,7 @@
 
 enum Door { FRAMES, COMMANDS, OPERATIONS };
 
-enum { LONGEST_SENT = 2008 }; /* a frame of 2000 bytes and two tags */
+enum { TWO_TAGS = 8, LONGEST_SENT = 2000 + TWO_TAGS, LONGEST_BUILT = 1518 };
 
 static void configure(void) {
     draw_from(chance() | 1);
@@ -54,8 +54,19 @@ int wants_empty_web_rules(void) { return MC_FUZZ_DOOR != OPERATIONS; }
 void on_sent(const uint8_t* frame, uint32_t len, uint32_t port) {
     static volatile uint8_t sum;
     for (uint32_t i = 0; i < len; ++i) sum = (uint8_t)(sum + frame[i]); /* all of it is there */
-    must(len <= LONGEST_SENT, "a frame is longer than what came in and two tags");
-    (void)port;
+    must(len <= LONGEST_SENT, "a frame is longer than any that comes in, and two tags");
+    if (MC_FUZZ_DOOR == COMMANDS) return; /* a test frame, a test uplink */
+    const int32_t asked = port_the_core_sends_to();
+    if (asked >= 0) {
+        must(len <= LONGEST_BUILT, "a packet of the core in a frame that is too long");
+        must(asked == MC_CORE_UPLINK || port <= MC_UPLINK_PORT, "the core sends to no port");
+    } else {
+        must(len <= length_that_came() + TWO_TAGS,
+             "a frame is longer than what came, and two tags");
+    }
+    if (MC_FUZZ_DOOR != OPERATIONS) return; /* any port may stand in the table */
+    must(port < MC_PORTS - 1 || port == MC_UPLINK_PORT || (int32_t)port == asked,
+         "a frame leaves on a port that is not there");
 }
 
 static int is_used(const PortVlanCfgEntry* rule) { return rule->in_up_vlan != MC_NO_VLAN; }

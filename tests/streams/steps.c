@@ -256,19 +256,26 @@ int32_t igmp_oam_control_2(uint8_t add_delete, uint16_t port, uint16_t vlan, Igm
 
 /* ---- What happens ---------------------------------------------------------------------------- */
 
+static int32_t core_port = -1;
+
+int32_t port_the_core_sends_to(void) { return core_port; }
+
 void core_sends(void) {
     static uint8_t packet[LONGEST];
     uint8_t* const handed = one_in(12) ? NULL : packet;
     const uint16_t len = (uint16_t)(one_in(4) ? below(1600) : 20 + below(60));
     const uint16_t port = (uint16_t)some_port();
     for (uint32_t i = 0; i < 64; ++i) packet[i] = (uint8_t)chance();
+    core_port = port;
     if (one_in(2)) {
         send_pkt_mld(handed, port, NULL, len);
-        return;
+    } else {
+        IgmpVlanTag tag = {(uint16_t)(one_in(2) ? chance() : 0x8100), some_vlan(),
+                           (uint8_t)below(8)};
+        send_pkt_igmp(port, handed, one_in(20) ? NULL : &tag, len);
+        printf("tag %x %u\n", tag.tpid, tag.vid);
     }
-    IgmpVlanTag tag = {(uint16_t)(one_in(2) ? chance() : 0x8100), some_vlan(), (uint8_t)below(8)};
-    send_pkt_igmp(port, handed, one_in(20) ? NULL : &tag, len);
-    printf("tag %x %u\n", tag.tpid, tag.vid);
+    core_port = -1;
 }
 
 void core_programs(void) {
@@ -343,6 +350,9 @@ void some_configuration(void) {
 }
 
 static uint8_t* frame;
+static uint32_t frame_length;
+
+uint32_t length_that_came(void) { return frame_length; }
 
 static void append16(uint32_t* at, uint16_t value) {
     frame[(*at)++] = (uint8_t)(value >> 8);
@@ -380,6 +390,7 @@ static void fill_frame(void) {
 
 void a_frame_comes(void) {
     const uint32_t len = some_length();
+    frame_length = len;
     frame = frame_room(len > STREAM_READABLE ? len : STREAM_READABLE);
     fill_frame();
     const uint32_t port = one_in(10) ? chance() : some_port();

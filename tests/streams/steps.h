@@ -43,6 +43,11 @@ void a_rule_changes(void);
 void core_sends(void);
 void core_programs(void);
 
+/* For on_sent: the length of the frame that came, and the port that the core sends to just now, -1
+ * when a frame is forwarded. */
+uint32_t length_that_came(void);
+int32_t port_the_core_sends_to(void);
+
 /* The scalars, and sums over the tables and a segment. */
 void tell_records(const uint8_t* segment);
 
