@@ -1,10 +1,12 @@
 #include "node/arguments.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
 #include "node/bound_arguments.h"
+#include "node/core/development_core.h"
 #include "node/live_arguments.h"
 #include "node/replay_arguments.h"
 #include "node/usage_error.h"
@@ -47,18 +49,23 @@ void declare_common(Parser& parser, Words& words) {
 }
 
 void declare_bounds(Parser& parser, BoundWords& words) {
-    parser.last({"--most-sources", "N", "Sources kept of a host and group (default 512)"},
-                words.sources);
-    parser.last({"--most-group-sources", "N", "Sources kept of a group and port (default 2048)"},
-                words.group_sources);
-    parser.last({"--most-hosts", "N", "Hosts kept of a group and port (default 1024)"},
-                words.hosts);
-    parser.last({"--most-groups", "N", "Groups kept of a port, IGMP and MLD each (default 4096)"},
-                words.groups);
-    parser.last({"--most-addresses", "N", "Hosts and sources kept of a port (default 32768)"},
-                words.addresses);
-    parser.last({"--most-ranges", "N", "Ranges in the control list of a port (default 4096)"},
-                words.ranges);
+    constexpr devcore::Bounds kDefaults;
+    const auto declare = [&parser](const char* option, const std::string& what,
+                                   std::uint32_t standard, auto& word) {
+        parser.last({option, "N", what + " (default " + std::to_string(standard) + ")"}, word);
+    };
+    declare("--most-sources", "Sources kept of a host and group", kDefaults.sources_per_host,
+            words.sources);
+    declare("--most-group-sources", "Sources kept of a group and port", kDefaults.sources_per_group,
+            words.group_sources);
+    declare("--most-hosts", "Hosts kept of a group and port", kDefaults.hosts_per_group,
+            words.hosts);
+    declare("--most-groups", "Groups kept of a port, IGMP and MLD each", kDefaults.groups_per_port,
+            words.groups);
+    declare("--most-addresses", "Hosts and sources kept of a port", kDefaults.addresses_per_port,
+            words.addresses);
+    declare("--most-ranges", "Ranges in the control list of a port", kDefaults.control_list_ranges,
+            words.ranges);
 }
 
 // Both fill the words when the command line is parsed.
