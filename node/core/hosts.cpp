@@ -148,10 +148,6 @@ bool says_all(const Host& host, const Record& record, std::uint8_t version) {
     return record.type == RecordType::kIsInclude && host.version < version;
 }
 
-bool excludes(const Record& record) {
-    return record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
-}
-
 // Whether the record takes the place of all sources, or adds to them.
 bool replaces(const Host& host, const Record& record, std::uint8_t version) {
     return record.type == RecordType::kToInclude || says_all(host, record, version);
@@ -274,6 +270,10 @@ bool joins(const Record& record) {
             return false;
     }
     return false;
+}
+
+bool excludes(const Record& record) {
+    return record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
 }
 
 std::optional<Drop> refuse_for_room(const Port& port, const Group* group, const Reporter& from,

@@ -22,6 +22,9 @@ struct Books {
 // Whether a host that does not hold the group would hold it then.
 [[nodiscard]] bool joins(const Record& record);
 
+// IS_EX and TO_EX.
+[[nodiscard]] bool excludes(const Record& record);
+
 // Why a join is refused altogether, for want of room; nothing when there is some. The group is null
 // when this is its first join.
 [[nodiscard]] std::optional<Drop> refuse_for_room(const Port& port, const Group* group,

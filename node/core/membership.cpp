@@ -157,17 +157,22 @@ void refresh(const GroupKey& key, Group& group) {
     if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
 }
 
+template <class IsAged>
+void end_aged(const GroupKey& key, Group& group, const char* why, const IsAged& is_aged) {
+    age_hosts(books_of(key, group), is_aged);
+    if (group.hosts.empty()) {
+        remove_group(key, why);
+    } else {
+        refresh(key, group);
+    }
+}
+
 void run_ageing(const GroupKey& key) {
     Group* const group = find_group(key);
     const auto rule = age_rule(key.family);
     if (group == nullptr || !rule) return;
-    age_hosts(books_of(key, *group),
-              [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
-    if (group->hosts.empty()) {
-        remove_group(key, "aged");
-    } else {
-        refresh(key, *group);
-    }
+    end_aged(key, *group, "aged",
+             [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
 }
 
 void continue_leave(const GroupKey& key) {
@@ -194,11 +199,14 @@ void begin_leave(const GroupKey& key, Group& group) {
     }
 }
 
-// What the SSM map makes of the record of a host that cannot name sources.
+// What the SSM map makes of the record of a host that cannot name sources: its join is one of the
+// mapped sources, its leave is what it is.
 std::optional<Record> with_mapped_sources(const Reporter& from, const Record& record) {
-    if (from.family != Family::kIpv4 || from.version >= 3 || !joins(record)) return std::nullopt;
+    const bool is_older = from.version < newest_version(from.family);
+    if (from.family != Family::kIpv4 || !is_older) return std::nullopt;
     std::vector<Address> sources = ssm_map_sources(to_ipv4(record.group));
     if (sources.empty()) return std::nullopt;
+    if (!joins(record)) return record;
     return Record{RecordType::kIsInclude, record.group, std::move(sources)};
 }
 
@@ -206,11 +214,16 @@ std::optional<Record> with_mapped_sources(const Reporter& from, const Record& re
 std::optional<Drop> refusal(const Reporter& from, const Record& record) {
     if (!is_multicast(from.family, record.group)) return Drop::kNotMulticast;
     if (is_link_local_group(from.family, record.group)) return Drop::kLinkLocalGroup;
-    const bool any_source =
-        record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
-    if (from.family == Family::kIpv4 && any_source && is_ssm(to_ipv4(record.group))) {
-        return Drop::kSourceNeeded;
-    }
+    return std::nullopt;
+}
+
+// Why a record about a source-specific group is ignored (RFC 4604, 2.2.1 to 2.2.4). A host of an
+// older version counts for as much as the SSM map makes of it: its leave, then, counts too.
+std::optional<Drop> refuse_without_source(const Reporter& from, const Record& received,
+                                          bool is_mapped) {
+    if (!is_ssm(from.family, received.group) || is_mapped) return std::nullopt;
+    if (from.version < newest_version(from.family)) return Drop::kSsmOlderVersion;
+    if (excludes(received)) return Drop::kSourceNeeded;
     return std::nullopt;
 }
 
@@ -250,14 +263,17 @@ void take_record(const Reporter& from, const Record& received) {
     const Place place{from.family, from.port, from.vlan};
     const std::optional<Record> mapped = with_mapped_sources(from, received);
     const Record& record = mapped ? *mapped : received;
-    if (const auto drop = refusal(from, record)) {
+    auto drop = refusal(from, record);
+    if (!drop) drop = refuse_without_source(from, record, mapped.has_value());
+    if (drop) {
         note_drop(place, *drop);
         return;
     }
     const GroupKey key{from.port, from.vlan, from.family, record.group};
     Group* group = find_group(key);
     if (group == nullptr && !joins(record)) return;
-    if (const auto drop = refuse_record(key, group, from, record)) {
+    drop = refuse_record(key, group, from, record);
+    if (drop) {
         note_refusal(place, *drop);
         return;
     }
@@ -276,6 +292,24 @@ void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
         if (unwanted(key)) keys.push_back(key);
     }
     for (const GroupKey& key : keys) remove_group(key, "taken away");
+}
+
+// One that is being left has a timer of its own.
+void end_unheard(std::uint32_t port, std::uint64_t since_us) {
+    std::vector<GroupKey> keys;
+    const auto& groups = core().groups;
+    const auto end = groups.lower_bound({port + 1, 0, Family::kIpv4, {}});
+    for (auto at = groups.lower_bound({port, 0, Family::kIpv4, {}}); at != end; ++at) {
+        keys.push_back(at->first);
+    }
+    for (const GroupKey& key : keys) {
+        Group* const group = find_group(key);
+        const bool is_old = group != nullptr && !group->pieces.empty() &&
+                            group->pieces.front().heard_us <= since_us;
+        if (!is_old) continue;
+        end_aged(key, *group, "lost with the link",
+                 [since_us](std::uint64_t heard_us) { return heard_us <= since_us; });
+    }
 }
 
 void remove_group_of(const GroupKey& key) { remove_group(key, "taken away"); }

@@ -54,6 +54,11 @@ struct Record {
 // For igmpv3_rcv and igmpv3_snd.
 void print_record(Family family, const Record& record);
 
+// What hosts speak that can name sources.
+[[nodiscard]] constexpr std::uint8_t newest_version(Family family) {
+    return family == Family::kIpv4 ? 3 : 2;
+}
+
 struct Reporter {
     Family family;
     std::uint32_t port;  // a declared user port
@@ -68,6 +73,9 @@ void take_record(const Reporter& from, const Record& received);
 // Takes memberships away at once, out of the switch too.
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted);
 void remove_group_of(const GroupKey& key);
+
+// Takes out of a port's memberships what was not heard of after that time, as if it had aged.
+void end_unheard(std::uint32_t port, std::uint64_t since_us);
 
 // Forgets them, and leaves the switch alone: it begins anew as well.
 void forget_mld_groups();

@@ -63,12 +63,16 @@ struct Port {
     std::vector<AuthRange> ranges;
     ControlList control_list;
 
+    // While memberships from before it wait to be reported anew (port_down.cpp).
+    std::uint64_t down_us = 0;
+    std::optional<Timers::Id> down_timer;
+
     // The engine keeps them.
     std::uint32_t groups = 0;     // of IGMP
     std::uint64_t bandwidth = 0;  // of these
     std::uint32_t mld_groups = 0;
     std::uint32_t addresses = 0;   // hosts and sources of all groups
-    std::uint32_t bounds_met = 0;  // a bit for each Drop that the console has been told of
+    std::uint64_t bounds_met = 0;  // a bit for each Drop that the console has been told of
 };
 
 // ---- Memberships --------------------------------------------------------------------------------
@@ -140,8 +144,8 @@ struct Settings {
     AgeSwitch ageing;
     AgeSwitch mld_ageing;
 
-    std::uint32_t ssm_start = 0;
-    std::uint32_t ssm_end = 0;
+    std::uint32_t ssm_start = 0xE8000000;    // 232.0.0.0/8
+    std::uint32_t ssm_end = 0xE8FFFFFF;      // 0: no group is source-specific, of IPv6 neither
     const std::uint32_t* ssm_map = nullptr;  // the caller's five words
 
     bool vlan_learning = false;

@@ -84,8 +84,17 @@ void LiveDriver::end() {
 }
 
 std::optional<std::chrono::milliseconds> LiveDriver::look() {
-    const std::lock_guard lock(mutex_);
-    return ended_ ? std::nullopt : bridge_.look();
+    std::optional<std::chrono::milliseconds> again;
+    std::vector<std::size_t> down;
+    {
+        const std::lock_guard lock(mutex_);
+        if (ended_) return std::nullopt;
+        again = bridge_.look();
+        down = bridge_.take_ports_down();
+    }
+    if (!down.empty()) now_();
+    for (const std::size_t slot : down) devcore::link_down(driver::port_of_slot(slot));
+    return again;
 }
 
 driver::MacAddress LiveDriver::bridge_mac() {

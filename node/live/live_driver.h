@@ -68,7 +68,7 @@ class LiveDriver final : public driver::Driver {
     // No more frames; gives the bridge back as it was.
     void end();
 
-    // For the supervisor, after news.
+    // For the supervisor, after news. The core hears of ports that are down.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();  // again after that, if any
 
     [[nodiscard]] driver::MacAddress bridge_mac();
