@@ -401,4 +401,253 @@ TEST_P(Memberships, NeedNoRouterAlertInIgmpAndOneForMldInMld) {
     EXPECT_THAT(held(), SizeIs(1));
 }
 
+// ---- Who is asked before something ends ----
+
+const Query kOfGroup{2, false, {}};
+
+Query of_sources(const Numbers& sources, bool suppresses = false) {
+    return {2, suppresses, sources};
+}
+
+TEST_P(Memberships, LoseAGroupAfterTwoQueriesAboutIt) {
+    report(kToEx, 1);
+    report(kToIn, 1);
+    EXPECT_THAT(asked(), ElementsAre(kOfGroup));
+    wait_seconds(1);
+    EXPECT_THAT(asked(), ElementsAre(kOfGroup));
+    wait(kSecond - 1);
+    EXPECT_THAT(held(), ElementsAre("2 exclude {}"));
+    wait(1);
+    EXPECT_THAT(held(), IsEmpty());
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+}
+
+TEST_P(Memberships, LoseABlockedSourceAfterTwoQueriesAboutIt) {
+    report(kAllow, 1, {3, 5, 7});
+    report(kBlock, 1, {7, 3, 3, 9});
+    EXPECT_THAT(asked(), ElementsAre(of_sources({3, 7})));
+    EXPECT_THAT(held(), ElementsAre("2 include {3 5 7}"));
+    wait_seconds(1);
+    EXPECT_THAT(asked(), ElementsAre(of_sources({3, 7})));
+    wait_seconds(1);
+    EXPECT_THAT(held(), ElementsAre("2 include {5}"));
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_P(Memberships, LoseTheirSourcesAsTheTableOfTheRouterHasIt) {
+    struct Row {
+        std::uint8_t first_type, type;
+        Numbers first, then, asked;
+        const char* held_before;
+        const char* held_after;
+    };
+    // RFC 3376, 6.4.2; RFC 3810, 7.4.2. What the last column leaves out was not wanted before.
+    const Row rows[]{
+        {kAllow, kBlock, {1, 2}, {2, 3}, {2}, "2 include {1 2}", "2 include {1}"},
+        {kAllow, kToIn, {1, 2}, {2, 3}, {1}, "2 include {1 2 3}", "2 include {2 3}"},
+        {kAllow, kToEx, {1, 2}, {2, 3}, {2}, "2 exclude {3}", "2 exclude {2 3}"},
+        {kToEx, kBlock, {1, 2}, {2, 3}, {3}, "2 exclude {1 2}", "2 exclude {1 2 3}"},
+        {kToEx, kToEx, {1, 2}, {2, 3}, {3}, "2 exclude {2}", "2 exclude {2 3}"},
+        {kToEx, kToIn, {1, 2}, {2, 3}, {}, "2 exclude {1}", "2 include {2 3}"},
+    };
+    for (const Row& row : rows) {
+        report(row.first_type, 1, row.first);
+        report(row.type, 1, row.then);
+        EXPECT_THAT(asked(), ElementsAre(of_sources(row.asked))) << row.held_after;
+        EXPECT_THAT(held(), ElementsAre(row.held_before));
+        wait_seconds(kLastMemberTime);
+        EXPECT_THAT(held(), ElementsAre(row.held_after));
+        igmp_del_all_group();
+        SetUp();
+    }
+}
+
+TEST_P(Memberships, AreNotAskedAboutWhatAnotherKnownHostWants) {
+    report(kAllow, 1, {1, 2});
+    report(kAllow, 2, {1});
+    report(kToEx, 3, {2});
+    report(kBlock, 1, {1, 2});
+    EXPECT_THAT(asked(), ElementsAre(of_sources({2}))) << "host 2 wants 1, host 3 all but 2";
+    report(kToIn, 2, {9});
+    EXPECT_THAT(asked(), IsEmpty()) << "host 3 wants 1 too";
+}
+
+TEST_P(Memberships, AreNotAskedAboutByACurrentState) {
+    report(kAllow, 1, {1});
+    report(kIsEx, 1, {1, 2});
+    report(kIsEx, 1, {3});
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(held(), ElementsAre("2 exclude {3}"));
+}
+
+TEST_P(Memberships, KeepASourceThatAnotherHostAnswersFor) {
+    report(kAllow, 1, {1, 2, 3});
+    report(kBlock, 1, {2, 3});
+    asked();
+    wait(kSecond / 2);
+    report(kIsIn, 2, {3});
+    wait_seconds(1);
+    EXPECT_THAT(asked(), ElementsAre(of_sources({3}, true), of_sources({2})))
+        << "other routers are not to lower the timer of the answered one";
+    wait_seconds(1);
+    EXPECT_THAT(held(), ElementsAre("2 include {1 3}"));
+}
+
+TEST_P(Memberships, KeepAGroupThatAnotherHostAnswersFor) {
+    report(kToEx, 1);
+    report(kToIn, 1);
+    asked();
+    report(kIsEx, 2, {4});
+    wait_seconds(1);
+    EXPECT_THAT(asked(), ElementsAre(Query{2, true, {}})) << "the S flag";
+    wait_seconds(1);
+    EXPECT_THAT(held(), ElementsAre("2 exclude {4}"));
+}
+
+TEST_P(Memberships, InIncludeModeAreLeftByAQueryAboutTheirSources) {
+    report(kAllow, 1, {1, 2});
+    report(kToIn, 1);
+    EXPECT_THAT(asked(), ElementsAre(of_sources({1, 2})));
+    EXPECT_THAT(devcore::memberships().at(0).reporters, IsEmpty());
+    EXPECT_EQ(devcore::memberships().at(0).expires_us, now_ + kLastMemberTime * kSecond);
+    wait_seconds(kLastMemberTime);
+    EXPECT_THAT(held(), IsEmpty());
+}
+
+TEST_P(Memberships, FallBackToIncludeModeWhenNobodyExcludesAnyMore) {
+    report(kToEx, 1);
+    report(kAllow, 2, {5});
+    report(kToIn, 1);
+    EXPECT_THAT(asked(), ElementsAre(kOfGroup));
+    EXPECT_THAT(held(), ElementsAre("2 exclude {}"));
+    wait_seconds(kLastMemberTime);
+    EXPECT_THAT(held(), ElementsAre("2 include {5}"));
+}
+
+TEST_P(Memberships, AskAnewAboutASourceThatIsGivenUpAnew) {
+    report(kAllow, 1, {1, 2});
+    report(kBlock, 1, {2});
+    wait_seconds(1);
+    report(kAllow, 1, {2});
+    report(kBlock, 1, {2});
+    asked();
+    wait(2 * kSecond - 1);
+    EXPECT_THAT(held(), ElementsAre("2 include {1 2}")) << "two seconds from the second time";
+    wait(1);
+    EXPECT_THAT(held(), ElementsAre("2 include {1}"));
+}
+
+TEST_P(Memberships, LoseSourcesAtOnceWithFastLeaveOrWithoutQueries) {
+    for (const bool fast : {true, false}) {
+        if (fast) igmp_if_fast_leave_enable(2, 1);
+        if (!fast) igmp_para_lmqc_globle_set(0);
+        report(kAllow, 1, {1, 2});
+        report(kBlock, 1, {2});
+        EXPECT_THAT(held(), ElementsAre("2 include {1}"));
+        report(kToIn, 1);
+        EXPECT_THAT(held(), IsEmpty());
+        EXPECT_THAT(asked(), IsEmpty());
+        igmp_if_fast_leave_enable(2, 0);
+    }
+}
+
+TEST_P(Memberships, AreAskedAboutInPacketsThatFit) {
+    constexpr std::uint32_t kMany = 200;
+    Numbers sources;
+    for (std::uint32_t i = 1; i <= kMany; ++i) sources.push_back(i);
+    const std::size_t in_one_report = is_igmp() ? kMany : 90;  // a frame has no room for more
+    for (std::size_t at = 0; at < sources.size(); at += in_one_report) {
+        const std::size_t end = std::min<std::size_t>(sources.size(), at + in_one_report);
+        report(kAllow, 1,
+               Numbers(sources.begin() + static_cast<long>(at),
+                       sources.begin() + static_cast<long>(end)));
+    }
+    report(kToIn, 1);
+    Numbers all;
+    const auto parts = asked();
+    for (const Query& part : parts) all.insert(all.end(), part.sources.begin(), part.sources.end());
+    EXPECT_EQ(all, sources);
+    EXPECT_THAT(parts, SizeIs(is_igmp() ? 1 : 3));
+}
+
+TEST_P(Memberships, MakeRoomForWhatIsWantedBeforeWhatIsAskedFor) {
+    devcore::set_bounds({.addresses_per_port = 4});
+    report(kAllow, 1, {1, 2, 3});
+    report(kToIn, 1);
+    EXPECT_THAT(held(), ElementsAre("2 include {1 2 3}"));
+    report(kAllow, 1, {4, 5, 6});
+    EXPECT_THAT(held(), ElementsAre("2 include {4 5 6}"));
+    devcore::set_bounds({});
+}
+
+TEST_P(Memberships, LoseSourcesAtOnceWhereAQuestionHasNoRoom) {
+    devcore::set_bounds({.addresses_per_port = 4});
+    report(kToEx, 1, {1, 2});
+    report(kBlock, 1, {3});
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(held(), ElementsAre("2 exclude {1 2 3}"));
+    devcore::set_bounds({});
+}
+
+TEST_P(Memberships, OfOlderHostsAreAskedAboutUntilOneAnswers) {
+    igmp_version_globle_set(2);
+    older_report(1);
+    older_leave(1);
+    EXPECT_THAT(asked(), SizeIs(1));
+    older_report(2);
+    wait_seconds(1);
+    EXPECT_THAT(asked(), IsEmpty()) << "an older query has no S flag (RFC 2236, 6)";
+    wait_seconds(kLastMemberTime);
+    EXPECT_THAT(held(), SizeIs(1));
+}
+
+// ---- Beside hosts of older versions ----
+
+TEST_P(Memberships, AreOfTheVersionOfTheOldestHost) {
+    report(kToEx, 1, {1});
+    older_report(2);
+    const std::uint8_t older = is_igmp() ? 2 : 1;
+    EXPECT_EQ(devcore::memberships().at(0).version, older);
+    wait_seconds(kAgeingTime - 1);
+    report(kToEx, 1, {1});
+    EXPECT_EQ(devcore::memberships().at(0).version, older) << "the older host is present";
+    wait_seconds(1);
+    EXPECT_EQ(devcore::memberships().at(0).version, older + 1);
+}
+
+TEST_P(Memberships, LoseNoSourceBesideAnOlderHost) {
+    older_report(2);
+    report(kToEx, 1, {1});
+    EXPECT_THAT(held(), ElementsAre("2 exclude {}")) << "lists in TO_EX are ignored";
+    report(kBlock, 1, {2});
+    EXPECT_THAT(held(), ElementsAre("2 exclude {}")) << "BLOCK is ignored";
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_P(Memberships, CanBeLeftBesideAHostOfTheVersionBeforeTheNewest) {
+    older_report(1);
+    report(kToEx, 2);
+    report(kToIn, 2);
+    EXPECT_THAT(devcore::memberships().at(0).reporters, SizeIs(1));
+    older_leave(1);
+    wait_seconds(kLastMemberTime);
+    EXPECT_THAT(held(), IsEmpty());
+}
+
+TEST_P(Memberships, AreNotLeftBesideAHostOfIgmpVersion1) {
+    if (!is_igmp()) GTEST_SKIP() << "MLDv1 has a done";
+    receive(2, v1_report(host4(1), group4_));
+    older_report(2);
+    report(kToEx, 3);
+    older_leave(2);
+    report(kToIn, 3);
+    older_leave(1);
+    EXPECT_EQ(drops(Drop::kOlderHostPresent), 3U);
+    EXPECT_THAT(devcore::memberships().at(0).reporters, SizeIs(3));
+    EXPECT_THAT(asked(), IsEmpty());
+    wait_seconds(kAgeingTime);
+    EXPECT_THAT(held(), IsEmpty());
+}
+
 }  // namespace

@@ -413,6 +413,7 @@ TEST_F(Core, AllowAndBlockChangeTheSourcesOfAHost) {
 }
 
 TEST_F(Core, BlockAndAllowChangeWhatAHostExcludes) {
+    igmp_fast_leave_enable_globle(1);
     receive(2, v3_report(kHostA, kToEx, kGroup));
     receive(2, v3_report(kHostA, kBlock, kGroup, {kSource1, kSource2}));
     receive(2, v3_report(kHostA, kAllow, kGroup, {kSource2}));

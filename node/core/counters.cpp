@@ -71,6 +71,8 @@ std::string_view name(Drop reason) {
             return "SSM group without a source";
         case Drop::kSsmOlderVersion:
             return "SSM group in a message of an older version";
+        case Drop::kOlderHostPresent:
+            return "leave beside an IGMPv1 host";
         case Drop::kNotAuthorised:
             return "group not authorised";
         case Drop::kGroupLimit:
@@ -105,6 +107,10 @@ std::string_view name(Sent kind) {
             return "IGMP leave";
         case Sent::kMldGroupQuery:
             return "MLD group query";
+        case Sent::kIgmpSourceQuery:
+            return "IGMP group-and-source query";
+        case Sent::kMldSourceQuery:
+            return "MLD group-and-source query";
     }
     return "";
 }

@@ -138,6 +138,7 @@ enum class Drop : std::uint8_t {
     kLinkLocalGroup,     // traffic of such a group is always flooded
     kSourceNeeded,       // a group of the SSM range without a source
     kSsmOlderVersion,    // likewise, in a message that cannot name one
+    kOlderHostPresent,   // a leave beside a host of IGMPv1
     kNotAuthorised,      // by range, list or control list
     kGroupLimit,
     kBandwidthLimit,
@@ -155,11 +156,13 @@ enum class Sent : std::uint8_t {
     kIgmpReport,
     kIgmpLeave,
     kMldGroupQuery,
+    kIgmpSourceQuery,
+    kMldSourceQuery,
 };
 
 inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received::kMldQuery) + 1;
 inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kControlListBound) + 1;
-inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldGroupQuery) + 1;
+inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldSourceQuery) + 1;
 
 // Texts such as "IGMPv2 report", "wrong checksum" and "IGMP general query".
 [[nodiscard]] std::string_view name(Received kind);

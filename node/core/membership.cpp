@@ -9,16 +9,13 @@
 #include "node/core/admission.h"
 #include "node/core/bounds.h"
 #include "node/core/hosts.h"
-#include "node/core/querier.h"
+#include "node/core/last_members.h"
 #include "node/core/upstream.h"
 
 namespace devcore {
 namespace {
 
-std::string name_of(const GroupKey& key) { return text(key.family, key.group); }
-
-// What a timer of the group is about.
-std::string about(const GroupKey& key) { return name_of(key) + " on port " + port_text(key.port); }
+std::string group_text(const GroupKey& key) { return text(key.family, key.group); }
 
 Group* find_group(const GroupKey& key) {
     const auto found = core().groups.find(key);
@@ -51,7 +48,7 @@ void arm_ageing(const GroupKey& key, Group& group) {
     if (!rule || group.pieces.empty()) return;
     group.age_timer = core().timers.start(
         rule->aged_at(group.pieces.front().heard_us),
-        {"membership", [key] { return about(key); }, [key] { run_ageing(key); }});
+        {"membership", [key] { return name_of(key); }, [key] { run_ageing(key); }});
 }
 
 // ---- Switch entries -----------------------------------------------------------------------------
@@ -93,10 +90,10 @@ void note_programmed(const GroupKey& key, Group& group, bool programmed) {
     ++(programmed ? counters.entries_added : counters.add_failures);
     if (programmed) {
         trace(Trace::kEntries, place_of(key),
-              [&] { return "entry of " + name_of(key) + " added"; });
+              [&] { return "entry of " + group_text(key) + " added"; });
     } else {
         trace(Trace::kDrops, place_of(key),
-              [&] { return "the switch takes no entry of " + name_of(key); });
+              [&] { return "the switch takes no entry of " + group_text(key); });
     }
 }
 
@@ -105,7 +102,7 @@ void unprogram(const GroupKey& key) {
     const bool removed = change_entry(key, false);
     ++(removed ? counters.entries_removed : counters.remove_failures);
     trace(removed ? Trace::kEntries : Trace::kDrops, place_of(key),
-          [&] { return "entry of " + name_of(key) + (removed ? " removed" : " not removed"); });
+          [&] { return "entry of " + group_text(key) + (removed ? " removed" : " not removed"); });
 }
 
 // ---- Memberships --------------------------------------------------------------------------------
@@ -124,7 +121,7 @@ Group& add_group(const GroupKey& key) {
     } else {
         ++port.mld_groups;
     }
-    trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " joined"; });
+    trace(Trace::kMemberships, place_of(key), [&] { return group_text(key) + " joined"; });
     note_programmed(key, group, programmed);
     return group;
 }
@@ -133,7 +130,7 @@ void remove_group(const GroupKey& key, const char* why) {
     const auto found = core().groups.find(key);
     if (found == core().groups.end()) return;
     core().timers.stop(found->second.age_timer);
-    core().timers.stop(found->second.leave_timer);
+    stop_questions(found->second);
     const bool programmed = found->second.programmed;
     const Books books = books_of(key, found->second);
     close_books(books);
@@ -146,10 +143,12 @@ void remove_group(const GroupKey& key, const char* why) {
     }
     // Gone before a call-back can look.
     core().groups.erase(found);
-    trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " " + why; });
+    trace(Trace::kMemberships, place_of(key), [&] { return group_text(key) + " " + why; });
     if (programmed) unprogram(key);
     if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
 }
+
+bool is_over(const Group& group) { return group.hosts.empty() && !group.last_members; }
 
 // The hosts want something else together, perhaps.
 void refresh(const GroupKey& key, Group& group) {
@@ -160,7 +159,7 @@ void refresh(const GroupKey& key, Group& group) {
 template <class IsAged>
 void end_aged(const GroupKey& key, Group& group, const char* why, const IsAged& is_aged) {
     age_hosts(books_of(key, group), is_aged);
-    if (group.hosts.empty()) {
+    if (is_over(group)) {
         remove_group(key, why);
     } else {
         refresh(key, group);
@@ -173,30 +172,6 @@ void run_ageing(const GroupKey& key) {
     if (group == nullptr || !rule) return;
     end_aged(key, *group, "aged",
              [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
-}
-
-void continue_leave(const GroupKey& key) {
-    Group* const group = find_group(key);
-    if (group == nullptr) return;
-    if (group->queries_left == 0) {
-        remove_group(key, "left, no host answered");
-        return;
-    }
-    --group->queries_left;
-    group->leave_timer = core().timers.start(
-        core().now_us + core().settings.last_member_query_interval * kSecond,
-        {"last member query", [key] { return about(key); }, [key] { continue_leave(key); }});
-    send_group_query(key, oldest_version(group->tally));
-}
-
-void begin_leave(const GroupKey& key, Group& group) {
-    core().timers.stop(group.age_timer);
-    group.queries_left = core().settings.last_member_query_count;
-    if (find_port(key.port)->fast_leave || group.queries_left == 0) {
-        remove_group(key, "left");
-    } else {
-        continue_leave(key);
-    }
 }
 
 // What the SSM map makes of the record of a host that cannot name sources: its join is one of the
@@ -231,15 +206,21 @@ std::optional<Drop> refuse_without_source(const Reporter& from, const Record& re
 void update(const GroupKey& key, Group& group, const Reporter& from, const Record& record) {
     const bool is_join = joins(record);
     if (!is_join && !group.hosts.contains(from.host)) return;
-    const auto refused = apply_record(books_of(key, group), from, record);
-    if (refused) note_refusal(place_of(key), *refused);
-    if (group.hosts.empty()) {
-        begin_leave(key, group);
-        return;
-    }
-    core().timers.stop(group.leave_timer);
+    Applied applied = apply_record(books_of(key, group), from, record);
+    if (applied.refused) note_refusal(place_of(key), *applied.refused);
     if (is_join) group.last_reporter = from.host;
-    refresh(key, group);
+    if (applied.departure.gives_up()) ask_last_members(key, group, std::move(applied.departure));
+    if (is_over(group)) {
+        remove_group(key, "left");
+    } else {
+        refresh(key, group);
+    }
+}
+
+// Beside a known host of IGMPv1, which cannot leave, nobody's leave counts (RFC 3376, 7.3.2).
+bool ignores_leaves(const GroupKey& key, const Group& group, const Record& record) {
+    return key.family == Family::kIpv4 && record.type == RecordType::kToInclude &&
+           is_known(group, 1);
 }
 
 // Why there is no room for a record; nothing when there is, or when it needs none.
@@ -252,7 +233,17 @@ std::optional<Drop> refuse_record(const GroupKey& key, const Group* group, const
     return refuse_for_room(*find_port(key.port), group, from, record);
 }
 
+// What is only asked for makes room for what is wanted.
+void make_room(const GroupKey& key, Group& group) {
+    const Books books = books_of(key, group);
+    if (group.last_members && is_nearly_full(books)) forget_questions(books);
+}
+
 }  // namespace
+
+std::string name_of(const GroupKey& key) {
+    return text(key.family, key.group) + " on port " + port_text(key.port);
+}
 
 void print_record(Family family, const Record& record) {
     std::printf("  record of type %u, group %s, %zu sources\n", static_cast<unsigned>(record.type),
@@ -272,9 +263,15 @@ void take_record(const Reporter& from, const Record& received) {
     const GroupKey key{from.port, from.vlan, from.family, record.group};
     Group* group = find_group(key);
     if (group == nullptr && !joins(record)) return;
+    if (group != nullptr && ignores_leaves(key, *group, record)) {
+        note_drop(place, Drop::kOlderHostPresent);
+        return;
+    }
+    if (group != nullptr && joins(record)) make_room(key, *group);
     drop = refuse_record(key, group, from, record);
     if (drop) {
         note_refusal(place, *drop);
+        if (group != nullptr && is_over(*group)) remove_group(key, "left");
         return;
     }
     if (group != nullptr) {
@@ -284,6 +281,14 @@ void take_record(const Reporter& from, const Record& received) {
         group = &add_group(key);
     }
     update(key, *group, from, record);
+}
+
+void settle(const GroupKey& key, Group& group) {
+    if (is_over(group)) {
+        remove_group(key, "left, no host answered");
+    } else {
+        refresh(key, group);
+    }
 }
 
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
@@ -319,7 +324,7 @@ void forget_mld_groups() {
     for (auto& [key, group] : state.groups) {
         if (key.family != Family::kIpv6) continue;
         state.timers.stop(group.age_timer);
-        state.timers.stop(group.leave_timer);
+        stop_questions(group);
         close_books(books_of(key, group));
     }
     for (Port& port : state.ports) port.mld_groups = 0;
@@ -372,10 +377,7 @@ std::optional<EntryOwner> entry_in_hand() {
 }
 
 std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group) {
-    if (group.leave_timer) {
-        const std::uint64_t step = core().settings.last_member_query_interval * kSecond;
-        return group.leave_timer->first + group.queries_left * step;
-    }
+    if (group.hosts.empty()) return last_answer_due(group);
     const auto rule = age_rule(key.family);
     if (!rule || group.pieces.empty()) return std::nullopt;
     return rule->aged_at(group.pieces.back().heard_us);
