@@ -214,8 +214,7 @@ bool leaves(const Host& host, const Record& record, std::uint8_t version) {
 std::vector<Address> sorted(const std::vector<Address>& sources) {
     std::vector<Address> all = sources;
     std::ranges::sort(all);
-    const auto twice = std::ranges::unique(all);
-    all.erase(twice.begin(), twice.end());
+    all.erase(std::unique(all.begin(), all.end()), all.end());
     return all;
 }
 

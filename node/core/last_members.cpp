@@ -64,8 +64,13 @@ void continue_question(const GroupKey& key, Group& group, std::list<Question>::i
     }
 }
 
-bool has_room(const Port& port, const Departure& departure) {
-    return port.addresses + departure.sources.size() <= bounds().addresses_per_port;
+bool has_room(const Port& port, const Group& group, const Departure& departure) {
+    const auto& counted = group.tally.sources;
+    const auto more = static_cast<std::size_t>(std::ranges::count_if(
+        departure.sources,
+        [&counted](const Address& source) { return !counted.contains(source); }));
+    return port.addresses + departure.sources.size() <= bounds().addresses_per_port &&
+           counted.size() + more <= bounds().sources_per_group;
 }
 
 }  // namespace
@@ -73,7 +78,7 @@ bool has_room(const Port& port, const Departure& departure) {
 void ask_last_members(const GroupKey& key, Group& group, Departure departure) {
     const Port& port = *find_port(key.port);
     const std::uint32_t count = core().settings.last_member_query_count;
-    if (port.fast_leave || count == 0 || !has_room(port, departure)) return;
+    if (port.fast_leave || count == 0 || !has_room(port, group, departure)) return;
     if (!group.last_members) group.last_members = std::make_unique<LastMembers>();
     auto& questions = group.last_members->questions;
     const auto question =

@@ -35,16 +35,16 @@ void start_down_timer(Port& port) {
 
 }  // namespace
 
-void link_down(std::uint32_t number) {
+void link_down(std::uint32_t port) {
     const Lock lock;
-    Port* const port = find_port(number);
-    if (port == nullptr || port->is_uplink) return;
-    if (port->down_timer) end_unheard(port->number, port->down_us);
-    core().timers.stop(port->down_timer);
-    if (port->fast_leave || last_member_query_time() == 0) {
-        end_unheard(port->number, core().now_us);
+    Port* const found = find_port(port);
+    if (found == nullptr || found->is_uplink) return;
+    if (found->down_timer) end_unheard(found->number, found->down_us);
+    core().timers.stop(found->down_timer);
+    if (found->fast_leave || last_member_query_time() == 0) {
+        end_unheard(found->number, core().now_us);
     } else {
-        start_down_timer(*port);
+        start_down_timer(*found);
     }
 }
 
