@@ -33,6 +33,8 @@ void OwnAddress::begin() {
 }
 
 void OwnAddress::look() {
+    // A bridge that is gone has been said, and comes back with its address.
+    if (!find_link(netlink_, bridge_)) return;
     use_link_local();
     Found now = find();
     if (now == taken_) return;
