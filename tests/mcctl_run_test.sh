@@ -84,6 +84,19 @@ if what == "take":
 PYTHON
 }
 
+# Has the status segment attached, as the library has while it runs.
+attach() {
+    python3 -c '
+import ctypes, sys
+libc = ctypes.CDLL(None, use_errno=True)
+libc.shmat.restype = ctypes.c_void_p
+libc.shmat.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_int]
+segment = libc.shmget(82, 14492, 0o1000)
+assert libc.shmat(segment, None, 0) not in (None, ctypes.c_void_p(-1).value)
+print("attached", flush=True)
+sys.stdin.read()'
+}
+
 # The next message on the queue: its type word and its text.
 expect_message() {
     local got
@@ -145,6 +158,12 @@ if [[ $queue_is_ours == yes ]]; then
 
     echo "a queue that nobody reads"
     queue create 666
+    expect "nobody" 1 "no node is running: queue 81 is there, but nobody reads it" version 3
+    expect_message "what nobody reads" "nothing"
+
+    echo "a queue that is read"
+    coproc reader { attach; }
+    read -r <&"${reader[0]}"
     expect "post" 0 "" version 3
     expect "post without a payload" 0 "" show config
     expect "post a rule" 0 "" vlan delete --port 1 --up-in 100 --data-in 4000
@@ -177,6 +196,9 @@ if [[ $queue_is_ours == yes ]]; then
         mcctl=("${ours[@]}")
     fi
     queue remove
+    exec {reader[1]}>&-
+    wait "$reader_PID" || true
+    ipcrm --shmem-key 82
 
     echo "a node"
     # A capture without an end keeps the node alive.
