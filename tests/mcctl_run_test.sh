@@ -117,8 +117,17 @@ expect "an unknown command" 2 "unknown command 'vlna'" vlna
 expect "half a command" 2 "'ssm' is followed by one of range, map" ssm
 expect "another shell" 2 "completion is followed by bash" completion fish
 run
-[[ $status -eq 0 ]] || fail "no arguments: status $status"
+[[ $status -eq 2 && $(<stderr) == "mcctl: which command?" ]] || fail "no arguments: status $status"
 grep -q "vlan add" stdout || fail "no arguments: no list of commands"
+cp stdout list
+for words in --help help; do
+    run $words
+    [[ $status -eq 0 ]] || fail "$words: status $status"
+    cmp stdout list || fail "$words: another list of commands"
+done
+expect "an option that is none" 2 "vlan add: '--prot' is not an option" vlan add --prot 2
+run help vlan add
+grep -q -- "--data-in" stdout || fail "help vlan add: no options"
 run vlan add --port 1 --help
 [[ $status -eq 0 ]] || fail "--help: status $status"
 grep -q -- "--data-in" stdout || fail "--help: no options"

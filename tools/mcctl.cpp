@@ -106,7 +106,12 @@ void run(std::vector<std::string> words) {
     // These may stand anywhere: no value of a command looks like them.
     const bool dry_run = take(words, "--dry-run");
     const bool wants_help = take(words, "--help") || take(words, "-h");
-    if (words.empty() || wants_help) return print(commands::help(words));
+    if (wants_help) return print(commands::help(words));
+    if (words.empty()) {
+        print(commands::help({}));
+        throw commands::UsageError("which command?");
+    }
+    if (words.front() == "help") return print(commands::help({words.begin() + 1, words.end()}));
     if (words.front() == "--reference") return print(commands::reference());
     if (words.front() == "completion") {
         if (words.size() != 2 || words[1] != "bash") {
