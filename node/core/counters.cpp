@@ -99,6 +99,10 @@ std::string_view name(Sent kind) {
             return "IGMP leave";
         case Sent::kMldGroupQuery:
             return "MLD group query";
+        case Sent::kMldReport:
+            return "MLD report";
+        case Sent::kMldDone:
+            return "MLD done";
     }
     return "";
 }
