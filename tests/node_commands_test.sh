@@ -162,7 +162,7 @@ expect_refusal "bad.txt:1: " "5 mode sideways"
 expect_refusal "bad.txt:1: " "5 group-limit --port 9 1"
 expect_refusal "bad.txt:1: " "5 onu-id"
 expect_refusal "bad.txt:1: " "5 onu-id 256"
-expect_refusal "bad.txt:1: " "5 mld-mode proxy"
+expect_refusal "bad.txt:1: " "5 mld-mode sideways"
 replay "$home" --commands absent.txt
 expect_status 2 "a missing file"
 [[ $(<stderr) == "mc_node: absent.txt: cannot be read" ]] || fail "a missing file: $(<stderr)"
