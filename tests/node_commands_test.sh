@@ -128,6 +128,20 @@ for line in '[21.000 s] show groups' 'IGMP memberships' 'Commands' '  23.500  gr
 done
 [[ ! -s stderr ]] || fail "story as text: something on standard error"
 
+echo "MLD follows IGMP into proxy mode and back"
+printf '%s\n' '0.5 mld-mode control' '1 mode proxy' '30 show mld' '40 mode snooping' \
+    '41 show mld' '42 mld-mode proxy' '43 show mld' >modes.txt
+replay "$home" --commands modes.txt --json
+expect_status 0 "modes of MLD"
+[[ $(grep -A1 '^MLD settings' stderr | awk '$1 == "mode" { printf "%s ", $2 }') == 'proxy control proxy ' ]] ||
+    fail "modes of MLD: $(grep -A1 '^MLD settings' stderr)"
+python3 -c '
+import json, sys
+summary = json.load(sys.stdin)
+assert summary["core"]["sent"]["MLD report"] > 0, "no MLD report"
+assert {row["protocol"] for row in summary["upstream"]} == {"MLD"}, "IGMP upstream after the mode"' <stdout ||
+    fail "MLD in proxy mode: $(tail -1 stderr)"
+
 echo "where commands come from, and when they run"
 mkdir folder
 cp "$home"/*.pcap folder
