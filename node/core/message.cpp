@@ -8,6 +8,7 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/source_address.h"
 #include "node/core/trace.h"
 
 namespace devcore {
@@ -49,14 +50,6 @@ Bytes ipv4_packet(std::uint32_t destination, const Bytes& message) {
     mc::store_be16(packet.data() + kIpv4ChecksumAt, internet_checksum(packet));
     append(packet, message);
     return packet;
-}
-
-// The address that all messages of the core come from: a link-local one is needed, and none is
-// known. This one is told apart by the proxy address.
-Address link_local_source() {
-    Address source{0xFE, 0x80};
-    mc::store_be32(source.data() + 12, core().settings.proxy_ip);
-    return source;
 }
 
 }  // namespace
@@ -148,7 +141,7 @@ void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destina
 Bytes mld_packet(const Address& destination, Bytes message) {
     constexpr std::size_t kIpv6Header = 40;
     constexpr std::size_t kHopByHop = 8;
-    const Address source = link_local_source();
+    const Address source = mld_source();
     mc::store_be16(message.data() + kChecksumAt,
                    icmpv6_checksum(source.data(), destination.data(), message));
 
