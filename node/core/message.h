@@ -12,6 +12,11 @@ namespace devcore {
 
 using Bytes = std::vector<std::uint8_t>;
 
+// Big-endian.
+void append16(Bytes& bytes, std::uint32_t value);
+void append32(Bytes& bytes, std::uint32_t value);
+void append(Bytes& bytes, std::span<const std::uint8_t> more);
+
 // RFC 1071; 0 over bytes that hold their right checksum.
 [[nodiscard]] std::uint16_t internet_checksum(std::span<const std::uint8_t> bytes);
 // The same for an ICMPv6 message, whose checksum takes in a pseudo-header (RFC 8200, 8.1).
@@ -23,14 +28,19 @@ using Bytes = std::vector<std::uint8_t>;
 [[nodiscard]] std::uint8_t encode_time(std::uint64_t value);
 [[nodiscard]] std::uint32_t decode_time(std::uint8_t code);
 
-// ---- IGMP ---------------------------------------------------------------------------------------
+// ---- Packets ------------------------------------------------------------------------------------
 
-struct IgmpQuery {
-    std::uint8_t version;
-    std::uint32_t group;          // 0: general
-    std::uint32_t response_time;  // seconds
-};
-[[nodiscard]] Bytes igmp_query(const IgmpQuery& query);
+// An IGMP message behind its IP header: router alert, TTL 1, TOS 0xC0.
+[[nodiscard]] Bytes ipv4_packet(std::uint32_t source, std::uint32_t destination,
+                                const Bytes& message);
+// An ICMPv6 message, whose checksum is put in, behind IPv6 and hop-by-hop header: router alert, hop
+// limit 1.
+[[nodiscard]] Bytes ipv6_packet(const Address& source, const Address& destination, Bytes message);
+
+// Hands a packet to the call-back of its family, with the tag of the place.
+void send_packet(const Place& place, Sent kind, std::uint8_t priority, Bytes packet);
+
+// ---- IGMP ---------------------------------------------------------------------------------------
 
 enum class IgmpType : std::uint8_t {
     kQuery = 0x11,
@@ -40,6 +50,7 @@ enum class IgmpType : std::uint8_t {
     kV3Report = 0x22,
 };
 
+[[nodiscard]] Bytes with_igmp_checksum(Bytes message);
 // The 8 bytes of versions 1 and 2.
 [[nodiscard]] Bytes igmp_message(IgmpType type, std::uint32_t group);
 // As many reports as it takes to keep packets well below an Ethernet frame.
@@ -50,15 +61,8 @@ struct SendTag {
     std::uint8_t priority;
 };
 
-// Puts the IP header before the message: router alert, TTL 1, TOS 0xC0, from the proxy address.
+// From the proxy address.
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message);
-
-// ---- MLD ----------------------------------------------------------------------------------------
-
-// The whole packet: IPv6 and hop-by-hop header with router alert, and the query.
-[[nodiscard]] Bytes mld_group_query(std::uint8_t version, const Address& group,
-                                    std::uint32_t response_time);
-void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet);
 
 }  // namespace devcore

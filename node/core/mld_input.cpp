@@ -18,6 +18,8 @@
 #include "node/core/address.h"
 #include "node/core/input.h"
 #include "node/core/message.h"
+#include "node/core/relay.h"
+#include "node/core/router_input.h"
 
 namespace devcore {
 namespace {
@@ -71,9 +73,9 @@ std::optional<Received> kind_of(std::uint8_t type) {
     }
 }
 
-// Queries are forwarded by the library; the core has no use for them.
+// Queries of the uplink are forwarded by the library; the core has no use for them.
 std::optional<Drop> take_query(const Packet& packet) {
-    if (!find_port(packet.place.port)->is_uplink) return Drop::kQueryFromUser;
+    if (!find_port(packet.place.port)->is_uplink) return take_user_query(packet);
     return std::nullopt;
 }
 
@@ -92,11 +94,16 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
     packet.place.port = port->number;
     if (const auto drop = open_packet(ip, packet)) return drop;
     const std::optional<Received> kind = kind_of(packet.message[0]);
-    if (!kind) return Drop::kUnknownType;
+    const auto discovery = discovery_of(Family::kIpv6, packet.message[0]);
+    if (!kind && !discovery) return Drop::kUnknownType;
     if (ip[7] != 1) return Drop::kHopLimit;
     if (!is_link_local_host(packet.source)) return Drop::kSource;
-    note_received(packet.place, *kind, packet.source);
-    return *kind == Received::kMldQuery ? take_query(packet) : take_report_or_done(packet, *kind);
+    note_received(packet.place, kind.value_or(Received::kMldDiscovery), packet.source);
+    if (discovery) return take_discovery(packet, *discovery);
+    if (*kind == Received::kMldQuery) return take_query(packet);
+    const auto drop = take_report_or_done(packet, *kind);
+    if (!drop) relay_to_routers(packet, ip);
+    return drop;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "node/core/admission.h"
 #include "node/core/membership.h"
 #include "node/core/querier.h"
+#include "node/core/routers.h"
 #include "node/core/state.h"
 #include "node/core/upstream.h"
 
@@ -51,11 +52,15 @@ void switch_ageing(devcore::AgeSwitch& ageing, bool on) {
     devcore::rearm_ageing();
 }
 
+bool is_lost(Family family, std::uint16_t vlan) {
+    return vlan != devcore::default_vid(family) && !settings().vlans.contains(vlan);
+}
+
 // Ends what lives in VLANs that are not there any more.
 void drop_lost_vlans() {
-    devcore::remove_groups_if([](const GroupKey& key) {
-        return key.vlan != devcore::default_vid(key.family) && !settings().vlans.contains(key.vlan);
-    });
+    devcore::remove_groups_if([](const GroupKey& key) { return is_lost(key.family, key.vlan); });
+    devcore::forget_routers_if(
+        [](const devcore::RouterKey& key) { return is_lost(key.family, key.vlan); });
 }
 
 }  // namespace
@@ -80,7 +85,9 @@ int32_t igmp_mode_switch_globle(uint32_t mode) {
 int32_t igmp_version_globle_set(uint8_t version) {
     const Lock lock;
     if (version < 1 || version > 3) return kRefused;
+    const bool is_new = version != settings().version;
     settings().version = version;
+    if (is_new) devcore::repeat_general_query(Family::kIpv4);
     return kDone;
 }
 

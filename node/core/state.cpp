@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "node/core/membership.h"
+#include "node/core/querier.h"
+#include "node/core/routers.h"
 
 namespace devcore {
 namespace {
@@ -83,6 +85,7 @@ std::string port_text(std::uint32_t number) {
 void reset() {
     const Lock lock;
     core() = Core{};
+    tell_router_ports();
     igmpv3_rcv = 0;
     igmpv3_snd = 0;
 }
@@ -105,6 +108,9 @@ int32_t igmp_data_init(void) {
 int32_t mld_data_init(void) {
     const Lock lock;
     devcore::forget_mld_groups();
+    devcore::forget_mld_queries();
+    devcore::forget_routers_if(
+        [](const devcore::RouterKey& key) { return key.family == devcore::Family::kIpv6; });
     for (Port& port : devcore::core().ports) port.mld_declared = false;
     Core& state = devcore::core();
     const devcore::Settings fresh;
