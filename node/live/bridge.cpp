@@ -72,6 +72,7 @@ void Bridge::begin() {
     take_bridge(*bridge);
     entries_.take_back(true);
     look_at_ports();
+    come_up_.clear();  // who is there from the beginning is asked when the core starts
     look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
@@ -250,7 +251,22 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     }
     entries_.use_port(slot, is_in ? index : 0, port.called);
     if (now != port.state) say_state(port, now);
+    if (now == PortState::kUp && port.state != PortState::kUp) come_up_.push_back(slot);
     port.state = now;
+}
+
+std::vector<std::size_t> Bridge::take_ports_come_up() { return std::exchange(come_up_, {}); }
+
+void Bridge::set_router_port(std::size_t slot, bool is_router) {
+    Port* const port = port_at(slot);
+    if (port == nullptr || std::exchange(port->has_router, is_router) == is_router) return;
+    say_(port->called + (is_router ? " has a router behind it: it gets every stream"
+                                   : " has no router behind it any more"));
+    const auto link = find_link(netlink_, port->interface);
+    const bool is_in = bridge_ && link && link->port && link->bridge == bridge_->index;
+    if (is_in) keep_port_settings(*port, *link);
+    const std::string error = put_up_guard();
+    if (!error.empty()) say_("nftables: " + error);
 }
 
 void Bridge::say_state(const Port& port, PortState now) {
@@ -273,9 +289,9 @@ void Bridge::say_state(const Port& port, PortState now) {
     }
 }
 
-// Everything unknown goes to the uplink and nothing of it to a user port.
+// Everything unknown goes to the uplink and nothing of it to a user port without a router.
 void Bridge::keep_port_settings(Port& port, const Link& link) {
-    const std::uint8_t wanted = port.is_user ? kNoRouter : kRouter;
+    const std::uint8_t wanted = gets_everything(port) ? kRouter : kNoRouter;
     if (!port.router_before) port.router_before = link.port->multicast_router;
     if (link.port->multicast_router == wanted) return;
     const int error = set_multicast_router(netlink_, link.index, wanted);
@@ -288,7 +304,7 @@ std::string Bridge::put_up_guard() {
     for (const auto& port : ports_) {
         if (!port) continue;
         const bool is_in = port->state == PortState::kUp || port->state == PortState::kDown;
-        guarded.ports.push_back({port->interface, port->is_user, port->isolated, is_in});
+        guarded.ports.push_back({port->interface, gets_everything(*port), port->isolated, is_in});
     }
     std::string rules = guard_rules(guarded);
     // A chain of an interface that was deleted is gone, though the rules have not changed.

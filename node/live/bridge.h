@@ -42,6 +42,12 @@ class Bridge {
     // comes back with a time, it is to be called again after that.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
+    // The ports that have come up since they were last asked for.
+    [[nodiscard]] std::vector<std::size_t> take_ports_come_up();
+
+    // A router is behind a port now, or is it no more: such a port gets every stream.
+    void set_router_port(std::size_t slot, bool is_router);
+
     // The kernel gives snooping up when the database overflows.
     void recover_from_overflow();
 
@@ -61,6 +67,7 @@ class Bridge {
         PortState state = PortState::kMissing;
         int index = 0;
         bool isolated = false;
+        bool has_router = false;                    // behind it, on a user port
         std::optional<std::uint8_t> router_before;  // while ours is in force
     };
 
@@ -82,6 +89,10 @@ class Bridge {
     void keep_port_settings(Port& port, const Link& link);
     [[nodiscard]] std::string put_up_guard();
 
+    [[nodiscard]] static bool gets_everything(const Port& port) {
+        return !port.is_user || port.has_router;
+    }
+
     std::string name_;
     Say say_;
     PortIsNew port_is_new_;
@@ -90,6 +101,7 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
+    std::vector<std::size_t> come_up_;
     std::optional<Link> bridge_;                 // as it was at the last look
     std::optional<BridgeSettings> before_;       // of this bridge, to be given back
     std::string rules_;                          // in force

@@ -25,6 +25,7 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
+#include "node/core/development_core.h"
 #include "node/driver/host.h"
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
@@ -171,6 +172,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
     send_from(driver.bridge_mac());
+    devcore::watch_router_ports(
+        [&driver](std::uint32_t port, bool is_router) { driver.set_router_port(port, is_router); });
     const CoreClock clock;
     Supervisor supervisor(driver, clock, signals, host.queue_lost);
     driver.start();

@@ -84,8 +84,23 @@ void LiveDriver::end() {
 }
 
 std::optional<std::chrono::milliseconds> LiveDriver::look() {
+    std::vector<std::size_t> come_up;
+    std::optional<std::chrono::milliseconds> again;
+    {
+        const std::lock_guard lock(mutex_);
+        if (ended_) return std::nullopt;
+        again = bridge_.look();
+        come_up = bridge_.take_ports_come_up();
+    }
+    // The core has queries to send, for which it needs the mutex.
+    for (const std::size_t slot : come_up) devcore::link_up(driver::port_of_slot(slot));
+    return again;
+}
+
+void LiveDriver::set_router_port(std::uint32_t port, bool is_router) {
     const std::lock_guard lock(mutex_);
-    return ended_ ? std::nullopt : bridge_.look();
+    const auto slot = driver::slot_of_port(port);
+    if (slot && !ended_) bridge_.set_router_port(*slot, is_router);
 }
 
 driver::MacAddress LiveDriver::bridge_mac() {

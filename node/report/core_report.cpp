@@ -10,12 +10,12 @@
 namespace report {
 namespace {
 
-const char* protocol(const devcore::Membership& member) {
-    return member.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
+const char* protocol(devcore::Family family) {
+    return family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
 }
 
 std::string version_text(const devcore::Membership& member) {
-    return protocol(member) + ("v" + std::to_string(member.version));
+    return protocol(member.family) + ("v" + std::to_string(member.version));
 }
 
 // "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source.
@@ -30,6 +30,14 @@ std::string filter_text(const devcore::Membership& member) {
 
 double age_s(const CoreReport& core, const devcore::Membership& member) {
     return core.now_us > member.joined_us ? seconds(core.now_us - member.joined_us) : 0;
+}
+
+double seconds_left(const CoreReport& core, const devcore::RouterPort& router) {
+    return router.expires_us > core.now_us ? seconds(router.expires_us - core.now_us) : 0;
+}
+
+const char* known_by(const devcore::RouterPort& router) {
+    return router.sign == devcore::RouterSign::kQuery ? "query" : "advertisement";
 }
 
 Json addresses_json(devcore::Family family, const std::vector<devcore::Address>& addresses) {
@@ -68,7 +76,7 @@ Json json_of(const std::vector<Count>& counts) {
 }  // namespace
 
 CoreReport core_report(std::uint64_t now_us) {
-    return {devcore::counters(), devcore::memberships(), now_us};
+    return {devcore::counters(), devcore::memberships(), devcore::router_ports(), now_us};
 }
 
 std::string messages_text(const CoreReport& core) {
@@ -108,6 +116,21 @@ std::string memberships_text(const CoreReport& core) {
     return table.text();
 }
 
+std::string router_ports_text(const CoreReport& core) {
+    Table table("Router ports", {{"port", Align::kLeft},
+                                 {"VLAN"},
+                                 {"protocol", Align::kLeft},
+                                 {"router", Align::kLeft},
+                                 {"known by", Align::kLeft},
+                                 {"left s"}});
+    for (const devcore::RouterPort& router : core.router_ports) {
+        table.add({port_text(router.port), number(router.vlan), protocol(router.family),
+                   devcore::text(router.family, router.address), known_by(router),
+                   fixed(seconds_left(core, router), 1)});
+    }
+    return table.text();
+}
+
 std::string entry_changes_text(const CoreReport& core) {
     const devcore::Counters& counters = core.counters;
     return "the core: " + number(counters.entries_added) + " added, " +
@@ -135,13 +158,26 @@ Json memberships_json(const CoreReport& core) {
         rows.add(Json::object({{"port", member.port},
                                {"vlan", member.vlan},
                                {"group", devcore::text(member.family, member.group)},
-                               {"protocol", protocol(member)},
+                               {"protocol", protocol(member.family)},
                                {"version", member.version},
                                {"filter", member.exclude ? "exclude" : "include"},
                                {"sources", addresses_json(member.family, member.sources)},
                                {"reporters", addresses_json(member.family, member.reporters)},
                                {"age_s", age_s(core, member)},
                                {"in_switch", member.programmed}}));
+    }
+    return rows;
+}
+
+Json router_ports_json(const CoreReport& core) {
+    Json rows = Json::array();
+    for (const devcore::RouterPort& router : core.router_ports) {
+        rows.add(Json::object({{"port", router.port},
+                               {"vlan", router.vlan},
+                               {"protocol", protocol(router.family)},
+                               {"address", devcore::text(router.family, router.address)},
+                               {"known_by", known_by(router)},
+                               {"left_s", seconds_left(core, router)}}));
     }
     return rows;
 }
