@@ -262,11 +262,9 @@ void Bridge::set_router_port(std::size_t slot, bool is_router) {
     if (port == nullptr || std::exchange(port->has_router, is_router) == is_router) return;
     say_(port->called + (is_router ? " has a router behind it: it gets every stream"
                                    : " has no router behind it any more"));
-    const auto link = find_link(netlink_, port->interface);
-    const bool is_in = bridge_ && link && link->port && link->bridge == bridge_->index;
-    if (is_in) keep_port_settings(*port, *link);
-    const std::string error = put_up_guard();
-    if (!error.empty()) say_("nftables: " + error);
+    // In the bridge now. The kernel makes news of it, so that the next look renews the rules: that
+    // takes nftables, and more stack than the library's tasks have.
+    if (port->router_before) set_router(*port, gets_everything(*port) ? kRouter : kNoRouter);
 }
 
 void Bridge::say_state(const Port& port, PortState now) {
@@ -294,7 +292,11 @@ void Bridge::keep_port_settings(Port& port, const Link& link) {
     const std::uint8_t wanted = gets_everything(port) ? kRouter : kNoRouter;
     if (!port.router_before) port.router_before = link.port->multicast_router;
     if (link.port->multicast_router == wanted) return;
-    const int error = set_multicast_router(netlink_, link.index, wanted);
+    set_router(port, wanted);
+}
+
+void Bridge::set_router(const Port& port, std::uint8_t wanted) {
+    const int error = set_multicast_router(netlink_, port.index, wanted);
     if (error != 0) say_(port.called + ": its settings cannot be changed: " + std::strerror(error));
 }
 

@@ -87,6 +87,7 @@ class Bridge {
     void look_at_port(std::size_t slot, Port& port);
     void say_state(const Port& port, PortState now);
     void keep_port_settings(Port& port, const Link& link);
+    void set_router(const Port& port, std::uint8_t wanted);
     [[nodiscard]] std::string put_up_guard();
 
     [[nodiscard]] static bool gets_everything(const Port& port) {
