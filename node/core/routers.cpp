@@ -50,7 +50,6 @@ bool wins_over_node(const RouterKey& key) {
 
 void take_out(const RouterKey& key, const char* why) {
     const Place segment = segment_of(key);
-    const bool was_outvoted = is_outvoted(segment);
     const auto found = core().routers.find(key);
     if (found == core().routers.end()) return;
     core().timers.stop(found->second);
@@ -58,7 +57,7 @@ void take_out(const RouterKey& key, const char* why) {
     trace(Trace::kMemberships, segment,
           [&] { return "router " + text(key.family, key.address) + " " + why; });
     tell_router_ports();
-    if (was_outvoted && !is_outvoted(segment)) take_over(segment);
+    if (wins_over_node(key) && !is_outvoted(segment)) take_over(segment);
 }
 
 std::optional<Drop> hear(const RouterKey& key, std::uint64_t present_us) {
