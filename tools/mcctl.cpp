@@ -20,6 +20,7 @@
 #include "node/report/printable.h"
 #include "tools/command_line.h"
 #include "tools/documents.h"
+#include "tools/rule_caution.h"
 
 namespace {
 
@@ -69,6 +70,11 @@ bool take(std::vector<std::string>& words, std::string_view word) {
     return std::erase(words, word) != 0;
 }
 
+void say_caution(const commands::Record& record) {
+    const std::string line = commands::caution(record);
+    if (!line.empty()) std::fprintf(stderr, "mcctl: note: %s\n", line.c_str());
+}
+
 void run(std::vector<std::string> words) {
     // These may stand anywhere: no value of a command looks like them.
     const bool dry_run = take(words, "--dry-run");
@@ -82,6 +88,7 @@ void run(std::vector<std::string> words) {
         return print(commands::bash_completion());
     }
     const commands::Record record = commands::encode(words);
+    say_caution(record);
     if (dry_run) return print(commands::hex_text(record.bytes) + "\n");
     post(record);
 }

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/source_address.h"
 
 namespace devcore {
 namespace {
@@ -70,14 +70,6 @@ Bytes query_packet(const Query& query) {
         return ipv4_packet(to_ipv4(source), destination, igmp_query(query));
     }
     return ipv6_packet(source, is_general ? kAllNodes : query.group, mld_query(query));
-}
-
-Address querier_address(Family family) {
-    const std::uint32_t proxy_ip = core().settings.proxy_ip;
-    if (family == Family::kIpv4) return from_ipv4(proxy_ip);
-    Address address{0xFE, 0x80};
-    mc::store_be32(address.data() + 12, proxy_ip);
-    return address;
 }
 
 }  // namespace devcore

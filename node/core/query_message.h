@@ -35,7 +35,4 @@ struct Query {
 // where hosts heed link-local addresses only (RFC 3810, 5.1.14), from the highest of these.
 [[nodiscard]] Bytes query_packet(const Query& query);
 
-// The proxy address; for MLD the link-local address with the proxy address at its end.
-[[nodiscard]] Address querier_address(Family family);
-
 }  // namespace devcore

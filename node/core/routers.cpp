@@ -9,7 +9,7 @@
 
 #include "node/core/address.h"
 #include "node/core/querier.h"
-#include "node/core/query_message.h"
+#include "node/core/source_address.h"
 
 namespace devcore {
 namespace {

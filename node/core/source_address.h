@@ -1,0 +1,15 @@
+// The addresses that the core's own messages leave from.
+#pragma once
+
+#include "node/core/development_core.h"
+
+namespace devcore {
+
+// Of MLD messages: the one that was set, else one made of the proxy address, which tells nodes
+// apart as long as each has one of its own.
+[[nodiscard]] Address mld_source();
+
+// Of a querier's queries, which elections go by.
+[[nodiscard]] Address querier_address(Family family);
+
+}  // namespace devcore
