@@ -125,6 +125,11 @@ std::uint32_t decode_time(std::uint8_t code) {
     return ((code & 0x0FU) + 0x10U) << ((code >> 4 & 7) + 3);
 }
 
+std::uint32_t decode_mld_time(std::uint16_t code) {
+    if (code < 0x8000) return code;
+    return ((code & 0x0FFFU) + 0x1000U) << ((code >> 12 & 7) + 3);
+}
+
 Bytes igmp_message(IgmpType type, std::uint32_t group) {
     Bytes message{static_cast<std::uint8_t>(type), 0, 0, 0};
     append32(message, group);

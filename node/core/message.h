@@ -27,6 +27,8 @@ void append(Bytes& bytes, std::span<const std::uint8_t> more);
 // The 8-bit codes of IGMPv3 for response times and intervals (RFC 3376, 4.1.1).
 [[nodiscard]] std::uint8_t encode_time(std::uint64_t value);
 [[nodiscard]] std::uint32_t decode_time(std::uint8_t code);
+// The 16-bit codes of MLDv2 for response times (RFC 3810, 5.1.3).
+[[nodiscard]] std::uint32_t decode_mld_time(std::uint16_t code);
 
 // ---- Packets ------------------------------------------------------------------------------------
 

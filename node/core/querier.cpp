@@ -19,8 +19,6 @@ constexpr std::uint32_t kStartupShare = 4;  // of the query interval
 
 QueryRound& round_of(Family family) { return core().query_rounds[family == Family::kIpv4 ? 0 : 1]; }
 
-bool is_querier() { return core().settings.mode == Mode::kProxy; }
-
 bool is_asked(Family family, const Port& port) {
     return !port.is_uplink && (family == Family::kIpv4 ? port.declared : port.mld_declared);
 }
@@ -49,7 +47,7 @@ std::set<std::uint16_t> queried_vlans(Family family, const Port& port) {
 void ask(Family family, const Port& port, const std::set<std::uint16_t>& vlans) {
     for (const std::uint16_t vlan : vlans) {
         const Place segment{family, port.number, vlan};
-        if (!is_querier() || !is_outvoted(segment)) send_general_query(segment);
+        if (!is_querier(family) || !is_outvoted(segment)) send_general_query(segment);
     }
 }
 
@@ -88,7 +86,7 @@ void ask_at_startup(Family family) {
     core().timers.stop(timer);
     timer = core().timers.start(core().now_us, {"startup query", all_user_ports, [family] {
                                                     round_of(family).startup_timer.reset();
-                                                    if (!is_querier()) ask_all_ports(family);
+                                                    if (!is_querier(family)) ask_all_ports(family);
                                                 }});
 }
 
@@ -109,27 +107,24 @@ void ask_port(const Port& port) {
     }
 }
 
-void start_general_queries() {
-    for (const Family family : kFamilies) {
-        round_of(family).startup_left = core().settings.robustness;
-        run_round(family);
-    }
+void start_general_queries(Family family) {
+    round_of(family).startup_left = core().settings.robustness;
+    run_round(family);
 }
 
-void stop_general_queries() {
-    for (const Family family : kFamilies) {
-        round_of(family).startup_left = 0;
-        core().timers.stop(round_of(family).timer);
-    }
+void stop_general_queries(Family family) {
+    round_of(family).startup_left = 0;
+    core().timers.stop(round_of(family).timer);
 }
 
 void restart_general_queries() {
-    if (!is_querier()) return;
-    for (const Family family : kFamilies) await_round(family);
+    for (const Family family : kFamilies) {
+        if (is_querier(family)) await_round(family);
+    }
 }
 
 void repeat_general_query(Family family) {
-    if (!is_querier()) return;
+    if (!is_querier(family)) return;
     ask_all_ports(family);
     await_round(family);
 }
@@ -137,7 +132,7 @@ void repeat_general_query(Family family) {
 // From then on it is asked with the others.
 void take_over(const Place& segment) {
     const Port& port = *find_port(segment.port);
-    if (!is_querier() || !is_asked(segment.family, port)) return;
+    if (!is_querier(segment.family) || !is_asked(segment.family, port)) return;
     send_general_query(segment);
 }
 

@@ -21,8 +21,8 @@ void ask_at_startup(Family family);
 void ask_port(const Port& port);
 
 // The node becomes the querier, or is it no more.
-void start_general_queries();
-void stop_general_queries();
+void start_general_queries(Family family);
+void stop_general_queries(Family family);
 // The interval has changed: it counts from now.
 void restart_general_queries();
 // What the queries say has changed: the hosts are to know at once.

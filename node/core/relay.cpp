@@ -6,7 +6,7 @@
 namespace devcore {
 
 void relay_to_routers(const Packet& packet, std::span<const std::uint8_t> ip) {
-    if (core().routers.empty()) return;
+    if (core().user_routers.empty()) return;
     const Family family = packet.place.family;
     const Sent kind = family == Family::kIpv4 ? Sent::kIgmpRelayed : Sent::kMldRelayed;
     for (std::uint32_t port = 0; port < kUserPorts; ++port) {

@@ -1,6 +1,5 @@
 #include "node/core/router_input.h"
 
-#include <algorithm>
 #include <cstddef>
 
 #include "common/bytes.h"
@@ -32,14 +31,10 @@ std::uint64_t igmp_response_us(std::span<const std::uint8_t> message, bool is_ne
     return (message[1] == 0 ? kV1Tenths : message[1]) * kTenth;
 }
 
-// Below 32768 the value itself, above that 1, a 3-bit exponent and a 12-bit mantissa (RFC 3810,
-// 5.1.3).
 std::uint64_t mld_response_us(std::span<const std::uint8_t> message, bool is_newest) {
     constexpr std::uint64_t kMillisecond = kSecond / 1000;
-    constexpr std::uint32_t kCodes = 0x8000;
-    const std::uint32_t code = mc::load_be16(&message[4]);
-    if (!is_newest || code < kCodes) return code * kMillisecond;
-    return (std::uint64_t{code & 0x0FFF} + 0x1000) * kMillisecond << ((code >> 12 & 7) + 3);
+    const auto code = static_cast<std::uint16_t>(mc::load_be16(&message[4]));
+    return (is_newest ? decode_mld_time(code) : code) * kMillisecond;
 }
 
 HeardQuery read_query(Family family, std::span<const std::uint8_t> message) {

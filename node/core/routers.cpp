@@ -35,7 +35,7 @@ bool is_on(const RouterKey& key, const Place& segment) {
 }
 
 std::size_t count_routers(std::uint32_t port) {
-    const auto& routers = core().routers;
+    const auto& routers = core().user_routers;
     return static_cast<std::size_t>(
         std::count_if(routers.begin(), routers.end(),
                       [port](const auto& one) { return one.first.port == port; }));
@@ -50,10 +50,10 @@ bool wins_over_node(const RouterKey& key) {
 
 void take_out(const RouterKey& key, const char* why) {
     const Place segment = segment_of(key);
-    const auto found = core().routers.find(key);
-    if (found == core().routers.end()) return;
+    const auto found = core().user_routers.find(key);
+    if (found == core().user_routers.end()) return;
     core().timers.stop(found->second);
-    core().routers.erase(found);
+    core().user_routers.erase(found);
     trace(Trace::kMemberships, segment,
           [&] { return "router " + text(key.family, key.address) + " " + why; });
     tell_router_ports();
@@ -61,10 +61,10 @@ void take_out(const RouterKey& key, const char* why) {
 }
 
 std::optional<Drop> hear(const RouterKey& key, std::uint64_t present_us) {
-    const auto found = core().routers.find(key);
-    const bool is_new = found == core().routers.end();
+    const auto found = core().user_routers.find(key);
+    const bool is_new = found == core().user_routers.end();
     if (is_new && count_routers(key.port) >= kRoutersPerPort) return Drop::kRouterBound;
-    auto& timer = is_new ? core().routers[key] : found->second;
+    auto& timer = is_new ? core().user_routers[key] : found->second;
     core().timers.stop(timer);
     const auto about = [key] {
         return text(key.family, key.address) + " on port " + port_text(key.port);
@@ -120,23 +120,23 @@ std::optional<Drop> hear_advertisement(const Place& place, const Address& addres
 // Not at once: a host could have its port switched with every packet.
 void hear_termination(const Place& place, const Address& address) {
     const RouterKey key = key_of(place, RouterSign::kAdvertisement, address);
-    if (core().routers.contains(key)) static_cast<void>(hear(key, kSecond));
+    if (core().user_routers.contains(key)) static_cast<void>(hear(key, kSecond));
 }
 
 bool is_outvoted(const Place& segment) {
-    return std::ranges::any_of(core().routers, [&segment](const auto& one) {
+    return std::ranges::any_of(core().user_routers, [&segment](const auto& one) {
         return is_on(one.first, segment) && wins_over_node(one.first);
     });
 }
 
 bool is_router_port(const Place& segment) {
-    return std::ranges::any_of(core().routers,
+    return std::ranges::any_of(core().user_routers,
                                [&segment](const auto& one) { return is_on(one.first, segment); });
 }
 
 void forget_routers_if(const std::function<bool(const RouterKey&)>& unwanted) {
     std::vector<RouterKey> keys;
-    for (const auto& [key, timer] : core().routers) {
+    for (const auto& [key, timer] : core().user_routers) {
         if (unwanted(key)) keys.push_back(key);
     }
     for (const RouterKey& key : keys) take_out(key, "taken away");
@@ -146,7 +146,7 @@ void tell_router_ports() {
     RouterPortWatch& watching = watch();
     if (!watching.changed) return;
     std::array<bool, kUserPorts> now{};
-    for (const auto& [key, timer] : core().routers) now.at(key.port) = true;
+    for (const auto& [key, timer] : core().user_routers) now.at(key.port) = true;
     for (std::uint32_t port = 0; port < kUserPorts; ++port) {
         if (std::exchange(watching.told.at(port), now.at(port)) == now.at(port)) continue;
         watching.changed(port, now.at(port));
@@ -162,7 +162,7 @@ void watch_router_ports(std::function<void(std::uint32_t, bool)> changed) {
 std::vector<RouterPort> router_ports() {
     const Lock lock;
     std::vector<RouterPort> all;
-    for (const auto& [key, timer] : core().routers) {
+    for (const auto& [key, timer] : core().user_routers) {
         all.push_back({key.port, key.vlan, key.family, key.sign, key.address, timer->first});
     }
     return all;

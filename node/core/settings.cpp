@@ -73,11 +73,13 @@ int32_t igmp_mode_switch_globle(uint32_t mode) {
     const auto wanted = static_cast<Mode>(mode);
     if (wanted == settings().mode) return kDone;
     settings().mode = wanted;
-    devcore::stop_general_queries();
+    devcore::stop_general_queries(Family::kIpv4);
+    devcore::stop_general_queries(Family::kIpv6);
     devcore::stop_upstream();
     if (wanted == Mode::kProxy) {
         devcore::start_upstream();
-        devcore::start_general_queries();
+        devcore::start_general_queries(Family::kIpv4);
+        devcore::start_general_queries(Family::kIpv6);
     }
     return kDone;
 }

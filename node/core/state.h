@@ -181,7 +181,7 @@ struct Upstream {
     Filter reported;
 };
 
-// How a router is known.
+// How a router behind a user port is known.
 struct RouterKey {
     std::uint32_t port;
     std::uint16_t vlan;
@@ -191,7 +191,7 @@ struct RouterKey {
 
     auto operator<=>(const RouterKey&) const = default;
 };
-using Routers = std::map<RouterKey, std::optional<Timers::Id>>;  // till when it is present
+using UserRouters = std::map<RouterKey, std::optional<Timers::Id>>;  // till when it is present
 
 // The general queries of a family.
 struct QueryRound {
@@ -228,7 +228,7 @@ struct Core {
     std::map<GroupKey, Group> groups;
     std::map<VlanGroup, Upstream> upstream;  // in proxy mode only
     std::array<QueryRound, 2> query_rounds;  // of IGMP and MLD
-    Routers routers;                         // behind user ports
+    UserRouters user_routers;                // behind user ports
     std::optional<OamControl> last_oam_control;
     CallBacks call_backs;
     Counters counters;
@@ -251,6 +251,11 @@ class Lock {
 [[nodiscard]] Port* find_port(std::uint32_t number);
 // The same, for declared ports only.
 [[nodiscard]] Port* find_declared_port(std::uint32_t number);
+
+// Whether it is the core that asks the hosts, where no other router does.
+[[nodiscard]] inline bool is_querier(Family /*family*/) {
+    return core().settings.mode == Mode::kProxy;
+}
 
 [[nodiscard]] inline std::uint16_t default_vid(Family family) {
     const Settings& settings = core().settings;

@@ -237,7 +237,8 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     const auto link = find_link(netlink_, port.interface);
     const PortState now = state_of(link);
     const int index = link ? link->index : 0;
-    if (index != port.index) {
+    const bool is_another = index != port.index;  // made again, perhaps between two looks
+    if (is_another) {
         port.index = index;
         port.router_before.reset();
         port_is_new_(slot, index);
@@ -251,7 +252,9 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     }
     entries_.use_port(slot, is_in ? index : 0, port.called);
     if (now != port.state) say_state(port, now);
-    if (now == PortState::kUp && port.state != PortState::kUp) come_up_.push_back(slot);
+    if (now == PortState::kUp && (is_another || port.state != PortState::kUp)) {
+        come_up_.push_back(slot);
+    }
     port.state = now;
 }
 

@@ -93,6 +93,7 @@ std::optional<std::chrono::milliseconds> LiveDriver::look() {
         come_up = bridge_.take_ports_come_up();
     }
     // The core has queries to send, for which it needs the mutex.
+    if (!come_up.empty()) now_();
     for (const std::size_t slot : come_up) devcore::link_up(driver::port_of_slot(slot));
     return again;
 }
