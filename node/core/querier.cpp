@@ -136,13 +136,6 @@ void take_over(const Place& segment) {
     send_general_query(segment);
 }
 
-void forget_mld_queries() {
-    QueryRound& round = round_of(Family::kIpv6);
-    core().timers.stop(round.timer);
-    core().timers.stop(round.startup_timer);
-    round = {};
-}
-
 void send_group_query(const GroupKey& key, std::uint8_t version) {
     const bool is_igmp = key.family == Family::kIpv4;
     // IGMPv1 has no such query, but then the leave was no IGMPv1 message either. A host that speaks

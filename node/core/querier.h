@@ -30,8 +30,6 @@ void repeat_general_query(Family family);
 // The other querier of a segment has gone.
 void take_over(const Place& segment);
 
-void forget_mld_queries();
-
 // version: the oldest that a reporter of the group speaks.
 void send_group_query(const GroupKey& key, std::uint8_t version);
 

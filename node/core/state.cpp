@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "node/core/membership.h"
-#include "node/core/querier.h"
 #include "node/core/routers.h"
 
 namespace devcore {
@@ -108,7 +107,6 @@ int32_t igmp_data_init(void) {
 int32_t mld_data_init(void) {
     const Lock lock;
     devcore::forget_mld_groups();
-    devcore::forget_mld_queries();
     devcore::forget_routers_if(
         [](const devcore::RouterKey& key) { return key.family == devcore::Family::kIpv6; });
     for (Port& port : devcore::core().ports) port.mld_declared = false;
