@@ -172,6 +172,7 @@ Bytes ipv6_packet(const Address& source, const Address& destination, Bytes messa
     constexpr std::size_t kIpv6Header = 40;
     constexpr std::size_t kHopByHop = 8;
     constexpr std::size_t kChecksumAt = 2;
+    mc::store_be16(message.data() + kChecksumAt, 0);
     mc::store_be16(message.data() + kChecksumAt,
                    icmpv6_checksum(source.data(), destination.data(), message));
     Bytes packet{0x60, 0, 0, 0};
