@@ -120,6 +120,7 @@ class Memberships : public ::testing::TestWithParam<Family> {
         }
         igmp_port_add_all_vlan(kUplink);
         mld_port_conf_set(kUplink6, 1);
+        devcore::set_clock(now_);  // the queries of a node that starts are not the matter here
         queries.clear();
     }
 
