@@ -587,7 +587,7 @@ TEST_P(Memberships, LoseSourcesAtOnceWhereAQuestionHasNoRoom) {
     report(kBlock, 1, {3});
     EXPECT_THAT(asked(), IsEmpty());
     EXPECT_THAT(held(), ElementsAre("2 exclude {1 2 3}"));
-    devcore::set_bounds({.sources_per_group = 3});
+    devcore::set_bounds({.sources_per_group = 4});
     report(kToIn, 1, {4, 5, 6});
     EXPECT_THAT(asked(), IsEmpty());
     EXPECT_THAT(held(), ElementsAre("2 include {4 5 6}"));
