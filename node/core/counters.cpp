@@ -111,6 +111,10 @@ std::string_view name(Sent kind) {
             return "IGMP group-and-source query";
         case Sent::kMldSourceQuery:
             return "MLD group-and-source query";
+        case Sent::kMldReport:
+            return "MLD report";
+        case Sent::kMldDone:
+            return "MLD done";
     }
     return "";
 }

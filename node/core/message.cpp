@@ -4,77 +4,17 @@
 #include <bit>
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include "common/bytes.h"
 #include "node/core/address.h"
 #include "node/core/source_address.h"
+#include "node/core/trace.h"
 
 namespace devcore {
 namespace {
 
-// ---- Pieces -------------------------------------------------------------------------------------
-
-void append16(Bytes& bytes, std::uint32_t value) {
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
-    bytes.push_back(static_cast<std::uint8_t>(value));
-}
-
-void append32(Bytes& bytes, std::uint32_t value) {
-    append16(bytes, value >> 16);
-    append16(bytes, value);
-}
-
-void append(Bytes& bytes, std::span<const std::uint8_t> more) {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
-constexpr std::size_t kIgmpChecksumAt = 2;
-
-Bytes with_igmp_checksum(Bytes message) {
-    mc::store_be16(message.data() + kIgmpChecksumAt, internet_checksum(message));
-    return message;
-}
-
-// ---- Reports of version 3 -----------------------------------------------------------------------
-
-constexpr std::size_t kRecordHeader = 8;
-constexpr std::size_t kLongestBody = 1400;
-constexpr std::size_t kMostSources = (kLongestBody - kRecordHeader) / 4;
-
-bool excludes(RecordType type) {
-    return type == RecordType::kIsExclude || type == RecordType::kToExclude;
-}
-
-// Records that are too long are split, or cut when they exclude (RFC 3376, 4.2.16).
-std::vector<Record> in_pieces(const std::vector<Record>& records) {
-    std::vector<Record> pieces;
-    for (const Record& record : records) {
-        std::size_t at = 0;
-        do {
-            const std::size_t count = std::min(record.sources.size() - at, kMostSources);
-            const auto first = record.sources.begin() + static_cast<std::ptrdiff_t>(at);
-            pieces.push_back(
-                {record.type, record.group, {first, first + static_cast<std::ptrdiff_t>(count)}});
-            at += count;
-        } while (at < record.sources.size() && !excludes(record.type));
-    }
-    return pieces;
-}
-
-void append_record(Bytes& body, const Record& record) {
-    body.push_back(static_cast<std::uint8_t>(record.type));
-    body.push_back(0);  // no auxiliary data
-    append16(body, static_cast<std::uint32_t>(record.sources.size()));
-    append32(body, to_ipv4(record.group));
-    for (const Address& source : record.sources) append32(body, to_ipv4(source));
-}
-
-Bytes v3_report(const Bytes& body, std::uint32_t count) {
-    Bytes message{static_cast<std::uint8_t>(IgmpType::kV3Report), 0, 0, 0, 0, 0};
-    append16(message, count);
-    append(message, body);
-    return with_igmp_checksum(message);
-}
+constexpr std::size_t kChecksumAt = 2;  // of both families
 
 // ---- Packets ------------------------------------------------------------------------------------
 
@@ -98,6 +38,25 @@ Bytes ipv4_packet(std::uint32_t destination, const Bytes& message) {
 
 }  // namespace
 
+void append16(Bytes& bytes, std::uint32_t value) {
+    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
+    bytes.push_back(static_cast<std::uint8_t>(value));
+}
+
+void append32(Bytes& bytes, std::uint32_t value) {
+    append16(bytes, value >> 16);
+    append16(bytes, value);
+}
+
+void append(Bytes& bytes, std::span<const std::uint8_t> more) {
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
+Bytes with_igmp_checksum(Bytes message) {
+    mc::store_be16(message.data() + kChecksumAt, internet_checksum(message));
+    return message;
+}
+
 // Below 128 the value itself, above that 1, a 3-bit exponent and a 4-bit mantissa.
 std::uint8_t encode_time(std::uint64_t value) {
     constexpr std::uint64_t kLargest = 0x1FU << 10;
@@ -110,6 +69,11 @@ std::uint8_t encode_time(std::uint64_t value) {
 std::uint32_t decode_time(std::uint8_t code) {
     if (code < 128) return code;
     return ((code & 0x0FU) + 0x10U) << ((code >> 4 & 7) + 3);
+}
+
+std::uint32_t decode_mld_time(std::uint16_t code) {
+    if (code < 0x8000) return code;
+    return ((code & 0x0FFFU) + 0x1000U) << ((code >> 12 & 7) + 3);
 }
 
 Bytes igmp_query(const IgmpQuery& query) {
@@ -132,30 +96,6 @@ Bytes igmp_query(const IgmpQuery& query) {
     return with_igmp_checksum(message);
 }
 
-Bytes igmp_message(IgmpType type, std::uint32_t group) {
-    Bytes message{static_cast<std::uint8_t>(type), 0, 0, 0};
-    append32(message, group);
-    return with_igmp_checksum(message);
-}
-
-std::vector<Bytes> igmp_v3_reports(const std::vector<Record>& records) {
-    std::vector<Bytes> reports;
-    Bytes body;
-    std::uint32_t count = 0;
-    for (const Record& record : in_pieces(records)) {
-        const std::size_t length = kRecordHeader + record.sources.size() * 4;
-        if (body.size() + length > kLongestBody) {
-            reports.push_back(v3_report(body, count));
-            body.clear();
-            count = 0;
-        }
-        append_record(body, record);
-        ++count;
-    }
-    if (count > 0) reports.push_back(v3_report(body, count));
-    return reports;
-}
-
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message) {
     const IgmpSendPacket send = core().call_backs.send;
@@ -170,14 +110,30 @@ void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destina
     send(port, packet.data(), &record, static_cast<std::uint16_t>(packet.size()));
 }
 
+Bytes mld_packet(const Address& destination, Bytes message) {
+    constexpr std::size_t kIpv6Header = 40;
+    constexpr std::size_t kHopByHop = 8;
+    const Address source = mld_source();
+    mc::store_be16(message.data() + kChecksumAt,
+                   icmpv6_checksum(source.data(), destination.data(), message));
+
+    Bytes packet{0x60, 0, 0, 0};
+    packet.reserve(kIpv6Header + kHopByHop + message.size());
+    append16(packet, static_cast<std::uint32_t>(kHopByHop + message.size()));
+    packet.push_back(0);  // hop-by-hop options follow
+    packet.push_back(1);  // hop limit
+    append(packet, source);
+    append(packet, destination);
+    append(packet, Bytes{58, 0, 5, 2, 0, 0, 1, 0});  // ICMPv6 next; router alert, padding
+    append(packet, message);
+    return packet;
+}
+
 Bytes mld_group_query(std::uint8_t version, const Address& group, std::uint32_t response_time) {
     constexpr std::uint64_t kMilliseconds = 1000;
     constexpr std::uint64_t kLargestPlain = 0x7FFF;  // above it MLDv2 has codes
     constexpr std::uint8_t kQuery = 130;
     constexpr std::uint8_t kRobustnessMask = 7;
-    constexpr std::size_t kIpv6Header = 40;
-    constexpr std::size_t kHopByHop = 8;
-    constexpr std::size_t kChecksumAt = 2;
     const Settings& settings = core().settings;
 
     Bytes message{kQuery, 0, 0, 0};
@@ -192,20 +148,7 @@ Bytes mld_group_query(std::uint8_t version, const Address& group, std::uint32_t 
         append16(message, 0);  // no sources
     }
 
-    const Address source = mld_source();
-    mc::store_be16(message.data() + kChecksumAt,
-                   icmpv6_checksum(source.data(), group.data(), message));
-
-    Bytes packet{0x60, 0, 0, 0};
-    append16(packet, static_cast<std::uint32_t>(kHopByHop + message.size()));
-    packet.push_back(0);  // hop-by-hop options follow
-    packet.push_back(1);  // hop limit
-    append(packet, source);
-    append(packet, group);
-    packet.reserve(kIpv6Header + kHopByHop + message.size());
-    append(packet, Bytes{58, 0, 5, 2, 0, 0, 1, 0});  // ICMPv6 next; router alert, padding
-    append(packet, message);
-    return packet;
+    return mld_packet(group, std::move(message));
 }
 
 void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet) {
