@@ -1,10 +1,8 @@
 #include "node/core/querier.h"
 
-#include <algorithm>
 #include <set>
 #include <string>
 
-#include "node/core/address.h"
 #include "node/core/message.h"
 
 namespace devcore {
@@ -12,7 +10,6 @@ namespace {
 
 constexpr std::uint32_t kAllHosts = 0xE0000001;  // 224.0.0.1
 constexpr std::uint32_t kGeneral = 0;
-constexpr std::uint8_t kVersion2 = 2;
 
 // Where the port's members are, and where its first ones would be.
 std::set<std::uint16_t> queried_vlans(const Port& port) {
@@ -52,22 +49,6 @@ void restart_general_queries() {
     core().query_timer = core().timers.start(
         core().now_us + core().settings.query_interval * kSecond,
         {"general query", [] { return std::string("all user ports"); }, start_general_queries});
-}
-
-void send_group_query(const GroupKey& key, std::uint8_t version) {
-    const Settings& settings = core().settings;
-    const auto port = static_cast<std::uint16_t>(key.port);
-    if (key.family == Family::kIpv6) {
-        // A host that speaks MLDv2 only would not answer an older query.
-        send_mld(Sent::kMldGroupQuery, port, key.vlan,
-                 mld_group_query(version, key.group, settings.last_member_query_interval));
-        return;
-    }
-    // IGMPv1 has no such query, but then the leave was no IGMPv1 message either.
-    const std::uint32_t group = to_ipv4(key.group);
-    const std::uint8_t spoken = std::max(settings.version, kVersion2);
-    send_igmp(Sent::kIgmpGroupQuery, port, {key.vlan, 0}, group,
-              igmp_query({spoken, group, settings.last_member_query_interval}));
 }
 
 }  // namespace devcore

@@ -1,6 +1,6 @@
 // The core's own queries. General queries go to the user ports in proxy mode only: in snooping and
-// control mode the network's querier serves the hosts, and the library forwards its queries. Group
-// queries after a leave are sent in every mode, of both families.
+// control mode the network's querier serves the hosts, and the library forwards its queries.
+// Group queries after a leave (group_query.h) are sent in every mode.
 #pragma once
 
 #include <cstdint>
@@ -14,8 +14,5 @@ void start_general_queries();
 void stop_general_queries();
 // The interval has changed: it counts from now.
 void restart_general_queries();
-
-// version: the oldest that a reporter of the group speaks.
-void send_group_query(const GroupKey& key, std::uint8_t version);
 
 }  // namespace devcore

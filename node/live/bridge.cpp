@@ -220,6 +220,8 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     return std::nullopt;
 }
 
+std::vector<std::size_t> Bridge::take_ports_down() { return std::exchange(ports_down_, {}); }
+
 void Bridge::look_at_ports() {
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         if (Port* const port = port_at(slot)) look_at_port(slot, *port);
@@ -236,6 +238,12 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     const auto link = find_link(netlink_, port.interface);
     const PortState now = state_of(link);
     const int index = link ? link->index : 0;
+    // Under a new index it has been deleted and made again between two looks. Where it is the
+    // bridge that is gone, the hosts are still there, and so is what they want.
+    const bool was_up = port.state == PortState::kUp && bridge_.has_value();
+    if (port.is_user && was_up && (now != PortState::kUp || index != port.index)) {
+        ports_down_.push_back(slot);
+    }
     if (index != port.index) {
         port.index = index;
         port.router_before.reset();

@@ -43,6 +43,10 @@ class Bridge {
     // comes back with a time, it is to be called again after that.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
+    // Slots of the user ports that have lost their link since the last time it was asked, or were
+    // taken out of the bridge.
+    [[nodiscard]] std::vector<std::size_t> take_ports_down();
+
     // The kernel gives snooping up when the database overflows.
     void recover_from_overflow();
 
@@ -91,6 +95,7 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
+    std::vector<std::size_t> ports_down_;        // not taken yet
     std::optional<Link> bridge_;                 // as it was at the last look
     std::optional<BridgeSettings> before_;       // of this bridge, to be given back
     std::string rules_;                          // in force
