@@ -100,6 +100,11 @@ struct Membership {
 // All of them, sorted by port, VLAN, family and group.
 [[nodiscard]] std::vector<Membership> memberships();
 
+// A port has lost its link, or is in the switch no more: nobody behind it can answer a query. Its
+// memberships end at once with fast leave, otherwise after the last member query time unless they
+// are reported anew until then. Other ports are left alone, and so is a number that is no user
+// port.
+void link_down(std::uint32_t port);
 // A group that proxy mode reports upstream, or whose end is still being reported.
 struct UpstreamGroup {
     Family family = Family::kIpv4;
@@ -114,12 +119,6 @@ struct UpstreamGroup {
 
 // All of them, sorted by family, VLAN and group.
 [[nodiscard]] std::vector<UpstreamGroup> upstream_groups();
-
-// A port has lost its link, or is in the switch no more: nobody behind it can answer a query. Its
-// memberships end at once with fast leave, otherwise after the last member query time unless they
-// are reported anew until then. Other ports are left alone, and so is a number that is no user
-// port.
-void link_down(std::uint32_t port);
 
 // What an entry of the switch is for.
 struct EntryOwner {
