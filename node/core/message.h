@@ -8,7 +8,6 @@
 
 #include "node/core/checksum.h"
 #include "node/core/development_core.h"
-#include "node/core/membership.h"
 #include "node/core/state.h"
 
 namespace devcore {

@@ -6,6 +6,7 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/group_records.h"
 #include "node/core/message.h"
 #include "node/core/source_address.h"
 
@@ -72,16 +73,6 @@ void append_address(Bytes& bytes, Family family, const Address& address) {
 
 // ---- Records ------------------------------------------------------------------------------------
 
-// A report of records, the same in both families:
-//
-//   0  type      2  checksum      6  number of records      8  records
-//
-// A record:
-//
-//   0  type      1  no auxiliary data      2  number of sources      4  group, sources
-constexpr std::size_t kReportHeader = 8;
-constexpr std::size_t kRecordCountAt = 6;
-constexpr std::size_t kRecordHeader = 4;
 constexpr std::size_t kLongestBody = 1400;
 
 std::size_t record_length(Family family, std::size_t sources) {
