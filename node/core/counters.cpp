@@ -50,9 +50,13 @@ std::string_view name(Drop reason) {
         case Drop::kTruncated:
             return "truncated message";
         case Drop::kHopLimit:
-            return "hop limit is not 1";
+            return "TTL or hop limit is not 1";
+        case Drop::kNoRouterAlert:
+            return "no router alert";
         case Drop::kSource:
             return "source is not link-local";
+        case Drop::kUnspecifiedSource:
+            return "source is the unspecified address";
         case Drop::kUnknownPort:
             return "unknown port";
         case Drop::kUnknownVlan:
@@ -67,6 +71,10 @@ std::string_view name(Drop reason) {
             return "link-local group";
         case Drop::kSourceNeeded:
             return "SSM group without a source";
+        case Drop::kSsmOlderVersion:
+            return "SSM group in a message of an older version";
+        case Drop::kOlderHostPresent:
+            return "leave beside an IGMPv1 host";
         case Drop::kNotAuthorised:
             return "group not authorised";
         case Drop::kGroupLimit:
@@ -103,6 +111,10 @@ std::string_view name(Sent kind) {
             return "IGMP leave";
         case Sent::kMldGroupQuery:
             return "MLD group query";
+        case Sent::kIgmpSourceQuery:
+            return "IGMP group-and-source query";
+        case Sent::kMldSourceQuery:
+            return "MLD group-and-source query";
         case Sent::kMldGeneralQuery:
             return "MLD general query";
         case Sent::kIgmpRelayed:

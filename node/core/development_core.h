@@ -92,6 +92,12 @@ struct Membership {
 // All of them, sorted by port, VLAN, family and group.
 [[nodiscard]] std::vector<Membership> memberships();
 
+// A port has lost its link, or is in the switch no more: nobody behind it can answer a query. Its
+// memberships end at once with fast leave, otherwise after the last member query time unless they
+// are reported anew until then. Other ports are left alone, and so is a number that is no user
+// port.
+void link_down(std::uint32_t port);
+
 // What an entry of the switch is for.
 struct EntryOwner {
     std::uint32_t port = 0;
@@ -152,23 +158,27 @@ enum class Received : std::uint8_t {
 // counted as received as well. At a bound it may be some sources only that are refused, and at that
 // of the control list it is a command.
 enum class Drop : std::uint8_t {
-    kBadLength,         // shorter than its headers, or longer than a frame
-    kNotIp,             // not this version of IP, or neither IGMP nor ICMPv6 in it
-    kFragment,          // a piece of an IPv4 packet
-    kIpChecksum,        // of the IPv4 header
-    kChecksum,          // of the IGMP or MLD message
-    kUnknownType,       // no message type of IGMP or MLD
-    kTruncated,         // records or sources that do not fit into the message
-    kHopLimit,          // an MLD message with another hop limit than 1
-    kSource,            // an MLD message from an address that is not link-local
-    kUnknownPort,       // a port that was not declared
-    kUnknownVlan,       // a VLAN that is neither the default nor listed, nor being learnt
-    kReportFromUplink,  // hosts are on user ports
-    kLeaveInVersion1,   // as a router of IGMPv1 ignores it
-    kNotMulticast,      // the group is no multicast address
-    kLinkLocalGroup,    // traffic of such a group is always flooded
-    kSourceNeeded,      // a group of the SSM range without a source
-    kNotAuthorised,     // by range, list or control list
+    kBadLength,          // shorter than its headers, or longer than a frame
+    kNotIp,              // not this version of IP, or neither IGMP nor ICMPv6 in it
+    kFragment,           // a piece of an IPv4 packet
+    kIpChecksum,         // of the IPv4 header
+    kChecksum,           // of the IGMP or MLD message
+    kUnknownType,        // no message type of IGMP or MLD
+    kTruncated,          // records or sources that do not fit into the message
+    kHopLimit,           // a message with another TTL or hop limit than 1
+    kNoRouterAlert,      // an MLD message without that option
+    kSource,             // an MLD message from an address that is not link-local
+    kUnspecifiedSource,  // an MLD message from ::
+    kUnknownPort,        // a port that was not declared
+    kUnknownVlan,        // a VLAN that is neither the default nor listed, nor being learnt
+    kReportFromUplink,   // hosts are on user ports
+    kLeaveInVersion1,    // as a router of IGMPv1 ignores it
+    kNotMulticast,       // the group is no multicast address
+    kLinkLocalGroup,     // traffic of such a group is always flooded
+    kSourceNeeded,       // a group of the SSM range without a source
+    kSsmOlderVersion,    // likewise, in a message that cannot name one
+    kOlderHostPresent,   // a leave beside a host of IGMPv1
+    kNotAuthorised,      // by range, list or control list
     kGroupLimit,
     kBandwidthLimit,
     kSourceBound,       // sources of a host
@@ -186,6 +196,8 @@ enum class Sent : std::uint8_t {
     kIgmpReport,
     kIgmpLeave,
     kMldGroupQuery,
+    kIgmpSourceQuery,
+    kMldSourceQuery,
     kMldGeneralQuery,
     kIgmpRelayed,  // a host's report or leave, to a router port
     kMldRelayed,

@@ -11,22 +11,6 @@
 namespace devcore {
 namespace {
 
-// ---- Pieces -------------------------------------------------------------------------------------
-
-// The sum of 16-bit words, a last odd byte being the high half of one.
-std::uint32_t sum_words(std::span<const std::uint8_t> bytes) {
-    std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        sum += i % 2 == 0 ? std::uint32_t{bytes[i]} << 8 : std::uint32_t{bytes[i]};
-    }
-    return sum;
-}
-
-std::uint16_t folded_complement(std::uint32_t sum) {
-    while (sum >> 16 != 0) sum = (sum & 0xFFFF) + (sum >> 16);
-    return static_cast<std::uint16_t>(~sum);
-}
-
 constexpr std::size_t kIgmpChecksumAt = 2;
 
 // ---- Reports of version 3 -----------------------------------------------------------------------
@@ -97,18 +81,6 @@ void append(Bytes& bytes, std::span<const std::uint8_t> more) {
 Bytes with_igmp_checksum(Bytes message) {
     mc::store_be16(message.data() + kIgmpChecksumAt, internet_checksum(message));
     return message;
-}
-
-std::uint16_t internet_checksum(std::span<const std::uint8_t> bytes) {
-    return folded_complement(sum_words(bytes));
-}
-
-std::uint16_t icmpv6_checksum(const std::uint8_t* source, const std::uint8_t* destination,
-                              std::span<const std::uint8_t> message) {
-    constexpr std::uint32_t kIcmpv6 = 58;
-    const auto length = static_cast<std::uint32_t>(message.size());
-    return folded_complement(sum_words({source, 16}) + sum_words({destination, 16}) + length +
-                             kIcmpv6 + sum_words(message));
 }
 
 // Below 128 the value itself, above that 1, a 3-bit exponent and a 4-bit mantissa.

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "node/core/checksum.h"
 #include "node/core/membership.h"
 #include "node/core/state.h"
 
@@ -16,13 +17,6 @@ using Bytes = std::vector<std::uint8_t>;
 void append16(Bytes& bytes, std::uint32_t value);
 void append32(Bytes& bytes, std::uint32_t value);
 void append(Bytes& bytes, std::span<const std::uint8_t> more);
-
-// RFC 1071; 0 over bytes that hold their right checksum.
-[[nodiscard]] std::uint16_t internet_checksum(std::span<const std::uint8_t> bytes);
-// The same for an ICMPv6 message, whose checksum takes in a pseudo-header (RFC 8200, 8.1).
-[[nodiscard]] std::uint16_t icmpv6_checksum(const std::uint8_t* source,
-                                            const std::uint8_t* destination,
-                                            std::span<const std::uint8_t> message);
 
 // The 8-bit codes of IGMPv3 for response times and intervals (RFC 3376, 4.1.1).
 [[nodiscard]] std::uint8_t encode_time(std::uint64_t value);

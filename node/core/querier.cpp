@@ -1,6 +1,5 @@
 #include "node/core/querier.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <set>
@@ -13,7 +12,6 @@ namespace devcore {
 namespace {
 
 constexpr std::array kFamilies{Family::kIpv4, Family::kIpv6};
-constexpr std::uint8_t kVersion2 = 2;
 constexpr std::uint8_t kMldVersion = 2;
 constexpr std::uint32_t kStartupShare = 4;  // of the query interval
 
@@ -134,16 +132,6 @@ void take_over(const Place& segment) {
     const Port& port = *find_port(segment.port);
     if (!is_querier(segment.family) || !is_asked(segment.family, port)) return;
     send_general_query(segment);
-}
-
-void send_group_query(const GroupKey& key, std::uint8_t version) {
-    const bool is_igmp = key.family == Family::kIpv4;
-    // IGMPv1 has no such query, but then the leave was no IGMPv1 message either. A host that speaks
-    // MLDv2 only would not answer an older query.
-    const std::uint8_t spoken = is_igmp ? std::max(core().settings.version, kVersion2) : version;
-    send_packet(
-        place_of(key), is_igmp ? Sent::kIgmpGroupQuery : Sent::kMldGroupQuery, 0,
-        query_packet({key.family, spoken, key.group, core().settings.last_member_query_interval}));
 }
 
 }  // namespace devcore

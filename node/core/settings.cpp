@@ -161,7 +161,7 @@ int32_t mld_pack_set_age_switch(uint8_t enable) {
 
 // ---- Sources and the proxy ----------------------------------------------------------------------
 
-// 0 and 0: no SSM range.
+// 0 and 0: no SSM range, for IPv6 neither. Until it is set the RFCs' range holds (RFC 4607, 1).
 int32_t igmp_ssm_ip_globle_set(uint32_t start, uint32_t end) {
     const Lock lock;
     if (start > end) return kRefused;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -63,12 +64,16 @@ struct Port {
     std::vector<AuthRange> ranges;
     ControlList control_list;
 
+    // While memberships from before it wait to be reported anew (port_down.cpp).
+    std::uint64_t down_us = 0;
+    std::optional<Timers::Id> down_timer;
+
     // The engine keeps them.
     std::uint32_t groups = 0;     // of IGMP
     std::uint64_t bandwidth = 0;  // of these
     std::uint32_t mld_groups = 0;
-    std::uint32_t addresses = 0;   // hosts and sources of all groups
-    std::uint32_t bounds_met = 0;  // a bit for each Drop that the console has been told of
+    std::uint32_t addresses = 0;   // hosts and sources of all groups, and of their questions
+    std::uint64_t bounds_met = 0;  // a bit for each Drop that the console has been told of
 };
 
 // ---- Memberships --------------------------------------------------------------------------------
@@ -99,21 +104,34 @@ struct GroupKey {
     auto operator<=>(const GroupKey&) const = default;
 };
 
-// A membership. Without hosts it has a leave timer, and is taken away when that has run out; until
-// then the last host that left goes on being counted.
+// What a host has given up and nobody known wants besides, while the others are asked for it. It is
+// as if a host wanted it: EXCLUDE(sources) if the group as a whole was given up, else
+// INCLUDE(sources).
+struct Question {
+    bool is_of_group = false;
+    std::vector<Address> sources;  // sorted
+    std::uint8_t version = 0;      // of that host
+    std::uint32_t queries_left = 0;
+    std::optional<Timers::Id> timer;
+};
+
+struct LastMembers {
+    std::list<Question> questions;  // the one asked first in front
+    Tally tally;                    // of all questions
+};
+
+// A membership. Without hosts it has questions, and is taken away with the last of them.
 struct Group {
     Hosts hosts;
-    Hosts::node_type last_left;
-    Pieces pieces;                // of the hosts, the one heard longest ago first
-    Tally tally;                  // of the hosts, or of the last one that left
-    std::uint32_t addresses = 0;  // hosts and sources, likewise
+    Pieces pieces;                              // of the hosts, the one heard longest ago first
+    Tally tally;                                // of hosts and questions
+    std::uint32_t addresses = 0;                // hosts and sources, likewise
+    std::unique_ptr<LastMembers> last_members;  // null without questions
     Address last_reporter{};
     std::uint64_t joined_us = 0;
     bool programmed = false;
     std::uint32_t bandwidth = 0;  // as it was imputed when the group was joined
     std::optional<Timers::Id> age_timer;
-    std::optional<Timers::Id> leave_timer;
-    std::uint32_t queries_left = 0;
 };
 
 // ---- Settings -----------------------------------------------------------------------------------
@@ -140,8 +158,8 @@ struct Settings {
     AgeSwitch ageing;
     AgeSwitch mld_ageing;
 
-    std::uint32_t ssm_start = 0;
-    std::uint32_t ssm_end = 0;
+    std::uint32_t ssm_start = 0xE8000000;    // 232.0.0.0/8
+    std::uint32_t ssm_end = 0xE8FFFFFF;      // 0: no group is source-specific, of IPv6 neither
     const std::uint32_t* ssm_map = nullptr;  // the caller's five words
 
     bool vlan_learning = false;

@@ -72,7 +72,7 @@ void Bridge::begin() {
     take_bridge(*bridge);
     entries_.take_back(true);
     look_at_ports();
-    come_up_.clear();  // who is there from the beginning is asked when the core starts
+    ports_up_.clear();  // who is there from the beginning is asked when the core starts
     look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
@@ -221,6 +221,8 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     return std::nullopt;
 }
 
+std::vector<std::size_t> Bridge::take_ports_down() { return std::exchange(ports_down_, {}); }
+
 void Bridge::look_at_ports() {
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         if (Port* const port = port_at(slot)) look_at_port(slot, *port);
@@ -238,6 +240,12 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     const PortState now = state_of(link);
     const int index = link ? link->index : 0;
     const bool is_another = index != port.index;  // made again, perhaps between two looks
+    // Under a new index it has been deleted and made again between two looks. Where it is the
+    // bridge that is gone, the hosts are still there, and so is what they want.
+    const bool was_up = port.state == PortState::kUp && bridge_.has_value();
+    if (port.is_user && was_up && (now != PortState::kUp || is_another)) {
+        ports_down_.push_back(slot);
+    }
     if (is_another) {
         port.index = index;
         port.router_before.reset();
@@ -253,12 +261,12 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     entries_.use_port(slot, is_in ? index : 0, port.called);
     if (now != port.state) say_state(port, now);
     if (now == PortState::kUp && (is_another || port.state != PortState::kUp)) {
-        come_up_.push_back(slot);
+        ports_up_.push_back(slot);
     }
     port.state = now;
 }
 
-std::vector<std::size_t> Bridge::take_ports_come_up() { return std::exchange(come_up_, {}); }
+std::vector<std::size_t> Bridge::take_ports_up() { return std::exchange(ports_up_, {}); }
 
 void Bridge::set_router_port(std::size_t slot, bool is_router) {
     Port* const port = port_at(slot);

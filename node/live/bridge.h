@@ -43,8 +43,12 @@ class Bridge {
     // comes back with a time, it is to be called again after that.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
-    // The ports that have come up since they were last asked for.
-    [[nodiscard]] std::vector<std::size_t> take_ports_come_up();
+    // Slots of the user ports that have lost their link since the last time it was asked, or were
+    // taken out of the bridge.
+    [[nodiscard]] std::vector<std::size_t> take_ports_down();
+
+    // Those that have got a link, or were put into the bridge.
+    [[nodiscard]] std::vector<std::size_t> take_ports_up();
 
     // A router is behind a port now, or is it no more: such a port gets every stream.
     void set_router_port(std::size_t slot, bool is_router);
@@ -103,7 +107,8 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
-    std::vector<std::size_t> come_up_;
+    std::vector<std::size_t> ports_down_;        // not taken yet
+    std::vector<std::size_t> ports_up_;          // likewise
     std::optional<Link> bridge_;                 // as it was at the last look
     std::optional<BridgeSettings> before_;       // of this bridge, to be given back
     std::string rules_;                          // in force

@@ -84,17 +84,20 @@ void LiveDriver::end() {
 }
 
 std::optional<std::chrono::milliseconds> LiveDriver::look() {
-    std::vector<std::size_t> come_up;
     std::optional<std::chrono::milliseconds> again;
+    std::vector<std::size_t> down;
+    std::vector<std::size_t> up;
     {
         const std::lock_guard lock(mutex_);
         if (ended_) return std::nullopt;
         again = bridge_.look();
-        come_up = bridge_.take_ports_come_up();
+        down = bridge_.take_ports_down();
+        up = bridge_.take_ports_up();
     }
-    // The core has queries to send, for which it needs the mutex.
-    if (!come_up.empty()) now_();
-    for (const std::size_t slot : come_up) devcore::link_up(driver::port_of_slot(slot));
+    // Without the mutex, for which the core asks in its turn.
+    if (!down.empty() || !up.empty()) now_();
+    for (const std::size_t slot : down) devcore::link_down(driver::port_of_slot(slot));
+    for (const std::size_t slot : up) devcore::link_up(driver::port_of_slot(slot));
     return again;
 }
 
@@ -177,19 +180,18 @@ std::uint32_t LiveDriver::take_frame(std::size_t slot, std::span<std::uint8_t> b
         ++counters.too_long;
         return 0;
     }
-    switch (driver::classify(buf.first(*size))) {
-        case driver::TrapVerdict::kIgmp:
-            ++counters.igmp;
-            return *size;
-        case driver::TrapVerdict::kMld:
-            ++counters.mld;
-            return *size;
-        case driver::TrapVerdict::kOther:
-        case driver::TrapVerdict::kTooShort:
-            ++counters.not_trapped;
-            return 0;
+    const auto frame = buf.first(*size);
+    const driver::TrapVerdict verdict = driver::classify(frame);
+    if (verdict != driver::TrapVerdict::kIgmp && verdict != driver::TrapVerdict::kMld) {
+        ++counters.not_trapped;
+        return 0;
     }
-    return 0;
+    if (const auto refused = driver::refuse(frame, slot == driver::kUplinkSlot)) {
+        counters.refused.count(*refused);
+        return 0;
+    }
+    ++(verdict == driver::TrapVerdict::kIgmp ? counters.igmp : counters.mld);
+    return *size;
 }
 
 bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {

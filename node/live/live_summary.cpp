@@ -41,14 +41,17 @@ std::vector<report::Count> driver_drops(const Report& report) {
     for (const PortCounters& port : report.ports) {
         sum.not_trapped += port.not_trapped;
         sum.too_long += port.too_long;
+        sum.refused += port.refused;
         sum.socket_dropped += port.socket_dropped;
         sum.send_failed += port.send_failed;
     }
-    return {{"not trapped", sum.not_trapped},
-            {"longer than 2000 bytes", sum.too_long},
-            {"no room in the socket", sum.socket_dropped},
-            {"not sent", sum.send_failed},
-            {"sent to an unknown port", report.send_invalid_port}};
+    std::vector<report::Count> drops{{"not trapped", sum.not_trapped},
+                                     {"longer than 2000 bytes", sum.too_long},
+                                     {"no room in the socket", sum.socket_dropped},
+                                     {"not sent", sum.send_failed},
+                                     {"sent to an unknown port", report.send_invalid_port}};
+    report::add_refusals(drops, sum.refused);
+    return drops;
 }
 
 std::string ports_text(const Report& report) {
@@ -93,6 +96,7 @@ Json ports_json(const Report& report) {
                                {"mld", port.mld},
                                {"not_trapped", port.not_trapped},
                                {"too_long", port.too_long},
+                               {"refused", port.refused.total()},
                                {"socket_dropped", port.socket_dropped},
                                {"sent", port.sent},
                                {"send_failed", port.send_failed}}));

@@ -79,6 +79,12 @@ CoreReport core_report(std::uint64_t now_us) {
     return {devcore::counters(), devcore::memberships(), devcore::router_ports(), now_us};
 }
 
+void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused) {
+    for (std::size_t i = 0; i < driver::kRefusals; ++i) {
+        drops.push_back({driver::name(static_cast<driver::Refusal>(i)), refused.of[i]});
+    }
+}
+
 std::string messages_text(const CoreReport& core) {
     return counts_text("Received by the core", "messages",
                        named<devcore::Received>(core.counters.received)) +

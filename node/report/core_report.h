@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "node/core/development_core.h"
+#include "node/driver/frame_check.h"
 #include "node/report/json.h"
 
 namespace report {
@@ -27,6 +28,9 @@ struct Count {
     std::string_view name;
     std::uint64_t value;
 };
+
+// A row for each reason to refuse a frame, for the drops of a driver.
+void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused);
 
 // ---- What it has seen and holds ----
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -27,42 +28,58 @@ using devcore::Upstream;
 using devcore::VlanGroup;
 using devcore::Votes;
 
-using HostList = std::vector<const Host*>;
+// What a host wants, or a question holds as if one did.
+struct Wish {
+    bool exclude;
+    std::uint8_t version;
+    std::set<Address> sources;
+};
+using Wishes = std::vector<Wish>;
 
-// Those that are counted: the hosts, or the last one that left.
-HostList hosts_of(const Group& group) {
-    HostList hosts;
-    for (const auto& [address, host] : group.hosts) hosts.push_back(&host);
-    if (!group.last_left.empty()) hosts.push_back(&group.last_left.mapped());
-    return hosts;
+void add_questions(Wishes& wishes, const Group& group) {
+    if (!group.last_members) return;
+    for (const devcore::Question& question : group.last_members->questions) {
+        wishes.push_back({question.is_of_group,
+                          question.version,
+                          {question.sources.begin(), question.sources.end()}});
+    }
+}
+
+Wishes wishes_of(const Group& group) {
+    Wishes wishes;
+    for (const auto& [address, host] : group.hosts) {
+        wishes.push_back({host.exclude, host.version, {}});
+        for (const auto& [source, piece] : host.sources) wishes.back().sources.insert(source);
+    }
+    add_questions(wishes, group);
+    return wishes;
 }
 
 // ---- Merges from scratch ------------------------------------------------------------------------
 
-void add_to(Tally& tally, const HostList& hosts) {
-    for (const Host* const host : hosts) {
-        if (host->exclude) ++tally.excluding;
-        ++tally.of_version[host->version];
-        for (const auto& [source, piece] : host->sources) {
+void add_to(Tally& tally, const Wishes& wishes) {
+    for (const Wish& wish : wishes) {
+        if (wish.exclude) ++tally.excluding;
+        ++tally.of_version[wish.version];
+        for (const Address& source : wish.sources) {
             Votes& votes = tally.sources[source];
-            ++(host->exclude ? votes.excluding : votes.including);
+            ++(wish.exclude ? votes.excluding : votes.including);
         }
     }
 }
 
 // RFC 3376, 3.2, word by word.
-Filter merge(const HostList& hosts) {
+Filter merge(const Wishes& wishes) {
     std::set<Address> included;
     std::optional<std::set<Address>> excluded;  // by all that exclude
-    for (const Host* const host : hosts) {
-        std::set<Address> named;
-        for (const auto& [source, piece] : host->sources) named.insert(source);
-        if (!host->exclude) {
-            included.insert(named.begin(), named.end());
+    for (const Wish& wish : wishes) {
+        if (!wish.exclude) {
+            included.insert(wish.sources.begin(), wish.sources.end());
         } else if (!excluded) {
-            excluded = named;
+            excluded = wish.sources;
         } else {
-            std::erase_if(*excluded, [&](const Address& each) { return !named.contains(each); });
+            std::erase_if(*excluded,
+                          [&](const Address& each) { return !wish.sources.contains(each); });
         }
     }
     if (!excluded) return {false, included};
@@ -104,10 +121,10 @@ void check_pieces(const Group& group) {
 
 void check_tally(const Group& group) {
     Tally tally;
-    add_to(tally, hosts_of(group));
+    add_to(tally, wishes_of(group));
     must(equal(tally, group.tally), "the votes of a group are not those of its hosts");
     must(tally.of_version == group.tally.of_version, "the versions of a group's hosts");
-    must(filter_of(group.tally) == merge(hosts_of(group)), "the merged sources of a group");
+    must(filter_of(group.tally) == merge(wishes_of(group)), "the merged sources of a group");
 }
 
 std::optional<std::uint64_t> age_due(const GroupKey& key, const Group& group) {
@@ -123,9 +140,24 @@ void check_timers(const GroupKey& key, const Group& group) {
     must(due.has_value() == group.age_timer.has_value(), "whether a group ages");
     must(!due || (group.age_timer->first == *due && all.contains(*group.age_timer)),
          "when a group ages");
-    must(group.leave_timer.has_value() == group.hosts.empty(), "whether a group is being left");
-    must(!group.leave_timer || all.contains(*group.leave_timer), "the timer of a leave");
-    must(group.last_left.empty() != group.hosts.empty(), "the last host that left");
+    must(!group.hosts.empty() || group.last_members, "a group that nobody wants or is asked for");
+    if (!group.last_members) return;
+    must(!group.last_members->questions.empty(), "an empty list of questions");
+    for (const devcore::Question& question : group.last_members->questions) {
+        must(question.timer && all.contains(*question.timer), "the timer of a question");
+        must(question.is_of_group || !question.sources.empty(), "a question about nothing");
+    }
+}
+
+// The questions' own.
+void check_questions(const Group& group) {
+    if (!group.last_members) return;
+    Wishes wishes;
+    add_questions(wishes, group);
+    Tally tally;
+    add_to(tally, wishes);
+    must(equal(tally, group.last_members->tally), "the votes of the questions");
+    must(tally.of_version == group.last_members->tally.of_version, "the versions asked for");
 }
 
 bool is_in_ranges(const Port& port, std::uint16_t vlan, std::uint32_t group) {
@@ -155,10 +187,13 @@ void check_group(const GroupKey& key, const Group& group, const devcore::Bounds&
     must(is_multicast(key.family, key.group) && !is_link_local_group(key.family, key.group),
          "a membership in no group that can be joined");
     std::size_t addresses = 0;
-    for (const Host* const host : hosts_of(group)) {
-        check_host(*host, most);
-        addresses += 1 + host->sources.size();
+    for (const auto& [address, host] : group.hosts) {
+        check_host(host, most);
+        addresses += 1 + host.sources.size();
     }
+    Wishes questions;
+    add_questions(questions, group);
+    for (const Wish& question : questions) addresses += question.sources.size();
     must(addresses == group.addresses, "the addresses of a group");
     must(group.hosts.size() <= most.hosts_per_group, "hosts of a group are beyond the bound");
     must(group.tally.sources.size() <= most.sources_per_group,
@@ -166,6 +201,7 @@ void check_group(const GroupKey& key, const Group& group, const devcore::Bounds&
     must(group.joined_us <= core().now_us, "a membership of the future");
     check_pieces(group);
     check_tally(group);
+    check_questions(group);
     check_timers(key, group);
     check_authorised(key, *port);
 }
@@ -228,14 +264,14 @@ std::map<VlanGroup, std::vector<const Group*>> members_upstream() {
 
 void check_reported(const Upstream& upstream, const std::vector<const Group*>& members) {
     Tally tally;
-    HostList hosts;
+    Wishes wishes;
     for (const Group* const group : members) {
-        for (const Host* const host : hosts_of(*group)) hosts.push_back(host);
+        for (Wish& wish : wishes_of(*group)) wishes.push_back(std::move(wish));
     }
-    add_to(tally, hosts);
+    add_to(tally, wishes);
     must(upstream.members == members.size(), "the ports that are members upstream");
     must(equal(tally, upstream.tally), "the votes upstream are not those of the hosts");
-    must(upstream.is_reported && upstream.reported == merge(hosts),
+    must(upstream.is_reported && upstream.reported == merge(wishes),
          "what was reported upstream is not what the hosts want");
     must(upstream.changed.empty(), "a change that is not reported");
     std::set<std::pair<std::int32_t, Address>> unwanted;
