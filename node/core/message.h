@@ -9,6 +9,7 @@
 #include "node/core/checksum.h"
 #include "node/core/development_core.h"
 #include "node/core/state.h"
+#include "node/core/trace.h"
 
 namespace devcore {
 
