@@ -7,6 +7,7 @@ What members report at eth0 decides which streams of the host it lets through.  
 comes without its IPv6 twin.
 """
 
+import contextlib
 import json
 import os
 
@@ -60,11 +61,24 @@ class Router:
             self.settle(CONFIGURATION % {
                 "rendezvous": RENDEZVOUS, "uplink": DEVICE, "behind": WIRE, "version": version,
                 "interval": interval, "response": response, "last_member": last_member})
-            self.start("zebra", RUN + "/zserv.api")
-            self.start("pimd", RUN + "/pimd.vty")
+            self.begin()
         except BaseException:
             self.close()
             raise
+
+    def begin(self):
+        self.start("zebra", RUN + "/zserv.api")
+        self.start("pimd", RUN + "/pimd.vty")
+
+    def end(self):
+        for program in reversed(self.programs):
+            program.close()
+        self.programs = []
+
+    def restart(self):
+        """It forgets whom it knew."""
+        self.end()
+        self.begin()
 
     def settle(self, configuration):
         self.place.must(["install", "-d", "-o", USER, "-g", GROUP, RUN])
@@ -74,9 +88,11 @@ class Router:
         self.place.must(["chown", "-R", "%s:%s" % (USER, GROUP), SETTINGS])
 
     def start(self, daemon, socket):
+        ready = self.place.path(socket)
+        with contextlib.suppress(FileNotFoundError):
+            os.unlink(ready)          # of the one before
         command = [DAEMONS + daemon, "-f", SETTINGS + "/%s.conf" % daemon, "-A", "127.0.0.1", "-P", "0"]
-        self.programs.append(Program(self.place, command,
-                                     lambda: os.path.exists(self.place.path(socket))))
+        self.programs.append(Program(self.place, command, lambda: os.path.exists(ready)))
 
     def shows(self, *words):
         """What a command of its own shows, as it says it for programs."""
@@ -87,11 +103,7 @@ class Router:
         return {entry["group"]: entry
                 for entry in self.shows("ip igmp groups").get(DEVICE, {}).get("groups", [])}
 
-    def version(self):
-        return self.programs[-1].name, self.place.must([DAEMONS + "pimd", "-v"]).splitlines()[0]
-
     def close(self):
-        for program in reversed(self.programs):
-            program.close()
+        self.end()
         self.place.close()
         self.beyond.close()
