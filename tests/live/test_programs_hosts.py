@@ -99,7 +99,7 @@ class Hosts(HostTest):
             with self.subTest(report=report):
                 self.assert_whole(port, stream, starts[report])
 
-    # RFC 9776, 7.3.2: while a host of IGMPv1 is present in a group, leaves of the group are ignored.
+    # RFC 3376, 7.3.2: while a host of IGMPv1 is present in a group, leaves of the group are ignored.
     def test_a_host_of_igmpv1_is_not_cut_off_by_the_leave_of_another_behind_its_port(self):
         old, new = self.hosts["h5a"], self.hosts["h5b"]
         old.speak(igmp=1)

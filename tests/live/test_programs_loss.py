@@ -100,11 +100,11 @@ class OfTwo(LossTest):
                 SILENCE, lambda: len(self.uplink.capture.frames(lambda frame: frame.trapped)) > heard)
         until(quiet, "all hosts have said what they had to say")
 
-    # RFC 9776, 5.1, and RFC 9777, 6.1: a change is reported [Robustness Variable] times.
+    # RFC 3376, 5.1, and RFC 3810, 6.1: a change is reported [Robustness Variable] times.
     def test_a_host_that_repeats_itself_is_heard_in_snooping_mode(self):
         self.hear_it({"IGMP": "239.27.1.1", "MLD": "ff1e::27:1:1"})
 
-    # RFC 9776, 5.1, for the proxy as a host at its uplink.
+    # RFC 3376, 5.1, for the proxy as a host at its uplink.
     @unittest.expectedFailure
     def test_the_proxy_repeats_itself(self):
         self.node.ctl("mode", "proxy")

@@ -104,6 +104,15 @@ class Proxy(RouterTest):
                 self.hosts[name].speak(igmp=igmp)
                 self.join_and_leave(name, group)
 
+    def test_from_beyond_its_network_the_router_takes_no_report(self):
+        self.node.ctl("mode", "proxy")        # with its default address
+        self.meet()
+        self.hosts["h0"].join("239.22.6.1")
+        until(lambda: self.reports_to_router("239.22.6.1"), "the proxy reports it")
+        self.never(lambda: "239.22.6.1" in self.router.groups(), 1, "the router has members")
+        self.node.ctl("proxy-address", PROXY_ADDRESS)
+        self.wait_until_known("239.22.6.1")
+
     def test_the_router_knows_one_member_for_all(self):
         self.proxy()
         self.meet()
@@ -130,7 +139,7 @@ class Proxy(RouterTest):
         self.assertEqual(self.wait_until_known("232.22.3.1")["mode"], "INCLUDE")
         self.assert_reaches(stream, 0)
 
-    # RFC 9776, 7.2.1: the proxy is a host at its uplink, and heeds the older version of a querier.
+    # RFC 3376, 7.2.1: the proxy is a host at its uplink, and heeds the older version of a querier.
     @unittest.expectedFailure
     def test_a_router_of_igmpv2_is_answered_in_its_version(self):
         self.proxy()
