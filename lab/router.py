@@ -19,7 +19,7 @@ DAEMONS = "/usr/lib/frr/"
 RUN, SETTINGS = "/run/frr", "/etc/frr"
 USER, GROUP = "frr", "frrvty"
 
-# The rendezvous point is the router itself: it needs no other one.  The intervals are the shortest that it takes.
+# The rendezvous point is the router itself: it needs no other one.
 CONFIGURATION = """
 hostname router
 log stdout

@@ -6,10 +6,12 @@ from lab import loss
 from lab.home import UPLINK
 from lab.waiting import holds_within
 from live_test import LiveTest, until
+import test_programs_router
 
 LOST = 30            # of a hundred
 GROUPS = 5           # at each of so many hosts
 HOSTS = ("h0", "h1", "h2", "h3")
+LONG = 20            # seconds, in which a router asks often
 INTERVAL = 1         # of the router's queries, seconds
 SILENCE = 0.8        # seconds, longer than a host waits to repeat itself
 
@@ -34,7 +36,8 @@ class LossTest(LiveTest):
         self.heard = Heard(self.uplink)
 
     def wait_for_groups(self, family, groups, what):
-        until(lambda: set(groups) & self.heard.now(family) == set(what), "the router knows %s" % (what or "none"))
+        until(lambda: set(groups) & self.heard.now(family) == set(what),
+              "the router knows %s" % (what or "none"))
 
     def groups(self, number):
         return {"IGMP": ["239.26.%d.%d" % (number, at) for at in range(GROUPS * len(HOSTS))],
@@ -70,6 +73,28 @@ class ByChance(LossTest):
             for name in HOSTS:
                 self.hosts[name].join("239.26.3.1")
             self.assert_reaches(stream, *range(len(HOSTS)))
+
+
+class ByChanceToARouter(test_programs_router.RouterTest):
+    """FRR asks again, and forgets in the end whose leave it did not hear."""
+
+    def assert_known_and_forgotten(self, third):
+        self.meet(interval=2)
+        groups = {"239.26.%d.%d" % (third, at) for at in range(GROUPS * len(HOSTS))}
+        with loss.some(self.switch, UPLINK, LOST) as wire:
+            members = [self.hosts[HOSTS[at % len(HOSTS)]].join(group) for at, group in enumerate(groups)]
+            until(lambda: groups <= set(self.router.groups()), "all joins arrive", LONG)
+            for member in members:
+                member.leave()
+            until(lambda: not groups & set(self.router.groups()), "all leaves arrive, or are missed", LONG)
+            self.assertGreater(wire.lost(), 0)
+
+    def test_joins_and_leaves_arrive_in_snooping_mode(self):
+        self.assert_known_and_forgotten(4)
+
+    def test_joins_and_leaves_arrive_in_proxy_mode(self):
+        self.proxy()
+        self.assert_known_and_forgotten(5)
 
 
 class OfTwo(LossTest):
