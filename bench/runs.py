@@ -135,7 +135,7 @@ class Round:
             self.hosts["h0"].join(wanted.group)
             holds_within(PATIENCE, lambda: self.arrivals(0, wanted))
             time.sleep(1)
-            self.add("datagrams that reach ports without a member",
+            self.add("datagrams to ports without a member",
                      sum(len(self.arrivals(port, wanted)) for port in range(1, 6))
                      + sum(len(self.arrivals(port, unwanted)) for port in range(6)))
 
@@ -208,14 +208,22 @@ class Round:
         done = time.time()
         holds_within(PATIENCE, lambda: self.arrivals(0, stream, done))
         self.add("outage when what snoops is restarted", self.gap(0, stream, since))
+        self.add("datagrams to ports without a member as it is restarted", self.astray(stream, since))
+
+    def astray(self, stream, since):
+        """What has left all ports but the member's."""
+        return sum(len(self.arrivals(port, stream, since)) for port in range(1, 6))
 
     def bridge_off(self):
         stream = self.streaming()
+        since = time.time()
         self.home.switch_off()
         time.sleep(OUT)
         self.home.switch_on()
         self.home.wait_for_links()
         self.outage("outage after the bridge was off", stream, time.time())
+        time.sleep(NOTICED)
+        self.add("datagrams to ports without a member after the bridge was off", self.astray(stream, since))
 
     # ---- Loss -------------------------------------------------------------------------------------
 
