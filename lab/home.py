@@ -15,6 +15,7 @@ BRIDGE = "br0"
 UPLINK = "wan0"
 PORTS = 6
 UPLINK_BYTE, FIRST_BYTE = 0x01, 0x10     # of the addresses
+BRIDGE_IP4 = "192.0.2.254"
 
 
 class Port:
@@ -77,8 +78,9 @@ class Home:
         self.wait_for_links()
 
     def make_bridge(self, on=True):
-        self.switch.ip("link set lo up", "link add %s type bridge" % BRIDGE)
-        # The bridge itself has a link-local address, as it has on any machine with IPv6.
+        # Like that of any machine it has an address to be managed by, and a link-local one.
+        self.switch.ip("link set lo up", "link add %s type bridge" % BRIDGE,
+                       "address add %s/24 dev %s" % (BRIDGE_IP4, BRIDGE))
         self.switch.set_knob("ipv6/conf/%s/disable_ipv6" % BRIDGE, 0)
         if on:
             self.switch_on()

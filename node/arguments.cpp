@@ -28,14 +28,16 @@ constexpr const char* kReplayFooter =
     "replayed). The signal that ends --hold is no interruption.";
 
 constexpr const char* kLiveFooter =
+    "It needs root, or CAP_NET_ADMIN and CAP_NET_RAW.\n"
+    "\n"
     "The interfaces are ports of the bridge. IGMP and MLD reach the node in place of the bridge; it\n"
     "forwards them, and programs the bridge's multicast database with what hosts join. Commands are\n"
     "taken from the queue (mcctl). At SIGINT, SIGTERM or SIGHUP the bridge is given back as it was\n"
     "and the summary printed. With --json what the library prints goes to standard error.\n"
     "\n"
     "Exit status: 0 done; 1 the summary could not be written; 2 the command line, the bridge or an\n"
-    "interface cannot be used, or privileges are missing (CAP_NET_ADMIN and CAP_NET_RAW); 3 the\n"
-    "command queue was removed, the bridge was given back.";
+    "interface cannot be used, or privileges are missing; 3 the command queue was removed, the bridge\n"
+    "was given back.";
 
 // What both sub-commands take.
 template <class Words>
@@ -127,8 +129,7 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
     }
     if (!replay.is_named() && !live.is_named()) {
         std::fputs(program.help().c_str(), stdout);
-        if (argc > 1) throw UsageError("which sub-command? There are: replay, live");
-        return std::nullopt;
+        throw UsageError("which sub-command? There are: replay, live");
     }
     if (const auto unknown = program.unknown_words(); !unknown.empty()) {
         throw UsageError("'" + unknown.front() + "' is not an option of " +

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "command/command.h"
+#include "node/rule_check.h"
 
 namespace node {
 namespace {
@@ -54,6 +55,8 @@ void say_too_long() {
 }
 
 ssize_t receive_record(int queue, void* record, long type) {
+    // Whoever asks for a record is done with the one before.
+    if (say != nullptr) look_at_rules(say);
     Message message;
     for (;;) {
         const ssize_t length =

@@ -47,8 +47,12 @@ live::Arguments meaning_of(const LiveWords& words) {
     for (const std::string& uplink : words.uplinks) {
         add(arguments.ports, driver::kUplinkPort, uplink);
     }
-    if (arguments.ports.empty()) throw UsageError("no ports: give --port and --uplink");
     std::ranges::sort(arguments.ports, {}, &live::PortInterface::port);
+    // The uplink's number is the highest.
+    const bool has_uplink =
+        !arguments.ports.empty() && arguments.ports.back().port == driver::kUplinkPort;
+    if (!has_uplink) throw UsageError("which interface leads to the network? Give --uplink");
+    if (arguments.ports.size() == 1) throw UsageError("which ports have hosts? Give --port");
     arguments.onu_id = parse_onu_id(words.onu_id);
     arguments.debug = parse_debug_mask(words.debug);
     arguments.json = words.json;

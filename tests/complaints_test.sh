@@ -84,6 +84,10 @@ for line in $'\x1b[31m\x7f\xff show groups' $'1 \x1b[31m\x7f\xff' $'1 vlan \x1b[
     printf '%s\n' "$line" >commands.txt
     expect "commands: ${line@Q}" "${node[@]}" replay "$home" --commands commands.txt
 done
+for missing in "Give --uplink: --port 1=eth1" "Give --port: --uplink eth0"; do
+    odd_shown=${missing%%:*}
+    expect "half a node" "${node[@]}" live --bridge br0 ${missing#*:}
+done
 # In the middle of a replay.
 odd_shown='a\nb\x1b[31m\tc\r\x7f\xff'
 wanted=1

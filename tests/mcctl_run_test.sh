@@ -84,6 +84,19 @@ if what == "take":
 PYTHON
 }
 
+# Has the status segment attached, as the library has while it runs.
+attach() {
+    python3 -c '
+import ctypes, sys
+libc = ctypes.CDLL(None, use_errno=True)
+libc.shmat.restype = ctypes.c_void_p
+libc.shmat.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_int]
+segment = libc.shmget(82, 14492, 0o1000)
+assert libc.shmat(segment, None, 0) not in (None, ctypes.c_void_p(-1).value)
+print("attached", flush=True)
+sys.stdin.read()'
+}
+
 # The next message on the queue: its type word and its text.
 expect_message() {
     local got
@@ -104,8 +117,17 @@ expect "an unknown command" 2 "unknown command 'vlna'" vlna
 expect "half a command" 2 "'ssm' is followed by one of range, map" ssm
 expect "another shell" 2 "completion is followed by bash" completion fish
 run
-[[ $status -eq 0 ]] || fail "no arguments: status $status"
+[[ $status -eq 2 && $(<stderr) == "mcctl: which command?" ]] || fail "no arguments: status $status"
 grep -q "vlan add" stdout || fail "no arguments: no list of commands"
+cp stdout list
+for words in --help help; do
+    run $words
+    [[ $status -eq 0 ]] || fail "$words: status $status"
+    cmp stdout list || fail "$words: another list of commands"
+done
+expect "an option that is none" 2 "vlan add: '--prot' is not an option" vlan add --prot 2
+run help vlan add
+grep -q -- "--data-in" stdout || fail "help vlan add: no options"
 run vlan add --port 1 --help
 [[ $status -eq 0 ]] || fail "--help: status $status"
 grep -q -- "--data-in" stdout || fail "--help: no options"
@@ -145,6 +167,12 @@ if [[ $queue_is_ours == yes ]]; then
 
     echo "a queue that nobody reads"
     queue create 666
+    expect "nobody" 1 "no node is running: queue 81 is there, but nobody reads it" version 3
+    expect_message "what nobody reads" "nothing"
+
+    echo "a queue that is read"
+    coproc reader { attach; }
+    read -r <&"${reader[0]}"
     expect "post" 0 "" version 3
     expect "post without a payload" 0 "" show config
     expect "post a rule" 0 "" vlan delete --port 1 --up-in 100 --data-in 4000
@@ -177,6 +205,9 @@ if [[ $queue_is_ours == yes ]]; then
         mcctl=("${ours[@]}")
     fi
     queue remove
+    exec {reader[1]}>&-
+    wait "$reader_PID" || true
+    ipcrm --shmem-key 82
 
     echo "a node"
     # A capture without an end keeps the node alive.

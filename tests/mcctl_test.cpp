@@ -15,6 +15,7 @@
 #include "tools/command_line.h"
 #include "tools/command_table.h"
 #include "tools/documents.h"
+#include "tools/rule_caution.h"
 #include "tools/values.h"
 
 namespace {
@@ -334,6 +335,48 @@ TEST(Refusal, OfAWebRuleThatWouldCountAsNone) {
           "--mode tag --data-mode translate --down-in none --data-out none"}) {
         EXPECT_EQ(refusal(taken), "") << taken;
     }
+}
+
+// ---- What a rule does beyond its own port ----
+
+std::string caution_of(const std::string& line) {
+    return commands::caution(commands::encode(commands::split(line)));
+}
+
+constexpr const char* kTranslation =
+    " --mode translate --up-in 100 --up-out 4000 --down-in 4000"
+    " --down-out 100 --data-in 4000 --data-out 100";
+
+TEST(Caution, TellsOfOtherPortsAndOfTheNodesOwnQueries) {
+    EXPECT_EQ(
+        caution_of(std::string("vlan add --port 2") + kTranslation),
+        "queries of the node itself leave port 2 in VLAN 100 only if port 0 has such a rule in "
+        "the same place; ports above 2 without a rule for VLAN 4000 get the network's queries "
+        "in VLAN 100");
+    EXPECT_EQ(
+        caution_of("vlan service-set --port 2 --mode translate --vlan 100 --second-vlan 4000"),
+        caution_of(std::string("vlan add --port 2") + kTranslation));
+}
+
+TEST(Caution, OfTheFirstAndTheLastPortTellsWhatIsLeft) {
+    EXPECT_EQ(caution_of(std::string("vlan add --port 0") + kTranslation),
+              "ports above 0 without a rule for VLAN 4000 get the network's queries in VLAN 100");
+    EXPECT_EQ(
+        caution_of("vlan web-set --port 5 --mode translate --down-in 4000 --down-out 100 "
+                   "--data-in 4000"),
+        "queries of the node itself leave port 5 in VLAN 100 only if port 0 has such a rule in "
+        "the same place");
+}
+
+TEST(Caution, HasNothingToSayOfRulesThatChangeNoTagNorOfOtherCommands) {
+    for (const std::string line :
+         {"vlan web-set --port 2 --mode untag --down-in 4000 --data-in 4000",
+          "vlan service-set --port 2 --mode tag --vlan 4000",
+          "vlan web-set --port 2 --mode translate --down-in 4000 --down-out 4000 --data-in 4000",
+          "vlan delete --port 2 --mode translate --up-in 100 --data-in 4000", "mode proxy"}) {
+        EXPECT_EQ(caution_of(line), "") << line;
+    }
+    EXPECT_EQ(caution_of(std::string("vlan add --port uplink") + kTranslation), "");
 }
 
 TEST(Refusal, OfRawDataThatDoesNotFit) {

@@ -112,8 +112,8 @@ PYTHON
 echo "tables"
 show
 expect_status 0 tables
-for line in '^Mode +snooping' '^Ports$' '^  port5 +7 +2 +7 ' '^  uplink ' '^Groups$' \
-    '^  port3 +4088 +239\.2\.1\.1 .*192\.0\.2\.19 .* yes$'; do
+for line in '^Mode +snooping' '^Fast leave  on \(2\)$' '^Ports$' '^  port5 +7 +2 +7 ' '^  uplink ' \
+    '^IGMP groups$' '^  port3 +4088 +239\.2\.1\.1 .*192\.0\.2\.19 .* yes$'; do
     expect_stdout "$line" tables
 done
 

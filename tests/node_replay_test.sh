@@ -209,7 +209,7 @@ cmp report.pcap same/port0.pcap || fail "the input was overwritten"
 echo "help"
 status=0
 "${node[@]}" >stdout 2>stderr || status=$?
-expect_status 0 "no arguments"
+expect_status 2 "no arguments"
 expect_stdout replay "no arguments"
 "${node[@]}" --port 2=report.pcap >stdout 2>stderr || status=$?
 expect_status 2 "no sub-command"

@@ -76,8 +76,8 @@ std::string list_of(const Words& prefix) {
         if (!continues(command, prefix)) continue;
         std::string line = "  " + path_text(command);
         line.resize(std::max<std::size_t>(line.size() + 2, 26), ' ');
-        text +=
-            line + std::string(command.help.substr(0, command.help.find_first_of(".;:("))) + "\n";
+        const std::string_view first = command.help.substr(0, command.help.find_first_of(".;:("));
+        text += line + std::string(first.substr(0, first.find_last_not_of(' ') + 1)) + "\n";
     }
     return text;
 }

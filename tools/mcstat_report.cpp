@@ -54,6 +54,12 @@ std::string mode_name(std::uint32_t mode) {
     }
 }
 
+// The command that sets it switches it on with 2 and off with every other number.
+std::string fast_leave_name(std::uint32_t mode) {
+    constexpr std::uint32_t kOn = 2;
+    return (mode == kOn ? "on (" : "off (") + std::to_string(mode) + ")";
+}
+
 report::Column column_of(const Field& field) {
     const bool left = field.format == Format::kPort || field.format == Format::kIp ||
                       field.format == Format::kFlag || field.format == Format::kFilter;
@@ -101,7 +107,7 @@ std::string ports_text(const Contents& contents, const Fields& fields) {
 std::string groups_text(const Contents& contents, const Fields& fields) {
     std::vector<report::Column> columns;
     for (const Field& field : fields.group) columns.push_back(column_of(field));
-    report::Table table("Groups", columns);
+    report::Table table("IGMP groups", columns);
     for (std::uint32_t i = 0; i < group_count(contents) && !columns.empty(); ++i) {
         std::vector<std::string> row;
         for (const Field& field : fields.group) {
@@ -131,8 +137,8 @@ Json port_json(const Contents& contents, const Fields& fields, std::uint32_t log
 std::string report_text(const Contents& contents, const Fields& fields) {
     const std::uint32_t fast_leave = word(contents, mc::kStatusFastLeave);
     return "Mode        " + mode_name(word(contents, mc::kStatusMode)) + "\nFast leave  " +
-           std::to_string(fast_leave) + "\n\n" + ports_text(contents, fields) + "\n" +
-           groups_text(contents, fields);
+           fast_leave_name(fast_leave) + "\n\n" + ports_text(contents, fields) + "\n" +
+           groups_text(contents, fields) + "\nGroups of MLD are not in the segment.\n";
 }
 
 std::string report_json(const Contents& contents, const Fields& fields) {

@@ -14,6 +14,15 @@ CLI::Option& declare(CLI::App& app, const Shown& shown, Place& place) {
     return *option;
 }
 
+// The first word that looks like an option and is none; empty when each is known.
+std::string unknown_option(const CLI::App& app, const std::vector<std::string>& words) {
+    for (const std::string& word : words) {
+        const std::string name = word.substr(0, word.find('='));
+        if (name.starts_with("--") && app.get_option_no_throw(name) == nullptr) return word;
+    }
+    return "";
+}
+
 }  // namespace
 
 Parser::Parser(std::string_view program, std::string_view help)
@@ -67,6 +76,10 @@ bool Parser::parse(const std::vector<std::string>& words) {
     } catch (const CLI::CallForHelp& help) {
         app_.exit(help);
         return false;
+    } catch (const CLI::RequiredError& missing) {
+        // What is missing is often there, misspelt.
+        const std::string unknown = unknown_option(app_, words);
+        throw ParseError(unknown.empty() ? missing.what() : "'" + unknown + "' is not an option");
     } catch (const CLI::ParseError& wrong) {
         throw ParseError(wrong.what());
     }

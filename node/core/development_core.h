@@ -53,7 +53,7 @@ struct Bounds {
 // None of them 0. They hold for what comes from now on, and outlive igmp_data_init.
 void set_bounds(const Bounds& bounds);
 
-// ---- Memberships --------------------------------------------------------------------------------
+// ---- Addresses ----------------------------------------------------------------------------------
 
 // 16 bytes for both families; an IPv4 address is in the first four and the others are 0.
 using Address = std::array<std::uint8_t, 16>;
@@ -62,6 +62,17 @@ enum class Family : std::uint8_t { kIpv4 = 4, kIpv6 = 6 };
 
 // "239.1.1.1" or "ff1e::101".
 [[nodiscard]] std::string text(Family family, const Address& address);
+
+// What the core's own IGMP messages leave from, in host order: as igmp_globle_proxyip_set has it.
+// It is replaced only if it is still `from`, which is whether nobody else has set one meanwhile.
+[[nodiscard]] std::uint32_t proxy_ip();
+bool replace_proxy_ip(std::uint32_t from, std::uint32_t to);
+
+// What its own MLD messages leave from (RFC 3810, 5.1.14 and 5.2.13: a link-local address); it is
+// made of the proxy address as long as none is set. It outlives igmp_data_init.
+void set_link_local(const Address& address);
+
+// ---- Memberships --------------------------------------------------------------------------------
 
 // One group that a port receives in one VLAN.
 struct Membership {

@@ -7,6 +7,7 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/source_address.h"
 
 namespace devcore {
 namespace {
@@ -217,10 +218,7 @@ Bytes mld_group_query(std::uint8_t version, const Address& group, std::uint32_t 
         append16(message, 0);  // no sources
     }
 
-    // A link-local address is needed, and none is known; this one is told apart by the proxy
-    // address.
-    Address source{0xFE, 0x80};
-    mc::store_be32(source.data() + 12, settings.proxy_ip);
+    const Address source = mld_source();
     mc::store_be16(message.data() + kChecksumAt,
                    icmpv6_checksum(source.data(), group.data(), message));
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "node/driver/ports.h"
+#include "node/live/addresses.h"
 #include "node/live/arguments.h"
 #include "node/live/entry_table.h"
 #include "node/live/guard.h"

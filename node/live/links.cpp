@@ -2,10 +2,8 @@
 
 #include <libmnl/libmnl.h>
 #include <linux/if.h>
-#include <linux/if_addr.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <functional>
@@ -160,20 +158,6 @@ int set_bridge(Netlink& netlink, int bridge, BridgeSetting setting, std::uint64_
             mnl_attr_put_u8(to, attribute.type, static_cast<std::uint8_t>(value));
         }
     });
-}
-
-LinkLocal find_link_local(Netlink& netlink, int index) {
-    Request request(RTM_GETADDR, NLM_F_DUMP, sizeof(ifaddrmsg));
-    request.body<ifaddrmsg>().ifa_family = AF_INET6;
-    LinkLocal best = LinkLocal::kNone;
-    static_cast<void>(netlink.ask(request, [&](const nlmsghdr& message) {
-        const auto& address = *static_cast<const ifaddrmsg*>(mnl_nlmsg_get_payload(&message));
-        if (address.ifa_family != AF_INET6 || static_cast<int>(address.ifa_index) != index) return;
-        if (address.ifa_scope != RT_SCOPE_LINK) return;
-        const bool is_tentative = (address.ifa_flags & IFA_F_TENTATIVE) != 0;
-        best = std::max(best, is_tentative ? LinkLocal::kTentative : LinkLocal::kUsable);
-    }));
-    return best;
 }
 
 }  // namespace live

@@ -57,9 +57,4 @@ struct Link {
 [[nodiscard]] int set_bridge(Netlink& netlink, int bridge, BridgeSetting setting,
                              std::uint64_t value);
 
-enum class LinkLocal : std::uint8_t { kNone, kTentative, kUsable };
-
-// What an interface has in the way of a link-local IPv6 address.
-[[nodiscard]] LinkLocal find_link_local(Netlink& netlink, int index);
-
 }  // namespace live

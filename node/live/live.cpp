@@ -31,6 +31,7 @@
 #include "node/live/live_error.h"
 #include "node/live/live_summary.h"
 #include "node/live/netlink.h"
+#include "node/live/own_address.h"
 #include "node/report/console.h"
 
 namespace live {
@@ -79,8 +80,13 @@ void send_from(const driver::MacAddress& mac) {
 
 class Supervisor {
  public:
-    Supervisor(LiveDriver& driver, const CoreClock& clock, int signals, int queue_lost)
-        : driver_(driver), clock_(clock), signals_(signals), queue_lost_(queue_lost) {}
+    Supervisor(LiveDriver& driver, OwnAddress& own_address, const CoreClock& clock, int signals,
+               int queue_lost)
+        : driver_(driver),
+          own_address_(own_address),
+          clock_(clock),
+          signals_(signals),
+          queue_lost_(queue_lost) {}
 
     // Until a signal, or until the command queue is lost.
     void run() {
@@ -112,12 +118,14 @@ class Supervisor {
     void look_when_settled() {
         if (!look_at_us_ || *look_at_us_ > CoreClock::now_us()) return;
         look_at_us_.reset();
+        own_address_.look();
         const auto again = driver_.look();
         if (!again) return;
         look_at_us_ = CoreClock::now_us() + 1000 * static_cast<std::uint64_t>(again->count());
     }
 
     LiveDriver& driver_;
+    OwnAddress& own_address_;
     const CoreClock& clock_;
     int signals_;
     int queue_lost_;
@@ -134,12 +142,19 @@ void await_command_queue() {
     }
 }
 
-std::string ready_line(const Arguments& arguments) {
+std::string uplink_of(const Arguments& arguments) {
+    for (const PortInterface& port : arguments.ports) {
+        if (port.port == driver::kUplinkPort) return port.interface;
+    }
+    return "";
+}
+
+std::string ready_line(const Arguments& arguments, const OwnAddress& own_address) {
     std::string line = "live on " + arguments.bridge + ":";
     for (const PortInterface& port : arguments.ports) {
         line += (line.back() == ':' ? " " : ", ") + name_of(port) + " " + port.interface;
     }
-    return line;
+    return line + "; IGMP from " + own_address.text();
 }
 
 // Tasks of the library use it to the end of the process.
@@ -171,11 +186,13 @@ int run(const Arguments& arguments, const driver::Host& host) {
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
     send_from(driver.bridge_mac());
+    OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
+    own_address.begin();
     const CoreClock clock;
-    Supervisor supervisor(driver, clock, signals, host.queue_lost);
+    Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost);
     driver.start();
     await_command_queue();
-    host.complain(ready_line(arguments));
+    host.complain(ready_line(arguments, own_address));
     supervisor.run();
 
     const std::uint64_t end_us = CoreClock::now_us();

@@ -115,7 +115,8 @@ int Netlink::tell(nlmsghdr& request) {
 
 // ---- News ---------------------------------------------------------------------------------------
 
-LinkNews::LinkNews() : socket_(open_rtnetlink(RTMGRP_LINK | RTMGRP_IPV6_IFADDR)) {}
+LinkNews::LinkNews()
+    : socket_(open_rtnetlink(RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR)) {}
 
 int LinkNews::descriptor() const { return mnl_socket_get_fd(socket_.get()); }
 

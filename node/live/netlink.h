@@ -67,7 +67,7 @@ class Netlink {
     std::uint32_t sequence_ = 0;
 };
 
-// News of links and of IPv6 addresses.
+// News of links and of addresses.
 class LinkNews {
  public:
     // Throws LiveError.

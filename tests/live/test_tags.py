@@ -93,6 +93,25 @@ class Rules(TaggedTest):
         self.comes_down_as(down, 3, retagged(down, 100))
         self.comes_down_as(down, 1, down)          # a port without a rule
 
+    def test_what_a_rule_on_one_port_does_to_others_is_said(self):
+        self.node.ctl("vlan", "add", "--port", 3, "--mode", "translate", "--up-in", 100,
+                      "--up-out", 4000, "--down-in", 4000, "--down-out", 100, "--data-in", 4000,
+                      "--data-out", 100)
+        own, network = self.node.complaints()
+        self.assertIn("own queries for VLAN 4000 leave port 3 in VLAN 4000, not in 100", own)
+        self.assertIn("leave ports without a rule for it (4, 5) as port 3 gets them", network)
+        query = messages.igmp_query(self.uplink.ip4, 3)
+        down = messages.ethernet(self.uplink.mac, query[1], query[0], [PCP | 4000])
+        self.comes_down_as(down, 4, retagged(down, 100))
+        # A member there is asked in a VLAN that its host does not hear.
+        host = self.hosts["h3"]
+        self.goes_up_as(host, self.report(host, "239.5.5.1", PCP | 100),
+                        retagged(self.report(host, "239.5.5.1"), 4000))
+        self.node.ctl("mode", "proxy")
+        asked = self.wait_for(lambda: [frame for frame in self.at_port(3, "IGMPv3 general query")
+                                       if frame.tags], "a tagged query of the node")
+        self.assertEqual({vid for frame in asked for vid in frame.vids}, {4000})
+
     def test_a_rule_tags_what_comes_untagged_until_it_is_deleted(self):
         host, other = self.hosts["h1"], self.hosts["h2"]
         self.node.ctl("vlan", "add", "--port", 1, "--mode", "tag", "--up-in", "untagged",

@@ -424,13 +424,16 @@ void a_frame_comes(void) {
     tell_bytes("frame", frame, STREAM_READABLE);
 }
 
+/* What goes to the list of groups that a port may join, and to the core's list of VLANs. */
+int walks_a_range(long code) { return code == 9 || code == 32; }
+
 /* Any code, the payload made of values that mean something somewhere. */
 void some_record(uint8_t* record) {
     for (uint32_t i = 0; i < MC_RECORD_SIZE; ++i) record[i] = (uint8_t)(one_in(3) ? chance() : 0);
     memset(record, 0, 3);
     record[3] = (uint8_t)below(120);
     record[8] = (uint8_t)(one_in(2) ? below(8) : record[8]);
-    /* A range of groups is walked address by address. */
+    /* Address by address: one will do. */
     if (record[3] == 9) memset(record + 12, 0, 16);
     if (record[3] == 32) memset(record + 8, 0, 4);
 }

@@ -39,6 +39,8 @@ void a_frame_comes(void);
 void a_command_comes(void);
 /* Its record alone, of MC_RECORD_SIZE bytes. */
 void some_record(uint8_t* record);
+/* Whether a command with this code walks over a range of numbers that its record gives. */
+int walks_a_range(long code);
 void a_rule_changes(void);
 void core_sends(void);
 void core_programs(void);

@@ -1,0 +1,12 @@
+// The addresses that the core's own messages leave from.
+#pragma once
+
+#include "node/core/development_core.h"
+
+namespace devcore {
+
+// Of MLD messages: the one that was set, else one made of the proxy address, which tells nodes
+// apart as long as each has one of its own.
+[[nodiscard]] Address mld_source();
+
+}  // namespace devcore
