@@ -4,11 +4,11 @@ import unittest
 
 from lab import router
 from lab.capture import Capture
-from lab.home import UPLINK
+from lab.home import BRIDGE_IP4, UPLINK
 from lab.router import Router
 from live_test import LiveTest, QUIET, SAMPLE, until
 
-PROXY_ADDRESS = "192.0.2.200"       # pimd takes no report from beyond the network of its interface
+BEYOND, WITHIN = "10.25.14.20", "192.0.2.200"      # the router's network
 
 
 @unittest.skipIf(router.missing(), router.missing())
@@ -23,7 +23,6 @@ class RouterTest(LiveTest):
 
     def proxy(self):
         self.node.ctl("mode", "proxy")
-        self.node.ctl("proxy-address", PROXY_ADDRESS)
 
     def wait_until_known(self, group):
         return until(lambda: self.router.groups().get(group), "the router has members of " + group)
@@ -105,12 +104,13 @@ class Proxy(RouterTest):
                 self.join_and_leave(name, group)
 
     def test_from_beyond_its_network_the_router_takes_no_report(self):
-        self.node.ctl("mode", "proxy")        # with its default address
+        self.proxy()
+        self.node.ctl("proxy-address", BEYOND)
         self.meet()
         self.hosts["h0"].join("239.22.6.1")
         until(lambda: self.reports_to_router("239.22.6.1"), "the proxy reports it")
         self.never(lambda: "239.22.6.1" in self.router.groups(), 1, "the router has members")
-        self.node.ctl("proxy-address", PROXY_ADDRESS)
+        self.node.ctl("proxy-address", WITHIN)
         self.wait_until_known("239.22.6.1")
 
     def test_the_router_knows_one_member_for_all(self):
@@ -126,7 +126,7 @@ class Proxy(RouterTest):
         self.wait_until_known("239.22.2.1")
         self.assert_reaches(stream, 5)
         reported = self.uplink.capture.frames(lambda f: "239.22.2.1" in f.groups)
-        self.assertEqual({frame.source for frame in reported}, {PROXY_ADDRESS})
+        self.assertEqual({frame.source for frame in reported}, {BRIDGE_IP4})
         members[2].leave()
         self.wait_until_forgotten("239.22.2.1")
 
