@@ -1,14 +1,29 @@
 """Forwarders behind a user port, as a home gateway is: igmpproxy and smcroute join at the node."""
 
 import os
-import unittest
+import subprocess
+import sys
 
 from lab import forwarder
 from lab.contained import children
 from lab.forwarder import Proxy, StaticRouter
-from live_test import LiveTest, SAMPLE, until
+from live_test import LiveTest, ROOT, SAMPLE, until
 
 NEEDED = {Proxy: "igmpproxy", StaticRouter: "smcrouted"}
+
+# Says the number of a process in a place of its own, which has become another user, and stays.
+KILLED = """
+import sys, time
+sys.dont_write_bytecode = True
+sys.path.insert(0, %r)
+from lab.contained import Contained, children
+from lab.namespaces import Namespace
+from lab.waiting import until
+place = Contained(Namespace("switch"))
+sleeper = place.start(["setpriv", "--reuid", "nobody", "--clear-groups", "sleep", "60"])
+print(until(lambda: children(sleeper.pid), "it runs")[0], flush=True)
+time.sleep(60)
+"""
 
 
 class ForwarderTest(LiveTest):
@@ -108,6 +123,14 @@ class Places(ForwarderTest):
         place.close()
         until(lambda: ended(inside), "it ends with its place")
         self.assertNotEqual(sleeper.wait(), 0)
+
+
+    def test_nor_does_a_lab_that_is_killed(self):
+        with subprocess.Popen([sys.executable, "-c", KILLED % ROOT], stdout=subprocess.PIPE, text=True) as lab:
+            inside = int(lab.stdout.readline())
+            self.assertFalse(ended(inside))
+            lab.kill()
+        until(lambda: ended(inside), "what ran in its place is gone")
 
 
 def ended(number):
