@@ -6,10 +6,8 @@ import struct
 import time
 
 from lab import loss, messages
-from lab.capture import Capture
 from lab.home import UPLINK
 from lab.host import DEVICE
-from lab.stream import number
 from lab.waiting import holds_within
 
 # Report, what a host is told, and the base of its groups.

@@ -3,6 +3,8 @@
 import math
 import statistics
 
+from bench.runs import LOST
+
 BETTER, EQUAL, WORSE = "better", "equal", "worse"
 
 
@@ -55,10 +57,10 @@ ROWS = [
     time_row("leave, worst", 200, max),
     *(time_row("fast leave, " + version, 5) for version in LEAVING),
     time_row("fast leave, worst", 20, max, 0.25),
-    share_row("joins that arrive, 30 % of reports lost"),
-    share_row("leaves that end the stream, 30 % of reports lost"),
-    share_row("joins that arrive at the router, 30 % lost"),
-    share_row("leaves that arrive at the router, 30 % lost"),
+    share_row("joins that arrive, %d %% of reports lost" % LOST),
+    share_row("leaves that end the stream, %d %% of reports lost" % LOST),
+    share_row("joins that arrive at the router, %d %% lost" % LOST),
+    share_row("leaves that arrive at the router, %d %% lost" % LOST),
     time_row("outage after a port was down", 20),
     time_row("outage after the bridge was off", 20),
     time_row("outage when what snoops is restarted", 20),
