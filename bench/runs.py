@@ -175,7 +175,8 @@ class Round:
 
     def gap(self, port, stream, since):
         """The longest time between two datagrams, from then to now."""
-        moments = [since, *self.arrivals(port, stream, since), time.time()]
+        now = time.time()        # it takes a while to look through what has come
+        moments = [since, *(when for when in self.arrivals(port, stream, since) if when < now), now]
         return max(later - earlier for earlier, later in itertools.pairwise(moments))
 
     def streaming(self):
