@@ -72,18 +72,42 @@ struct Says {
     std::uint8_t interval_s = 125;
     std::uint32_t response_s = 10;
     bool is_older = false;  // IGMPv2 or MLDv1
+    bool is_of_group = false;
+    std::vector<std::uint8_t> sources{};  // by their last bytes
+    bool suppresses = false;              // the S flag
 };
 
+constexpr std::uint32_t kSource4 = 0xC6336400;  // 198.51.100.0
+
+Ipv6 source6(std::uint8_t number) {
+    Ipv6 address = kSource6;
+    address.back() = number;
+    return address;
+}
+
+/* What the newest versions have behind the group. */
+Bytes behind_group(const Says& says) {
+    const auto flags = static_cast<std::uint8_t>((says.suppresses ? 8 : 0) | says.robustness);
+    return Bytes{flags, says.interval_s} + be16(static_cast<std::uint32_t>(says.sources.size()));
+}
+
 Bytes igmp_query(std::uint32_t from, const Says& says) {
-    Bytes message{0x11, static_cast<std::uint8_t>(says.response_s * 10), 0, 0, 0, 0, 0, 0};
-    if (!says.is_older) message = message + Bytes{says.robustness, says.interval_s, 0, 0};
+    Bytes message{0x11, static_cast<std::uint8_t>(says.response_s * 10), 0, 0};
+    message = message + be32(says.is_of_group ? kGroup : 0);
+    if (!says.is_older) message = message + behind_group(says);
+    for (const std::uint8_t source : says.sources) message = message + be32(kSource4 + source);
     return ipv4(from, 0xE0000001, with_checksum(message));
 }
 
 Bytes mld_query(std::uint32_t from, const Says& says) {
     constexpr Ipv6 kAllNodes{0xFF, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    Bytes message = Bytes{130, 0, 0, 0} + be16(says.response_s * 1000) + Bytes(18, 0);
-    if (!says.is_older) message = message + Bytes{says.robustness, says.interval_s, 0, 0};
+    Bytes message = Bytes{130, 0, 0, 0} + be16(says.response_s * 1000) + be16(0);
+    const Ipv6 group = says.is_of_group ? kGroup6 : Ipv6{};
+    message = message + bytes_of(group);
+    if (!says.is_older) message = message + behind_group(says);
+    for (const std::uint8_t source : says.sources) {
+        message = message + bytes_of(source6(source));
+    }
     return ipv6(link_local(from), kAllNodes, message);
 }
 
@@ -489,6 +513,97 @@ TEST_P(RouterSide, ANodeThatBecomesTheQuerierHeedsWhomItHasHeard) {
     hear_query(2, kLower);
     set_mode(kProxy);
     EXPECT_EQ(asked(), kAllButTwo);
+}
+
+// ---- Timers that another querier lowers ----
+
+/* A host in EXCLUDE {}, or one that wants the sources 1 and 2. */
+class LoweredTimers : public RouterSide {
+ protected:
+    void SetUp() override {
+        RouterSide::SetUp();
+        set_mode(kProxy);
+        hear_query(2, kLower);
+    }
+
+    static Bytes sources_report(std::uint8_t type, const std::vector<std::uint8_t>& sources) {
+        std::vector<std::uint32_t> all4;
+        std::vector<Ipv6> all6;
+        for (const std::uint8_t source : sources) {
+            all4.push_back(kSource4 + source);
+            all6.push_back(source6(source));
+        }
+        return is_igmp() ? v3_report(kHost, type, kGroup, all4)
+                         : mld_v2_report(kHostA6, type, kGroup6, all6);
+    }
+
+    static std::vector<std::size_t> sources_held() {
+        std::vector<std::size_t> counts;
+        for (const auto& one : devcore::memberships()) counts.push_back(one.sources.size());
+        return counts;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Families, LoweredTimers, ::testing::Values(Family::kIpv4, Family::kIpv6),
+                         [](const auto& family) {
+                             return family.param == Family::kIpv4 ? "Igmp" : "Mld";
+                         });
+
+using Counts = std::vector<std::size_t>;
+
+TEST_P(LoweredTimers, EndAGroupThatNobodyAnswersFor) {
+    receive(2, a_report());
+    wait_seconds(5);
+    hear_query(2, kLower, {.response_s = 1, .is_of_group = true});
+    wait(2 * kSecond - 1);
+    EXPECT_EQ(sources_held().size(), 1U);
+    wait(1);
+    EXPECT_EQ(sources_held().size(), 0U);
+}
+
+TEST_P(LoweredTimers, KeepAGroupThatAHostAnswersFor) {
+    receive(2, a_report());
+    wait_seconds(5);
+    hear_query(2, kLower, {.response_s = 1, .is_of_group = true});
+    wait_seconds(1);
+    receive(2, a_report());
+    wait_seconds(10);
+    EXPECT_EQ(sources_held().size(), 1U);
+}
+
+TEST_P(LoweredTimers, EndASourceThatNobodyAnswersFor) {
+    receive(2, sources_report(kAllow, {1, 2}));
+    wait_seconds(5);
+    hear_query(2, kLower, {.response_s = 1, .is_of_group = true, .sources = {2, 3}});
+    wait(2 * kSecond - 1);
+    EXPECT_EQ(sources_held(), Counts{2});
+    wait(1);
+    EXPECT_EQ(sources_held(), Counts{1});
+}
+
+TEST_P(LoweredTimers, AreNotThoseOfSourcesWhereTheGroupIsAskedFor) {
+    receive(2, sources_report(kAllow, {1, 2}));
+    wait_seconds(5);
+    hear_query(2, kLower, {.response_s = 1, .is_of_group = true});
+    wait_seconds(10);
+    EXPECT_EQ(sources_held(), Counts{2});
+}
+
+TEST_P(LoweredTimers, AreLeftAloneByTheFlagAndByGeneralQueries) {
+    receive(2, a_report());
+    wait_seconds(5);
+    hear_query(2, kLower, {.response_s = 1, .is_of_group = true, .suppresses = true});
+    hear_query(2, kLower, {.response_s = 1});
+    wait_seconds(10);
+    EXPECT_EQ(sources_held().size(), 1U);
+}
+
+TEST_P(LoweredTimers, AreLeftAloneByWhoIsNotTheQuerier) {
+    receive(3, a_report());
+    wait_seconds(5);
+    hear_query(3, kHigher, {.response_s = 1, .is_of_group = true});
+    wait_seconds(10);
+    EXPECT_EQ(sources_held().size(), 1U);
 }
 
 // ---- Router ports ----

@@ -1,5 +1,8 @@
 #include "node/core/host_answers.h"
 
+#include "node/core/router_query.h"
+#include "node/core/router_version.h"
+
 #include <algorithm>
 #include <iterator>
 #include <string>

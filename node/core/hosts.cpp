@@ -267,6 +267,16 @@ Hosts::iterator add_host(const Books& books, const Address& address) {
     return books.group.hosts.try_emplace(address).first;
 }
 
+void end_piece(const Books& books, const Piece& piece) {
+    const auto host = books.group.hosts.find(*piece.host);
+    if (piece.source != nullptr) {
+        const Address source = *piece.source;  // goes with what it points to
+        remove_source(books, host->second, source);
+        if (holds(host->second)) return;
+    }
+    remove_host(books, host);
+}
+
 }  // namespace
 
 Books books_of(const GroupKey& key, Group& group) {
@@ -385,15 +395,16 @@ bool is_known(const Group& group, std::uint8_t version) {
     return group.tally.of_version[version] > asked;
 }
 
-void end_oldest_piece(const Books& books) {
-    const Piece oldest = books.group.pieces.front();
-    const auto host = books.group.hosts.find(*oldest.host);
-    if (oldest.source != nullptr) {
-        const Address source = *oldest.source;  // goes with what it points to
-        remove_source(books, host->second, source);
-        if (holds(host->second)) return;
+void end_oldest_piece(const Books& books) { end_piece(books, books.group.pieces.front()); }
+
+void end_unheard_pieces(const Books& books, const Address& source, std::uint64_t since_us) {
+    const Pieces& pieces = books.group.pieces;
+    for (auto at = pieces.begin(); at != pieces.end() && at->heard_us <= since_us;) {
+        const Piece& piece = *at++;
+        const bool is_meant =
+            piece.source == nullptr ? source == Address{} : *piece.source == source;
+        if (is_meant) end_piece(books, piece);
     }
-    remove_host(books, host);
 }
 
 void close_books(const Books& books) {

@@ -66,6 +66,10 @@ void count_question(const Books& books, const Question& question, std::int32_t s
 template <class IsAged>
 void age_hosts(const Books& books, const IsAged& is_aged);
 
+// Takes out what was not heard of after that time: the source, with every host that names it, or
+// without one (all 0) the hosts in exclude mode.
+void end_unheard_pieces(const Books& books, const Address& source, std::uint64_t since_us);
+
 // The group goes away.
 void close_books(const Books& books);
 

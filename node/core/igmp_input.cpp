@@ -30,6 +30,7 @@
 #include "node/core/message.h"
 #include "node/core/relay.h"
 #include "node/core/router_input.h"
+#include "node/core/router_query.h"
 #include "node/core/upstream.h"
 
 namespace devcore {
@@ -83,32 +84,6 @@ std::uint8_t version_of(Received report) {
         default:
             return 2;
     }
-}
-
-// The version of a query follows from its length and, for version 1, from its response time of 0,
-// which then means 10 seconds (RFC 3376, 7.1).
-std::optional<Drop> take_query(const Packet& packet) {
-    constexpr std::uint64_t kTenth = kSecond / 10;
-    constexpr std::uint32_t kV1Tenths = 100;
-    constexpr std::size_t kGroupAt = 4;
-    const auto message = packet.message;
-    if (!find_port(packet.place.port)->is_uplink) return take_user_query(packet);
-
-    RouterQuery query;
-    query.link = {Family::kIpv4, packet.vlan()};
-    query.group = load_address(Family::kIpv4, &message[4]);
-    query.version = message[1] == 0 ? 1 : 2;
-    std::uint32_t tenths = message[1] == 0 ? kV1Tenths : message[1];
-    if (message.size() > kShortestMessage) {
-        if (!read_newest_query(Family::kIpv4, message.subspan(kGroupAt), query)) {
-            return Drop::kTruncated;
-        }
-        query.version = 3;
-        tenths = decode_time(message[1]);
-    }
-    query.response_us = tenths * kTenth;
-    take_query_upstream(query);
-    return std::nullopt;
 }
 
 std::optional<Drop> take_report_or_leave(const Packet& packet, Received kind) {

@@ -28,14 +28,6 @@ struct Packet {
 // Why a report is not taken from there; nothing when it is. An unknown VLAN may be learnt.
 [[nodiscard]] std::optional<Drop> refuse_place(const Packet& packet);
 
-// Reads what queries have in IGMPv3 and MLDv2 only; false when it does not fit. They are the same
-// from the group on:
-//
-//   group      +0  switches and QRV      +1  QQIC      +2  number of sources      sources
-[[nodiscard]] bool read_newest_query(Family family, std::span<const std::uint8_t> from_group,
-                                     RouterQuery& query);
-// Hands a query to the host side, if there is one.
-void take_query_upstream(const RouterQuery& query);
 // Whether the VLAN of a packet is the default or listed.
 [[nodiscard]] bool is_served_vlan(const Packet& packet);
 

@@ -156,14 +156,18 @@ void refresh(const GroupKey& key, Group& group) {
     upstream_changed(key);
 }
 
-template <class IsAged>
-void end_aged(const GroupKey& key, Group& group, const char* why, const IsAged& is_aged) {
-    age_hosts(books_of(key, group), is_aged);
+void settle_as(const GroupKey& key, Group& group, const char* why) {
     if (is_over(group)) {
         remove_group(key, why);
     } else {
         refresh(key, group);
     }
+}
+
+template <class IsAged>
+void end_aged(const GroupKey& key, Group& group, const char* why, const IsAged& is_aged) {
+    age_hosts(books_of(key, group), is_aged);
+    settle_as(key, group, why);
 }
 
 void run_ageing(const GroupKey& key) {
@@ -283,13 +287,7 @@ void take_record(const Reporter& from, const Record& received) {
     update(key, *group, from, record);
 }
 
-void settle(const GroupKey& key, Group& group) {
-    if (is_over(group)) {
-        remove_group(key, "left, no host answered");
-    } else {
-        refresh(key, group);
-    }
-}
+void settle(const GroupKey& key, Group& group) { settle_as(key, group, "left, no host answered"); }
 
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
     std::vector<GroupKey> keys;
@@ -300,6 +298,13 @@ void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
 }
 
 // One that is being left has a timer of its own.
+void end_unheard(const GroupKey& key, const Address& source, std::uint64_t since_us) {
+    Group* const group = find_group(key);
+    if (group == nullptr) return;
+    end_unheard_pieces(books_of(key, *group), source, since_us);
+    settle_as(key, *group, "aged");
+}
+
 void end_unheard(std::uint32_t port, std::uint64_t since_us) {
     std::vector<GroupKey> keys;
     const auto& groups = core().groups;

@@ -87,6 +87,8 @@ void remove_group_of(const GroupKey& key);
 
 // Takes out of a port's memberships what was not heard of after that time, as if it had aged.
 void end_unheard(std::uint32_t port, std::uint64_t since_us);
+// The same for one source of a group, or without one (all 0) for its hosts in exclude mode.
+void end_unheard(const GroupKey& key, const Address& source, std::uint64_t since_us);
 
 // Forgets them, and leaves the switch alone: it begins anew as well.
 void forget_mld_groups();

@@ -23,6 +23,7 @@
 #include "node/core/message.h"
 #include "node/core/relay.h"
 #include "node/core/router_input.h"
+#include "node/core/router_query.h"
 
 namespace devcore {
 namespace {
@@ -105,31 +106,6 @@ std::optional<Received> kind_of(std::uint8_t type) {
         default:
             return std::nullopt;
     }
-}
-
-// The version of a query follows from its length (RFC 3810, 8.1).
-std::optional<Drop> take_query(const Packet& packet) {
-    constexpr std::uint64_t kMillisecond = kSecond / 1000;
-    constexpr std::size_t kResponseTimeAt = 4;
-    const auto message = packet.message;
-    if (!find_port(packet.place.port)->is_uplink) return take_user_query(packet);
-    if (message.size() < kOlderMessage) return Drop::kTruncated;
-
-    RouterQuery query;
-    query.link = {Family::kIpv6, packet.vlan()};
-    query.group = load_address(Family::kIpv6, &message[kGroupAt]);
-    query.version = 1;
-    std::uint32_t milliseconds = mc::load_be16(&message[kResponseTimeAt]);
-    if (message.size() > kOlderMessage) {
-        if (!read_newest_query(Family::kIpv6, message.subspan(kGroupAt), query)) {
-            return Drop::kTruncated;
-        }
-        query.version = 2;
-        milliseconds = decode_mld_time(static_cast<std::uint16_t>(milliseconds));
-    }
-    query.response_us = milliseconds * kMillisecond;
-    take_query_upstream(query);
-    return std::nullopt;
 }
 
 std::optional<Drop> take_report_or_done(const Packet& packet, Received kind) {

@@ -1,5 +1,5 @@
-// What routers behind user ports say: queries of both families, and Multicast Router Discovery
-// (RFC 4286), whose messages are IGMP and ICMPv6 messages too.
+// Multicast Router Discovery (RFC 4286): what routers behind user ports say of themselves, in
+// messages that are IGMP and ICMPv6 messages too.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,6 @@
 #include "node/core/input.h"
 
 namespace devcore {
-
-[[nodiscard]] std::optional<Drop> take_user_query(const Packet& packet);
 
 enum class Discovery : std::uint8_t { kAdvertisement, kSolicitation, kTermination };
 

@@ -1,5 +1,7 @@
 #include "node/core/router_version.h"
 
+#include "node/core/router_query.h"
+
 #include <algorithm>
 #include <string>
 

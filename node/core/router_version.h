@@ -14,23 +14,12 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "node/core/state.h"
 
 namespace devcore {
 
-struct RouterQuery {
-    RouterLink link{};
-    std::uint8_t version = 0;  // of the message
-    Address group{};           // all zero: general
-    std::vector<Address> sources;
-    std::uint64_t response_us = 0;
-    std::uint8_t robustness = 0;       // these two in the newest version only; 0 for the default
-    std::uint32_t query_interval = 0;  // in seconds
-
-    [[nodiscard]] bool is_general() const { return group == Address{}; }
-};
+struct RouterQuery;
 
 // To be called before the query is answered.
 void learn_router(const RouterQuery& query);

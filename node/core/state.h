@@ -305,6 +305,8 @@ struct Core {
     std::uint64_t chance = kFixedSeed;
     std::array<QueryRound, 2> query_rounds;  // of IGMP and MLD
     UserRouters user_routers;                // behind user ports
+    std::set<std::pair<GroupKey, Address>>
+        lowered_timers;  // of a source, or with none of the group
     std::optional<OamControl> last_oam_control;
     CallBacks call_backs;
     Counters counters;
