@@ -73,8 +73,8 @@ struct Igmp {
         return ipv4(0xC0000201, 0xE0000001, with_checksum(message));
     }
     static Bytes start_of_query(const Query& query) {
-        const auto tenths = static_cast<std::uint8_t>(query.response_ms / 100);
-        return Bytes{0x11, tenths, 0, 0} + (query.group == 0 ? be32(0) : be32(group(query.group)));
+        return Bytes{0x11, static_cast<std::uint8_t>(query.response_ms / 100), 0, 0} +
+               (query.group == 0 ? be32(0) : be32(group(query.group)));
     }
     static Bytes older_query(const Query& query) { return packet(start_of_query(query)); }
     static Bytes query(const Query& query) {
