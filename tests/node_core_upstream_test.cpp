@@ -434,6 +434,19 @@ TYPED_TEST(HostSide, RepetitionsOfAVlanShareAReportAndThoseOfAnotherDoNot) {
     EXPECT_EQ(sizes, (std::set<std::size_t>{1, 3}));
 }
 
+TYPED_TEST(HostSide, AQuestionThatMakesRoomInVainIsOverUpstreamToo) {
+    igmp_fast_leave_enable_globle(0);
+    devcore::set_bounds({.addresses_per_port = 2});
+    this->join(1);
+    this->host(20, kToIn, 1, {7});
+    this->heard();
+    this->host(21, kToEx, 1);
+    EXPECT_EQ(drops(Drop::kAddressBound), 1U);
+    EXPECT_EQ(this->heard(), Texts{"TO_IN 1 {7}"})
+        << "not in exclude mode for other hosts any more";
+    devcore::set_bounds({});
+}
+
 TYPED_TEST(HostSide, EnteringTheModeReportsAllGroupsInOneReportAndRepeatsIt) {
     TypeParam::set_proxy(false);
     this->join(1);
