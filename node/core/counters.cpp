@@ -25,6 +25,10 @@ std::string_view name(Received kind) {
             return "MLDv2 report";
         case Received::kMldQuery:
             return "MLD query";
+        case Received::kIgmpDiscovery:
+            return "IGMP router discovery";
+        case Received::kMldDiscovery:
+            return "MLD router discovery";
     }
     return "";
 }
@@ -59,10 +63,8 @@ std::string_view name(Drop reason) {
             return "unknown VLAN";
         case Drop::kReportFromUplink:
             return "report from the uplink";
-        case Drop::kQueryFromUser:
-            return "query from a user port";
-        case Drop::kNewerVersion:
-            return "newer than the version set";
+        case Drop::kLeaveInVersion1:
+            return "leave in version 1";
         case Drop::kNotMulticast:
             return "group is no multicast address";
         case Drop::kLinkLocalGroup:
@@ -91,6 +93,8 @@ std::string_view name(Drop reason) {
             return "bound on addresses of a port";
         case Drop::kControlListBound:
             return "bound on ranges of a control list";
+        case Drop::kRouterBound:
+            return "bound on routers of a port";
     }
     return "";
 }
@@ -115,6 +119,12 @@ std::string_view name(Sent kind) {
             return "MLD report";
         case Sent::kMldDone:
             return "MLD done";
+        case Sent::kMldGeneralQuery:
+            return "MLD general query";
+        case Sent::kIgmpRelayed:
+            return "IGMP report to a router port";
+        case Sent::kMldRelayed:
+            return "MLD report to a router port";
     }
     return "";
 }

@@ -134,6 +134,33 @@ struct EntryOwner {
 // the entry for; nothing when the call comes from elsewhere.
 [[nodiscard]] std::optional<EntryOwner> entry_in_hand();
 
+// ---- Links --------------------------------------------------------------------------------------
+
+// A port has a link again: who is behind it is asked at once.
+void link_up(std::uint32_t port);
+
+// ---- Router ports -------------------------------------------------------------------------------
+
+enum class RouterSign : std::uint8_t { kQuery, kAdvertisement };
+
+// A router behind a user port, as one of its signs shows it.
+struct RouterPort {
+    std::uint32_t port = 0;
+    std::uint16_t vlan = 0;
+    Family family = Family::kIpv4;
+    RouterSign sign = RouterSign::kQuery;
+    Address address{};
+    std::uint64_t expires_us = 0;  // unless it is heard again
+};
+
+// All of them, sorted by port, VLAN, family, sign and address.
+[[nodiscard]] std::vector<RouterPort> router_ports();
+
+// Tells whoever switches the streams which user ports are to get all of them: changed is called
+// with each that is a router port or is it no more, those that are one already at once, on the
+// thread that caused it. It must not call the core. An empty function ends it.
+void watch_router_ports(std::function<void(std::uint32_t port, bool is_router)> changed);
+
 // ---- Counters -----------------------------------------------------------------------------------
 
 enum class Received : std::uint8_t {
@@ -146,6 +173,8 @@ enum class Received : std::uint8_t {
     kMldDone,
     kMldV2Report,
     kMldQuery,
+    kIgmpDiscovery,  // of routers (RFC 4286)
+    kMldDiscovery,
 };
 
 // Why a packet, or one group record of it, came to nothing. A packet of an understood kind is
@@ -166,8 +195,7 @@ enum class Drop : std::uint8_t {
     kUnknownPort,        // a port that was not declared
     kUnknownVlan,        // a VLAN that is neither the default nor listed, nor being learnt
     kReportFromUplink,   // hosts are on user ports
-    kQueryFromUser,      // queriers are on the uplink
-    kNewerVersion,       // newer than the version set, in proxy mode
+    kLeaveInVersion1,    // as a router of IGMPv1 ignores it
     kNotMulticast,       // the group is no multicast address
     kLinkLocalGroup,     // traffic of such a group is always flooded
     kSourceNeeded,       // a group of the SSM range without a source
@@ -182,6 +210,7 @@ enum class Drop : std::uint8_t {
     kGroupBound,        // groups of a port
     kAddressBound,      // hosts and sources of a port
     kControlListBound,
+    kRouterBound,  // routers behind a port
 };
 
 enum class Sent : std::uint8_t {
@@ -194,11 +223,14 @@ enum class Sent : std::uint8_t {
     kMldSourceQuery,
     kMldReport,
     kMldDone,
+    kMldGeneralQuery,
+    kIgmpRelayed,  // a host's report or leave, to a router port
+    kMldRelayed,
 };
 
-inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received::kMldQuery) + 1;
-inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kControlListBound) + 1;
-inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldDone) + 1;
+inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received::kMldDiscovery) + 1;
+inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kRouterBound) + 1;
+inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldRelayed) + 1;
 
 // Texts such as "IGMPv2 report", "wrong checksum" and "IGMP general query".
 [[nodiscard]] std::string_view name(Received kind);

@@ -115,6 +115,20 @@ void print_proxy_groups(Family family, std::uint32_t only) {
     }
 }
 
+// ---- Router ports -------------------------------------------------------------------------------
+
+void print_router_ports() {
+    std::printf("Router ports\n%-7s %5s %-40s %-13s %9s\n", "port", "vlan", "router", "known by",
+                "ends in");
+    for (const RouterPort& router : router_ports()) {
+        const std::uint64_t left = router.expires_us - std::min(core().now_us, router.expires_us);
+        std::printf("%-7s %5u %-40s %-13s %9s\n", port_text(router.port).c_str(),
+                    unsigned{router.vlan}, text(router.family, router.address).c_str(),
+                    router.sign == RouterSign::kQuery ? "query" : "advertisement",
+                    seconds_text(left).c_str());
+    }
+}
+
 // ---- VLANs --------------------------------------------------------------------------------------
 
 void print_vlan(std::uint16_t vlan) {
@@ -317,6 +331,7 @@ int32_t show_igmp_if_list(void) {
     const Lock lock;
     devcore::print_port_heading("Ports");
     for (const Port& port : core().ports) devcore::print_port(port);
+    devcore::print_router_ports();
     return 0;
 }
 
@@ -402,6 +417,7 @@ int32_t mld_show_if_list(void) {
     const Lock lock;
     devcore::print_port_heading("Ports");
     for (const Port& port : core().ports) devcore::print_port(port);
+    devcore::print_router_ports();
     devcore::print_groups("MLD memberships",
                           [](const GroupKey& key) { return key.family == Family::kIpv6; });
     if (devcore::is_proxy(Family::kIpv6)) devcore::print_proxy_groups(Family::kIpv6, 0);

@@ -19,8 +19,7 @@ bool is_record_type(std::uint8_t type) {
 
 bool is_known_vlan(const Packet& packet) {
     Settings& settings = core().settings;
-    if (packet.vlan() == default_vid(packet.place.family)) return true;
-    if (settings.vlans.contains(packet.vlan())) return true;
+    if (is_served_vlan(packet)) return true;
     if (!settings.vlan_learning || packet.vlan() > kLastVid) return false;
     settings.vlans.insert(packet.vlan());
     return true;
@@ -49,6 +48,11 @@ Record read_record(Family family, std::span<const std::uint8_t> bytes) {
 
 Packet packet_from(Family family, std::uint32_t port, std::uint32_t group_vlan) {
     return {{family, port, group_vlan == 0 ? default_vid(family) : group_vlan}};
+}
+
+bool is_served_vlan(const Packet& packet) {
+    return packet.vlan() == default_vid(packet.place.family) ||
+           core().settings.vlans.contains(packet.vlan());
 }
 
 std::optional<Drop> refuse_place(const Packet& packet) {

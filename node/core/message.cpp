@@ -4,11 +4,9 @@
 #include <bit>
 #include <cstddef>
 #include <string>
-#include <utility>
 
 #include "common/bytes.h"
 #include "node/core/address.h"
-#include "node/core/source_address.h"
 #include "node/core/trace.h"
 
 namespace devcore {
@@ -16,25 +14,11 @@ namespace {
 
 constexpr std::size_t kChecksumAt = 2;  // of both families
 
-// ---- Packets ------------------------------------------------------------------------------------
-
 constexpr std::size_t kIpv4Header = 24;  // with the router alert option
 constexpr std::size_t kIpv4LengthAt = 2;
 constexpr std::size_t kIpv4ChecksumAt = 10;
-
-Bytes ipv4_packet(std::uint32_t destination, const Bytes& message) {
-    Bytes packet{0x46, 0xC0, 0, 0,   // version and length, TOS of network control, total length
-                 0,    0,    0, 0,   // no identification, not a fragment
-                 1,    2,    0, 0};  // TTL, IGMP, checksum
-    append32(packet, core().settings.proxy_ip);
-    append32(packet, destination);
-    append32(packet, 0x94040000);  // router alert (RFC 2113)
-    mc::store_be16(packet.data() + kIpv4LengthAt,
-                   static_cast<std::uint32_t>(kIpv4Header + message.size()));
-    mc::store_be16(packet.data() + kIpv4ChecksumAt, internet_checksum(packet));
-    append(packet, message);
-    return packet;
-}
+constexpr std::size_t kIpv4DestinationAt = 16;
+constexpr std::size_t kIpv6DestinationAt = 24;
 
 }  // namespace
 
@@ -76,47 +60,26 @@ std::uint32_t decode_mld_time(std::uint16_t code) {
     return ((code & 0x0FFFU) + 0x1000U) << ((code >> 12 & 7) + 3);
 }
 
-Bytes igmp_query(const IgmpQuery& query) {
-    constexpr std::uint64_t kTenths = 10;
-    constexpr std::uint64_t kLargestV2 = 255;
-    constexpr std::uint8_t kLargestRobustness = 7;  // in 3 bits; more is sent as 0
-    const Settings& settings = core().settings;
-    const std::uint64_t response = query.response_time * kTenths;
-
-    Bytes message{static_cast<std::uint8_t>(IgmpType::kQuery), 0, 0, 0};
-    append32(message, query.group);
-    if (query.version == 2) message[1] = static_cast<std::uint8_t>(std::min(response, kLargestV2));
-    if (query.version >= 3) {
-        message[1] = encode_time(response);
-        const bool fits = settings.robustness <= kLargestRobustness;
-        message.push_back(fits ? settings.robustness : std::uint8_t{0});
-        message.push_back(encode_time(settings.query_interval));
-        append16(message, 0);  // no sources
-    }
-    return with_igmp_checksum(message);
+Bytes ipv4_packet(std::uint32_t source, std::uint32_t destination, const Bytes& message) {
+    Bytes packet{0x46, 0xC0, 0, 0,   // version and length, TOS of network control, total length
+                 0,    0,    0, 0,   // no identification, not a fragment
+                 1,    2,    0, 0};  // TTL, IGMP, checksum
+    append32(packet, source);
+    append32(packet, destination);
+    append32(packet, 0x94040000);  // router alert (RFC 2113)
+    mc::store_be16(packet.data() + kIpv4LengthAt,
+                   static_cast<std::uint32_t>(kIpv4Header + message.size()));
+    mc::store_be16(packet.data() + kIpv4ChecksumAt, internet_checksum(packet));
+    append(packet, message);
+    return packet;
 }
 
-void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
-               const Bytes& message) {
-    const IgmpSendPacket send = core().call_backs.send;
-    if (send == nullptr) return;
-    ++core().counters.sent[static_cast<std::size_t>(kind)];
-    trace(Trace::kSent, {Family::kIpv4, port, tag.vid}, [&] {
-        return "sent " + std::string(name(kind)) + " to " +
-               text(Family::kIpv4, from_ipv4(destination));
-    });
-    Bytes packet = ipv4_packet(destination, message);
-    IgmpVlanTag record{0x8100, tag.vid, tag.priority};
-    send(port, packet.data(), &record, static_cast<std::uint16_t>(packet.size()));
-}
-
-Bytes mld_packet(const Address& destination, Bytes message) {
+Bytes ipv6_packet(const Address& source, const Address& destination, Bytes message) {
     constexpr std::size_t kIpv6Header = 40;
     constexpr std::size_t kHopByHop = 8;
-    const Address source = mld_source();
+    mc::store_be16(message.data() + kChecksumAt, 0);
     mc::store_be16(message.data() + kChecksumAt,
                    icmpv6_checksum(source.data(), destination.data(), message));
-
     Bytes packet{0x60, 0, 0, 0};
     packet.reserve(kIpv6Header + kHopByHop + message.size());
     append16(packet, static_cast<std::uint32_t>(kHopByHop + message.size()));
@@ -129,36 +92,30 @@ Bytes mld_packet(const Address& destination, Bytes message) {
     return packet;
 }
 
-Bytes mld_group_query(std::uint8_t version, const Address& group, std::uint32_t response_time) {
-    constexpr std::uint64_t kMilliseconds = 1000;
-    constexpr std::uint64_t kLargestPlain = 0x7FFF;  // above it MLDv2 has codes
-    constexpr std::uint8_t kQuery = 130;
-    constexpr std::uint8_t kRobustnessMask = 7;
-    const Settings& settings = core().settings;
-
-    Bytes message{kQuery, 0, 0, 0};
-    append16(message,
-             static_cast<std::uint32_t>(std::min(response_time * kMilliseconds, kLargestPlain)));
-    append16(message, 0);
-    append(message, group);
-    if (version >= 2) {
-        message.push_back(settings.robustness <= kRobustnessMask ? settings.robustness
-                                                                 : std::uint8_t{0});
-        message.push_back(encode_time(settings.query_interval));
-        append16(message, 0);  // no sources
+void send_packet(const Place& place, Sent kind, std::uint8_t priority, Bytes packet) {
+    const CallBacks& call = core().call_backs;
+    const bool is_igmp = place.family == Family::kIpv4;
+    if (is_igmp ? call.send == nullptr : call.mld_send == nullptr) return;
+    ++core().counters.sent[static_cast<std::size_t>(kind)];
+    trace(Trace::kSent, place, [&] {
+        const std::size_t at = is_igmp ? kIpv4DestinationAt : kIpv6DestinationAt;
+        return "sent " + std::string(name(kind)) + " to " +
+               text(place.family, load_address(place.family, &packet[at]));
+    });
+    const auto port = static_cast<std::uint16_t>(place.port);
+    const auto length = static_cast<std::uint16_t>(packet.size());
+    IgmpVlanTag tag{0x8100, static_cast<std::uint16_t>(place.vlan), priority};
+    if (is_igmp) {
+        call.send(port, packet.data(), &tag, length);
+    } else {
+        call.mld_send(packet.data(), port, &tag, length);
     }
-
-    return mld_packet(group, std::move(message));
 }
 
-void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet) {
-    const MldSendPacket send = core().call_backs.mld_send;
-    if (send == nullptr) return;
-    ++core().counters.sent[static_cast<std::size_t>(kind)];
-    trace(Trace::kSent, {Family::kIpv6, port, vid},
-          [&] { return "sent " + std::string(name(kind)); });
-    IgmpVlanTag tag{0x8100, vid, 0};
-    send(packet.data(), port, &tag, static_cast<std::uint16_t>(packet.size()));
+void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
+               const Bytes& message) {
+    send_packet({Family::kIpv4, port, tag.vid}, kind, tag.priority,
+                ipv4_packet(core().settings.proxy_ip, destination, message));
 }
 
 }  // namespace devcore

@@ -1,5 +1,5 @@
-// What the core sends: its queries, the packets around all messages, and the way out through the
-// call-backs. The reports are in report_message.h.
+// What the core sends: the packets around all messages, and the way out through the call-backs. The
+// messages are in query_message.h and report_message.h.
 #pragma once
 
 #include <cstdint>
@@ -9,11 +9,13 @@
 #include "node/core/checksum.h"
 #include "node/core/development_core.h"
 #include "node/core/state.h"
+#include "node/core/trace.h"
 
 namespace devcore {
 
 using Bytes = std::vector<std::uint8_t>;
 
+// Big-endian.
 void append16(Bytes& bytes, std::uint32_t value);
 void append32(Bytes& bytes, std::uint32_t value);
 void append(Bytes& bytes, std::span<const std::uint8_t> more);
@@ -24,14 +26,19 @@ void append(Bytes& bytes, std::span<const std::uint8_t> more);
 // The 16-bit codes of MLDv2 for response times (RFC 3810, 5.1.3).
 [[nodiscard]] std::uint32_t decode_mld_time(std::uint16_t code);
 
-// ---- IGMP ---------------------------------------------------------------------------------------
+// ---- Packets ------------------------------------------------------------------------------------
 
-struct IgmpQuery {
-    std::uint8_t version;
-    std::uint32_t group;          // 0: general
-    std::uint32_t response_time;  // seconds
-};
-[[nodiscard]] Bytes igmp_query(const IgmpQuery& query);
+// An IGMP message behind its IP header: router alert, TTL 1, TOS 0xC0.
+[[nodiscard]] Bytes ipv4_packet(std::uint32_t source, std::uint32_t destination,
+                                const Bytes& message);
+// An ICMPv6 message, whose checksum is put in, behind IPv6 and hop-by-hop header: router alert, hop
+// limit 1.
+[[nodiscard]] Bytes ipv6_packet(const Address& source, const Address& destination, Bytes message);
+
+// Hands a packet to the call-back of its family, with the tag of the place.
+void send_packet(const Place& place, Sent kind, std::uint8_t priority, Bytes packet);
+
+// ---- IGMP ---------------------------------------------------------------------------------------
 
 enum class IgmpType : std::uint8_t {
     kQuery = 0x11,
@@ -48,17 +55,8 @@ struct SendTag {
     std::uint8_t priority;
 };
 
-// Puts the IP header before the message: router alert, TTL 1, TOS 0xC0, from the proxy address.
+// From the proxy address.
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message);
-
-// ---- MLD ----------------------------------------------------------------------------------------
-
-// The whole packet around an ICMPv6 message: IPv6 and hop-by-hop header with router alert, from the
-// core's link-local address; puts in the checksum.
-[[nodiscard]] Bytes mld_packet(const Address& destination, Bytes message);
-[[nodiscard]] Bytes mld_group_query(std::uint8_t version, const Address& group,
-                                    std::uint32_t response_time);
-void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet);
 
 }  // namespace devcore

@@ -8,6 +8,7 @@
 #include "node/core/address.h"
 #include "node/core/group_records.h"
 #include "node/core/message.h"
+#include "node/core/source_address.h"
 
 namespace devcore {
 namespace {
@@ -61,7 +62,8 @@ void send_up(const RouterLink& link, Sent kind, const Address& destination, Byte
         send_igmp(kind, kCoreUplink, uplink_tag(link.vlan), to_ipv4(destination),
                   with_igmp_checksum(std::move(message)));
     } else {
-        send_mld(kind, kCoreUplink, link.vlan, mld_packet(destination, std::move(message)));
+        send_packet({Family::kIpv6, kCoreUplink, link.vlan}, kind, 0,
+                    ipv6_packet(mld_source(), destination, std::move(message)));
     }
 }
 

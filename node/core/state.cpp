@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "node/core/membership.h"
+#include "node/core/routers.h"
 #include "node/core/upstream.h"
 
 namespace devcore {
@@ -84,6 +85,7 @@ std::string port_text(std::uint32_t number) {
 void reset() {
     const Lock lock;
     core() = Core{};
+    tell_router_ports();
     igmpv3_rcv = 0;
     igmpv3_snd = 0;
 }
@@ -109,6 +111,8 @@ int32_t mld_data_init(void) {
     const Lock lock;
     devcore::stop_upstream(devcore::Family::kIpv6);
     devcore::forget_mld_groups();
+    devcore::forget_routers_if(
+        [](const devcore::RouterKey& key) { return key.family == devcore::Family::kIpv6; });
     for (Port& port : devcore::core().ports) port.mld_declared = false;
     Core& state = devcore::core();
     const devcore::Settings fresh;

@@ -197,6 +197,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
     send_from(driver.bridge_mac());
+    devcore::watch_router_ports(
+        [&driver](std::uint32_t port, bool is_router) { driver.set_router_port(port, is_router); });
     OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
     own_address.begin();
     const CoreClock clock;

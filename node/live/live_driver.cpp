@@ -85,16 +85,26 @@ void LiveDriver::end() {
 
 std::optional<std::chrono::milliseconds> LiveDriver::look() {
     std::optional<std::chrono::milliseconds> again;
-    std::vector<std::size_t> down;
+    std::vector<Bridge::LinkChange> changes;
     {
         const std::lock_guard lock(mutex_);
         if (ended_) return std::nullopt;
         again = bridge_.look();
-        down = bridge_.take_ports_down();
+        changes = bridge_.take_link_changes();
     }
-    if (!down.empty()) now_();
-    for (const std::size_t slot : down) devcore::link_down(driver::port_of_slot(slot));
+    // The core has queries to send and entries to end, for which it needs the mutex.
+    if (!changes.empty()) now_();
+    for (const auto& [slot, is_up] : changes) {
+        const std::uint8_t port = driver::port_of_slot(slot);
+        is_up ? devcore::link_up(port) : devcore::link_down(port);
+    }
     return again;
+}
+
+void LiveDriver::set_router_port(std::uint32_t port, bool is_router) {
+    const std::lock_guard lock(mutex_);
+    const auto slot = driver::slot_of_port(port);
+    if (slot && !ended_) bridge_.set_router_port(*slot, is_router);
 }
 
 driver::MacAddress LiveDriver::bridge_mac() {

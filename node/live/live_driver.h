@@ -73,6 +73,9 @@ class LiveDriver final : public driver::Driver {
     // For the supervisor, after news. The core hears of ports that are down.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();  // again after that, if any
 
+    // For the core.
+    void set_router_port(std::uint32_t port, bool is_router);
+
     [[nodiscard]] driver::MacAddress bridge_mac();
     [[nodiscard]] Report report();
 

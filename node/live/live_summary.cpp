@@ -129,8 +129,8 @@ std::string as_text(const Summary& summary) {
     return ports_text(summary.report) + "\n" + report::messages_text(summary.core) + "\n" +
            report::drops_text(driver_drops(summary.report), summary.core) + "\n" +
            report::memberships_text(summary.core) + "\n" + upstream +
-           (upstream.empty() ? "" : "\n") + entries_text(summary) + "\nRan for " +
-           report::fixed(summary.ran_s, 1) + " s\n";
+           (upstream.empty() ? "" : "\n") + report::router_ports_text(summary.core) + "\n" +
+           entries_text(summary) + "\nRan for " + report::fixed(summary.ran_s, 1) + " s\n";
 }
 
 std::string as_json(const Summary& summary) {
@@ -143,6 +143,7 @@ std::string as_json(const Summary& summary) {
         {"drops", report::drops_json(driver_drops(summary.report), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
         {"upstream", report::upstream_json(summary.core)},
+        {"router_ports", report::router_ports_json(summary.core)},
     });
     return object.text();
 }

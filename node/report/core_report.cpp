@@ -53,6 +53,14 @@ double age_s(const CoreReport& core, const devcore::Membership& member) {
     return core.now_us > member.joined_us ? seconds(core.now_us - member.joined_us) : 0;
 }
 
+double seconds_left(const CoreReport& core, const devcore::RouterPort& router) {
+    return router.expires_us > core.now_us ? seconds(router.expires_us - core.now_us) : 0;
+}
+
+const char* known_by(const devcore::RouterPort& router) {
+    return router.sign == devcore::RouterSign::kQuery ? "query" : "advertisement";
+}
+
 Json addresses_json(devcore::Family family, const std::vector<devcore::Address>& addresses) {
     Json rows = Json::array();
     for (const devcore::Address& address : addresses) {
@@ -89,7 +97,8 @@ Json json_of(const std::vector<Count>& counts) {
 }  // namespace
 
 CoreReport core_report(std::uint64_t now_us) {
-    return {devcore::counters(), devcore::memberships(), devcore::upstream_groups(), now_us};
+    return {devcore::counters(), devcore::memberships(), devcore::upstream_groups(),
+            devcore::router_ports(), now_us};
 }
 
 void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused) {
@@ -149,6 +158,21 @@ std::string upstream_text(const CoreReport& core) {
     return table.text();
 }
 
+std::string router_ports_text(const CoreReport& core) {
+    Table table("Router ports", {{"port", Align::kLeft},
+                                 {"VLAN"},
+                                 {"protocol", Align::kLeft},
+                                 {"router", Align::kLeft},
+                                 {"known by", Align::kLeft},
+                                 {"left s"}});
+    for (const devcore::RouterPort& router : core.router_ports) {
+        table.add({port_text(router.port), number(router.vlan), protocol(router),
+                   devcore::text(router.family, router.address), known_by(router),
+                   fixed(seconds_left(core, router), 1)});
+    }
+    return table.text();
+}
+
 std::string entry_changes_text(const CoreReport& core) {
     const devcore::Counters& counters = core.counters;
     return "the core: " + number(counters.entries_added) + " added, " +
@@ -199,6 +223,19 @@ Json upstream_json(const CoreReport& core) {
                                {"sources", addresses_json(group.family, group.sources)},
                                {"reports_left", group.reports_left},
                                {"answer_in_s", in_s ? Json(*in_s) : Json()}}));
+    }
+    return rows;
+}
+
+Json router_ports_json(const CoreReport& core) {
+    Json rows = Json::array();
+    for (const devcore::RouterPort& router : core.router_ports) {
+        rows.add(Json::object({{"port", router.port},
+                               {"vlan", router.vlan},
+                               {"protocol", protocol(router)},
+                               {"address", devcore::text(router.family, router.address)},
+                               {"known_by", known_by(router)},
+                               {"left_s", seconds_left(core, router)}}));
     }
     return rows;
 }

@@ -321,8 +321,6 @@ void check_reported(const Upstream& upstream, const std::vector<const Group*>& m
 
 void check_upstream() {
     const bool is_proxy = core().settings.mode == devcore::Mode::kProxy;
-    must(is_proxy == core().query_timer.has_value(), "whether general queries are sent");
-    must(!is_proxy || core().timers.all().contains(*core().query_timer), "the query timer");
     const auto members = members_upstream();
     must(core().upstream.size() == members.size(), "the groups upstream");
     for (const auto& [key, upstream] : core().upstream) {
@@ -332,6 +330,27 @@ void check_upstream() {
     check_routers();
     check_repeated();
     check_answers();
+}
+
+// ---- Router side --------------------------------------------------------------------------------
+
+void check_queries() {
+    const auto& all = core().timers.all();
+    const bool is_proxy = core().settings.mode == devcore::Mode::kProxy;
+    for (const devcore::QueryRound& round : core().query_rounds) {
+        must(is_proxy == round.timer.has_value(), "whether general queries are sent");
+        must(!is_proxy || all.contains(*round.timer), "the query timer");
+    }
+}
+
+void check_user_routers() {
+    constexpr std::size_t kMostOfPort = 32;
+    std::map<std::uint32_t, std::size_t> of_port;
+    for (const auto& [key, timer] : core().user_routers) {
+        must(timer && core().timers.all().contains(*timer), "a router that does not age");
+        must(key.port < devcore::kUserPorts && key.address != Address{}, "a router that is none");
+        must(++of_port[key.port] <= kMostOfPort, "routers of a port are beyond the bound");
+    }
 }
 
 // ---- Switch -------------------------------------------------------------------------------------
@@ -356,6 +375,8 @@ void check_core(const Switch* table, const devcore::Bounds& most) {
     for (const auto& [key, group] : core().groups) check_group(key, group, most);
     for (const Port& port : core().ports) check_port(port, most);
     check_upstream();
+    check_queries();
+    check_user_routers();
     if (table != nullptr) check_switch(*table);
 }
 

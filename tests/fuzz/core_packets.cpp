@@ -121,12 +121,12 @@ Bytes igmp_query(std::uint32_t group) {
 }
 
 Bytes igmp_message(std::uint32_t group) {
-    constexpr std::array<std::uint8_t, 3> kOlder{0x16, 0x17, 0x12};
+    constexpr std::array<std::uint8_t, 5> kOfOneGroup{0x16, 0x17, 0x12, 0x30, 0x32};
     switch (below(8)) {
         case 0:
         case 1:
         case 2: {
-            Bytes message{one_of(kOlder), 0, 0, 0};
+            Bytes message{one_of(kOfOneGroup), 0, 0, 0};
             append32(message, group);
             return message;
         }
@@ -157,10 +157,10 @@ Bytes mld_query() {
 }
 
 Bytes mld_message() {
-    constexpr std::array<std::uint8_t, 2> kOlder{131, 132};
+    constexpr std::array<std::uint8_t, 4> kOfOneGroup{131, 132, 151, 153};
     if (one_in(2)) return report(143, 16, append_group6);
     if (one_in(3)) return mld_query();
-    Bytes message{one_of(kOlder), 0, 0, 0, 0, 0, 0, 0};
+    Bytes message{one_of(kOfOneGroup), 0, 0, 0, 0, 0, 0, 0};
     append_group6(message);
     return message;
 }

@@ -1,0 +1,20 @@
+// What routers behind user ports say: queries of both families, and Multicast Router Discovery
+// (RFC 4286), whose messages are IGMP and ICMPv6 messages too.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "node/core/input.h"
+
+namespace devcore {
+
+[[nodiscard]] std::optional<Drop> take_user_query(const Packet& packet);
+
+enum class Discovery : std::uint8_t { kAdvertisement, kSolicitation, kTermination };
+
+// Nothing for a type of another kind of message.
+[[nodiscard]] std::optional<Discovery> discovery_of(Family family, std::uint8_t type);
+[[nodiscard]] std::optional<Drop> take_discovery(const Packet& packet, Discovery kind);
+
+}  // namespace devcore
