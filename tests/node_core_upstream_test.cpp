@@ -73,8 +73,8 @@ struct Igmp {
         return ipv4(0xC0000201, 0xE0000001, with_checksum(message));
     }
     static Bytes start_of_query(const Query& query) {
-        const auto tenths = static_cast<std::uint8_t>(query.response_ms / 100);
-        return Bytes{0x11, tenths, 0, 0} + (query.group == 0 ? be32(0) : be32(group(query.group)));
+        return Bytes{0x11, static_cast<std::uint8_t>(query.response_ms / 100), 0, 0} +
+               (query.group == 0 ? be32(0) : be32(group(query.group)));
     }
     static Bytes older_query(const Query& query) { return packet(start_of_query(query)); }
     static Bytes query(const Query& query) {
@@ -432,6 +432,19 @@ TYPED_TEST(HostSide, RepetitionsOfAVlanShareAReportAndThoseOfAnotherDoNot) {
     const std::set<std::size_t> sizes{records_of<TypeParam>(packets[0]).size(),
                                       records_of<TypeParam>(packets[1]).size()};
     EXPECT_EQ(sizes, (std::set<std::size_t>{1, 3}));
+}
+
+TYPED_TEST(HostSide, AQuestionThatMakesRoomInVainIsOverUpstreamToo) {
+    igmp_fast_leave_enable_globle(0);
+    devcore::set_bounds({.addresses_per_port = 2});
+    this->join(1);
+    this->host(20, kToIn, 1, {7});
+    this->heard();
+    this->host(21, kToEx, 1);
+    EXPECT_EQ(drops(Drop::kAddressBound), 1U);
+    EXPECT_EQ(this->heard(), Texts{"TO_IN 1 {7}"})
+        << "not in exclude mode for other hosts any more";
+    devcore::set_bounds({});
 }
 
 TYPED_TEST(HostSide, EnteringTheModeReportsAllGroupsInOneReportAndRepeatsIt) {

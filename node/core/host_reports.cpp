@@ -57,7 +57,7 @@ void count_as_told(ChangeToRepeat& pending) {
 
 // What holds now; nothing is wanted of a group that is gone.
 const Filter& reported(const UpstreamKey& key) {
-    static const Filter nothing;
+    static const Filter nothing{};
     const Upstream* const upstream = find_upstream(key);
     return upstream == nullptr ? nothing : upstream->reported;
 }

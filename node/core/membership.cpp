@@ -275,7 +275,11 @@ void take_record(const Reporter& from, const Record& received) {
     drop = refuse_record(key, group, from, record);
     if (drop) {
         note_refusal(place, *drop);
-        if (group != nullptr && is_over(*group)) remove_group(key, "left");
+        if (group != nullptr && is_over(*group)) {
+            remove_group(key, "left");
+        } else if (group != nullptr) {
+            upstream_changed(key);  // for a question that made room in vain
+        }
         return;
     }
     if (group != nullptr) {

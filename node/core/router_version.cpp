@@ -31,10 +31,16 @@ void drop_pending(const RouterLink& link) {
     forget_answers(link);
 }
 
-void end_older_router(const RouterLink& link, std::uint8_t version) {
+// Of a router that is spoken to in another version afterwards nothing stays pending.
+template <class Change>
+void change_router(const RouterLink& link, const Change& change) {
     const std::uint8_t before = host_version(link);
-    core().routers[link].older_present[version - 1].reset();
+    change(core().routers[link]);
     if (host_version(link) != before) drop_pending(link);
+}
+
+void end_older_router(const RouterLink& link, std::uint8_t version) {
+    change_router(link, [version](Router& router) { router.older_present[version - 1].reset(); });
 }
 
 // The Older Version Querier Present Timeout (RFC 3376, 8.12; RFC 3810, 9.12).
@@ -53,13 +59,14 @@ std::string about(const RouterLink& link, std::uint8_t version) {
 void see_older_router(const RouterQuery& query) {
     const RouterLink link = query.link;
     const std::uint8_t version = query.version;
-    const std::uint8_t before = host_version(link);
-    auto& timer = core().routers[link].older_present[version - 1];
-    core().timers.stop(timer);
-    timer = core().timers.start(core().now_us + older_present_us(query),
+    change_router(link, [&](Router& router) {
+        auto& timer = router.older_present[version - 1];
+        core().timers.stop(timer);
+        timer =
+            core().timers.start(core().now_us + older_present_us(query),
                                 {"older querier", [link, version] { return about(link, version); },
                                  [link, version] { end_older_router(link, version); }});
-    if (host_version(link) != before) drop_pending(link);
+    });
 }
 
 // Only a general one shows that a router speaks IGMPv2 (RFC 3376, 7.2.1); of MLDv1 each query does.
