@@ -119,6 +119,12 @@ class RouterSide : public ::testing::TestWithParam<Family> {
         igmp_globle_proxyip_set(kProxyIp);
     }
 
+    /* Of both families. */
+    static void set_mode(Mode mode) {
+        igmp_mode_switch_globle(mode);
+        mld_proxy_snoop_set_globle(mode == kControl ? 3 : mode == kProxy ? 1 : 2);
+    }
+
     void settle() const {
         devcore::set_clock(now_);
         sent.clear();
@@ -232,7 +238,7 @@ INSTANTIATE_TEST_SUITE_P(Families, RouterSide, ::testing::Values(Family::kIpv4, 
 // ---- The queries themselves ----
 
 TEST_P(RouterSide, AGeneralQueryOfTheNewestVersion) {
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     const Bytes igmp{
         0x46, 0xC0, 0x00, 0x24,  // IPv4, 24 bytes of header, 36 in all
         0x00, 0x00, 0x00, 0x00,  //
@@ -252,7 +258,7 @@ TEST_P(RouterSide, AGeneralQueryOfTheNewestVersion) {
 
 TEST_P(RouterSide, LongTimesAreSentAsCodes) {
     igmp_para_globle_set(2, 1000, 100, 1, 2, 1);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     const Bytes query = of_family().at(0).bytes;
     // 1000 tenths and 1000 s: 0x80 + exponent 2 and mantissa 15, (15 + 16) << 5 = 992.
     EXPECT_EQ(query.at(query.size() - 3), 0xAF);
@@ -265,7 +271,7 @@ TEST_P(RouterSide, LongTimesAreSentAsCodes) {
 
 TEST_P(RouterSide, AQuerierAsksInABurstAndThenEveryInterval) {
     igmp_para_globle_set(3, 100, 10, 1, 2, 1);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     std::vector<std::uint64_t> asked_at;
     for (std::uint64_t second = 0; second <= 400; ++second) {
         if (second > 0) wait_seconds(1);
@@ -276,7 +282,7 @@ TEST_P(RouterSide, AQuerierAsksInABurstAndThenEveryInterval) {
 
 TEST_P(RouterSide, ARobustnessOfOneMakesNoBurst) {
     igmp_para_rv_globle_set(1);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     EXPECT_EQ(asked(), kEveryPort);
     wait(125 * kSecond - 1);
     EXPECT_EQ(asked(), Ports{});
@@ -285,10 +291,10 @@ TEST_P(RouterSide, ARobustnessOfOneMakesNoBurst) {
 }
 
 TEST_P(RouterSide, OtherModesAskNothingByThemselves) {
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     for (const Mode mode : {kControl, kSnooping}) {
-        igmp_mode_switch_globle(mode);
+        set_mode(mode);
         wait_seconds(1000);
         EXPECT_EQ(asked(), Ports{});
     }
@@ -297,7 +303,7 @@ TEST_P(RouterSide, OtherModesAskNothingByThemselves) {
 
 TEST_P(RouterSide, AnotherQueryIntervalCountsFromNow) {
     igmp_para_rv_globle_set(1);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     wait_seconds(100);
     igmp_para_qi_globle_set(60);
@@ -326,14 +332,14 @@ TEST_P(RouterSide, ANodeThatStartsAsksOnceWhenItsClockIsMoved) {
 
 TEST_P(RouterSide, ANodeThatStartsInControlModeAsksOnceToo) {
     start_node();
-    igmp_mode_switch_globle(kControl);
+    set_mode(kControl);
     wait_seconds(1000);
     EXPECT_EQ(asked(), kEveryPort);
 }
 
 TEST_P(RouterSide, ANodeThatStartsInProxyModeAsksInItsBurstOnly) {
     start_node();
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     devcore::set_clock(now_);
     EXPECT_EQ(asked(), kEveryPort);
 }
@@ -347,7 +353,7 @@ TEST_P(RouterSide, APortThatIsDeclaredAgainIsNotAskedAgain) {
 
 TEST_P(RouterSide, APortWhoseLinkComesUpIsAskedInEveryMode) {
     for (const Mode mode : {kControl, kProxy, kSnooping}) {
-        igmp_mode_switch_globle(mode);
+        set_mode(mode);
         wait_seconds(40);
         sent.clear();
         devcore::link_up(3);
@@ -371,7 +377,7 @@ TEST_P(RouterSide, LinksOfOtherPortsAskNobody) {
 // ---- Elections ----
 
 TEST_P(RouterSide, ALowerAddressAsksInTheNodesPlace) {
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     EXPECT_EQ(hear_query(2, kLower), 0);
     devcore::link_up(2);
@@ -381,7 +387,7 @@ TEST_P(RouterSide, ALowerAddressAsksInTheNodesPlace) {
 }
 
 TEST_P(RouterSide, AHigherAddressDoesNot) {
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     wait_seconds(32);
     sent.clear();
     EXPECT_EQ(hear_query(2, kHigher), 0);
@@ -391,7 +397,7 @@ TEST_P(RouterSide, AHigherAddressDoesNot) {
 
 TEST_P(RouterSide, TheNodeTakesOverWhenTheOtherQuerierHasGone) {
     igmp_para_globle_set(1, 200, 10, 1, 2, 1);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     hear_query(2, kLower, {.robustness = 3, .interval_s = 40, .response_s = 12});
     wait(126 * kSecond - 1);  // 3 x 40 + 12 / 2
@@ -403,7 +409,7 @@ TEST_P(RouterSide, TheNodeTakesOverWhenTheOtherQuerierHasGone) {
 }
 
 TEST_P(RouterSide, EachQueryOfTheOtherQuerierCountsAnew) {
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     hear_query(2, kLower, {.interval_s = 20});
     for (int i = 0; i < 10; ++i) {
         wait_seconds(40);
@@ -414,7 +420,7 @@ TEST_P(RouterSide, EachQueryOfTheOtherQuerierCountsAnew) {
 
 TEST_P(RouterSide, TheLastLowerQuerierDecides) {
     igmp_para_globle_set(1, 200, 10, 1, 2, 1);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     hear_query(2, kLower, {.robustness = 1, .interval_s = 10});
     hear_query(2, kLower2, {.robustness = 1, .interval_s = 20});
@@ -467,7 +473,7 @@ TEST_P(RouterSide, WhoIsNoQuerierNeitherGivesWayNorTakesOver) {
 
 TEST_P(RouterSide, SegmentsElectApart) {
     igmp_vlan_add(100);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     wait_seconds(32);
     sent.clear();
     hear_query(2, kLower, {}, 100);
@@ -477,7 +483,7 @@ TEST_P(RouterSide, SegmentsElectApart) {
 
 TEST_P(RouterSide, ANodeThatBecomesTheQuerierHeedsWhomItHasHeard) {
     hear_query(2, kLower);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     EXPECT_EQ(asked(), kAllButTwo);
 }
 
@@ -485,7 +491,7 @@ TEST_P(RouterSide, ANodeThatBecomesTheQuerierHeedsWhomItHasHeard) {
 
 TEST_P(RouterSide, AQueryMakesARouterPortUntilItsRouterIsGone) {
     for (const Mode mode : {kControl, kProxy, kSnooping}) {
-        igmp_mode_switch_globle(mode);
+        set_mode(mode);
         hear_query(2, kHigher);
         EXPECT_EQ(routers(), Texts{"2/4088 " + text_of(kHigher) + " for 255 s"});
         wait(255 * kSecond - 1);
@@ -520,7 +526,7 @@ TEST_P(RouterSide, ATerminationEndsARouterPortASecondLater) {
 
 TEST_P(RouterSide, AnAdvertisementWinsNoElection) {
     receive(2, advertisement(kLower, 20));
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     EXPECT_EQ(asked(), kEveryPort);
 }
 
@@ -656,7 +662,7 @@ TEST_P(IgmpRouterSide, QueriesGoToTheListedVlansInWhichThePortHasMembers) {
     igmp_vlan_add(100);
     igmp_vlan_add(200);
     receive(2, a_report(), 100);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     const auto queries = sent;
     EXPECT_EQ(vlans_asked(2), (Vlans{100, kVlan}));
     sent = queries;
@@ -677,7 +683,7 @@ TEST_P(IgmpRouterSide, APortWhoseLinkComesUpIsAskedInNoMoreVlansThanSome) {
 }
 
 TEST_P(IgmpRouterSide, AnotherVersionIsAskedForAtOnce) {
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     igmp_version_globle_set(2);
     auto queries = of_family();
@@ -695,14 +701,14 @@ TEST_P(IgmpRouterSide, AnotherVersionIsNotAskedForByWhoIsNoQuerier) {
     igmp_version_globle_set(2);
     EXPECT_EQ(asked(), Ports{});
     hear_query(2, kLower);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     igmp_version_globle_set(3);
     EXPECT_EQ(asked(), kAllButTwo);
 }
 
 TEST_P(IgmpRouterSide, AQueryFromNoAddressIsOfNoRouter) {
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     sent.clear();
     EXPECT_EQ(hear_query(2, 0), 0);
     EXPECT_EQ(routers(), Texts{});
@@ -713,7 +719,7 @@ TEST_P(IgmpRouterSide, AQueryFromNoAddressIsOfNoRouter) {
 TEST_P(IgmpRouterSide, ANodeWithoutAnAddressWinsOverNobody) {
     igmp_globle_proxyip_set(0);
     hear_query(2, kHigher);
-    igmp_mode_switch_globle(kProxy);
+    set_mode(kProxy);
     EXPECT_EQ(asked(), kAllButTwo);
 }
 

@@ -121,6 +121,10 @@ std::string_view name(Sent kind) {
             return "IGMP report to a router port";
         case Sent::kMldRelayed:
             return "MLD report to a router port";
+        case Sent::kMldReport:
+            return "MLD report";
+        case Sent::kMldDone:
+            return "MLD done";
     }
     return "";
 }

@@ -36,6 +36,14 @@ void watch_timers(std::function<void(std::optional<std::uint64_t> due_us)> chang
 // A fresh core: no settings, call-backs, memberships or counts, and the clock at 0. For tests.
 void reset();
 
+// What the random delays follow from. The seed is the same unless it is set, and so is then all
+// that the core does; a live node sets it, or it would answer in step with others.
+void seed_chance(std::uint64_t seed);
+
+// Tells when IGMP enters proxy mode and when it leaves it, at the end of the change and under the
+// core's lock. What is told may set the mode of MLD and nothing else. An empty function ends it.
+void watch_proxy_mode(std::function<void(bool is_proxy)> changed);
+
 // ---- Bounds -------------------------------------------------------------------------------------
 
 // How much the core keeps, so that what one port sends can neither fill the memory nor slow down
@@ -97,6 +105,20 @@ struct Membership {
 // are reported anew until then. Other ports are left alone, and so is a number that is no user
 // port.
 void link_down(std::uint32_t port);
+// A group that proxy mode reports upstream, or whose end is still being reported.
+struct UpstreamGroup {
+    Family family = Family::kIpv4;
+    std::uint16_t vlan = 0;
+    Address group{};
+    bool exclude = false;
+    std::vector<Address> sources;          // sorted
+    std::uint8_t version = 0;              // in which the router of the VLAN is spoken to
+    std::uint8_t reports_left = 0;         // so often is the last change still to be repeated
+    std::optional<std::uint64_t> answers;  // when a query is answered; nothing when none waits
+};
+
+// All of them, sorted by family, VLAN and group.
+[[nodiscard]] std::vector<UpstreamGroup> upstream_groups();
 
 // What an entry of the switch is for.
 struct EntryOwner {
@@ -198,6 +220,8 @@ enum class Sent : std::uint8_t {
     kMldGroupQuery,
     kIgmpSourceQuery,
     kMldSourceQuery,
+    kMldReport,
+    kMldDone,
     kMldGeneralQuery,
     kIgmpRelayed,  // a host's report or leave, to a router port
     kMldRelayed,

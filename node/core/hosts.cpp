@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "node/core/address.h"
 #include "node/core/bounds.h"
 #include "node/core/upstream.h"
 
@@ -271,9 +270,7 @@ Hosts::iterator add_host(const Books& books, const Address& address) {
 }  // namespace
 
 Books books_of(const GroupKey& key, Group& group) {
-    const bool is_igmp = key.family == Family::kIpv4;
-    return {group, *find_port(key.port),
-            is_igmp ? find_upstream(key.vlan, to_ipv4(key.group)) : nullptr};
+    return {group, *find_port(key.port), find_upstream(upstream_key(key))};
 }
 
 bool joins(const Record& record) {

@@ -15,7 +15,7 @@ namespace devcore {
 struct Books {
     Group& group;
     Port& port;
-    Upstream* upstream;  // null but for IGMP in proxy mode
+    Upstream* upstream;  // null but in proxy mode
 };
 
 [[nodiscard]] Books books_of(const GroupKey& key, Group& group);

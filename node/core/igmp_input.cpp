@@ -30,7 +30,6 @@
 #include "node/core/message.h"
 #include "node/core/relay.h"
 #include "node/core/router_input.h"
-#include "node/core/upstream.h"
 
 namespace devcore {
 namespace {
@@ -38,7 +37,6 @@ namespace {
 constexpr std::size_t kShortestIpHeader = 20;
 constexpr std::size_t kShortestMessage = 8;
 constexpr std::size_t kTerminationLength = 4;  // of a router, the shortest of all (RFC 4286)
-constexpr std::size_t kShortestV3Query = 12;
 constexpr std::uint8_t kProtocolIgmp = 2;
 constexpr std::uint16_t kFragmentMask = 0x3FFF;  // more fragments, and the offset
 
@@ -91,25 +89,23 @@ std::uint8_t version_of(Received report) {
 std::optional<Drop> take_query(const Packet& packet) {
     constexpr std::uint64_t kTenth = kSecond / 10;
     constexpr std::uint32_t kV1Tenths = 100;
-    constexpr std::size_t kSourceCountAt = 10;
+    constexpr std::size_t kGroupAt = 4;
     const auto message = packet.message;
-    if (!find_port(packet.place.port)->is_uplink) return take_user_query(packet);
 
-    UpstreamQuery query{packet.vlan(), mc::load_be32(&message[4]), {}, 0};
+    RouterQuery query;
+    query.link = {Family::kIpv4, packet.vlan()};
+    query.group = load_address(Family::kIpv4, &message[4]);
+    query.version = message[1] == 0 ? 1 : 2;
     std::uint32_t tenths = message[1] == 0 ? kV1Tenths : message[1];
     if (message.size() > kShortestMessage) {
-        if (message.size() < kShortestV3Query) return Drop::kTruncated;
-        const std::size_t sources = mc::load_be16(&message[kSourceCountAt]);
-        if (kShortestV3Query + sources * 4 > message.size()) return Drop::kTruncated;
-        for (std::size_t i = 0; i < sources; ++i) {
-            query.sources.push_back(
-                load_address(Family::kIpv4, &message[kShortestV3Query + i * 4]));
+        if (!read_newest_query(Family::kIpv4, message.subspan(kGroupAt), query)) {
+            return Drop::kTruncated;
         }
+        query.version = 3;
         tenths = decode_time(message[1]);
     }
     query.response_us = tenths * kTenth;
-    if (core().settings.mode == Mode::kProxy) answer_query(query);
-    return std::nullopt;
+    return take_router_query(packet, query);
 }
 
 std::optional<Drop> take_report_or_leave(const Packet& packet, Received kind) {

@@ -6,6 +6,8 @@
 #include "common/bytes.h"
 #include "node/core/address.h"
 #include "node/core/group_records.h"
+#include "node/core/host_answers.h"
+#include "node/core/message.h"
 
 namespace devcore {
 namespace {
@@ -57,6 +59,29 @@ std::optional<Drop> refuse_place(const Packet& packet) {
     if (find_port(packet.place.port)->is_uplink) return Drop::kReportFromUplink;
     if (!is_known_vlan(packet)) return Drop::kUnknownVlan;
     return std::nullopt;
+}
+
+bool read_newest_query(Family family, std::span<const std::uint8_t> from_group,
+                       RouterQuery& query) {
+    constexpr std::uint8_t kRobustnessMask = 7;
+    constexpr std::size_t kFixed = 4;  // between the group and the sources
+    const std::size_t address = address_length(family);
+    if (from_group.size() < address + kFixed) return false;
+    const auto rest = from_group.subspan(address);
+    const std::size_t sources = mc::load_be16(&rest[2]);
+    if (rest.size() < kFixed + sources * address) return false;
+    query.robustness = rest[0] & kRobustnessMask;
+    query.query_interval = decode_time(rest[1]);
+    for (std::size_t i = 0; i < sources; ++i) {
+        query.sources.push_back(load_address(family, rest.data() + kFixed + i * address));
+    }
+    return true;
+}
+
+void take_query_upstream(const RouterQuery& query) {
+    if (!is_proxy(query.link.family)) return;
+    learn_router(query);
+    answer_query(query);
 }
 
 void take_older_message(const Packet& packet, std::uint8_t version, RecordType type,

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "node/core/membership.h"
+#include "node/core/router_version.h"
 
 namespace devcore {
 
@@ -29,6 +30,15 @@ struct Packet {
 
 // Whether the VLAN of a packet is the default or listed.
 [[nodiscard]] bool is_served_vlan(const Packet& packet);
+
+// Reads what queries have in IGMPv3 and MLDv2 only; false when it does not fit. They are the same
+// from the group on:
+//
+//   group      +0  switches and QRV      +1  QQIC      +2  number of sources      sources
+[[nodiscard]] bool read_newest_query(Family family, std::span<const std::uint8_t> from_group,
+                                     RouterQuery& query);
+// Hands a query to the host side, if there is one.
+void take_query_upstream(const RouterQuery& query);
 
 // Hands a report of an older version to the engine, as the record that means the same.
 void take_older_message(const Packet& packet, std::uint8_t version, RecordType type,

@@ -117,10 +117,10 @@ Group& add_group(const GroupKey& key) {
         group.bandwidth = imputed_bandwidth(port, key.vlan, to_ipv4(key.group));
         port.bandwidth += group.bandwidth;
         ++port.groups;
-        upstream_joined(key.vlan, to_ipv4(key.group));
     } else {
         ++port.mld_groups;
     }
+    upstream_joined(key);
     trace(Trace::kMemberships, place_of(key), [&] { return group_text(key) + " joined"; });
     note_programmed(key, group, programmed);
     return group;
@@ -137,15 +137,15 @@ void remove_group(const GroupKey& key, const char* why) {
     if (key.family == Family::kIpv4) {
         books.port.bandwidth -= found->second.bandwidth;
         --books.port.groups;
-        upstream_left(key.vlan, to_ipv4(key.group));
     } else {
         --books.port.mld_groups;
     }
+    upstream_left(key);
     // Gone before a call-back can look.
     core().groups.erase(found);
     trace(Trace::kMemberships, place_of(key), [&] { return group_text(key) + " " + why; });
     if (programmed) unprogram(key);
-    if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
+    upstream_changed(key);
 }
 
 bool is_over(const Group& group) { return group.hosts.empty() && !group.last_members; }
@@ -153,7 +153,7 @@ bool is_over(const Group& group) { return group.hosts.empty() && !group.last_mem
 // The hosts want something else together, perhaps.
 void refresh(const GroupKey& key, Group& group) {
     arm_ageing(key, group);
-    if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
+    upstream_changed(key);
 }
 
 template <class IsAged>

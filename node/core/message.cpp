@@ -4,55 +4,17 @@
 #include <bit>
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/source_address.h"
+#include "node/core/trace.h"
 
 namespace devcore {
 namespace {
 
-constexpr std::size_t kIgmpChecksumAt = 2;
-
-// ---- Reports of version 3 -----------------------------------------------------------------------
-
-constexpr std::size_t kRecordHeader = 8;
-constexpr std::size_t kLongestBody = 1400;
-constexpr std::size_t kMostSources = (kLongestBody - kRecordHeader) / 4;
-
-bool excludes(RecordType type) {
-    return type == RecordType::kIsExclude || type == RecordType::kToExclude;
-}
-
-// Records that are too long are split, or cut when they exclude (RFC 3376, 4.2.16).
-std::vector<Record> in_pieces(const std::vector<Record>& records) {
-    std::vector<Record> pieces;
-    for (const Record& record : records) {
-        std::size_t at = 0;
-        do {
-            const std::size_t count = std::min(record.sources.size() - at, kMostSources);
-            const auto first = record.sources.begin() + static_cast<std::ptrdiff_t>(at);
-            pieces.push_back(
-                {record.type, record.group, {first, first + static_cast<std::ptrdiff_t>(count)}});
-            at += count;
-        } while (at < record.sources.size() && !excludes(record.type));
-    }
-    return pieces;
-}
-
-void append_record(Bytes& body, const Record& record) {
-    body.push_back(static_cast<std::uint8_t>(record.type));
-    body.push_back(0);  // no auxiliary data
-    append16(body, static_cast<std::uint32_t>(record.sources.size()));
-    append32(body, to_ipv4(record.group));
-    for (const Address& source : record.sources) append32(body, to_ipv4(source));
-}
-
-Bytes v3_report(const Bytes& body, std::uint32_t count) {
-    Bytes message{static_cast<std::uint8_t>(IgmpType::kV3Report), 0, 0, 0, 0, 0};
-    append16(message, count);
-    append(message, body);
-    return with_igmp_checksum(message);
-}
+constexpr std::size_t kChecksumAt = 2;  // of both families
 
 // ---- Packets ------------------------------------------------------------------------------------
 
@@ -79,7 +41,7 @@ void append(Bytes& bytes, std::span<const std::uint8_t> more) {
 }
 
 Bytes with_igmp_checksum(Bytes message) {
-    mc::store_be16(message.data() + kIgmpChecksumAt, internet_checksum(message));
+    mc::store_be16(message.data() + kChecksumAt, internet_checksum(message));
     return message;
 }
 
@@ -102,30 +64,6 @@ std::uint32_t decode_mld_time(std::uint16_t code) {
     return ((code & 0x0FFFU) + 0x1000U) << ((code >> 12 & 7) + 3);
 }
 
-Bytes igmp_message(IgmpType type, std::uint32_t group) {
-    Bytes message{static_cast<std::uint8_t>(type), 0, 0, 0};
-    append32(message, group);
-    return with_igmp_checksum(message);
-}
-
-std::vector<Bytes> igmp_v3_reports(const std::vector<Record>& records) {
-    std::vector<Bytes> reports;
-    Bytes body;
-    std::uint32_t count = 0;
-    for (const Record& record : in_pieces(records)) {
-        const std::size_t length = kRecordHeader + record.sources.size() * 4;
-        if (body.size() + length > kLongestBody) {
-            reports.push_back(v3_report(body, count));
-            body.clear();
-            count = 0;
-        }
-        append_record(body, record);
-        ++count;
-    }
-    if (count > 0) reports.push_back(v3_report(body, count));
-    return reports;
-}
-
 Bytes ipv4_packet(std::uint32_t source, std::uint32_t destination, const Bytes& message) {
     Bytes packet{0x46, 0xC0, 0, 0,   // version and length, TOS of network control, total length
                  0,    0,    0, 0,   // no identification, not a fragment
@@ -143,7 +81,6 @@ Bytes ipv4_packet(std::uint32_t source, std::uint32_t destination, const Bytes& 
 Bytes ipv6_packet(const Address& source, const Address& destination, Bytes message) {
     constexpr std::size_t kIpv6Header = 40;
     constexpr std::size_t kHopByHop = 8;
-    constexpr std::size_t kChecksumAt = 2;
     mc::store_be16(message.data() + kChecksumAt, 0);
     mc::store_be16(message.data() + kChecksumAt,
                    icmpv6_checksum(source.data(), destination.data(), message));
@@ -177,6 +114,14 @@ void send_packet(const Place& place, Sent kind, std::uint8_t priority, Bytes pac
     } else {
         call.mld_send(packet.data(), port, &tag, length);
     }
+}
+
+Bytes mld_packet(const Address& destination, Bytes message) {
+    return ipv6_packet(mld_source(), destination, std::move(message));
+}
+
+void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet) {
+    send_packet({Family::kIpv6, port, vid}, kind, 0, std::move(packet));
 }
 
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,

@@ -1,4 +1,5 @@
-// The messages that the core sends: their bytes, and the way out through the call-backs.
+// What the core sends: its queries, the packets around all messages, and the way out through the
+// call-backs. The reports are in report_message.h.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "node/core/checksum.h"
+#include "node/core/development_core.h"
 #include "node/core/membership.h"
 #include "node/core/state.h"
 
@@ -47,10 +49,6 @@ enum class IgmpType : std::uint8_t {
 };
 
 [[nodiscard]] Bytes with_igmp_checksum(Bytes message);
-// The 8 bytes of versions 1 and 2.
-[[nodiscard]] Bytes igmp_message(IgmpType type, std::uint32_t group);
-// As many reports as it takes to keep packets well below an Ethernet frame.
-[[nodiscard]] std::vector<Bytes> igmp_v3_reports(const std::vector<Record>& records);
 
 struct SendTag {
     std::uint16_t vid;
@@ -60,5 +58,12 @@ struct SendTag {
 // From the proxy address.
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message);
+
+// ---- MLD ----------------------------------------------------------------------------------------
+
+// The whole packet around an ICMPv6 message: IPv6 and hop-by-hop header with router alert, from the
+// core's link-local address; puts in the checksum.
+[[nodiscard]] Bytes mld_packet(const Address& destination, Bytes message);
+void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet);
 
 }  // namespace devcore

@@ -106,10 +106,27 @@ std::optional<Received> kind_of(std::uint8_t type) {
     }
 }
 
-// Queries of the uplink are forwarded by the library; the core has no use for them.
+// The version of a query follows from its length (RFC 3810, 8.1).
 std::optional<Drop> take_query(const Packet& packet) {
-    if (!find_port(packet.place.port)->is_uplink) return take_user_query(packet);
-    return std::nullopt;
+    constexpr std::uint64_t kMillisecond = kSecond / 1000;
+    constexpr std::size_t kResponseTimeAt = 4;
+    const auto message = packet.message;
+    if (message.size() < kOlderMessage) return Drop::kTruncated;
+
+    RouterQuery query;
+    query.link = {Family::kIpv6, packet.vlan()};
+    query.group = load_address(Family::kIpv6, &message[kGroupAt]);
+    query.version = 1;
+    std::uint32_t milliseconds = mc::load_be16(&message[kResponseTimeAt]);
+    if (message.size() > kOlderMessage) {
+        if (!read_newest_query(Family::kIpv6, message.subspan(kGroupAt), query)) {
+            return Drop::kTruncated;
+        }
+        query.version = 2;
+        milliseconds = decode_mld_time(static_cast<std::uint16_t>(milliseconds));
+    }
+    query.response_us = milliseconds * kMillisecond;
+    return take_router_query(packet, query);
 }
 
 std::optional<Drop> take_report_or_done(const Packet& packet, Received kind) {

@@ -45,7 +45,7 @@ std::set<std::uint16_t> queried_vlans(Family family, const Port& port) {
 void ask(Family family, const Port& port, const std::set<std::uint16_t>& vlans) {
     for (const std::uint16_t vlan : vlans) {
         const Place segment{family, port.number, vlan};
-        if (!is_querier(family) || !is_outvoted(segment)) send_general_query(segment);
+        if (!is_proxy(family) || !is_outvoted(segment)) send_general_query(segment);
     }
 }
 
@@ -84,7 +84,7 @@ void ask_at_startup(Family family) {
     core().timers.stop(timer);
     timer = core().timers.start(core().now_us, {"startup query", all_user_ports, [family] {
                                                     round_of(family).startup_timer.reset();
-                                                    if (!is_querier(family)) ask_all_ports(family);
+                                                    if (!is_proxy(family)) ask_all_ports(family);
                                                 }});
 }
 
@@ -117,12 +117,12 @@ void stop_general_queries(Family family) {
 
 void restart_general_queries() {
     for (const Family family : kFamilies) {
-        if (is_querier(family)) await_round(family);
+        if (is_proxy(family)) await_round(family);
     }
 }
 
 void repeat_general_query(Family family) {
-    if (!is_querier(family)) return;
+    if (!is_proxy(family)) return;
     ask_all_ports(family);
     await_round(family);
 }
@@ -130,7 +130,7 @@ void repeat_general_query(Family family) {
 // From then on it is asked with the others.
 void take_over(const Place& segment) {
     const Port& port = *find_port(segment.port);
-    if (!is_querier(segment.family) || !is_asked(segment.family, port)) return;
+    if (!is_proxy(segment.family) || !is_asked(segment.family, port)) return;
     send_general_query(segment);
 }
 

@@ -62,7 +62,7 @@ Bytes mld_query(const Query& query) {
 }
 
 Address query_source(Family family, bool is_general) {
-    if (!is_general || is_querier(family)) return querier_address(family);
+    if (!is_general || is_proxy(family)) return querier_address(family);
     return family == Family::kIpv4 ? Address{} : kHighestLinkLocal;
 }
 

@@ -8,11 +8,14 @@
 // A membership lives in a VLAN that is the default or is on the list, and ends with it. With VLAN
 // learning, a report puts its VLAN on the list.
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "node/core/address.h"
 #include "node/core/admission.h"
 #include "node/core/membership.h"
 #include "node/core/querier.h"
+#include "node/core/router_version.h"
 #include "node/core/routers.h"
 #include "node/core/state.h"
 #include "node/core/upstream.h"
@@ -63,7 +66,18 @@ void drop_lost_vlans() {
         [](const devcore::RouterKey& key) { return is_lost(key.family, key.vlan); });
 }
 
+// Not part of the core: it stays when the core begins anew.
+std::function<void(bool)>& proxy_watch() {
+    static auto* const watch = new std::function<void(bool)>;
+    return *watch;
+}
+
 }  // namespace
+
+void devcore::watch_proxy_mode(std::function<void(bool)> changed) {
+    const Lock lock;
+    proxy_watch() = std::move(changed);
+}
 
 // ---- Mode, version and times --------------------------------------------------------------------
 
@@ -72,24 +86,25 @@ int32_t igmp_mode_switch_globle(uint32_t mode) {
     if (mode < 1 || mode > 3) return kRefused;
     const auto wanted = static_cast<Mode>(mode);
     if (wanted == settings().mode) return kDone;
+    const bool was_proxy = settings().mode == Mode::kProxy;
     settings().mode = wanted;
     devcore::stop_general_queries(Family::kIpv4);
-    devcore::stop_general_queries(Family::kIpv6);
-    devcore::stop_upstream();
+    devcore::stop_upstream(Family::kIpv4);
     if (wanted == Mode::kProxy) {
-        devcore::start_upstream();
+        devcore::start_upstream(Family::kIpv4);
         devcore::start_general_queries(Family::kIpv4);
-        devcore::start_general_queries(Family::kIpv6);
     }
+    const bool is_proxy = wanted == Mode::kProxy;
+    if (is_proxy != was_proxy && proxy_watch()) proxy_watch()(is_proxy);
     return kDone;
 }
 
 int32_t igmp_version_globle_set(uint8_t version) {
     const Lock lock;
     if (version < 1 || version > 3) return kRefused;
-    const bool is_new = version != settings().version;
-    settings().version = version;
-    if (is_new) devcore::repeat_general_query(Family::kIpv4);
+    const std::uint8_t before = std::exchange(settings().version, version);
+    devcore::host_version_was_set(before);
+    if (before != version) devcore::repeat_general_query(Family::kIpv4);
     return kDone;
 }
 
@@ -243,11 +258,19 @@ int32_t igmp_del_all_group(void) {
     return kDone;
 }
 
-// Both modes learn alike; the library forwards what is to be forwarded.
+// All modes learn alike. The library forwards in the modes 2 and 3; in mode 1, proxy, it hands all
+// frames to the core and forwards none.
 int32_t mld_proxy_snoop_set_globle(uint16_t mode) {
     const Lock lock;
-    if (mode != 2 && mode != 3) return kRefused;
+    if (mode < 1 || mode > 3) return kRefused;
+    if (mode == settings().mld_mode) return kDone;
     settings().mld_mode = mode;
+    devcore::stop_general_queries(Family::kIpv6);
+    devcore::stop_upstream(Family::kIpv6);
+    if (mode == devcore::kMldProxy) {
+        devcore::start_upstream(Family::kIpv6);
+        devcore::start_general_queries(Family::kIpv6);
+    }
     return kDone;
 }
 

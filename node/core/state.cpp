@@ -6,7 +6,9 @@
 #include <utility>
 
 #include "node/core/membership.h"
+#include "node/core/querier.h"
 #include "node/core/routers.h"
+#include "node/core/upstream.h"
 
 namespace devcore {
 namespace {
@@ -95,17 +97,21 @@ using devcore::Core;
 using devcore::Lock;
 using devcore::Port;
 
-// All but the clock begins anew; the switch is taken to be empty as well.
+// All but the clock and the random numbers begins anew; the switch is taken to be empty as well.
 int32_t igmp_data_init(void) {
     const Lock lock;
     const std::uint64_t now = devcore::core().now_us;
+    const std::uint64_t chance = devcore::core().chance;
     devcore::reset();
     devcore::core().now_us = now;
+    devcore::core().chance = chance;
     return 0;
 }
 
 int32_t mld_data_init(void) {
     const Lock lock;
+    devcore::stop_general_queries(devcore::Family::kIpv6);
+    devcore::stop_upstream(devcore::Family::kIpv6);
     devcore::forget_mld_groups();
     devcore::forget_routers_if(
         [](const devcore::RouterKey& key) { return key.family == devcore::Family::kIpv6; });

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "node/core/chance.h"
 #include "node/core/control_list.h"
 #include "node/core/development_core.h"
 #include "node/core/tally.h"
@@ -138,6 +139,9 @@ struct Group {
 
 enum class Mode : std::uint8_t { kSnooping = 1, kProxy = 2, kControl = 3 };
 
+// Of mld_proxy_snoop_set_globle; 2 is snooping and 3 control.
+constexpr std::uint16_t kMldProxy = 1;
+
 struct AgeSwitch {
     bool on = true;
     std::uint64_t since_us = 0;  // nothing ages for the time before
@@ -186,14 +190,35 @@ struct CallBacks {
     MldTableChange mld_remove = nullptr;
 };
 
-// A group in proxy mode: what the hosts of all ports want, and what was reported of it. Sources are
-// noted when their votes change, so that a report takes no walk over the others.
+// ---- Host side, of a family in proxy mode -------------------------------------------------------
+
+// Where the network's router of a family is a host's router to the core: in a VLAN of the uplink.
+struct RouterLink {
+    Family family;
+    std::uint16_t vlan;
+
+    auto operator<=>(const RouterLink&) const = default;
+};
+
+struct UpstreamKey {
+    RouterLink link;
+    Address group;
+
+    auto operator<=>(const UpstreamKey&) const = default;
+};
+
+[[nodiscard]] inline UpstreamKey upstream_key(const GroupKey& key) {
+    return {{key.family, key.vlan}, key.group};
+}
+
+// A group: what the hosts of all ports want, and what was reported of it. Sources are noted when
+// their votes change, so that a report takes no walk over the others.
 struct Upstream {
     std::uint32_t members = 0;  // ports
     Tally tally;
     std::set<std::pair<std::int32_t, Address>> unwanted;  // by how many hosts exclude each of the
                                                           // sources that none includes
-    std::set<Address> changed;                            // since the last report
+    std::vector<Address> changed;                         // since the last report
     std::int32_t excluding = 0;                           // hosts, at the last report
     bool is_reported = false;
     Filter reported;
@@ -216,6 +241,35 @@ struct QueryRound {
     std::optional<Timers::Id> timer;          // in proxy mode only
     std::uint32_t startup_left = 0;           // of the burst, the one that is due included
     std::optional<Timers::Id> startup_timer;  // of the node itself
+};
+
+struct SourceToRepeat {
+    Address source;
+    std::uint8_t times;
+};
+
+// How often the news of a group are still to be repeated: that the filter mode is another one, or
+// that the group was joined in an older version, and which sources are listed anew or no more.
+struct ChangeToRepeat {
+    std::uint8_t filter_mode = 0;
+    std::vector<SourceToRepeat> sources;  // sorted; none with 0 times
+};
+
+// What a query of a group is still to be told.
+struct AnswerDue {
+    std::optional<Timers::Id> timer;
+    std::vector<Address> sources;  // asked for, sorted; none: all of the group
+};
+
+constexpr std::size_t kOlderVersions = 2;  // IGMP has two, MLD one
+
+// What queries have shown of a router, and what it is still to be told of all groups.
+struct Router {
+    std::uint8_t robustness = 0;       // 0: not known
+    std::uint32_t query_interval = 0;  // in seconds; 0: not known
+    std::array<std::optional<Timers::Id>, kOlderVersions> older_present;  // of version 1, of 2
+    std::optional<Timers::Id> repeat_timer;
+    std::optional<Timers::Id> answer_timer;  // to a general query
 };
 
 constexpr std::uint16_t kNoTracedPort = 65534;
@@ -244,9 +298,13 @@ struct Core {
     Settings settings;
     std::array<Port, kPorts> ports;
     std::map<GroupKey, Group> groups;
-    std::map<VlanGroup, Upstream> upstream;  // in proxy mode only
+    std::map<UpstreamKey, Upstream> upstream;
+    std::map<RouterLink, Router> routers;
+    std::map<UpstreamKey, ChangeToRepeat> changes_to_repeat;
+    std::map<UpstreamKey, AnswerDue> answers_due;
     std::array<QueryRound, 2> query_rounds;  // of IGMP and MLD
     UserRouters user_routers;                // behind user ports
+    std::uint64_t chance = kFixedSeed;
     std::optional<OamControl> last_oam_control;
     CallBacks call_backs;
     Counters counters;
@@ -270,9 +328,10 @@ class Lock {
 // The same, for declared ports only.
 [[nodiscard]] Port* find_declared_port(std::uint32_t number);
 
-// Whether it is the core that asks the hosts, where no other router does.
-[[nodiscard]] inline bool is_querier(Family /*family*/) {
-    return core().settings.mode == Mode::kProxy;
+// Whether the core is the hosts' router, and the network's host in their place.
+[[nodiscard]] inline bool is_proxy(Family family) {
+    const Settings& settings = core().settings;
+    return family == Family::kIpv4 ? settings.mode == Mode::kProxy : settings.mld_mode == kMldProxy;
 }
 
 [[nodiscard]] inline std::uint16_t default_vid(Family family) {

@@ -1,7 +1,9 @@
 #include "node/report/core_report.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <optional>
 
 #include "node/report/json.h"
 #include "node/report/table.h"
@@ -10,22 +12,41 @@
 namespace report {
 namespace {
 
-const char* protocol(devcore::Family family) {
-    return family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
+// Below, a row is a membership, a router or a group upstream.
+template <class Row>
+const char* protocol(const Row& row) {
+    return row.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
 }
 
-std::string version_text(const devcore::Membership& member) {
-    return protocol(member.family) + ("v" + std::to_string(member.version));
+template <class Row>
+std::string version_text(const Row& row) {
+    return protocol(row) + ("v" + std::to_string(row.version));
 }
 
 // "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source.
-std::string filter_text(const devcore::Membership& member) {
+template <class Row>
+std::string filter_text(const Row& member) {
     std::string sources;
     for (const devcore::Address& source : member.sources) {
         if (!sources.empty()) sources += ", ";
         sources += devcore::text(member.family, source);
     }
     return (member.exclude ? "exclude {" : "include {") + sources + "}";
+}
+
+// Until the answer to a query; nothing when none waits.
+std::optional<double> answer_in_s(const CoreReport& core, const devcore::UpstreamGroup& group) {
+    if (!group.answers) return std::nullopt;
+    return seconds(*group.answers - std::min(core.now_us, *group.answers));
+}
+
+std::string pending_text(const CoreReport& core, const devcore::UpstreamGroup& group) {
+    std::string pending;
+    if (group.reports_left > 0) pending = number(group.reports_left) + " repeated";
+    if (const auto in_s = answer_in_s(core, group)) {
+        pending += (pending.empty() ? "answer in " : ", answer in ") + fixed(*in_s, 1) + " s";
+    }
+    return pending;
 }
 
 double age_s(const CoreReport& core, const devcore::Membership& member) {
@@ -76,7 +97,8 @@ Json json_of(const std::vector<Count>& counts) {
 }  // namespace
 
 CoreReport core_report(std::uint64_t now_us) {
-    return {devcore::counters(), devcore::memberships(), devcore::router_ports(), now_us};
+    return {devcore::counters(), devcore::memberships(), devcore::router_ports(),
+            devcore::upstream_groups(), now_us};
 }
 
 void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused) {
@@ -130,9 +152,23 @@ std::string router_ports_text(const CoreReport& core) {
                                  {"known by", Align::kLeft},
                                  {"left s"}});
     for (const devcore::RouterPort& router : core.router_ports) {
-        table.add({port_text(router.port), number(router.vlan), protocol(router.family),
+        table.add({port_text(router.port), number(router.vlan), protocol(router),
                    devcore::text(router.family, router.address), known_by(router),
                    fixed(seconds_left(core, router), 1)});
+    }
+    return table.text();
+}
+
+std::string upstream_text(const CoreReport& core) {
+    if (core.upstream.empty()) return "";
+    Table table("Upstream", {{"VLAN"},
+                             {"group", Align::kLeft},
+                             {"filter", Align::kLeft},
+                             {"router", Align::kLeft},
+                             {"pending", Align::kLeft}});
+    for (const devcore::UpstreamGroup& group : core.upstream) {
+        table.add({number(group.vlan), devcore::text(group.family, group.group), filter_text(group),
+                   version_text(group), pending_text(core, group)});
     }
     return table.text();
 }
@@ -164,7 +200,7 @@ Json memberships_json(const CoreReport& core) {
         rows.add(Json::object({{"port", member.port},
                                {"vlan", member.vlan},
                                {"group", devcore::text(member.family, member.group)},
-                               {"protocol", protocol(member.family)},
+                               {"protocol", protocol(member)},
                                {"version", member.version},
                                {"filter", member.exclude ? "exclude" : "include"},
                                {"sources", addresses_json(member.family, member.sources)},
@@ -180,10 +216,26 @@ Json router_ports_json(const CoreReport& core) {
     for (const devcore::RouterPort& router : core.router_ports) {
         rows.add(Json::object({{"port", router.port},
                                {"vlan", router.vlan},
-                               {"protocol", protocol(router.family)},
+                               {"protocol", protocol(router)},
                                {"address", devcore::text(router.family, router.address)},
                                {"known_by", known_by(router)},
                                {"left_s", seconds_left(core, router)}}));
+    }
+    return rows;
+}
+
+Json upstream_json(const CoreReport& core) {
+    Json rows = Json::array();
+    for (const devcore::UpstreamGroup& group : core.upstream) {
+        const auto in_s = answer_in_s(core, group);
+        rows.add(Json::object({{"vlan", group.vlan},
+                               {"group", devcore::text(group.family, group.group)},
+                               {"protocol", protocol(group)},
+                               {"router_version", group.version},
+                               {"filter", group.exclude ? "exclude" : "include"},
+                               {"sources", addresses_json(group.family, group.sources)},
+                               {"reports_left", group.reports_left},
+                               {"answer_in_s", in_s ? Json(*in_s) : Json()}}));
     }
     return rows;
 }

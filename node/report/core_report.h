@@ -17,6 +17,7 @@ struct CoreReport {
     devcore::Counters counters;
     std::vector<devcore::Membership> memberships;
     std::vector<devcore::RouterPort> router_ports;
+    std::vector<devcore::UpstreamGroup> upstream;
     std::uint64_t now_us;  // on the core's clock, for ages
 };
 
@@ -40,6 +41,8 @@ void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refuse
 [[nodiscard]] std::string drops_text(const std::vector<Count>& driver, const CoreReport& core);
 [[nodiscard]] std::string memberships_text(const CoreReport& core);
 [[nodiscard]] std::string router_ports_text(const CoreReport& core);
+// Groups that proxy mode reports; empty when there are none.
+[[nodiscard]] std::string upstream_text(const CoreReport& core);
 // "the core: 3 added, 0 failed, 1 taken away, 0 failed"
 [[nodiscard]] std::string entry_changes_text(const CoreReport& core);
 
@@ -47,5 +50,6 @@ void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refuse
 [[nodiscard]] Json drops_json(const std::vector<Count>& driver, const CoreReport& core);
 [[nodiscard]] Json memberships_json(const CoreReport& core);
 [[nodiscard]] Json router_ports_json(const CoreReport& core);
+[[nodiscard]] Json upstream_json(const CoreReport& core);
 
 }  // namespace report

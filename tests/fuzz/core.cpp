@@ -106,7 +106,7 @@ void check_sent_igmp(std::uint16_t port, std::span<const std::uint8_t> packet) {
     must(at == message.size(), "the records of a report sent");
 }
 
-void check_sent_mld(std::span<const std::uint8_t> packet) {
+void check_sent_mld(std::uint16_t port, std::span<const std::uint8_t> packet) {
     constexpr std::size_t kHeaders = 48;
     must(packet.size() >= kHeaders + 24 && packet[0] == 0x60, "an MLD packet sent");
     must(mc::load_be16(&packet[4]) + std::size_t{40} == packet.size(), "the length it claims");
@@ -115,6 +115,7 @@ void check_sent_mld(std::span<const std::uint8_t> packet) {
     const std::uint32_t addresses = fuzz::sum(packet.subspan(8, 32));
     must(fuzz::checksum(message, addresses + length + 58) == 0,
          "the checksum of an MLD message sent");
+    must((message[0] == 130) == (port != devcore::kCoreUplink), "where an MLD message is sent");
 }
 
 extern "C" {
@@ -139,8 +140,8 @@ void send_igmp(std::uint16_t port, std::uint8_t* packet, IgmpVlanTag* tag, std::
     ask();
 }
 
-void send_mld(std::uint8_t* packet, std::uint16_t /*port*/, void* /*tag*/, std::uint16_t length) {
-    check_sent_mld({packet, length});
+void send_mld(std::uint8_t* packet, std::uint16_t port, void* /*tag*/, std::uint16_t length) {
+    check_sent_mld(port, {packet, length});
     ask();
 }
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "node/core/address.h"
+#include "node/core/host_reports.h"
 #include "node/core/membership.h"
 #include "tests/fuzz/chances.h"
 
@@ -25,6 +26,7 @@ using devcore::Host;
 using devcore::Port;
 using devcore::Tally;
 using devcore::Upstream;
+using devcore::UpstreamKey;
 using devcore::VlanGroup;
 using devcore::Votes;
 
@@ -82,9 +84,9 @@ Filter merge(const Wishes& wishes) {
                           [&](const Address& each) { return !wish.sources.contains(each); });
         }
     }
-    if (!excluded) return {false, included};
+    if (!excluded) return {false, {included.begin(), included.end()}};
     std::erase_if(*excluded, [&](const Address& each) { return included.contains(each); });
-    return {true, *excluded};
+    return {true, {excluded->begin(), excluded->end()}};
 }
 
 bool equal(const Tally& a, const Tally& b) {
@@ -253,13 +255,49 @@ void check_port(const Port& port, const devcore::Bounds& most) {
 
 // ---- Upstream -----------------------------------------------------------------------------------
 
-std::map<VlanGroup, std::vector<const Group*>> members_upstream() {
-    std::map<VlanGroup, std::vector<const Group*>> members;
+std::map<UpstreamKey, std::vector<const Group*>> members_upstream() {
+    std::map<UpstreamKey, std::vector<const Group*>> members;
     for (const auto& [key, group] : core().groups) {
-        if (key.family != Family::kIpv4) continue;
-        members[{key.vlan, devcore::to_ipv4(key.group)}].push_back(&group);
+        if (devcore::is_proxy(key.family)) members[upstream_key(key)].push_back(&group);
     }
     return members;
+}
+
+bool runs(const std::optional<devcore::Timers::Id>& timer) {
+    return timer && core().timers.all().contains(*timer);
+}
+
+void check_routers() {
+    for (const auto& [link, router] : core().routers) {
+        must(devcore::is_proxy(link.family), "a router outside proxy mode");
+        for (const auto& timer : router.older_present) {
+            must(!timer || runs(timer), "the timer of an older querier");
+        }
+        must(!router.answer_timer || runs(router.answer_timer), "the timer of a general answer");
+        must(!router.repeat_timer || runs(router.repeat_timer), "the timer of repeated reports");
+    }
+}
+
+void check_repeated() {
+    for (const auto& [key, change] : core().changes_to_repeat) {
+        const auto router = core().routers.find(key.link);
+        must(router != core().routers.end() && runs(router->second.repeat_timer),
+             "a change that nobody will repeat");
+        must(devcore::reports_left(change) > 0, "a change that is repeated no more");
+        const devcore::SourceToRepeat* before = nullptr;
+        for (const devcore::SourceToRepeat& one : change.sources) {
+            must(one.times > 0, "a source that is repeated no more");
+            must(before == nullptr || before->source < one.source, "the order of sources repeated");
+            before = &one;
+        }
+    }
+}
+
+void check_answers() {
+    for (const auto& [key, answer] : core().answers_due) {
+        must(core().routers.contains(key.link) && runs(answer.timer), "an answer never given");
+        must(std::ranges::is_sorted(answer.sources), "the order of sources asked for");
+    }
 }
 
 void check_reported(const Upstream& upstream, const std::vector<const Group*>& members) {
@@ -284,11 +322,14 @@ void check_reported(const Upstream& upstream, const std::vector<const Group*>& m
 void check_upstream() {
     const bool is_proxy = core().settings.mode == devcore::Mode::kProxy;
     const auto members = members_upstream();
-    must(core().upstream.size() == (is_proxy ? members.size() : 0), "the groups upstream");
-    for (const auto& [place, upstream] : core().upstream) {
-        must(members.contains(place), "a group upstream that no port is in");
-        check_reported(upstream, members.at(place));
+    must(core().upstream.size() == members.size(), "the groups upstream");
+    for (const auto& [key, upstream] : core().upstream) {
+        must(members.contains(key), "a group upstream that no port is in");
+        check_reported(upstream, members.at(key));
     }
+    check_routers();
+    check_repeated();
+    check_answers();
 }
 
 // ---- Router side --------------------------------------------------------------------------------

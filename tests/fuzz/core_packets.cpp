@@ -141,9 +141,25 @@ Bytes igmp_message(std::uint32_t group) {
 
 // ---- MLD ----------------------------------------------------------------------------------------
 
+Bytes mld_query() {
+    Bytes message{130, 0, 0, 0, one_in(4) ? next_byte() : std::uint8_t{0}, next_byte(), 0, 0};
+    if (one_in(2)) {
+        append_group6(message);
+    } else {
+        message.resize(message.size() + 16);
+    }
+    if (one_in(2)) return message;
+    const std::uint32_t sources = some_count();
+    append16(message, 0x027D);
+    append16(message, one_in(64) ? some16() : sources);
+    append_sources(message, 16, sources);
+    return message;
+}
+
 Bytes mld_message() {
-    constexpr std::array<std::uint8_t, 5> kOfOneGroup{131, 132, 130, 151, 153};
+    constexpr std::array<std::uint8_t, 4> kOfOneGroup{131, 132, 151, 153};
     if (one_in(2)) return report(143, 16, append_group6);
+    if (one_in(3)) return mld_query();
     Bytes message{one_of(kOfOneGroup), 0, 0, 0, 0, 0, 0, 0};
     append_group6(message);
     return message;
