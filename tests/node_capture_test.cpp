@@ -210,13 +210,16 @@ class CaptureDriver : public ::testing::Test {
 // ---- Order and time ----
 
 TEST_F(CaptureDriver, MergesByStampThenPortTheUplinkLast) {
-    prepare({input(29, pcap_bytes({{kStart, igmp_frame(1)}, {kStart + 5, igmp_frame(2)}})),
-             input(4, pcap_bytes({{kStart, igmp_frame(3)}, {kStart + 9, igmp_frame(4)}})),
-             input(0, pcap_bytes({{kStart, igmp_frame(5)}, {kStart + 5, igmp_frame(6)}}))});
-    const std::vector<Received> expected{
-        {0, igmp_frame(5), kStart},      {4, igmp_frame(3), kStart},
-        {29, igmp_frame(1), kStart},     {0, igmp_frame(6), kStart + 5},
-        {29, igmp_frame(2), kStart + 5}, {4, igmp_frame(4), kStart + 9}};
+    prepare(
+        {input(29, pcap_bytes({{kStart, igmp_query_frame(1)}, {kStart + 5, igmp_query_frame(2)}})),
+         input(4, pcap_bytes({{kStart, igmp_frame(3)}, {kStart + 9, igmp_frame(4)}})),
+         input(0, pcap_bytes({{kStart, igmp_frame(5)}, {kStart + 5, igmp_frame(6)}}))});
+    const std::vector<Received> expected{{0, igmp_frame(5), kStart},
+                                         {4, igmp_frame(3), kStart},
+                                         {29, igmp_query_frame(1), kStart},
+                                         {0, igmp_frame(6), kStart + 5},
+                                         {29, igmp_query_frame(2), kStart + 5},
+                                         {4, igmp_frame(4), kStart + 9}};
     EXPECT_EQ(run(), expected);
 }
 

@@ -119,12 +119,6 @@ class RouterSide : public ::testing::TestWithParam<Family> {
         igmp_globle_proxyip_set(kProxyIp);
     }
 
-    /* Of both families. */
-    static void set_mode(Mode mode) {
-        igmp_mode_switch_globle(mode);
-        mld_proxy_snoop_set_globle(mode == kControl ? 3 : mode == kProxy ? 1 : 2);
-    }
-
     void settle() const {
         devcore::set_clock(now_);
         sent.clear();
@@ -137,6 +131,16 @@ class RouterSide : public ::testing::TestWithParam<Family> {
     void wait_seconds(std::uint64_t seconds) { wait(seconds * kSecond); }
 
     static bool is_igmp() { return GetParam() == Family::kIpv4; }
+
+    /* MLD has the same modes under other numbers. */
+    static void set_mode(Mode mode) {
+        constexpr std::uint16_t kMldModes[]{0, 2, 1, 3};
+        if (is_igmp()) {
+            igmp_mode_switch_globle(mode);
+        } else {
+            mld_proxy_snoop_set_globle(kMldModes[mode]);
+        }
+    }
 
     static std::int32_t receive(std::uint32_t port, Bytes packet, std::uint32_t vlan = kVlan) {
         packet.shrink_to_fit();

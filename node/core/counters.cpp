@@ -115,16 +115,16 @@ std::string_view name(Sent kind) {
             return "IGMP group-and-source query";
         case Sent::kMldSourceQuery:
             return "MLD group-and-source query";
+        case Sent::kMldReport:
+            return "MLD report";
+        case Sent::kMldDone:
+            return "MLD done";
         case Sent::kMldGeneralQuery:
             return "MLD general query";
         case Sent::kIgmpRelayed:
             return "IGMP report to a router port";
         case Sent::kMldRelayed:
             return "MLD report to a router port";
-        case Sent::kMldReport:
-            return "MLD report";
-        case Sent::kMldDone:
-            return "MLD done";
     }
     return "";
 }

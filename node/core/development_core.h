@@ -105,6 +105,7 @@ struct Membership {
 // are reported anew until then. Other ports are left alone, and so is a number that is no user
 // port.
 void link_down(std::uint32_t port);
+
 // A group that proxy mode reports upstream, or whose end is still being reported.
 struct UpstreamGroup {
     Family family = Family::kIpv4;

@@ -30,6 +30,7 @@
 #include "node/core/message.h"
 #include "node/core/relay.h"
 #include "node/core/router_input.h"
+#include "node/core/upstream.h"
 
 namespace devcore {
 namespace {
@@ -91,6 +92,7 @@ std::optional<Drop> take_query(const Packet& packet) {
     constexpr std::uint32_t kV1Tenths = 100;
     constexpr std::size_t kGroupAt = 4;
     const auto message = packet.message;
+    if (!find_port(packet.place.port)->is_uplink) return take_user_query(packet);
 
     RouterQuery query;
     query.link = {Family::kIpv4, packet.vlan()};
@@ -105,7 +107,8 @@ std::optional<Drop> take_query(const Packet& packet) {
         tenths = decode_time(message[1]);
     }
     query.response_us = tenths * kTenth;
-    return take_router_query(packet, query);
+    take_query_upstream(query);
+    return std::nullopt;
 }
 
 std::optional<Drop> take_report_or_leave(const Packet& packet, Received kind) {

@@ -28,9 +28,6 @@ struct Packet {
 // Why a report is not taken from there; nothing when it is. An unknown VLAN may be learnt.
 [[nodiscard]] std::optional<Drop> refuse_place(const Packet& packet);
 
-// Whether the VLAN of a packet is the default or listed.
-[[nodiscard]] bool is_served_vlan(const Packet& packet);
-
 // Reads what queries have in IGMPv3 and MLDv2 only; false when it does not fit. They are the same
 // from the group on:
 //
@@ -39,6 +36,8 @@ struct Packet {
                                      RouterQuery& query);
 // Hands a query to the host side, if there is one.
 void take_query_upstream(const RouterQuery& query);
+// Whether the VLAN of a packet is the default or listed.
+[[nodiscard]] bool is_served_vlan(const Packet& packet);
 
 // Hands a report of an older version to the engine, as the record that means the same.
 void take_older_message(const Packet& packet, std::uint8_t version, RecordType type,

@@ -4,19 +4,15 @@
 #include <bit>
 #include <cstddef>
 #include <string>
-#include <utility>
 
 #include "common/bytes.h"
 #include "node/core/address.h"
-#include "node/core/source_address.h"
 #include "node/core/trace.h"
 
 namespace devcore {
 namespace {
 
 constexpr std::size_t kChecksumAt = 2;  // of both families
-
-// ---- Packets ------------------------------------------------------------------------------------
 
 constexpr std::size_t kIpv4Header = 24;  // with the router alert option
 constexpr std::size_t kIpv4LengthAt = 2;
@@ -114,14 +110,6 @@ void send_packet(const Place& place, Sent kind, std::uint8_t priority, Bytes pac
     } else {
         call.mld_send(packet.data(), port, &tag, length);
     }
-}
-
-Bytes mld_packet(const Address& destination, Bytes message) {
-    return ipv6_packet(mld_source(), destination, std::move(message));
-}
-
-void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet) {
-    send_packet({Family::kIpv6, port, vid}, kind, 0, std::move(packet));
 }
 
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,

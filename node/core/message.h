@@ -1,5 +1,5 @@
-// What the core sends: its queries, the packets around all messages, and the way out through the
-// call-backs. The reports are in report_message.h.
+// What the core sends: the packets around all messages, and the way out through the call-backs. The
+// messages are in query_message.h and report_message.h.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@
 
 #include "node/core/checksum.h"
 #include "node/core/development_core.h"
-#include "node/core/membership.h"
 #include "node/core/state.h"
+#include "node/core/trace.h"
 
 namespace devcore {
 
@@ -58,12 +58,5 @@ struct SendTag {
 // From the proxy address.
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message);
-
-// ---- MLD ----------------------------------------------------------------------------------------
-
-// The whole packet around an ICMPv6 message: IPv6 and hop-by-hop header with router alert, from the
-// core's link-local address; puts in the checksum.
-[[nodiscard]] Bytes mld_packet(const Address& destination, Bytes message);
-void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet);
 
 }  // namespace devcore

@@ -31,8 +31,9 @@ constexpr std::size_t kIpv6Header = 40;
 constexpr std::size_t kSourceAt = 8;
 constexpr std::size_t kDestinationAt = 24;
 constexpr std::size_t kGroupAt = 8;
-constexpr std::size_t kShortestMessage = 8;  // a report without records
-constexpr std::size_t kOlderMessage = 24;    // one group
+constexpr std::size_t kShortestMessage = 8;    // a report without records
+constexpr std::size_t kOlderMessage = 24;      // one group
+constexpr std::size_t kTerminationLength = 4;  // of a router, the shortest of all (RFC 4286)
 constexpr std::uint8_t kNextHopByHop = 0;
 constexpr std::uint8_t kNextIcmpv6 = 58;
 
@@ -64,7 +65,7 @@ std::optional<std::size_t> message_offset(std::span<const std::uint8_t> ip) {
         next = ip[at];
         at += (ip[at + 1] + std::size_t{1}) * 8;
     }
-    if (next != kNextIcmpv6 || at + kShortestMessage > ip.size()) return std::nullopt;
+    if (next != kNextIcmpv6 || at + kTerminationLength > ip.size()) return std::nullopt;
     return at;
 }
 
@@ -111,6 +112,7 @@ std::optional<Drop> take_query(const Packet& packet) {
     constexpr std::uint64_t kMillisecond = kSecond / 1000;
     constexpr std::size_t kResponseTimeAt = 4;
     const auto message = packet.message;
+    if (!find_port(packet.place.port)->is_uplink) return take_user_query(packet);
     if (message.size() < kOlderMessage) return Drop::kTruncated;
 
     RouterQuery query;
@@ -126,7 +128,8 @@ std::optional<Drop> take_query(const Packet& packet) {
         milliseconds = decode_mld_time(static_cast<std::uint16_t>(milliseconds));
     }
     query.response_us = milliseconds * kMillisecond;
-    return take_router_query(packet, query);
+    take_query_upstream(query);
+    return std::nullopt;
 }
 
 std::optional<Drop> take_report_or_done(const Packet& packet, Received kind) {
@@ -146,6 +149,7 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
     const std::optional<Received> kind = kind_of(packet.message[0]);
     const auto discovery = discovery_of(Family::kIpv6, packet.message[0]);
     if (!kind && !discovery) return Drop::kUnknownType;
+    if (kind && packet.message.size() < kShortestMessage) return Drop::kTruncated;
     if (const auto drop = disbelieve(ip, packet)) return drop;
     note_received(packet.place, kind.value_or(Received::kMldDiscovery), packet.source);
     if (discovery) return take_discovery(packet, *discovery);

@@ -1,5 +1,6 @@
 #include "node/core/querier.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <set>

@@ -5,7 +5,7 @@
 // RFC 3810, 9.6 and 9.7), and then one every query interval. In snooping and control mode the
 // network's querier serves the hosts, and the library forwards its queries; the core asks once
 // when the node starts, as the switch has just lost its entries, and when a link has come up
-// (RFC 4541, 2.1.1). Group queries after a leave (group_query.h) are sent in every mode.
+// (RFC 4541, 2.1.1). Queries about a group (group_query.h) are sent in every mode.
 #pragma once
 
 #include <cstdint>

@@ -6,7 +6,9 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/group_records.h"
 #include "node/core/message.h"
+#include "node/core/source_address.h"
 
 namespace devcore {
 namespace {
@@ -60,7 +62,8 @@ void send_up(const RouterLink& link, Sent kind, const Address& destination, Byte
         send_igmp(kind, kCoreUplink, uplink_tag(link.vlan), to_ipv4(destination),
                   with_igmp_checksum(std::move(message)));
     } else {
-        send_mld(kind, kCoreUplink, link.vlan, mld_packet(destination, std::move(message)));
+        send_packet({Family::kIpv6, kCoreUplink, link.vlan}, kind, 0,
+                    ipv6_packet(mld_source(), destination, std::move(message)));
     }
 }
 
@@ -70,16 +73,6 @@ void append_address(Bytes& bytes, Family family, const Address& address) {
 
 // ---- Records ------------------------------------------------------------------------------------
 
-// A report of records, the same in both families:
-//
-//   0  type      2  checksum      6  number of records      8  records
-//
-// A record:
-//
-//   0  type      1  no auxiliary data      2  number of sources      4  group, sources
-constexpr std::size_t kReportHeader = 8;
-constexpr std::size_t kRecordCountAt = 6;
-constexpr std::size_t kRecordHeader = 4;
 constexpr std::size_t kLongestBody = 1400;
 
 std::size_t record_length(Family family, std::size_t sources) {

@@ -1,4 +1,4 @@
-// What routers say: queries of both families, and Multicast Router Discovery
+// What routers behind user ports say: queries of both families, and Multicast Router Discovery
 // (RFC 4286), whose messages are IGMP and ICMPv6 messages too.
 #pragma once
 
@@ -9,8 +9,7 @@
 
 namespace devcore {
 
-// The host side answers those of the network; the others are of routers behind user ports.
-[[nodiscard]] std::optional<Drop> take_router_query(const Packet& packet, const RouterQuery& query);
+[[nodiscard]] std::optional<Drop> take_user_query(const Packet& packet);
 
 enum class Discovery : std::uint8_t { kAdvertisement, kSolicitation, kTermination };
 

@@ -5,21 +5,16 @@
 
 #include "node/core/host_answers.h"
 #include "node/core/host_reports.h"
+#include "node/core/membership.h"
 
 namespace devcore {
 namespace {
 
 constexpr std::uint8_t kDefaultRobustness = 2;        // RFC 3376, 8.1
 constexpr std::uint32_t kDefaultQueryInterval = 125;  // RFC 3376, 8.2
-constexpr std::uint8_t kNewestMld = 2;
-
-std::uint8_t newest_with_records(Family family) {
-    constexpr std::uint8_t kNewestIgmp = 3;
-    return family == Family::kIpv4 ? kNewestIgmp : kNewestMld;
-}
 
 std::uint8_t newest_spoken(Family family) {
-    return family == Family::kIpv4 ? core().settings.version : kNewestMld;
+    return family == Family::kIpv4 ? core().settings.version : newest_version(family);
 }
 
 std::uint8_t spoken_to(const Router& router, std::uint8_t newest) {
@@ -74,7 +69,7 @@ bool shows_older_router(const RouterQuery& query) {
 
 void learn_router(const RouterQuery& query) {
     Router& router = core().routers[query.link];
-    if (query.version < newest_with_records(query.link.family)) {
+    if (query.version < newest_version(query.link.family)) {
         if (shows_older_router(query)) see_older_router(query);
         return;
     }
@@ -90,7 +85,7 @@ std::uint8_t host_version(const RouterLink& link) {
 }
 
 bool speaks_records(const RouterLink& link) {
-    return host_version(link) == newest_with_records(link.family);
+    return host_version(link) == newest_version(link.family);
 }
 
 std::uint8_t host_robustness(const RouterLink& link) {

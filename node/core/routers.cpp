@@ -81,14 +81,14 @@ std::optional<Drop> hear(const RouterKey& key, std::uint64_t present_us) {
 
 // The other querier present interval (RFC 3376, 8.5; RFC 3810, 9.5), of what the other one says of
 // itself; where it says nothing, of the node's own values (RFC 3376, 4.1.6 and 4.1.7).
-std::uint64_t other_querier_present_us(const RouterQuery& query) {
+std::uint64_t other_querier_present_us(const HeardQuery& query) {
     const Settings& settings = core().settings;
     const std::uint64_t robustness = query.robustness != 0 ? query.robustness : settings.robustness;
     const std::uint64_t interval =
         query.query_interval != 0 ? query.query_interval : settings.query_interval;
     // What other queries leave for an answer is shorter, and no query response interval.
     const std::uint64_t response_us =
-        query.is_general() ? query.response_us : settings.query_max_resp_time * kSecond;
+        query.is_general ? query.response_us : settings.query_max_resp_time * kSecond;
     return robustness * interval * kSecond + response_us / 2;
 }
 
@@ -99,7 +99,7 @@ RouterKey key_of(const Place& place, RouterSign sign, const Address& address) {
 }  // namespace
 
 std::optional<Drop> hear_querier(const Place& place, const Address& address,
-                                 const RouterQuery& query) {
+                                 const HeardQuery& query) {
     // A switch that asks for itself, as this one does, and no router (RFC 4541, 2.1.1).
     if (address == Address{}) return std::nullopt;
     return hear(key_of(place, RouterSign::kQuery, address), other_querier_present_us(query));

@@ -12,15 +12,22 @@
 #include <functional>
 #include <optional>
 
-#include "node/core/router_version.h"
 #include "node/core/state.h"
 #include "node/core/trace.h"
 
 namespace devcore {
 
+// A query of a router; what an older version does not say is left out.
+struct HeardQuery {
+    bool is_general = false;
+    std::uint8_t robustness = 0;
+    std::uint32_t query_interval = 0;  // seconds
+    std::uint64_t response_us = 0;
+};
+
 // Nothing, or why the router is not taken in.
 [[nodiscard]] std::optional<Drop> hear_querier(const Place& place, const Address& address,
-                                               const RouterQuery& query);
+                                               const HeardQuery& query);
 [[nodiscard]] std::optional<Drop> hear_advertisement(const Place& place, const Address& address,
                                                      std::uint8_t interval_s);
 void hear_termination(const Place& place, const Address& address);

@@ -55,6 +55,16 @@ void switch_ageing(devcore::AgeSwitch& ageing, bool on) {
     devcore::rearm_ageing();
 }
 
+// In proxy mode the core is a host towards the network and the querier of the ports; in others
+// neither.
+void change_role(Family family) {
+    devcore::stop_general_queries(family);
+    devcore::stop_upstream(family);
+    if (!devcore::is_proxy(family)) return;
+    devcore::start_upstream(family);
+    devcore::start_general_queries(family);
+}
+
 bool is_lost(Family family, std::uint16_t vlan) {
     return vlan != devcore::default_vid(family) && !settings().vlans.contains(vlan);
 }
@@ -88,12 +98,7 @@ int32_t igmp_mode_switch_globle(uint32_t mode) {
     if (wanted == settings().mode) return kDone;
     const bool was_proxy = settings().mode == Mode::kProxy;
     settings().mode = wanted;
-    devcore::stop_general_queries(Family::kIpv4);
-    devcore::stop_upstream(Family::kIpv4);
-    if (wanted == Mode::kProxy) {
-        devcore::start_upstream(Family::kIpv4);
-        devcore::start_general_queries(Family::kIpv4);
-    }
+    change_role(Family::kIpv4);
     const bool is_proxy = wanted == Mode::kProxy;
     if (is_proxy != was_proxy && proxy_watch()) proxy_watch()(is_proxy);
     return kDone;
@@ -104,7 +109,7 @@ int32_t igmp_version_globle_set(uint8_t version) {
     if (version < 1 || version > 3) return kRefused;
     const std::uint8_t before = std::exchange(settings().version, version);
     devcore::host_version_was_set(before);
-    if (before != version) devcore::repeat_general_query(Family::kIpv4);
+    if (version != before) devcore::repeat_general_query(Family::kIpv4);
     return kDone;
 }
 
@@ -265,12 +270,7 @@ int32_t mld_proxy_snoop_set_globle(uint16_t mode) {
     if (mode < 1 || mode > 3) return kRefused;
     if (mode == settings().mld_mode) return kDone;
     settings().mld_mode = mode;
-    devcore::stop_general_queries(Family::kIpv6);
-    devcore::stop_upstream(Family::kIpv6);
-    if (mode == devcore::kMldProxy) {
-        devcore::start_upstream(Family::kIpv6);
-        devcore::start_general_queries(Family::kIpv6);
-    }
+    change_role(Family::kIpv6);
     return kDone;
 }
 

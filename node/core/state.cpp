@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "node/core/membership.h"
-#include "node/core/querier.h"
 #include "node/core/routers.h"
 #include "node/core/upstream.h"
 
@@ -110,7 +109,6 @@ int32_t igmp_data_init(void) {
 
 int32_t mld_data_init(void) {
     const Lock lock;
-    devcore::stop_general_queries(devcore::Family::kIpv6);
     devcore::stop_upstream(devcore::Family::kIpv6);
     devcore::forget_mld_groups();
     devcore::forget_routers_if(

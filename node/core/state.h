@@ -224,25 +224,6 @@ struct Upstream {
     Filter reported;
 };
 
-// How a router behind a user port is known.
-struct RouterKey {
-    std::uint32_t port;
-    std::uint16_t vlan;
-    Family family;
-    RouterSign sign;
-    Address address;
-
-    auto operator<=>(const RouterKey&) const = default;
-};
-using UserRouters = std::map<RouterKey, std::optional<Timers::Id>>;  // till when it is present
-
-// The general queries of a family.
-struct QueryRound {
-    std::optional<Timers::Id> timer;          // in proxy mode only
-    std::uint32_t startup_left = 0;           // of the burst, the one that is due included
-    std::optional<Timers::Id> startup_timer;  // of the node itself
-};
-
 struct SourceToRepeat {
     Address source;
     std::uint8_t times;
@@ -272,6 +253,25 @@ struct Router {
     std::optional<Timers::Id> answer_timer;  // to a general query
 };
 
+// How a router behind a user port is known.
+struct RouterKey {
+    std::uint32_t port;
+    std::uint16_t vlan;
+    Family family;
+    RouterSign sign;
+    Address address;
+
+    auto operator<=>(const RouterKey&) const = default;
+};
+using UserRouters = std::map<RouterKey, std::optional<Timers::Id>>;  // till when it is present
+
+// The general queries of a family.
+struct QueryRound {
+    std::optional<Timers::Id> timer;          // in proxy mode only
+    std::uint32_t startup_left = 0;           // of the burst, the one that is due included
+    std::optional<Timers::Id> startup_timer;  // of the node itself
+};
+
 constexpr std::uint16_t kNoTracedPort = 65534;
 
 // Which lines are printed; the kinds are the bits of Trace in trace.h.
@@ -298,13 +298,13 @@ struct Core {
     Settings settings;
     std::array<Port, kPorts> ports;
     std::map<GroupKey, Group> groups;
-    std::map<UpstreamKey, Upstream> upstream;
+    std::map<UpstreamKey, Upstream> upstream;  // in proxy mode only
     std::map<RouterLink, Router> routers;
     std::map<UpstreamKey, ChangeToRepeat> changes_to_repeat;
     std::map<UpstreamKey, AnswerDue> answers_due;
+    std::uint64_t chance = kFixedSeed;
     std::array<QueryRound, 2> query_rounds;  // of IGMP and MLD
     UserRouters user_routers;                // behind user ports
-    std::uint64_t chance = kFixedSeed;
     std::optional<OamControl> last_oam_control;
     CallBacks call_backs;
     Counters counters;

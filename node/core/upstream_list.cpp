@@ -38,6 +38,7 @@ std::vector<UpstreamGroup> upstream_groups() {
         if (find_upstream(key) == nullptr) rows.emplace(key, row_of(key, {}));
     }
     std::vector<UpstreamGroup> all;
+    all.reserve(rows.size());
     for (auto& [key, row] : rows) all.push_back(std::move(row));
     return all;
 }

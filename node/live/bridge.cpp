@@ -72,7 +72,7 @@ void Bridge::begin() {
     take_bridge(*bridge);
     entries_.take_back(true);
     look_at_ports();
-    ports_up_.clear();  // who is there from the beginning is asked when the core starts
+    link_changes_.clear();  // who is there from the beginning is asked when the core starts
     look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
@@ -221,7 +221,9 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     return std::nullopt;
 }
 
-std::vector<std::size_t> Bridge::take_ports_down() { return std::exchange(ports_down_, {}); }
+std::vector<Bridge::LinkChange> Bridge::take_link_changes() {
+    return std::exchange(link_changes_, {});
+}
 
 void Bridge::look_at_ports() {
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
@@ -240,12 +242,10 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     const PortState now = state_of(link);
     const int index = link ? link->index : 0;
     const bool is_another = index != port.index;  // made again, perhaps between two looks
-    // Under a new index it has been deleted and made again between two looks. Where it is the
-    // bridge that is gone, the hosts are still there, and so is what they want.
-    const bool was_up = port.state == PortState::kUp && bridge_.has_value();
-    if (port.is_user && was_up && (now != PortState::kUp || is_another)) {
-        ports_down_.push_back(slot);
-    }
+    const bool was_up = port.state == PortState::kUp;
+    const bool is_up = now == PortState::kUp;
+    // Where it is the bridge that is gone, the hosts are still there, and so is what they want.
+    if (was_up && bridge_ && (!is_up || is_another)) link_changes_.push_back({slot, false});
     if (is_another) {
         port.index = index;
         port.router_before.reset();
@@ -260,13 +260,9 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     }
     entries_.use_port(slot, is_in ? index : 0, port.called);
     if (now != port.state) say_state(port, now);
-    if (now == PortState::kUp && (is_another || port.state != PortState::kUp)) {
-        ports_up_.push_back(slot);
-    }
+    if (is_up && (is_another || !was_up)) link_changes_.push_back({slot, true});
     port.state = now;
 }
-
-std::vector<std::size_t> Bridge::take_ports_up() { return std::exchange(ports_up_, {}); }
 
 void Bridge::set_router_port(std::size_t slot, bool is_router) {
     Port* const port = port_at(slot);

@@ -43,12 +43,14 @@ class Bridge {
     // comes back with a time, it is to be called again after that.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
-    // Slots of the user ports that have lost their link since the last time it was asked, or were
-    // taken out of the bridge.
-    [[nodiscard]] std::vector<std::size_t> take_ports_down();
-
-    // Those that have got a link, or were put into the bridge.
-    [[nodiscard]] std::vector<std::size_t> take_ports_up();
+    // What has become of the links of ports since the last time it was asked, in that order. A port
+    // that was taken out of the bridge has lost its link; one that was made again between two looks
+    // has lost one and has another.
+    struct LinkChange {
+        std::size_t slot;
+        bool is_up;
+    };
+    [[nodiscard]] std::vector<LinkChange> take_link_changes();
 
     // A router is behind a port now, or is it no more: such a port gets every stream.
     void set_router_port(std::size_t slot, bool is_router);
@@ -107,8 +109,7 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
-    std::vector<std::size_t> ports_down_;        // not taken yet
-    std::vector<std::size_t> ports_up_;          // likewise
+    std::vector<LinkChange> link_changes_;       // not taken yet
     std::optional<Link> bridge_;                 // as it was at the last look
     std::optional<BridgeSettings> before_;       // of this bridge, to be given back
     std::string rules_;                          // in force

@@ -85,19 +85,19 @@ void LiveDriver::end() {
 
 std::optional<std::chrono::milliseconds> LiveDriver::look() {
     std::optional<std::chrono::milliseconds> again;
-    std::vector<std::size_t> down;
-    std::vector<std::size_t> up;
+    std::vector<Bridge::LinkChange> changes;
     {
         const std::lock_guard lock(mutex_);
         if (ended_) return std::nullopt;
         again = bridge_.look();
-        down = bridge_.take_ports_down();
-        up = bridge_.take_ports_up();
+        changes = bridge_.take_link_changes();
     }
-    // Without the mutex, for which the core asks in its turn.
-    if (!down.empty() || !up.empty()) now_();
-    for (const std::size_t slot : down) devcore::link_down(driver::port_of_slot(slot));
-    for (const std::size_t slot : up) devcore::link_up(driver::port_of_slot(slot));
+    // The core has queries to send and entries to end, for which it needs the mutex.
+    if (!changes.empty()) now_();
+    for (const auto& [slot, is_up] : changes) {
+        const std::uint8_t port = driver::port_of_slot(slot);
+        is_up ? devcore::link_up(port) : devcore::link_down(port);
+    }
     return again;
 }
 

@@ -128,9 +128,9 @@ std::string as_text(const Summary& summary) {
     const std::string upstream = report::upstream_text(summary.core);
     return ports_text(summary.report) + "\n" + report::messages_text(summary.core) + "\n" +
            report::drops_text(driver_drops(summary.report), summary.core) + "\n" +
-           report::memberships_text(summary.core) + "\n" + report::router_ports_text(summary.core) +
-           "\n" + upstream + (upstream.empty() ? "" : "\n") + entries_text(summary) + "\nRan for " +
-           report::fixed(summary.ran_s, 1) + " s\n";
+           report::memberships_text(summary.core) + "\n" + upstream +
+           (upstream.empty() ? "" : "\n") + report::router_ports_text(summary.core) + "\n" +
+           entries_text(summary) + "\nRan for " + report::fixed(summary.ran_s, 1) + " s\n";
 }
 
 std::string as_json(const Summary& summary) {
@@ -142,8 +142,8 @@ std::string as_json(const Summary& summary) {
         {"core", report::core_json(summary.core)},
         {"drops", report::drops_json(driver_drops(summary.report), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
-        {"router_ports", report::router_ports_json(summary.core)},
         {"upstream", report::upstream_json(summary.core)},
+        {"router_ports", report::router_ports_json(summary.core)},
     });
     return object.text();
 }

@@ -301,8 +301,8 @@ std::string as_text(const Summary& summary) {
         report::messages_text(summary.core),
         report::drops_text(driver_drops(counters), summary.core),
         report::memberships_text(summary.core),
-        report::router_ports_text(summary.core),
         report::upstream_text(summary.core),
+        report::router_ports_text(summary.core),
         switch_text(summary),
     };
     const bool on_console = summary.arguments.debug != 0 || summary.commands_run > 0;
@@ -329,8 +329,8 @@ std::string as_json(const Summary& summary) {
         {"core", report::core_json(summary.core)},
         {"drops", report::drops_json(driver_drops(counters), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
-        {"router_ports", report::router_ports_json(summary.core)},
         {"upstream", report::upstream_json(summary.core)},
+        {"router_ports", report::router_ports_json(summary.core)},
         {"switch", switch_json(summary)},
     });
     return object.text();

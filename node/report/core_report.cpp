@@ -12,7 +12,7 @@
 namespace report {
 namespace {
 
-// Below, a row is a membership, a router or a group upstream.
+// Below, a row is a membership or a group upstream.
 template <class Row>
 const char* protocol(const Row& row) {
     return row.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
@@ -97,8 +97,8 @@ Json json_of(const std::vector<Count>& counts) {
 }  // namespace
 
 CoreReport core_report(std::uint64_t now_us) {
-    return {devcore::counters(), devcore::memberships(), devcore::router_ports(),
-            devcore::upstream_groups(), now_us};
+    return {devcore::counters(), devcore::memberships(), devcore::upstream_groups(),
+            devcore::router_ports(), now_us};
 }
 
 void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused) {
@@ -144,6 +144,20 @@ std::string memberships_text(const CoreReport& core) {
     return table.text();
 }
 
+std::string upstream_text(const CoreReport& core) {
+    if (core.upstream.empty()) return "";
+    Table table("Upstream", {{"VLAN"},
+                             {"group", Align::kLeft},
+                             {"filter", Align::kLeft},
+                             {"router", Align::kLeft},
+                             {"pending", Align::kLeft}});
+    for (const devcore::UpstreamGroup& group : core.upstream) {
+        table.add({number(group.vlan), devcore::text(group.family, group.group), filter_text(group),
+                   version_text(group), pending_text(core, group)});
+    }
+    return table.text();
+}
+
 std::string router_ports_text(const CoreReport& core) {
     Table table("Router ports", {{"port", Align::kLeft},
                                  {"VLAN"},
@@ -155,20 +169,6 @@ std::string router_ports_text(const CoreReport& core) {
         table.add({port_text(router.port), number(router.vlan), protocol(router),
                    devcore::text(router.family, router.address), known_by(router),
                    fixed(seconds_left(core, router), 1)});
-    }
-    return table.text();
-}
-
-std::string upstream_text(const CoreReport& core) {
-    if (core.upstream.empty()) return "";
-    Table table("Upstream", {{"VLAN"},
-                             {"group", Align::kLeft},
-                             {"filter", Align::kLeft},
-                             {"router", Align::kLeft},
-                             {"pending", Align::kLeft}});
-    for (const devcore::UpstreamGroup& group : core.upstream) {
-        table.add({number(group.vlan), devcore::text(group.family, group.group), filter_text(group),
-                   version_text(group), pending_text(core, group)});
     }
     return table.text();
 }
@@ -211,19 +211,6 @@ Json memberships_json(const CoreReport& core) {
     return rows;
 }
 
-Json router_ports_json(const CoreReport& core) {
-    Json rows = Json::array();
-    for (const devcore::RouterPort& router : core.router_ports) {
-        rows.add(Json::object({{"port", router.port},
-                               {"vlan", router.vlan},
-                               {"protocol", protocol(router)},
-                               {"address", devcore::text(router.family, router.address)},
-                               {"known_by", known_by(router)},
-                               {"left_s", seconds_left(core, router)}}));
-    }
-    return rows;
-}
-
 Json upstream_json(const CoreReport& core) {
     Json rows = Json::array();
     for (const devcore::UpstreamGroup& group : core.upstream) {
@@ -236,6 +223,19 @@ Json upstream_json(const CoreReport& core) {
                                {"sources", addresses_json(group.family, group.sources)},
                                {"reports_left", group.reports_left},
                                {"answer_in_s", in_s ? Json(*in_s) : Json()}}));
+    }
+    return rows;
+}
+
+Json router_ports_json(const CoreReport& core) {
+    Json rows = Json::array();
+    for (const devcore::RouterPort& router : core.router_ports) {
+        rows.add(Json::object({{"port", router.port},
+                               {"vlan", router.vlan},
+                               {"protocol", protocol(router)},
+                               {"address", devcore::text(router.family, router.address)},
+                               {"known_by", known_by(router)},
+                               {"left_s", seconds_left(core, router)}}));
     }
     return rows;
 }

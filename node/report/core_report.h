@@ -16,8 +16,8 @@ namespace report {
 struct CoreReport {
     devcore::Counters counters;
     std::vector<devcore::Membership> memberships;
-    std::vector<devcore::RouterPort> router_ports;
     std::vector<devcore::UpstreamGroup> upstream;
+    std::vector<devcore::RouterPort> router_ports;
     std::uint64_t now_us;  // on the core's clock, for ages
 };
 
@@ -40,16 +40,16 @@ void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refuse
 // Driver and core, with their reasons; those that are 0 are left out.
 [[nodiscard]] std::string drops_text(const std::vector<Count>& driver, const CoreReport& core);
 [[nodiscard]] std::string memberships_text(const CoreReport& core);
-[[nodiscard]] std::string router_ports_text(const CoreReport& core);
 // Groups that proxy mode reports; empty when there are none.
 [[nodiscard]] std::string upstream_text(const CoreReport& core);
+[[nodiscard]] std::string router_ports_text(const CoreReport& core);
 // "the core: 3 added, 0 failed, 1 taken away, 0 failed"
 [[nodiscard]] std::string entry_changes_text(const CoreReport& core);
 
 [[nodiscard]] Json core_json(const CoreReport& core);
 [[nodiscard]] Json drops_json(const std::vector<Count>& driver, const CoreReport& core);
 [[nodiscard]] Json memberships_json(const CoreReport& core);
-[[nodiscard]] Json router_ports_json(const CoreReport& core);
 [[nodiscard]] Json upstream_json(const CoreReport& core);
+[[nodiscard]] Json router_ports_json(const CoreReport& core);
 
 }  // namespace report

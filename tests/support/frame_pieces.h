@@ -81,6 +81,12 @@ inline Bytes igmp_frame(std::uint8_t mark) {
     frame[11] = mark;
     return frame;
 }
+/* A general query, which may come from the uplink too. */
+inline Bytes igmp_query_frame(std::uint8_t mark) {
+    Bytes frame = kMacs + kIpv4Type + ipv4_header(2, 8) + igmp({0x11, 100, 0, 0, 0, 0, 0, 0});
+    frame[11] = mark;
+    return frame;
+}
 inline Bytes mld_frame() { return kMacs + kIpv6Type + ipv6_header(0) + kHopByHop + icmpv6(131); }
 inline Bytes udp_frame() { return kMacs + kIpv4Type + ipv4(17); }
 
