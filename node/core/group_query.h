@@ -14,8 +14,7 @@ struct GroupQuery {
     std::vector<Address> sources;  // none: about the group
 };
 
-// Whether the hosts are asked in a version that names sources and has the flag. IGMP is spoken in
-// the version set; a host that speaks MLDv2 only would not answer an older query.
+// Whether the hosts are asked in a version that names sources and has the flag.
 [[nodiscard]] bool asks_in_newest_version(Family family, std::uint8_t version);
 
 // As many packets as the sources need.

@@ -19,13 +19,14 @@ constexpr std::uint8_t kIgmpQuery = 0x11;
 constexpr std::uint8_t kMldQuery = 130;
 
 // What version 3 of IGMP and version 2 of MLD have behind the group.
-void append_newest(const Query& query, Bytes& message) {
+void append_newest(Bytes& message, const Query& query) {
     constexpr std::uint8_t kLargestRobustness = 7;  // in 3 bits; more is sent as 0
     constexpr std::uint8_t kSuppresses = 8;
     const Settings& settings = core().settings;
     const bool fits = settings.robustness <= kLargestRobustness;
     const std::uint8_t robustness = fits ? settings.robustness : std::uint8_t{0};
-    message.push_back(static_cast<std::uint8_t>((query.suppresses ? kSuppresses : 0) | robustness));
+    const std::uint8_t flag = query.suppresses ? kSuppresses : std::uint8_t{0};
+    message.push_back(static_cast<std::uint8_t>(flag | robustness));
     message.push_back(encode_time(settings.query_interval));
     append16(message, static_cast<std::uint32_t>(query.sources.size()));
     for (const Address& source : query.sources) {
@@ -44,7 +45,7 @@ std::uint8_t igmp_response_code(const Query& query) {
 Bytes igmp_query(const Query& query) {
     Bytes message{kIgmpQuery, igmp_response_code(query), 0, 0};
     append(message, std::span(query.group).first(address_length(Family::kIpv4)));
-    if (query.version >= 3) append_newest(query, message);
+    if (query.version >= 3) append_newest(message, query);
     return with_igmp_checksum(message);
 }
 
@@ -56,7 +57,7 @@ Bytes mld_query(const Query& query) {
                           std::min(query.response_time * kMilliseconds, kLargestPlain)));
     append16(message, 0);
     append(message, query.group);
-    if (query.version >= 2) append_newest(query, message);
+    if (query.version >= 2) append_newest(message, query);
     return message;
 }
 

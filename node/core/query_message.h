@@ -5,12 +5,12 @@
 //    1      response time in tenths, a code   0
 //    2      checksum                          checksum
 //    4      group                             response time in ms, a code; 2 bytes of 0
-//    8      S flag, robustness                group
+//    8      S flag and robustness             group
 //    9      query interval, a code
-//   10      number of sources, sources
-//   24                                        S flag, robustness
+//   10      number of sources, and these
+//   24                                        S flag and robustness
 //   25                                        query interval, a code
-//   26                                        number of sources, sources
+//   26                                        number of sources, and these
 //
 // The older versions end behind the group.
 #pragma once
@@ -28,8 +28,10 @@ struct Query {
     std::uint8_t version;
     Address group{};              // all 0: of all groups
     std::uint32_t response_time;  // seconds
-    bool suppresses = false;      // the S flag: routers do not lower their timers
-    std::span<const Address> sources{};
+
+    // These in the newest version only.
+    bool suppresses = false;             // the S flag: routers do not lower their timers
+    std::span<const Address> sources{};  // none: about the group
 };
 
 // To the group, or to all hosts. In proxy mode from the querier's address, and group queries
