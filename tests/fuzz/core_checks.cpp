@@ -320,7 +320,6 @@ void check_reported(const Upstream& upstream, const std::vector<const Group*>& m
 }
 
 void check_upstream() {
-    const bool is_proxy = core().settings.mode == devcore::Mode::kProxy;
     const auto members = members_upstream();
     must(core().upstream.size() == members.size(), "the groups upstream");
     for (const auto& [key, upstream] : core().upstream) {
@@ -336,10 +335,10 @@ void check_upstream() {
 
 void check_queries() {
     const auto& all = core().timers.all();
-    const bool is_proxy = core().settings.mode == devcore::Mode::kProxy;
-    for (const devcore::QueryRound& round : core().query_rounds) {
-        must(is_proxy == round.timer.has_value(), "whether general queries are sent");
-        must(!is_proxy || all.contains(*round.timer), "the query timer");
+    for (const Family family : {Family::kIpv4, Family::kIpv6}) {
+        const auto& timer = core().query_rounds[family == Family::kIpv4 ? 0 : 1].timer;
+        must(devcore::is_proxy(family) == timer.has_value(), "whether general queries are sent");
+        must(!timer || all.contains(*timer), "the query timer");
     }
 }
 
