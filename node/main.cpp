@@ -19,6 +19,7 @@
 #include "node/core/development_core.h"
 #include "node/driver/host.h"
 #include "node/live/live.h"
+#include "node/mld_mode.h"
 #include "node/replay/replay.h"
 #include "node/report/console.h"
 #include "node/report/printable.h"
@@ -50,6 +51,7 @@ int run(int argc, char** argv) {
         const auto arguments = node::parse_arguments(argc, argv);
         if (!arguments) return kDone;
         devcore::set_bounds(arguments->bounds);
+        node::let_mld_follow_igmp_proxy();
         return std::visit(Runner{make_host()}, arguments->run);
     } catch (const std::exception& error) {
         complain(error.what());

@@ -2,8 +2,9 @@
 // commands:
 //
 //     onu-id 7               the PON registers the node under this id, 0 to 255; 255 is no id
-//     mld-mode control       the host process sets the mode of the MLD side, or "snooping":
-//                            commands set the IGMP side's mode only
+//     mld-mode control       the host process sets the mode of the MLD side, or "snooping" or
+//     "proxy":
+//                            commands set the IGMP side's mode only (mld_mode.h)
 #pragma once
 
 #include <functional>

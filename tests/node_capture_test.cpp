@@ -210,13 +210,16 @@ class CaptureDriver : public ::testing::Test {
 // ---- Order and time ----
 
 TEST_F(CaptureDriver, MergesByStampThenPortTheUplinkLast) {
-    prepare({input(29, pcap_bytes({{kStart, igmp_frame(1)}, {kStart + 5, igmp_frame(2)}})),
-             input(4, pcap_bytes({{kStart, igmp_frame(3)}, {kStart + 9, igmp_frame(4)}})),
-             input(0, pcap_bytes({{kStart, igmp_frame(5)}, {kStart + 5, igmp_frame(6)}}))});
-    const std::vector<Received> expected{
-        {0, igmp_frame(5), kStart},      {4, igmp_frame(3), kStart},
-        {29, igmp_frame(1), kStart},     {0, igmp_frame(6), kStart + 5},
-        {29, igmp_frame(2), kStart + 5}, {4, igmp_frame(4), kStart + 9}};
+    prepare(
+        {input(29, pcap_bytes({{kStart, igmp_query_frame(1)}, {kStart + 5, igmp_query_frame(2)}})),
+         input(4, pcap_bytes({{kStart, igmp_frame(3)}, {kStart + 9, igmp_frame(4)}})),
+         input(0, pcap_bytes({{kStart, igmp_frame(5)}, {kStart + 5, igmp_frame(6)}}))});
+    const std::vector<Received> expected{{0, igmp_frame(5), kStart},
+                                         {4, igmp_frame(3), kStart},
+                                         {29, igmp_query_frame(1), kStart},
+                                         {0, igmp_frame(6), kStart + 5},
+                                         {29, igmp_query_frame(2), kStart + 5},
+                                         {4, igmp_frame(4), kStart + 9}};
     EXPECT_EQ(run(), expected);
 }
 
@@ -314,6 +317,8 @@ TEST_F(CaptureDriver, CapturesWithoutFramesReplay) {
 // ---- The trap ----
 
 TEST_F(CaptureDriver, CountsEveryFrameByKind) {
+    Bytes damaged = igmp_frame();
+    damaged.back() ^= 1;
     prepare({input(2, pcap_bytes({{kStart, igmp_frame()},
                                   {kStart + 1, mld_frame()},
                                   {kStart + 2, mld_frame()},
@@ -324,18 +329,30 @@ TEST_F(CaptureDriver, CountsEveryFrameByKind) {
                                   {kStart + 7, igmp_frame(), 100},  // cut
                                   {kStart + 8, udp_frame(), 100},   // cut, and not for us anyway
                                   {kStart + 9, kMacs, 60},          // cut too short to tell
-                                  {kStart + 10, kMacs}}))});
+                                  {kStart + 10, kMacs},
+                                  {kStart + 11, damaged}}))});
     const std::vector<Received> received = run();
     ASSERT_EQ(received.size(), 4u);
     EXPECT_EQ(received.back().bytes.size(), 2000u);
 
     const capture::FramesIn counted = driver_.report().counters.in[2];
-    EXPECT_EQ(counted.total(), 11u);
+    EXPECT_EQ(counted.total(), 12u);
+    EXPECT_EQ(counted.refused[driver::Refusal::kChecksum], 1u);
+    EXPECT_EQ(counted.refused.total(), 1u);
     EXPECT_EQ(counted.igmp, 2u);
     EXPECT_EQ(counted.mld, 2u);
     EXPECT_EQ(counted.not_trapped, 4u);
     EXPECT_EQ(counted.too_long, 1u);
     EXPECT_EQ(counted.truncated, 2u);
+}
+
+TEST_F(CaptureDriver, KeepsReportsOfTheUplinkFromTheLibrary) {
+    prepare({input(driver::kUplinkPort,
+                   pcap_bytes({{kStart, igmp_frame()}, {kStart + 1, mld_frame()}}))});
+    EXPECT_TRUE(run().empty());
+    const capture::FramesIn counted = driver_.report().counters.in[driver::kUplinkSlot];
+    EXPECT_EQ(counted.refused[driver::Refusal::kReportFromUplink], 2u);
+    EXPECT_EQ(counted.total(), 2u);
 }
 
 TEST_F(CaptureDriver, DeliversNoMoreThanTheFrameHad) {

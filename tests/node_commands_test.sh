@@ -128,6 +128,20 @@ for line in '[21.000 s] show groups' 'IGMP memberships' 'Commands' '  23.500  gr
 done
 [[ ! -s stderr ]] || fail "story as text: something on standard error"
 
+echo "MLD follows IGMP into proxy mode and back"
+printf '%s\n' '0.5 mld-mode control' '1 mode proxy' '30 show mld' '40 mode snooping' \
+    '41 show mld' '42 mld-mode proxy' '43 show mld' >modes.txt
+replay "$home" --commands modes.txt --json
+expect_status 0 "modes of MLD"
+[[ $(grep -A1 '^MLD settings' stderr | awk '$1 == "mode" { printf "%s ", $2 }') == 'proxy control proxy ' ]] ||
+    fail "modes of MLD: $(grep -A1 '^MLD settings' stderr)"
+python3 -c '
+import json, sys
+summary = json.load(sys.stdin)
+assert summary["core"]["sent"]["MLD report"] > 0, "no MLD report"
+assert {row["protocol"] for row in summary["upstream"]} == {"MLD"}, "IGMP upstream after the mode"' <stdout ||
+    fail "MLD in proxy mode: $(tail -1 stderr)"
+
 echo "where commands come from, and when they run"
 mkdir folder
 cp "$home"/*.pcap folder
@@ -162,7 +176,7 @@ expect_refusal "bad.txt:1: " "5 mode sideways"
 expect_refusal "bad.txt:1: " "5 group-limit --port 9 1"
 expect_refusal "bad.txt:1: " "5 onu-id"
 expect_refusal "bad.txt:1: " "5 onu-id 256"
-expect_refusal "bad.txt:1: " "5 mld-mode proxy"
+expect_refusal "bad.txt:1: " "5 mld-mode sideways"
 replay "$home" --commands absent.txt
 expect_status 2 "a missing file"
 [[ $(<stderr) == "mc_node: absent.txt: cannot be read" ]] || fail "a missing file: $(<stderr)"

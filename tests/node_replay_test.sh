@@ -95,7 +95,7 @@ for row in summary["frames_in"]:
     path = os.path.join(home, row["name"] + ".pcap")
     captured[row["name"]] = records(path) if os.path.exists(path) else []
     check(row["name"], row["total"], len(captured[row["name"]]))
-    kinds = ("igmp", "mld", "not_trapped", "too_long", "truncated")
+    kinds = ("igmp", "mld", "not_trapped", "too_long", "truncated", "refused")
     check(row["name"] + " kinds", sum(row[kind] for kind in kinds), row["total"])
     # Only port 5 saw frames that the switch keeps to itself.
     check(row["name"] + " not trapped", row["not_trapped"] > 0, row["name"] == "port5")

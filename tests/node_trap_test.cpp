@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
+#include "node/driver/frame_check.h"
 #include "node/driver/trap_filter.h"
 #include "node/live/egress.h"
 #include "node/live/trap_program.h"
@@ -16,6 +18,7 @@
 namespace {
 
 using namespace frame_pieces;
+using driver::Refusal;
 using driver::TrapVerdict;
 
 struct TrapCase {
@@ -131,6 +134,139 @@ TEST(TrapProgram, RefusesAFrameThatEndsBeforeItCanBeTold) {
             << size;
     }
     EXPECT_TRUE(kernel_takes(frame));
+}
+
+// ---- What is refused behind the trap ------------------------------------------------------------
+
+/* A message in a frame, for either family. */
+struct Side {
+    const char* name;
+    Bytes (*frame)(const Bytes& message);
+    std::uint8_t query, report, newest_report, leave;
+    std::size_t address;
+};
+
+constexpr std::size_t kPacketAt = 14;
+
+Bytes igmp_frame_of(const Bytes& message) {
+    return kMacs + kIpv4Type + ipv4_header(2, static_cast<std::uint8_t>(message.size())) +
+           igmp(message);
+}
+
+Bytes mld_frame_of(const Bytes& message) {
+    return kMacs + kIpv6Type + ipv6_header(0, static_cast<std::uint8_t>(8 + message.size())) +
+           kHopByHop + icmpv6(message);
+}
+
+class FrameCheck : public ::testing::TestWithParam<Side> {
+ protected:
+    /* Type, code and what else stands before the group. */
+    static Bytes header(std::uint8_t type, const Bytes& rest = {}) {
+        Bytes bytes = Bytes{type, 0, 0, 0} + rest;
+        bytes.resize(GetParam().address == 4 ? 4 : 8, 0);
+        return bytes;
+    }
+    static Bytes addresses(std::size_t count) { return Bytes(count * GetParam().address, 0xEE); }
+    static Bytes frame(const Bytes& message) { return GetParam().frame(message); }
+
+    static Bytes query(std::uint8_t said, std::size_t there) {
+        return frame(header(GetParam().query) + addresses(1) + Bytes{2, 125, 0, said} +
+                     addresses(there));
+    }
+    /* A record that says that it has so many sources. */
+    static Bytes report(std::uint8_t said, std::size_t there) {
+        return frame(Bytes{GetParam().newest_report, 0, 0, 0, 0, 0, 0, 1, 4, 0, 0, said} +
+                     addresses(1 + there));
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(BothFamilies, FrameCheck,
+                         ::testing::Values(Side{"Igmp", igmp_frame_of, 0x11, 0x16, 0x22, 0x17, 4},
+                                           Side{"Mld", mld_frame_of, 130, 131, 143, 132, 16}),
+                         [](const auto& one) { return one.param.name; });
+
+std::optional<Refusal> refused(const Bytes& frame, bool from_uplink = false) {
+    return driver::refuse(frame, from_uplink);
+}
+
+TEST_P(FrameCheck, WhatIsWholePassesInEveryFraming) {
+    for (const std::uint8_t type : {GetParam().query, GetParam().report, GetParam().leave}) {
+        EXPECT_EQ(refused(frame(header(type) + addresses(1))), std::nullopt) << int{type};
+    }
+    EXPECT_EQ(refused(query(2, 2)), std::nullopt);
+    EXPECT_EQ(refused(report(2, 2)), std::nullopt);
+    EXPECT_EQ(refused(padded(report(1, 1), 200)), std::nullopt) << "padding";
+    Bytes tagged = report(2, 2);
+    tagged.insert(tagged.begin() + 12, kTag100.begin(), kTag100.end());
+    EXPECT_EQ(refused(tagged), std::nullopt);
+}
+
+TEST_P(FrameCheck, AMessageWithAWrongChecksumIsRefused) {
+    Bytes wrong = report(2, 2);
+    wrong.back() ^= 1;
+    EXPECT_EQ(refused(wrong), Refusal::kChecksum);
+    EXPECT_EQ(refused(wrong, true), Refusal::kChecksum);
+}
+
+TEST_P(FrameCheck, AMessageThatSaysMoreThanItHoldsIsRefused) {
+    EXPECT_EQ(refused(report(2, 1)), Refusal::kTruncated);
+    EXPECT_EQ(refused(query(2, 1)), Refusal::kTruncated);
+    for (const std::uint8_t type : {GetParam().query, GetParam().report, GetParam().leave}) {
+        Bytes message = header(type) + addresses(1);
+        message.resize(message.size() - 2);
+        EXPECT_EQ(refused(frame(message)), Refusal::kTruncated) << int{type};
+        message.resize(4);
+        EXPECT_EQ(refused(frame(message)), Refusal::kTruncated) << int{type};
+    }
+    EXPECT_EQ(refused(frame(Bytes{GetParam().newest_report, 0, 0, 0, 0, 0})), Refusal::kTruncated);
+    // Longer than a query without sources and shorter than one with.
+    EXPECT_EQ(refused(frame(header(GetParam().query) + addresses(1) + Bytes{2, 125})),
+              Refusal::kTruncated);
+}
+
+TEST_P(FrameCheck, AFrameCutAnywhereIsRefusedAndNotReadPastItsEnd) {
+    const Bytes whole = report(2, 2);
+    const std::size_t trapped = GetParam().address == 4 ? kPacketAt + 10 : kPacketAt + 49;
+    for (std::size_t size = trapped; size < whole.size(); ++size) {
+        const auto exact = std::make_unique<std::uint8_t[]>(size);
+        std::copy_n(whole.begin(), size, exact.get());
+        EXPECT_EQ(driver::refuse({exact.get(), size}, false), Refusal::kTruncated) << size;
+    }
+}
+
+TEST_P(FrameCheck, ReportsAndLeavesOfTheUplinkAreRefused) {
+    for (const std::uint8_t type : {GetParam().report, GetParam().leave}) {
+        EXPECT_EQ(refused(frame(header(type) + addresses(1)), true), Refusal::kReportFromUplink);
+    }
+    EXPECT_EQ(refused(report(2, 2), true), Refusal::kReportFromUplink);
+    EXPECT_EQ(refused(query(2, 2), true), std::nullopt);
+}
+
+TEST_P(FrameCheck, WhatIsUnknownPassesWithItsChecksum) {
+    EXPECT_EQ(refused(frame(Bytes{0x30, 0, 0, 0}), true), std::nullopt);
+}
+
+TEST(FrameCheckOfIpv4, AHeaderWithAWrongChecksumIsRefused) {
+    Bytes wrong = igmp_frame();
+    wrong[kPacketAt + 1] = 0xC0;
+    EXPECT_EQ(refused(wrong), Refusal::kIpChecksum);
+}
+
+TEST(FrameCheckOfIpv4, AHeaderThatIsTooShortOrTooLongIsRefused) {
+    for (const std::uint8_t first : Bytes{0x44, 0x4F}) {
+        Bytes wrong = igmp_frame();
+        wrong[kPacketAt] = first;
+        EXPECT_EQ(refused(wrong), Refusal::kTruncated);
+    }
+}
+
+TEST(FrameCheckOfIpv4, AFragmentIsNotLookedInto) {
+    Bytes header = ipv4_header(2, 8);
+    header[6] = 0x20;  // more fragments
+    header[10] = header[11] = 0;
+    const Bytes message{0x16, 0, 1, 2, 239, 1, 1, 1};
+    EXPECT_EQ(refused(kMacs + kIpv4Type + with_checksum(header, checksum(header), 10) + message),
+              std::nullopt);
 }
 
 // ---- The way out of a live port -----------------------------------------------------------------

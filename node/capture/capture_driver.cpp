@@ -12,15 +12,26 @@ namespace {
 constexpr std::uint64_t kNanosecondsPerMicrosecond = 1000;
 constexpr std::uint64_t kRecordHeader = 16;  // in a pcap file, in front of each frame
 
-// The count that a frame of this kind goes to.
-std::uint64_t& kind_of(const CapturedFrame& frame, FramesIn& counters) {
+// Counts a frame by its kind; true if the trap passes it on.
+bool count(const MergedFrame& merged, FramesIn& counters) {
+    const CapturedFrame& frame = merged.frame;
     const bool cut = frame.bytes.size() < frame.length;
     const driver::TrapVerdict verdict = driver::classify(frame.bytes);
-    if (verdict == driver::TrapVerdict::kOther) return counters.not_trapped;
-    if (verdict == driver::TrapVerdict::kTooShort && !cut) return counters.not_trapped;
-    if (cut) return counters.truncated;
-    if (frame.length > driver::kLongestFrame) return counters.too_long;
-    return verdict == driver::TrapVerdict::kIgmp ? counters.igmp : counters.mld;
+    const bool is_untold = verdict == driver::TrapVerdict::kTooShort && !cut;
+    std::optional<driver::Refusal> refused;
+    if (verdict == driver::TrapVerdict::kOther || is_untold) {
+        ++counters.not_trapped;
+    } else if (cut) {
+        ++counters.truncated;
+    } else if (frame.length > driver::kLongestFrame) {
+        ++counters.too_long;
+    } else if ((refused = driver::refuse(frame.bytes, merged.port == driver::kUplinkPort))) {
+        counters.refused.count(*refused);
+    } else {
+        ++(verdict == driver::TrapVerdict::kIgmp ? counters.igmp : counters.mld);
+        return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -136,9 +147,7 @@ bool Driver::admit(const MergedFrame& merged) {
     progress_.bytes += frame.bytes.size() + kRecordHeader;
     FramesIn& counters = counters_.in[*driver::slot_of_port(merged.port)];
     note_stamp(frame.stamp_ns / kNanosecondsPerMicrosecond, counters);
-    std::uint64_t& kind = kind_of(frame, counters);
-    ++kind;
-    return &kind == &counters.igmp || &kind == &counters.mld;
+    return count(merged, counters);
 }
 
 void Driver::note_stamp(std::uint64_t stamp_us, FramesIn& counters) {

@@ -31,6 +31,7 @@
 #include "node/capture/capture_writer.h"
 #include "node/capture/switch_table.h"
 #include "node/driver/driver.h"
+#include "node/driver/frame_check.h"
 #include "node/driver/ports.h"
 
 namespace capture {
@@ -58,18 +59,19 @@ struct Replay {
     std::vector<Event> events{};  // in any order; those behind the last frame run within the tail
 };
 
-// Frames of one capture. Each is in exactly one of the five kinds.
+// Frames of one capture. Each is in exactly one of the six kinds.
 struct FramesIn {
     std::uint64_t igmp = 0;
     std::uint64_t mld = 0;
     std::uint64_t not_trapped = 0;
     std::uint64_t too_long = 0;   // above kLongestFrame
     std::uint64_t truncated = 0;  // the capture holds only the beginning of the frame
+    driver::RefusalCounts refused{};
 
     std::uint64_t out_of_order = 0;  // of all these: older than a frame before it
 
     [[nodiscard]] std::uint64_t total() const {
-        return igmp + mld + not_trapped + too_long + truncated;
+        return igmp + mld + not_trapped + too_long + truncated + refused.total();
     }
 };
 

@@ -62,9 +62,14 @@ std::uint32_t imputed_bandwidth(const Port& port, std::uint16_t vlan, std::uint3
     return range == nullptr ? 0 : range->bandwidth;
 }
 
-bool is_ssm(std::uint32_t group) {
+bool is_ssm(Family family, const Address& group) {
     const Settings& settings = core().settings;
-    return settings.ssm_start != 0 && settings.ssm_start <= group && group <= settings.ssm_end;
+    if (settings.ssm_end == 0) return false;
+    if (family == Family::kIpv6) {
+        return group[0] == 0xFF && group[1] >> 4 == 3 && group[2] == 0 && group[3] == 0;
+    }
+    const std::uint32_t number = to_ipv4(group);
+    return settings.ssm_start <= number && number <= settings.ssm_end;
 }
 
 std::vector<Address> ssm_map_sources(std::uint32_t group) {

@@ -32,8 +32,9 @@ void revoke_unauthorised();
 [[nodiscard]] std::uint32_t imputed_bandwidth(const Port& port, std::uint16_t vlan,
                                               std::uint32_t group);
 
-// The SSM range is empty unless it was set; there, a join must name its sources (RFC 4607).
-[[nodiscard]] bool is_ssm(std::uint32_t group);
+// Whether a group is source-specific (RFC 4607, 1): 232.0.0.0/8, or the range that was set instead,
+// and ff3x::/32 unless there is no range at all. There, a join must name its sources.
+[[nodiscard]] bool is_ssm(Family family, const Address& group);
 
 // The five words of the SSM map: the first and last group that it is for, and three sources, 0 for
 // none. A host of an older version that reports such a group is taken to want these sources.

@@ -46,7 +46,7 @@ void note_refusal(const Place& place, Drop reason) {
     note_drop(place, reason);
     const auto bound = bound_of(reason);
     Port& port = *find_port(place.port);
-    const std::uint32_t bit = 1U << static_cast<unsigned>(reason);
+    const std::uint64_t bit = std::uint64_t{1} << static_cast<unsigned>(reason);
     if (!bound || (port.bounds_met & bit) != 0) return;
     port.bounds_met |= bit;
     std::printf("port %s: the %s is met (%" PRIu32 "); what is beyond it is refused\n",

@@ -25,6 +25,10 @@ std::string_view name(Received kind) {
             return "MLDv2 report";
         case Received::kMldQuery:
             return "MLD query";
+        case Received::kIgmpDiscovery:
+            return "IGMP router discovery";
+        case Received::kMldDiscovery:
+            return "MLD router discovery";
     }
     return "";
 }
@@ -46,25 +50,31 @@ std::string_view name(Drop reason) {
         case Drop::kTruncated:
             return "truncated message";
         case Drop::kHopLimit:
-            return "hop limit is not 1";
+            return "TTL or hop limit is not 1";
+        case Drop::kNoRouterAlert:
+            return "no router alert";
         case Drop::kSource:
             return "source is not link-local";
+        case Drop::kUnspecifiedSource:
+            return "source is the unspecified address";
         case Drop::kUnknownPort:
             return "unknown port";
         case Drop::kUnknownVlan:
             return "unknown VLAN";
         case Drop::kReportFromUplink:
             return "report from the uplink";
-        case Drop::kQueryFromUser:
-            return "query from a user port";
-        case Drop::kNewerVersion:
-            return "newer than the version set";
+        case Drop::kLeaveInVersion1:
+            return "leave in version 1";
         case Drop::kNotMulticast:
             return "group is no multicast address";
         case Drop::kLinkLocalGroup:
             return "link-local group";
         case Drop::kSourceNeeded:
             return "SSM group without a source";
+        case Drop::kSsmOlderVersion:
+            return "SSM group in a message of an older version";
+        case Drop::kOlderHostPresent:
+            return "leave beside an IGMPv1 host";
         case Drop::kNotAuthorised:
             return "group not authorised";
         case Drop::kGroupLimit:
@@ -83,6 +93,8 @@ std::string_view name(Drop reason) {
             return "bound on addresses of a port";
         case Drop::kControlListBound:
             return "bound on ranges of a control list";
+        case Drop::kRouterBound:
+            return "bound on routers of a port";
     }
     return "";
 }
@@ -99,6 +111,20 @@ std::string_view name(Sent kind) {
             return "IGMP leave";
         case Sent::kMldGroupQuery:
             return "MLD group query";
+        case Sent::kIgmpSourceQuery:
+            return "IGMP group-and-source query";
+        case Sent::kMldSourceQuery:
+            return "MLD group-and-source query";
+        case Sent::kMldReport:
+            return "MLD report";
+        case Sent::kMldDone:
+            return "MLD done";
+        case Sent::kMldGeneralQuery:
+            return "MLD general query";
+        case Sent::kIgmpRelayed:
+            return "IGMP report to a router port";
+        case Sent::kMldRelayed:
+            return "MLD report to a router port";
     }
     return "";
 }

@@ -36,6 +36,14 @@ void watch_timers(std::function<void(std::optional<std::uint64_t> due_us)> chang
 // A fresh core: no settings, call-backs, memberships or counts, and the clock at 0. For tests.
 void reset();
 
+// What the random delays follow from. The seed is the same unless it is set, and so is then all
+// that the core does; a live node sets it, or it would answer in step with others.
+void seed_chance(std::uint64_t seed);
+
+// Tells when IGMP enters proxy mode and when it leaves it, at the end of the change and under the
+// core's lock. What is told may set the mode of MLD and nothing else. An empty function ends it.
+void watch_proxy_mode(std::function<void(bool is_proxy)> changed);
+
 // ---- Bounds -------------------------------------------------------------------------------------
 
 // How much the core keeps, so that what one port sends can neither fill the memory nor slow down
@@ -92,6 +100,27 @@ struct Membership {
 // All of them, sorted by port, VLAN, family and group.
 [[nodiscard]] std::vector<Membership> memberships();
 
+// A port has lost its link, or is in the switch no more: nobody behind it can answer a query. Its
+// memberships end at once with fast leave, otherwise after the last member query time unless they
+// are reported anew until then. Other ports are left alone, and so is a number that is no user
+// port.
+void link_down(std::uint32_t port);
+
+// A group that proxy mode reports upstream, or whose end is still being reported.
+struct UpstreamGroup {
+    Family family = Family::kIpv4;
+    std::uint16_t vlan = 0;
+    Address group{};
+    bool exclude = false;
+    std::vector<Address> sources;          // sorted
+    std::uint8_t version = 0;              // in which the router of the VLAN is spoken to
+    std::uint8_t reports_left = 0;         // so often is the last change still to be repeated
+    std::optional<std::uint64_t> answers;  // when a query is answered; nothing when none waits
+};
+
+// All of them, sorted by family, VLAN and group.
+[[nodiscard]] std::vector<UpstreamGroup> upstream_groups();
+
 // What an entry of the switch is for.
 struct EntryOwner {
     std::uint32_t port = 0;
@@ -105,6 +134,33 @@ struct EntryOwner {
 // the entry for; nothing when the call comes from elsewhere.
 [[nodiscard]] std::optional<EntryOwner> entry_in_hand();
 
+// ---- Links --------------------------------------------------------------------------------------
+
+// A port has a link again: who is behind it is asked at once.
+void link_up(std::uint32_t port);
+
+// ---- Router ports -------------------------------------------------------------------------------
+
+enum class RouterSign : std::uint8_t { kQuery, kAdvertisement };
+
+// A router behind a user port, as one of its signs shows it.
+struct RouterPort {
+    std::uint32_t port = 0;
+    std::uint16_t vlan = 0;
+    Family family = Family::kIpv4;
+    RouterSign sign = RouterSign::kQuery;
+    Address address{};
+    std::uint64_t expires_us = 0;  // unless it is heard again
+};
+
+// All of them, sorted by port, VLAN, family, sign and address.
+[[nodiscard]] std::vector<RouterPort> router_ports();
+
+// Tells whoever switches the streams which user ports are to get all of them: changed is called
+// with each that is a router port or is it no more, those that are one already at once, on the
+// thread that caused it. It must not call the core. An empty function ends it.
+void watch_router_ports(std::function<void(std::uint32_t port, bool is_router)> changed);
+
 // ---- Counters -----------------------------------------------------------------------------------
 
 enum class Received : std::uint8_t {
@@ -117,30 +173,35 @@ enum class Received : std::uint8_t {
     kMldDone,
     kMldV2Report,
     kMldQuery,
+    kIgmpDiscovery,  // of routers (RFC 4286)
+    kMldDiscovery,
 };
 
 // Why a packet, or one group record of it, came to nothing. A packet of an understood kind is
 // counted as received as well. At a bound it may be some sources only that are refused, and at that
 // of the control list it is a command.
 enum class Drop : std::uint8_t {
-    kBadLength,         // shorter than its headers, or longer than a frame
-    kNotIp,             // not this version of IP, or neither IGMP nor ICMPv6 in it
-    kFragment,          // a piece of an IPv4 packet
-    kIpChecksum,        // of the IPv4 header
-    kChecksum,          // of the IGMP or MLD message
-    kUnknownType,       // no message type of IGMP or MLD
-    kTruncated,         // records or sources that do not fit into the message
-    kHopLimit,          // an MLD message with another hop limit than 1
-    kSource,            // an MLD message from an address that is not link-local
-    kUnknownPort,       // a port that was not declared
-    kUnknownVlan,       // a VLAN that is neither the default nor listed, nor being learnt
-    kReportFromUplink,  // hosts are on user ports
-    kQueryFromUser,     // queriers are on the uplink
-    kNewerVersion,      // newer than the version set, in proxy mode
-    kNotMulticast,      // the group is no multicast address
-    kLinkLocalGroup,    // traffic of such a group is always flooded
-    kSourceNeeded,      // a group of the SSM range without a source
-    kNotAuthorised,     // by range, list or control list
+    kBadLength,          // shorter than its headers, or longer than a frame
+    kNotIp,              // not this version of IP, or neither IGMP nor ICMPv6 in it
+    kFragment,           // a piece of an IPv4 packet
+    kIpChecksum,         // of the IPv4 header
+    kChecksum,           // of the IGMP or MLD message
+    kUnknownType,        // no message type of IGMP or MLD
+    kTruncated,          // records or sources that do not fit into the message
+    kHopLimit,           // a message with another TTL or hop limit than 1
+    kNoRouterAlert,      // an MLD message without that option
+    kSource,             // an MLD message from an address that is not link-local
+    kUnspecifiedSource,  // an MLD message from ::
+    kUnknownPort,        // a port that was not declared
+    kUnknownVlan,        // a VLAN that is neither the default nor listed, nor being learnt
+    kReportFromUplink,   // hosts are on user ports
+    kLeaveInVersion1,    // as a router of IGMPv1 ignores it
+    kNotMulticast,       // the group is no multicast address
+    kLinkLocalGroup,     // traffic of such a group is always flooded
+    kSourceNeeded,       // a group of the SSM range without a source
+    kSsmOlderVersion,    // likewise, in a message that cannot name one
+    kOlderHostPresent,   // a leave beside a host of IGMPv1
+    kNotAuthorised,      // by range, list or control list
     kGroupLimit,
     kBandwidthLimit,
     kSourceBound,       // sources of a host
@@ -149,6 +210,7 @@ enum class Drop : std::uint8_t {
     kGroupBound,        // groups of a port
     kAddressBound,      // hosts and sources of a port
     kControlListBound,
+    kRouterBound,  // routers behind a port
 };
 
 enum class Sent : std::uint8_t {
@@ -157,11 +219,18 @@ enum class Sent : std::uint8_t {
     kIgmpReport,
     kIgmpLeave,
     kMldGroupQuery,
+    kIgmpSourceQuery,
+    kMldSourceQuery,
+    kMldReport,
+    kMldDone,
+    kMldGeneralQuery,
+    kIgmpRelayed,  // a host's report or leave, to a router port
+    kMldRelayed,
 };
 
-inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received::kMldQuery) + 1;
-inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kControlListBound) + 1;
-inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldGroupQuery) + 1;
+inline constexpr std::size_t kReceivedKinds = static_cast<std::size_t>(Received::kMldDiscovery) + 1;
+inline constexpr std::size_t kDropReasons = static_cast<std::size_t>(Drop::kRouterBound) + 1;
+inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldRelayed) + 1;
 
 // Texts such as "IGMPv2 report", "wrong checksum" and "IGMP general query".
 [[nodiscard]] std::string_view name(Received kind);

@@ -38,6 +38,11 @@ const char* mode_text(Mode mode) {
     return "";
 }
 
+const char* mld_mode_text(std::uint16_t mode) {
+    if (mode == kMldProxy) return "proxy";
+    return mode == 2 ? "snooping" : "control";
+}
+
 std::string tag_text(const IgmpUplinkTag& tag) {
     if (tag.first == kNoUplinkTag.first && tag.second == kNoUplinkTag.second) return "none";
     char line[32];
@@ -90,18 +95,37 @@ std::size_t count_groups(const GroupFilterFunction& wanted) {
     return count;
 }
 
-void print_proxy_groups(std::uint32_t only) {
-    std::printf("Groups reported upstream\n%5s %-15s %-8s %s\n", "vlan", "group", "mode",
-                "sources");
-    for (const auto& [place, upstream] : core().upstream) {
-        if (!upstream.is_reported || (only != 0 && place.second != only)) continue;
-        const Filter& filter = upstream.reported;
-        std::printf("%5u %-15s %-8s", unsigned{place.first}, ipv4_text(place.second).c_str(),
-                    filter.exclude ? "exclude" : "include");
-        for (const Address& source : filter.sources) {
-            std::printf(" %s", text(Family::kIpv4, source).c_str());
-        }
-        std::printf("\n");
+void print_proxy_group(const UpstreamGroup& group) {
+    std::printf("%5u %-40s %3u %-8s %7u", unsigned{group.vlan},
+                text(group.family, group.group).c_str(), unsigned{group.version},
+                group.exclude ? "exclude" : "include", unsigned{group.reports_left});
+    for (const Address& source : group.sources) {
+        std::printf(" %s", text(group.family, source).c_str());
+    }
+    std::printf("\n");
+}
+
+// The version is the one in which the router is spoken to.
+void print_proxy_groups(Family family, std::uint32_t only) {
+    std::printf("Groups reported upstream\n%5s %-40s %3s %-8s %7s %s\n", "vlan", "group", "ver",
+                "mode", "repeats", "sources");
+    for (const UpstreamGroup& group : upstream_groups()) {
+        const bool is_asked = only == 0 || group.group == from_ipv4(only);
+        if (group.family == family && is_asked) print_proxy_group(group);
+    }
+}
+
+// ---- Router ports -------------------------------------------------------------------------------
+
+void print_router_ports() {
+    std::printf("Router ports\n%-7s %5s %-40s %-13s %9s\n", "port", "vlan", "router", "known by",
+                "ends in");
+    for (const RouterPort& router : router_ports()) {
+        const std::uint64_t left = router.expires_us - std::min(core().now_us, router.expires_us);
+        std::printf("%-7s %5u %-40s %-13s %9s\n", port_text(router.port).c_str(),
+                    unsigned{router.vlan}, text(router.family, router.address).c_str(),
+                    router.sign == RouterSign::kQuery ? "query" : "advertisement",
+                    seconds_text(left).c_str());
     }
 }
 
@@ -245,13 +269,13 @@ int32_t igmp_show_vlan_config(uint32_t port, uint16_t vlan, uint16_t /*flag*/) {
 
 int32_t show_igmp_all_proxy_group(void) {
     const Lock lock;
-    devcore::print_proxy_groups(0);
+    devcore::print_proxy_groups(Family::kIpv4, 0);
     return 0;
 }
 
 int32_t show_igmp_special_proxy_group(uint32_t group) {
     const Lock lock;
-    devcore::print_proxy_groups(group);
+    devcore::print_proxy_groups(Family::kIpv4, group);
     return 0;
 }
 
@@ -307,6 +331,7 @@ int32_t show_igmp_if_list(void) {
     const Lock lock;
     devcore::print_port_heading("Ports");
     for (const Port& port : core().ports) devcore::print_port(port);
+    devcore::print_router_ports();
     return 0;
 }
 
@@ -368,7 +393,7 @@ int32_t mld_unpack_show_mld_sys(uint32_t /*option*/) {
     const Lock lock;
     const devcore::Settings& settings = core().settings;
     std::printf("MLD settings\n");
-    devcore::print_text("mode", settings.mld_mode == 3 ? "control" : "snooping");
+    devcore::print_text("mode", devcore::mld_mode_text(settings.mld_mode));
     devcore::print_times();
     devcore::print_ageing(Family::kIpv6);
     devcore::print_number("default VLAN", settings.mld_default_vid);
@@ -392,7 +417,9 @@ int32_t mld_show_if_list(void) {
     const Lock lock;
     devcore::print_port_heading("Ports");
     for (const Port& port : core().ports) devcore::print_port(port);
+    devcore::print_router_ports();
     devcore::print_groups("MLD memberships",
                           [](const GroupKey& key) { return key.family == Family::kIpv6; });
+    if (devcore::is_proxy(Family::kIpv6)) devcore::print_proxy_groups(Family::kIpv6, 0);
     return 0;
 }

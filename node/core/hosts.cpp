@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "node/core/address.h"
 #include "node/core/bounds.h"
 #include "node/core/upstream.h"
 
@@ -148,10 +147,6 @@ bool says_all(const Host& host, const Record& record, std::uint8_t version) {
     return record.type == RecordType::kIsInclude && host.version < version;
 }
 
-bool excludes(const Record& record) {
-    return record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
-}
-
 // Whether the record takes the place of all sources, or adds to them.
 bool replaces(const Host& host, const Record& record, std::uint8_t version) {
     return record.type == RecordType::kToInclude || says_all(host, record, version);
@@ -213,6 +208,45 @@ bool leaves(const Host& host, const Record& record, std::uint8_t version) {
     }
 }
 
+// ---- What is given up ---------------------------------------------------------------------------
+
+std::vector<Address> sorted(const std::vector<Address>& sources) {
+    std::vector<Address> all = sources;
+    std::ranges::sort(all);
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    return all;
+}
+
+std::vector<Address> sources_of(const Host& host) {
+    std::vector<Address> all;
+    for (const auto& [source, piece] : host.sources) all.push_back(source);
+    return all;
+}
+
+// The sources that a host wants no more, if it wanted them: only a change of state gives something
+// up (RFC 3376, 6.4.2).
+std::vector<Address> given_up(const Host& host, const Record& record) {
+    std::vector<Address> named = sorted(record.sources);
+    const auto is_listed = [&host](const Address& each) { return host.sources.contains(each); };
+    switch (record.type) {
+        case RecordType::kBlockSources:
+        case RecordType::kToExclude:
+            std::erase_if(named,
+                          [&](const Address& each) { return is_listed(each) == host.exclude; });
+            return named;
+        case RecordType::kToInclude: {
+            if (host.exclude) return {};
+            std::vector<Address> dropped = sources_of(host);
+            std::erase_if(dropped, [&named](const Address& each) {
+                return std::ranges::binary_search(named, each);
+            });
+            return dropped;
+        }
+        default:
+            return {};
+    }
+}
+
 // ---- All hosts ----------------------------------------------------------------------------------
 
 const Host* find_host(const Group& group, const Address& address) {
@@ -228,37 +262,25 @@ void remove_host(const Books& books, Hosts::iterator found) {
     books.group.hosts.erase(found);
 }
 
-// It goes on being counted, but does not age: the leave timer runs.
-void keep_last_host(Group& group) {
-    group.last_left = group.hosts.extract(group.hosts.begin());
-    group.pieces.clear();
-}
-
-void forget_last_host(const Books& books) {
-    Group& group = books.group;
-    if (group.last_left.empty()) return;
-    Host& host = group.last_left.mapped();
-    for (const auto& [source, piece] : host.sources) {
-        count_votes(books, source, host.exclude, -1);
-    }
-    if (host.exclude) count_excluding(books, -1);
-    set_version(books, host, 0);
-    uncount_addresses(books, group.addresses);
-    group.last_left = {};
-}
-
 Hosts::iterator add_host(const Books& books, const Address& address) {
-    forget_last_host(books);
     count_addresses(books, 1);
     return books.group.hosts.try_emplace(address).first;
+}
+
+void end_piece(const Books& books, const Piece& piece) {
+    const auto host = books.group.hosts.find(*piece.host);
+    if (piece.source != nullptr) {
+        const Address source = *piece.source;  // goes with what it points to
+        remove_source(books, host->second, source);
+        if (holds(host->second)) return;
+    }
+    remove_host(books, host);
 }
 
 }  // namespace
 
 Books books_of(const GroupKey& key, Group& group) {
-    const bool is_igmp = key.family == Family::kIpv4;
-    return {group, *find_port(key.port),
-            is_igmp ? find_upstream(key.vlan, to_ipv4(key.group)) : nullptr};
+    return {group, *find_port(key.port), find_upstream(upstream_key(key))};
 }
 
 bool joins(const Record& record) {
@@ -276,54 +298,113 @@ bool joins(const Record& record) {
     return false;
 }
 
+bool excludes(const Record& record) {
+    return record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
+}
+
 std::optional<Drop> refuse_for_room(const Port& port, const Group* group, const Reporter& from,
                                     const Record& record) {
     const Host* const host = group == nullptr ? nullptr : find_host(*group, from.host);
     const bool is_new = host == nullptr;
-    const bool is_first = group == nullptr || group->hosts.empty();
-    if (!is_first && is_new && group->hosts.size() >= bounds().hosts_per_group) {
+    if (group != nullptr && is_new && group->hosts.size() >= bounds().hosts_per_group) {
         return Drop::kHostBound;
     }
     // A host that keeps what it has holds the group anyhow.
     const bool needs_source =
         !excludes(record) && (is_new || replaces(*host, record, from.version));
-    if (needs_source && !is_first && !any_fits_group(group->tally, record)) {
+    if (needs_source && group != nullptr && !any_fits_group(group->tally, record)) {
         return Drop::kGroupSourceBound;
     }
     const std::size_t needed = (is_new ? 1 : 0) + (needs_source ? 1 : 0);
-    std::size_t freed = 0;
-    if (group != nullptr && is_first) freed = group->addresses;  // of the last one that left
-    if (needs_source && !is_new) freed = host->sources.size();
+    const std::size_t freed = needs_source && !is_new ? host->sources.size() : 0;
     const bool is_full = port.addresses + needed > bounds().addresses_per_port + freed;
     if (needed > 0 && is_full) return Drop::kAddressBound;
     return std::nullopt;
 }
 
-std::optional<Drop> apply_record(const Books& books, const Reporter& from, const Record& record) {
-    Hosts& hosts = books.group.hosts;
-    auto host = hosts.find(from.host);
-    if (host == hosts.end()) {
-        host = add_host(books, from.host);
-    } else if (leaves(host->second, record, from.version)) {
-        if (hosts.size() > 1) {
-            remove_host(books, host);
-        } else {
-            keep_last_host(books.group);
-        }
-        return std::nullopt;
-    }
-    return apply(books, *host, record, from.version);
+bool is_nearly_full(const Books& books) {
+    constexpr std::uint32_t kMostNeeded = 2;  // a host and a source
+    return books.port.addresses + kMostNeeded > bounds().addresses_per_port ||
+           books.group.tally.sources.size() >= bounds().sources_per_group;
 }
 
-void end_oldest_piece(const Books& books) {
-    const Piece oldest = books.group.pieces.front();
-    const auto host = books.group.hosts.find(*oldest.host);
-    if (oldest.source != nullptr) {
-        const Address source = *oldest.source;  // goes with what it points to
-        remove_source(books, host->second, source);
-        if (holds(host->second)) return;
+Applied apply_record(const Books& books, const Reporter& from, const Record& record) {
+    Group& group = books.group;
+    const auto found = group.hosts.find(from.host);
+    if (found == group.hosts.end()) {
+        return {apply(books, *add_host(books, from.host), record, from.version), {}};
     }
-    remove_host(books, host);
+    const Host& host = found->second;
+    const bool was_excluding = known_excluding(group) > 0;
+    const bool changes_mode = host.exclude && !excludes(record);
+    Departure departure{false, given_up(host, record), host.version};
+    std::vector<Address> excluded;
+    if (changes_mode) excluded = sources_of(host);
+    std::optional<Drop> refused;
+    if (leaves(host, record, from.version)) {
+        remove_host(books, found);
+    } else {
+        refused = apply(books, *found, record, from.version);
+    }
+    // IS_IN of a host that is back in the newest version tells what it has wanted all the time.
+    const bool is_news = record.type != RecordType::kIsInclude || group.hosts.empty();
+    if (is_news && was_excluding && known_excluding(group) == 0) {
+        return {refused, {true, std::move(excluded), departure.version}};
+    }
+    std::erase_if(departure.sources,
+                  [&group](const Address& each) { return !is_unwanted(group, each); });
+    return {refused, std::move(departure)};
+}
+
+void count_question(const Books& books, const Question& question, std::int32_t sign) {
+    Tally& asked = books.group.last_members->tally;
+    const bool excludes = question.is_of_group;
+    for (const Address& source : question.sources) {
+        count_votes(books, source, excludes, sign);
+        add_votes(asked, source, excludes ? Votes{0, sign} : Votes{sign, 0});
+    }
+    if (excludes) count_excluding(books, sign);
+    if (excludes) asked.excluding += sign;
+    books.group.tally.of_version[question.version] += sign;
+    asked.of_version[question.version] += sign;
+    if (sign > 0) {
+        count_addresses(books, static_cast<std::uint32_t>(question.sources.size()));
+    } else {
+        uncount_addresses(books, question.sources.size());
+    }
+}
+
+std::int32_t known_excluding(const Group& group) {
+    const std::int32_t asked = group.last_members ? group.last_members->tally.excluding : 0;
+    return group.tally.excluding - asked;
+}
+
+bool is_unwanted(const Group& group, const Address& source) {
+    Votes known = votes_for(group.tally, source);
+    if (group.last_members) {
+        const Votes asked = votes_for(group.last_members->tally, source);
+        known.including -= asked.including;
+        known.excluding -= asked.excluding;
+    }
+    return known.including == 0 && known.excluding == known_excluding(group);
+}
+
+bool is_known(const Group& group, std::uint8_t version) {
+    const std::int32_t asked =
+        group.last_members ? group.last_members->tally.of_version[version] : 0;
+    return group.tally.of_version[version] > asked;
+}
+
+void end_oldest_piece(const Books& books) { end_piece(books, books.group.pieces.front()); }
+
+void end_unheard_pieces(const Books& books, const Address& source, std::uint64_t since_us) {
+    const Pieces& pieces = books.group.pieces;
+    for (auto at = pieces.begin(); at != pieces.end() && at->heard_us <= since_us;) {
+        const Piece& piece = *at++;
+        const bool is_meant =
+            piece.source == nullptr ? source == Address{} : *piece.source == source;
+        if (is_meant) end_piece(books, piece);
+    }
 }
 
 void close_books(const Books& books) {

@@ -4,16 +4,21 @@
 //   0  version 4, header length in words   0  type
 //   2  total length                        1  response time of a query
 //   6  fragment flags and offset           2  checksum of the message
-//   9  protocol 2                          4  group, in queries and in versions 1 and 2
+//   8  TTL 1, protocol 2                   4  group, in queries and in versions 1 and 2
 //  10  checksum of the header              6  number of records, in reports of version 3
 //  12  source                              8  records
 //
-// The router alert option is not asked for: some hosts leave it out.
+// A message with another TTL than 1 is none (RFC 3376, 4): it comes from beyond the link, or from
+// nobody that speaks IGMP. That it has come without the router alert option says less. To ignore it
+// then is a defence that RFC 3376, 9.2, leaves open, at the price of hosts that leave the option
+// out, and a frame that comes from a port of the switch has not passed a router. A source of
+// 0.0.0.0 is one like any other (RFC 3376, 4.2.13); whether others are of the subnet cannot be
+// known here.
 //
-// The version set is the one that the core speaks. In proxy mode it is also the newest one that is
-// understood, as a router of that version knows no newer message (RFC 2236, 2.1); hosts then answer
-// the core's older queries in that version. In the other modes the network's querier settles what
-// hosts speak, so all versions are understood.
+// The version set is the one that the core speaks. All versions are understood whatever it is: an
+// older one is a compatibility mode of a router (RFC 3376, 7.3.1), and a host that speaks a newer
+// one changes to that of the queries by and by. Only leaves are ignored by a router of version 1,
+// as the same clause demands.
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -23,6 +28,9 @@
 #include "node/core/address.h"
 #include "node/core/input.h"
 #include "node/core/message.h"
+#include "node/core/relay.h"
+#include "node/core/router_input.h"
+#include "node/core/router_query.h"
 #include "node/core/upstream.h"
 
 namespace devcore {
@@ -30,7 +38,7 @@ namespace {
 
 constexpr std::size_t kShortestIpHeader = 20;
 constexpr std::size_t kShortestMessage = 8;
-constexpr std::size_t kShortestV3Query = 12;
+constexpr std::size_t kTerminationLength = 4;  // of a router, the shortest of all (RFC 4286)
 constexpr std::uint8_t kProtocolIgmp = 2;
 constexpr std::uint16_t kFragmentMask = 0x3FFF;  // more fragments, and the offset
 
@@ -39,11 +47,12 @@ std::optional<Drop> open_packet(std::span<const std::uint8_t> ip, Packet& packet
     if (ip.size() < kShortestIpHeader || ip.size() > kLongestPacket) return Drop::kBadLength;
     if (ip[0] >> 4 != 4 || ip[9] != kProtocolIgmp) return Drop::kNotIp;
     const std::size_t header = (ip[0] & 0x0FU) * std::size_t{4};
-    if (header < kShortestIpHeader || header + kShortestMessage > ip.size()) {
+    if (header < kShortestIpHeader || header + kTerminationLength > ip.size()) {
         return Drop::kBadLength;
     }
     if (internet_checksum(ip.first(header)) != 0) return Drop::kIpChecksum;
     if ((mc::load_be16(&ip[6]) & kFragmentMask) != 0) return Drop::kFragment;
+    if (ip[8] != 1) return Drop::kHopLimit;
     packet.source = load_address(Family::kIpv4, &ip[12]);
     packet.message = ip.subspan(header);
     if (internet_checksum(packet.message) != 0) return Drop::kChecksum;
@@ -77,37 +86,12 @@ std::uint8_t version_of(Received report) {
     }
 }
 
-// The version of a query follows from its length and, for version 1, from its response time of 0,
-// which then means 10 seconds (RFC 3376, 7.1).
-std::optional<Drop> take_query(const Packet& packet) {
-    constexpr std::uint64_t kTenth = kSecond / 10;
-    constexpr std::uint32_t kV1Tenths = 100;
-    constexpr std::size_t kSourceCountAt = 10;
-    const auto message = packet.message;
-    if (!find_port(packet.place.port)->is_uplink) return Drop::kQueryFromUser;
-
-    UpstreamQuery query{packet.vlan(), mc::load_be32(&message[4]), {}, 0};
-    std::uint32_t tenths = message[1] == 0 ? kV1Tenths : message[1];
-    if (message.size() > kShortestMessage) {
-        if (message.size() < kShortestV3Query) return Drop::kTruncated;
-        const std::size_t sources = mc::load_be16(&message[kSourceCountAt]);
-        if (kShortestV3Query + sources * 4 > message.size()) return Drop::kTruncated;
-        for (std::size_t i = 0; i < sources; ++i) {
-            query.sources.push_back(
-                load_address(Family::kIpv4, &message[kShortestV3Query + i * 4]));
-        }
-        tenths = decode_time(message[1]);
-    }
-    query.response_us = tenths * kTenth;
-    if (core().settings.mode == Mode::kProxy) answer_query(query);
-    return std::nullopt;
-}
-
 std::optional<Drop> take_report_or_leave(const Packet& packet, Received kind) {
     if (const auto drop = refuse_place(packet)) return drop;
     const std::uint8_t version = version_of(kind);
     const Settings& settings = core().settings;
-    if (settings.mode == Mode::kProxy && version > settings.version) return Drop::kNewerVersion;
+    const bool is_version1_router = settings.mode == Mode::kProxy && settings.version == 1;
+    if (kind == Received::kIgmpLeave && is_version1_router) return Drop::kLeaveInVersion1;
     if (kind == Received::kIgmpV3Report) return take_report(packet, version);
     const auto type =
         kind == Received::kIgmpLeave ? RecordType::kToInclude : RecordType::kIsExclude;
@@ -120,9 +104,15 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
     packet.place.port = find_port(packet.place.port)->number;
     if (const auto drop = open_packet(ip, packet)) return drop;
     const std::optional<Received> kind = kind_of(packet.message[0]);
-    if (!kind) return Drop::kUnknownType;
-    note_received(packet.place, *kind, packet.source);
-    return *kind == Received::kIgmpQuery ? take_query(packet) : take_report_or_leave(packet, *kind);
+    const auto discovery = discovery_of(Family::kIpv4, packet.message[0]);
+    if (!kind && !discovery) return Drop::kUnknownType;
+    if (kind && packet.message.size() < kShortestMessage) return Drop::kBadLength;
+    note_received(packet.place, kind.value_or(Received::kIgmpDiscovery), packet.source);
+    if (discovery) return take_discovery(packet, *discovery);
+    if (*kind == Received::kIgmpQuery) return take_query(packet);
+    const auto drop = take_report_or_leave(packet, *kind);
+    if (!drop) relay_to_routers(packet, ip);
+    return drop;
 }
 
 }  // namespace

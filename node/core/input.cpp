@@ -5,14 +5,10 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/group_records.h"
 
 namespace devcore {
 namespace {
-
-constexpr std::size_t kReportHeader = 8;
-constexpr std::size_t kRecordCountAt = 6;
-constexpr std::size_t kRecordHeader = 4;
-constexpr std::size_t kSourceCountAt = 2;
 
 bool is_record_type(std::uint8_t type) {
     return type >= static_cast<std::uint8_t>(RecordType::kIsInclude) &&
@@ -21,39 +17,18 @@ bool is_record_type(std::uint8_t type) {
 
 bool is_known_vlan(const Packet& packet) {
     Settings& settings = core().settings;
-    if (packet.vlan() == default_vid(packet.place.family)) return true;
-    if (settings.vlans.contains(packet.vlan())) return true;
+    if (is_served_vlan(packet)) return true;
     if (!settings.vlan_learning || packet.vlan() > kLastVid) return false;
     settings.vlans.insert(packet.vlan());
     return true;
 }
 
-// The record that rest begins with, whole; nothing when it does not fit.
-//
-//   byte 0  record type       byte 1  auxiliary data, in words     2-3  number of sources
-//   then the group, the sources, the auxiliary data
-std::optional<std::span<const std::uint8_t>> first_record(Family family,
-                                                          std::span<const std::uint8_t> rest) {
-    const std::size_t address = address_length(family);
-    if (rest.size() < kRecordHeader + address) return std::nullopt;
-    const std::size_t sources = mc::load_be16(rest.data() + kSourceCountAt);
-    const std::size_t length = kRecordHeader + (1 + sources) * address + rest[1] * std::size_t{4};
-    if (rest.size() < length) return std::nullopt;
-    return rest.first(length);
-}
-
-// Calls each with the bytes of one record after the other; false when one does not fit. A record of
-// an unknown type is passed over (RFC 3376, 4.2.12).
+// A record of an unknown type is passed over (RFC 3376, 4.2.12).
 template <class Each>
-bool walk_records(Family family, std::span<const std::uint8_t> report, const Each& each) {
-    auto rest = report.subspan(kReportHeader);
-    for (std::size_t left = mc::load_be16(report.data() + kRecordCountAt); left > 0; --left) {
-        const auto record = first_record(family, rest);
-        if (!record) return false;
-        if (is_record_type((*record)[0])) each(*record);
-        rest = rest.subspan(record->size());
-    }
-    return true;
+void each_known_record(Family family, std::span<const std::uint8_t> report, const Each& each) {
+    static_cast<void>(walk_records(address_length(family), report, [&each](auto record) {
+        if (is_record_type(record[0])) each(record);
+    }));
 }
 
 Record read_record(Family family, std::span<const std::uint8_t> bytes) {
@@ -73,6 +48,11 @@ Packet packet_from(Family family, std::uint32_t port, std::uint32_t group_vlan) 
     return {{family, port, group_vlan == 0 ? default_vid(family) : group_vlan}};
 }
 
+bool is_served_vlan(const Packet& packet) {
+    return packet.vlan() == default_vid(packet.place.family) ||
+           core().settings.vlans.contains(packet.vlan());
+}
+
 std::optional<Drop> refuse_place(const Packet& packet) {
     if (find_port(packet.place.port)->is_uplink) return Drop::kReportFromUplink;
     if (!is_known_vlan(packet)) return Drop::kUnknownVlan;
@@ -90,16 +70,17 @@ std::optional<Drop> take_report(const Packet& packet, std::uint8_t version) {
     const Place& place = packet.place;
     const Family family = place.family;
     // Before any of them is taken.
-    if (!walk_records(family, packet.message, [](auto) {})) return Drop::kTruncated;
+    if (!walk_records(address_length(family), packet.message, [](auto) {})) {
+        return Drop::kTruncated;
+    }
     if (family == Family::kIpv4 && igmpv3_rcv != 0) {
-        static_cast<void>(walk_records(family, packet.message, [family](auto record) {
+        each_known_record(family, packet.message, [family](auto record) {
             print_record(family, read_record(family, record));
-        }));
+        });
     }
     const Reporter from{family, place.port, packet.vlan(), packet.source, version};
-    static_cast<void>(walk_records(family, packet.message, [&](auto record) {
-        take_record(from, read_record(family, record));
-    }));
+    each_known_record(family, packet.message,
+                      [&](auto record) { take_record(from, read_record(family, record)); });
     return std::nullopt;
 }
 

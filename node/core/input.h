@@ -6,6 +6,7 @@
 #include <span>
 
 #include "node/core/membership.h"
+#include "node/core/router_version.h"
 
 namespace devcore {
 
@@ -26,6 +27,9 @@ struct Packet {
 
 // Why a report is not taken from there; nothing when it is. An unknown VLAN may be learnt.
 [[nodiscard]] std::optional<Drop> refuse_place(const Packet& packet);
+
+// Whether the VLAN of a packet is the default or listed.
+[[nodiscard]] bool is_served_vlan(const Packet& packet);
 
 // Hands a report of an older version to the engine, as the record that means the same.
 void take_older_message(const Packet& packet, std::uint8_t version, RecordType type,

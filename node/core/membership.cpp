@@ -9,16 +9,13 @@
 #include "node/core/admission.h"
 #include "node/core/bounds.h"
 #include "node/core/hosts.h"
-#include "node/core/querier.h"
+#include "node/core/last_members.h"
 #include "node/core/upstream.h"
 
 namespace devcore {
 namespace {
 
-std::string name_of(const GroupKey& key) { return text(key.family, key.group); }
-
-// What a timer of the group is about.
-std::string about(const GroupKey& key) { return name_of(key) + " on port " + port_text(key.port); }
+std::string group_text(const GroupKey& key) { return text(key.family, key.group); }
 
 Group* find_group(const GroupKey& key) {
     const auto found = core().groups.find(key);
@@ -51,7 +48,7 @@ void arm_ageing(const GroupKey& key, Group& group) {
     if (!rule || group.pieces.empty()) return;
     group.age_timer = core().timers.start(
         rule->aged_at(group.pieces.front().heard_us),
-        {"membership", [key] { return about(key); }, [key] { run_ageing(key); }});
+        {"membership", [key] { return name_of(key); }, [key] { run_ageing(key); }});
 }
 
 // ---- Switch entries -----------------------------------------------------------------------------
@@ -93,10 +90,10 @@ void note_programmed(const GroupKey& key, Group& group, bool programmed) {
     ++(programmed ? counters.entries_added : counters.add_failures);
     if (programmed) {
         trace(Trace::kEntries, place_of(key),
-              [&] { return "entry of " + name_of(key) + " added"; });
+              [&] { return "entry of " + group_text(key) + " added"; });
     } else {
         trace(Trace::kDrops, place_of(key),
-              [&] { return "the switch takes no entry of " + name_of(key); });
+              [&] { return "the switch takes no entry of " + group_text(key); });
     }
 }
 
@@ -105,7 +102,7 @@ void unprogram(const GroupKey& key) {
     const bool removed = change_entry(key, false);
     ++(removed ? counters.entries_removed : counters.remove_failures);
     trace(removed ? Trace::kEntries : Trace::kDrops, place_of(key),
-          [&] { return "entry of " + name_of(key) + (removed ? " removed" : " not removed"); });
+          [&] { return "entry of " + group_text(key) + (removed ? " removed" : " not removed"); });
 }
 
 // ---- Memberships --------------------------------------------------------------------------------
@@ -120,11 +117,11 @@ Group& add_group(const GroupKey& key) {
         group.bandwidth = imputed_bandwidth(port, key.vlan, to_ipv4(key.group));
         port.bandwidth += group.bandwidth;
         ++port.groups;
-        upstream_joined(key.vlan, to_ipv4(key.group));
     } else {
         ++port.mld_groups;
     }
-    trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " joined"; });
+    upstream_joined(key);
+    trace(Trace::kMemberships, place_of(key), [&] { return group_text(key) + " joined"; });
     note_programmed(key, group, programmed);
     return group;
 }
@@ -133,72 +130,62 @@ void remove_group(const GroupKey& key, const char* why) {
     const auto found = core().groups.find(key);
     if (found == core().groups.end()) return;
     core().timers.stop(found->second.age_timer);
-    core().timers.stop(found->second.leave_timer);
+    stop_questions(found->second);
     const bool programmed = found->second.programmed;
     const Books books = books_of(key, found->second);
     close_books(books);
     if (key.family == Family::kIpv4) {
         books.port.bandwidth -= found->second.bandwidth;
         --books.port.groups;
-        upstream_left(key.vlan, to_ipv4(key.group));
     } else {
         --books.port.mld_groups;
     }
+    upstream_left(key);
     // Gone before a call-back can look.
     core().groups.erase(found);
-    trace(Trace::kMemberships, place_of(key), [&] { return name_of(key) + " " + why; });
+    trace(Trace::kMemberships, place_of(key), [&] { return group_text(key) + " " + why; });
     if (programmed) unprogram(key);
-    if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
+    upstream_changed(key);
 }
+
+bool is_over(const Group& group) { return group.hosts.empty() && !group.last_members; }
 
 // The hosts want something else together, perhaps.
 void refresh(const GroupKey& key, Group& group) {
     arm_ageing(key, group);
-    if (key.family == Family::kIpv4) upstream_changed(key.vlan, to_ipv4(key.group));
+    upstream_changed(key);
+}
+
+void settle_as(const GroupKey& key, Group& group, const char* why) {
+    if (is_over(group)) {
+        remove_group(key, why);
+    } else {
+        refresh(key, group);
+    }
+}
+
+template <class IsAged>
+void end_aged(const GroupKey& key, Group& group, const char* why, const IsAged& is_aged) {
+    age_hosts(books_of(key, group), is_aged);
+    settle_as(key, group, why);
 }
 
 void run_ageing(const GroupKey& key) {
     Group* const group = find_group(key);
     const auto rule = age_rule(key.family);
     if (group == nullptr || !rule) return;
-    age_hosts(books_of(key, *group),
-              [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
-    if (group->hosts.empty()) {
-        remove_group(key, "aged");
-    } else {
-        refresh(key, *group);
-    }
+    end_aged(key, *group, "aged",
+             [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
 }
 
-void continue_leave(const GroupKey& key) {
-    Group* const group = find_group(key);
-    if (group == nullptr) return;
-    if (group->queries_left == 0) {
-        remove_group(key, "left, no host answered");
-        return;
-    }
-    --group->queries_left;
-    group->leave_timer = core().timers.start(
-        core().now_us + core().settings.last_member_query_interval * kSecond,
-        {"last member query", [key] { return about(key); }, [key] { continue_leave(key); }});
-    send_group_query(key, oldest_version(group->tally));
-}
-
-void begin_leave(const GroupKey& key, Group& group) {
-    core().timers.stop(group.age_timer);
-    group.queries_left = core().settings.last_member_query_count;
-    if (find_port(key.port)->fast_leave || group.queries_left == 0) {
-        remove_group(key, "left");
-    } else {
-        continue_leave(key);
-    }
-}
-
-// What the SSM map makes of the record of a host that cannot name sources.
+// What the SSM map makes of the record of a host that cannot name sources: its join is one of the
+// mapped sources, its leave is what it is.
 std::optional<Record> with_mapped_sources(const Reporter& from, const Record& record) {
-    if (from.family != Family::kIpv4 || from.version >= 3 || !joins(record)) return std::nullopt;
+    const bool is_older = from.version < newest_version(from.family);
+    if (from.family != Family::kIpv4 || !is_older) return std::nullopt;
     std::vector<Address> sources = ssm_map_sources(to_ipv4(record.group));
     if (sources.empty()) return std::nullopt;
+    if (!joins(record)) return record;
     return Record{RecordType::kIsInclude, record.group, std::move(sources)};
 }
 
@@ -206,11 +193,16 @@ std::optional<Record> with_mapped_sources(const Reporter& from, const Record& re
 std::optional<Drop> refusal(const Reporter& from, const Record& record) {
     if (!is_multicast(from.family, record.group)) return Drop::kNotMulticast;
     if (is_link_local_group(from.family, record.group)) return Drop::kLinkLocalGroup;
-    const bool any_source =
-        record.type == RecordType::kIsExclude || record.type == RecordType::kToExclude;
-    if (from.family == Family::kIpv4 && any_source && is_ssm(to_ipv4(record.group))) {
-        return Drop::kSourceNeeded;
-    }
+    return std::nullopt;
+}
+
+// Why a record about a source-specific group is ignored (RFC 4604, 2.2.1 to 2.2.4). A host of an
+// older version counts for as much as the SSM map makes of it: its leave, then, counts too.
+std::optional<Drop> refuse_without_source(const Reporter& from, const Record& received,
+                                          bool is_mapped) {
+    if (!is_ssm(from.family, received.group) || is_mapped) return std::nullopt;
+    if (from.version < newest_version(from.family)) return Drop::kSsmOlderVersion;
+    if (excludes(received)) return Drop::kSourceNeeded;
     return std::nullopt;
 }
 
@@ -218,15 +210,21 @@ std::optional<Drop> refusal(const Reporter& from, const Record& record) {
 void update(const GroupKey& key, Group& group, const Reporter& from, const Record& record) {
     const bool is_join = joins(record);
     if (!is_join && !group.hosts.contains(from.host)) return;
-    const auto refused = apply_record(books_of(key, group), from, record);
-    if (refused) note_refusal(place_of(key), *refused);
-    if (group.hosts.empty()) {
-        begin_leave(key, group);
-        return;
-    }
-    core().timers.stop(group.leave_timer);
+    Applied applied = apply_record(books_of(key, group), from, record);
+    if (applied.refused) note_refusal(place_of(key), *applied.refused);
     if (is_join) group.last_reporter = from.host;
-    refresh(key, group);
+    if (applied.departure.gives_up()) ask_last_members(key, group, std::move(applied.departure));
+    if (is_over(group)) {
+        remove_group(key, "left");
+    } else {
+        refresh(key, group);
+    }
+}
+
+// Beside a known host of IGMPv1, which cannot leave, nobody's leave counts (RFC 3376, 7.3.2).
+bool ignores_leaves(const GroupKey& key, const Group& group, const Record& record) {
+    return key.family == Family::kIpv4 && record.type == RecordType::kToInclude &&
+           is_known(group, 1);
 }
 
 // Why there is no room for a record; nothing when there is, or when it needs none.
@@ -239,7 +237,17 @@ std::optional<Drop> refuse_record(const GroupKey& key, const Group* group, const
     return refuse_for_room(*find_port(key.port), group, from, record);
 }
 
+// What is only asked for makes room for what is wanted.
+void make_room(const GroupKey& key, Group& group) {
+    const Books books = books_of(key, group);
+    if (group.last_members && is_nearly_full(books)) forget_questions(books);
+}
+
 }  // namespace
+
+std::string name_of(const GroupKey& key) {
+    return text(key.family, key.group) + " on port " + port_text(key.port);
+}
 
 void print_record(Family family, const Record& record) {
     std::printf("  record of type %u, group %s, %zu sources\n", static_cast<unsigned>(record.type),
@@ -250,15 +258,28 @@ void take_record(const Reporter& from, const Record& received) {
     const Place place{from.family, from.port, from.vlan};
     const std::optional<Record> mapped = with_mapped_sources(from, received);
     const Record& record = mapped ? *mapped : received;
-    if (const auto drop = refusal(from, record)) {
+    auto drop = refusal(from, record);
+    if (!drop) drop = refuse_without_source(from, record, mapped.has_value());
+    if (drop) {
         note_drop(place, *drop);
         return;
     }
     const GroupKey key{from.port, from.vlan, from.family, record.group};
     Group* group = find_group(key);
     if (group == nullptr && !joins(record)) return;
-    if (const auto drop = refuse_record(key, group, from, record)) {
+    if (group != nullptr && ignores_leaves(key, *group, record)) {
+        note_drop(place, Drop::kOlderHostPresent);
+        return;
+    }
+    if (group != nullptr && joins(record)) make_room(key, *group);
+    drop = refuse_record(key, group, from, record);
+    if (drop) {
         note_refusal(place, *drop);
+        if (group != nullptr && is_over(*group)) {
+            remove_group(key, "left");
+        } else if (group != nullptr) {
+            upstream_changed(key);  // for a question that made room in vain
+        }
         return;
     }
     if (group != nullptr) {
@@ -270,12 +291,39 @@ void take_record(const Reporter& from, const Record& received) {
     update(key, *group, from, record);
 }
 
+void settle(const GroupKey& key, Group& group) { settle_as(key, group, "left, no host answered"); }
+
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
     std::vector<GroupKey> keys;
     for (const auto& [key, group] : core().groups) {
         if (unwanted(key)) keys.push_back(key);
     }
     for (const GroupKey& key : keys) remove_group(key, "taken away");
+}
+
+// One that is being left has a timer of its own.
+void end_unheard(const GroupKey& key, const Address& source, std::uint64_t since_us) {
+    Group* const group = find_group(key);
+    if (group == nullptr) return;
+    end_unheard_pieces(books_of(key, *group), source, since_us);
+    settle_as(key, *group, "aged");
+}
+
+void end_unheard(std::uint32_t port, std::uint64_t since_us) {
+    std::vector<GroupKey> keys;
+    const auto& groups = core().groups;
+    const auto end = groups.lower_bound({port + 1, 0, Family::kIpv4, {}});
+    for (auto at = groups.lower_bound({port, 0, Family::kIpv4, {}}); at != end; ++at) {
+        keys.push_back(at->first);
+    }
+    for (const GroupKey& key : keys) {
+        Group* const group = find_group(key);
+        const bool is_old = group != nullptr && !group->pieces.empty() &&
+                            group->pieces.front().heard_us <= since_us;
+        if (!is_old) continue;
+        end_aged(key, *group, "lost with the link",
+                 [since_us](std::uint64_t heard_us) { return heard_us <= since_us; });
+    }
 }
 
 void remove_group_of(const GroupKey& key) { remove_group(key, "taken away"); }
@@ -285,7 +333,7 @@ void forget_mld_groups() {
     for (auto& [key, group] : state.groups) {
         if (key.family != Family::kIpv6) continue;
         state.timers.stop(group.age_timer);
-        state.timers.stop(group.leave_timer);
+        stop_questions(group);
         close_books(books_of(key, group));
     }
     for (Port& port : state.ports) port.mld_groups = 0;
@@ -338,10 +386,7 @@ std::optional<EntryOwner> entry_in_hand() {
 }
 
 std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group) {
-    if (group.leave_timer) {
-        const std::uint64_t step = core().settings.last_member_query_interval * kSecond;
-        return group.leave_timer->first + group.queries_left * step;
-    }
+    if (group.hosts.empty()) return last_answer_due(group);
     const auto rule = age_rule(key.family);
     if (!rule || group.pieces.empty()) return std::nullopt;
     return rule->aged_at(group.pieces.back().heard_us);

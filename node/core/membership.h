@@ -3,15 +3,19 @@
 // records that mean the same: a report excludes nothing, a leave or done includes nothing.
 //
 // Hosts are told apart by their source address. What a port wants is what its hosts want together,
-// by the rules of RFC 3376, 3.2, so the compatibility modes for older hosts need no code: such a
-// host holds its group in exclude mode until it leaves or ages.
+// by the rules of RFC 3376, 3.2, so the compatibility modes for older hosts (RFC 3376, 7.3.2;
+// RFC 3810, 8.3.2) need little code: such a host holds its group in EXCLUDE({}) until it leaves or
+// ages, so what others block or exclude takes no source away for as long. What they said counts
+// again after that, where a router that ignored it would have to be told anew. Only leaves are
+// ignored beside a host of IGMPv1.
 //
 //   what comes                           what happens
 //   first join of a port, VLAN, group    admission; an entry in the switch; upstream in proxy mode
 //   a join again                         refreshed; an entry that failed before is tried again
 //   a leave, another host known          nothing but that the host is forgotten
 //   a leave of the last known host       fast leave: taken away at once
-//                                        otherwise: group queries, and taken away if unanswered
+//                                        otherwise: queries, and taken away if unanswered
+//   sources that nobody known wants      likewise (last_members.h)
 //   a leave of an unknown host           nothing
 //   nothing for the membership interval  taken away
 //
@@ -28,6 +32,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "node/core/state.h"
@@ -54,6 +59,11 @@ struct Record {
 // For igmpv3_rcv and igmpv3_snd.
 void print_record(Family family, const Record& record);
 
+// What hosts speak that can name sources.
+[[nodiscard]] constexpr std::uint8_t newest_version(Family family) {
+    return family == Family::kIpv4 ? 3 : 2;
+}
+
 struct Reporter {
     Family family;
     std::uint32_t port;  // a declared user port
@@ -62,12 +72,23 @@ struct Reporter {
     std::uint8_t version;  // of the message
 };
 
+// "239.1.1.1 on port 2", for those who are shown timers.
+[[nodiscard]] std::string name_of(const GroupKey& key);
+
+// A question of the group is over: it ends if nobody is left, or is what its hosts want.
+void settle(const GroupKey& key, Group& group);
+
 // A record with a group that is no membership, or that is not admitted, is counted as a drop.
 void take_record(const Reporter& from, const Record& received);
 
 // Takes memberships away at once, out of the switch too.
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted);
 void remove_group_of(const GroupKey& key);
+
+// Takes out of a port's memberships what was not heard of after that time, as if it had aged.
+void end_unheard(std::uint32_t port, std::uint64_t since_us);
+// The same for one source of a group, or without one (all 0) for its hosts in exclude mode.
+void end_unheard(const GroupKey& key, const Address& source, std::uint64_t since_us);
 
 // Forgets them, and leaves the switch alone: it begins anew as well.
 void forget_mld_groups();

@@ -1,36 +1,44 @@
-// The messages that the core sends: their bytes, and the way out through the call-backs.
+// What the core sends: the packets around all messages, and the way out through the call-backs. The
+// messages are in query_message.h and report_message.h.
 #pragma once
 
 #include <cstdint>
 #include <span>
 #include <vector>
 
-#include "node/core/membership.h"
+#include "node/core/checksum.h"
+#include "node/core/development_core.h"
 #include "node/core/state.h"
+#include "node/core/trace.h"
 
 namespace devcore {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// RFC 1071; 0 over bytes that hold their right checksum.
-[[nodiscard]] std::uint16_t internet_checksum(std::span<const std::uint8_t> bytes);
-// The same for an ICMPv6 message, whose checksum takes in a pseudo-header (RFC 8200, 8.1).
-[[nodiscard]] std::uint16_t icmpv6_checksum(const std::uint8_t* source,
-                                            const std::uint8_t* destination,
-                                            std::span<const std::uint8_t> message);
+// Big-endian.
+void append16(Bytes& bytes, std::uint32_t value);
+void append32(Bytes& bytes, std::uint32_t value);
+void append(Bytes& bytes, std::span<const std::uint8_t> more);
 
 // The 8-bit codes of IGMPv3 for response times and intervals (RFC 3376, 4.1.1).
 [[nodiscard]] std::uint8_t encode_time(std::uint64_t value);
 [[nodiscard]] std::uint32_t decode_time(std::uint8_t code);
+// The 16-bit codes of MLDv2 for response times (RFC 3810, 5.1.3).
+[[nodiscard]] std::uint32_t decode_mld_time(std::uint16_t code);
+
+// ---- Packets ------------------------------------------------------------------------------------
+
+// An IGMP message behind its IP header: router alert, TTL 1, TOS 0xC0.
+[[nodiscard]] Bytes ipv4_packet(std::uint32_t source, std::uint32_t destination,
+                                const Bytes& message);
+// An ICMPv6 message, whose checksum is put in, behind IPv6 and hop-by-hop header: router alert, hop
+// limit 1.
+[[nodiscard]] Bytes ipv6_packet(const Address& source, const Address& destination, Bytes message);
+
+// Hands a packet to the call-back of its family, with the tag of the place.
+void send_packet(const Place& place, Sent kind, std::uint8_t priority, Bytes packet);
 
 // ---- IGMP ---------------------------------------------------------------------------------------
-
-struct IgmpQuery {
-    std::uint8_t version;
-    std::uint32_t group;          // 0: general
-    std::uint32_t response_time;  // seconds
-};
-[[nodiscard]] Bytes igmp_query(const IgmpQuery& query);
 
 enum class IgmpType : std::uint8_t {
     kQuery = 0x11,
@@ -40,25 +48,15 @@ enum class IgmpType : std::uint8_t {
     kV3Report = 0x22,
 };
 
-// The 8 bytes of versions 1 and 2.
-[[nodiscard]] Bytes igmp_message(IgmpType type, std::uint32_t group);
-// As many reports as it takes to keep packets well below an Ethernet frame.
-[[nodiscard]] std::vector<Bytes> igmp_v3_reports(const std::vector<Record>& records);
+[[nodiscard]] Bytes with_igmp_checksum(Bytes message);
 
 struct SendTag {
     std::uint16_t vid;
     std::uint8_t priority;
 };
 
-// Puts the IP header before the message: router alert, TTL 1, TOS 0xC0, from the proxy address.
+// From the proxy address.
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message);
-
-// ---- MLD ----------------------------------------------------------------------------------------
-
-// The whole packet: IPv6 and hop-by-hop header with router alert, and the query.
-[[nodiscard]] Bytes mld_group_query(std::uint8_t version, const Address& group,
-                                    std::uint32_t response_time);
-void send_mld(Sent kind, std::uint16_t port, std::uint16_t vid, Bytes packet);
 
 }  // namespace devcore

@@ -7,8 +7,11 @@
 //   8  source                                               8  group, or records
 //  24  destination
 //
-// Only link-local sources are taken (RFC 2710, 3; RFC 3810, 6.2). A host whose address is not ready
-// yet reports from ::, and does so again later. The router alert option is not asked for.
+// Only messages from link-local addresses, with the router alert option and a hop limit of 1, are
+// taken (RFC 2710, 3; RFC 3810, 5 and 6.2). A host whose address is not ready yet reports from ::,
+// which a router ignores (RFC 3590, 4; RFC 3810, 5.2.13). A switch may learn from it, but has
+// nothing to learn: such a host reports groups of link-local scope, which are flooded, and all its
+// groups again as soon as it has its address.
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -18,6 +21,9 @@
 #include "node/core/address.h"
 #include "node/core/input.h"
 #include "node/core/message.h"
+#include "node/core/relay.h"
+#include "node/core/router_input.h"
+#include "node/core/router_query.h"
 
 namespace devcore {
 namespace {
@@ -26,10 +32,31 @@ constexpr std::size_t kIpv6Header = 40;
 constexpr std::size_t kSourceAt = 8;
 constexpr std::size_t kDestinationAt = 24;
 constexpr std::size_t kGroupAt = 8;
-constexpr std::size_t kShortestMessage = 8;  // a report without records
-constexpr std::size_t kOlderMessage = 24;    // one group
+constexpr std::size_t kShortestMessage = 8;    // a report without records
+constexpr std::size_t kOlderMessage = 24;      // one group
+constexpr std::size_t kTerminationLength = 4;  // of a router, the shortest of all (RFC 4286)
 constexpr std::uint8_t kNextHopByHop = 0;
 constexpr std::uint8_t kNextIcmpv6 = 58;
+
+// Whether the options of a hop-by-hop header hold a router alert for MLD (RFC 2711, 2.1).
+bool has_router_alert(std::span<const std::uint8_t> options) {
+    constexpr std::uint8_t kPad1 = 0;
+    constexpr std::uint8_t kRouterAlert = 5;
+    constexpr std::uint8_t kAlertLength = 2;
+    while (options.size() > 1) {
+        if (options[0] == kPad1) {
+            options = options.subspan(1);
+            continue;
+        }
+        const std::size_t length = 2 + std::size_t{options[1]};
+        if (length > options.size()) return false;
+        if (options[0] == kRouterAlert) {
+            return options[1] == kAlertLength && mc::load_be16(&options[2]) == 0;
+        }
+        options = options.subspan(length);
+    }
+    return false;
+}
 
 // Where the ICMPv6 message begins; nothing when there is none within the packet.
 std::optional<std::size_t> message_offset(std::span<const std::uint8_t> ip) {
@@ -39,7 +66,7 @@ std::optional<std::size_t> message_offset(std::span<const std::uint8_t> ip) {
         next = ip[at];
         at += (ip[at + 1] + std::size_t{1}) * 8;
     }
-    if (next != kNextIcmpv6 || at + kShortestMessage > ip.size()) return std::nullopt;
+    if (next != kNextIcmpv6 || at + kTerminationLength > ip.size()) return std::nullopt;
     return at;
 }
 
@@ -53,6 +80,16 @@ std::optional<Drop> open_packet(std::span<const std::uint8_t> ip, Packet& packet
     if (icmpv6_checksum(&ip[kSourceAt], &ip[kDestinationAt], packet.message) != 0) {
         return Drop::kChecksum;
     }
+    return std::nullopt;
+}
+
+// Why a message that has come unharmed is not to be believed.
+std::optional<Drop> disbelieve(std::span<const std::uint8_t> ip, const Packet& packet) {
+    if (ip[7] != 1) return Drop::kHopLimit;
+    const std::span options = ip.first(ip.size() - packet.message.size()).subspan(kIpv6Header);
+    if (options.size() < 2 || !has_router_alert(options.subspan(2))) return Drop::kNoRouterAlert;
+    if (packet.source == Address{}) return Drop::kUnspecifiedSource;
+    if (!is_link_local_host(packet.source)) return Drop::kSource;
     return std::nullopt;
 }
 
@@ -71,12 +108,6 @@ std::optional<Received> kind_of(std::uint8_t type) {
     }
 }
 
-// Queries are forwarded by the library; the core has no use for them.
-std::optional<Drop> take_query(const Packet& packet) {
-    if (!find_port(packet.place.port)->is_uplink) return Drop::kQueryFromUser;
-    return std::nullopt;
-}
-
 std::optional<Drop> take_report_or_done(const Packet& packet, Received kind) {
     if (const auto drop = refuse_place(packet)) return drop;
     if (kind == Received::kMldV2Report) return take_report(packet, 2);
@@ -92,11 +123,16 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
     packet.place.port = port->number;
     if (const auto drop = open_packet(ip, packet)) return drop;
     const std::optional<Received> kind = kind_of(packet.message[0]);
-    if (!kind) return Drop::kUnknownType;
-    if (ip[7] != 1) return Drop::kHopLimit;
-    if (!is_link_local_host(packet.source)) return Drop::kSource;
-    note_received(packet.place, *kind, packet.source);
-    return *kind == Received::kMldQuery ? take_query(packet) : take_report_or_done(packet, *kind);
+    const auto discovery = discovery_of(Family::kIpv6, packet.message[0]);
+    if (!kind && !discovery) return Drop::kUnknownType;
+    if (kind && packet.message.size() < kShortestMessage) return Drop::kTruncated;
+    if (const auto drop = disbelieve(ip, packet)) return drop;
+    note_received(packet.place, kind.value_or(Received::kMldDiscovery), packet.source);
+    if (discovery) return take_discovery(packet, *discovery);
+    if (*kind == Received::kMldQuery) return take_query(packet);
+    const auto drop = take_report_or_done(packet, *kind);
+    if (!drop) relay_to_routers(packet, ip);
+    return drop;
 }
 
 }  // namespace

@@ -2,10 +2,12 @@
 // lists mean stands in admission.h).
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 #include "node/core/address.h"
 #include "node/core/admission.h"
 #include "node/core/bounds.h"
+#include "node/core/querier.h"
 #include "node/core/state.h"
 
 using devcore::AuthRange;
@@ -74,7 +76,7 @@ int32_t igmp_port_add_all_vlan(uint32_t port) {
     const Lock lock;
     Port* const found = find_port(port);
     if (found == nullptr) return kRefused;
-    found->declared = true;
+    if (!std::exchange(found->declared, true)) devcore::ask_at_startup(Family::kIpv4);
     return kDone;
 }
 
@@ -85,7 +87,7 @@ int32_t mld_port_conf_set(uint32_t port, uint32_t port_type) {
     Port* const found = find_port(port);
     if (found == nullptr) return kRefused;
     if (port_type != (found->is_uplink ? kUplinkType : kUserType)) return kRefused;
-    found->mld_declared = true;
+    if (!std::exchange(found->mld_declared, true)) devcore::ask_at_startup(Family::kIpv6);
     return kDone;
 }
 

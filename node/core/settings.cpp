@@ -8,11 +8,15 @@
 // A membership lives in a VLAN that is the default or is on the list, and ends with it. With VLAN
 // learning, a report puts its VLAN on the list.
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "node/core/address.h"
 #include "node/core/admission.h"
 #include "node/core/membership.h"
 #include "node/core/querier.h"
+#include "node/core/router_version.h"
+#include "node/core/routers.h"
 #include "node/core/state.h"
 #include "node/core/upstream.h"
 
@@ -51,14 +55,39 @@ void switch_ageing(devcore::AgeSwitch& ageing, bool on) {
     devcore::rearm_ageing();
 }
 
+// In proxy mode the core is a host towards the network and the querier of the ports; in others
+// neither.
+void change_role(Family family) {
+    devcore::stop_general_queries(family);
+    devcore::stop_upstream(family);
+    if (!devcore::is_proxy(family)) return;
+    devcore::start_upstream(family);
+    devcore::start_general_queries(family);
+}
+
+bool is_lost(Family family, std::uint16_t vlan) {
+    return vlan != devcore::default_vid(family) && !settings().vlans.contains(vlan);
+}
+
 // Ends what lives in VLANs that are not there any more.
 void drop_lost_vlans() {
-    devcore::remove_groups_if([](const GroupKey& key) {
-        return key.vlan != devcore::default_vid(key.family) && !settings().vlans.contains(key.vlan);
-    });
+    devcore::remove_groups_if([](const GroupKey& key) { return is_lost(key.family, key.vlan); });
+    devcore::forget_routers_if(
+        [](const devcore::RouterKey& key) { return is_lost(key.family, key.vlan); });
+}
+
+// Not part of the core: it stays when the core begins anew.
+std::function<void(bool)>& proxy_watch() {
+    static auto* const watch = new std::function<void(bool)>;
+    return *watch;
 }
 
 }  // namespace
+
+void devcore::watch_proxy_mode(std::function<void(bool)> changed) {
+    const Lock lock;
+    proxy_watch() = std::move(changed);
+}
 
 // ---- Mode, version and times --------------------------------------------------------------------
 
@@ -67,20 +96,20 @@ int32_t igmp_mode_switch_globle(uint32_t mode) {
     if (mode < 1 || mode > 3) return kRefused;
     const auto wanted = static_cast<Mode>(mode);
     if (wanted == settings().mode) return kDone;
+    const bool was_proxy = settings().mode == Mode::kProxy;
     settings().mode = wanted;
-    devcore::stop_general_queries();
-    devcore::stop_upstream();
-    if (wanted == Mode::kProxy) {
-        devcore::start_upstream();
-        devcore::start_general_queries();
-    }
+    change_role(Family::kIpv4);
+    const bool is_proxy = wanted == Mode::kProxy;
+    if (is_proxy != was_proxy && proxy_watch()) proxy_watch()(is_proxy);
     return kDone;
 }
 
 int32_t igmp_version_globle_set(uint8_t version) {
     const Lock lock;
     if (version < 1 || version > 3) return kRefused;
-    settings().version = version;
+    const std::uint8_t before = std::exchange(settings().version, version);
+    devcore::host_version_was_set(before);
+    if (version != before) devcore::repeat_general_query(Family::kIpv4);
     return kDone;
 }
 
@@ -152,7 +181,7 @@ int32_t mld_pack_set_age_switch(uint8_t enable) {
 
 // ---- Sources and the proxy ----------------------------------------------------------------------
 
-// 0 and 0: no SSM range.
+// 0 and 0: no SSM range, for IPv6 neither. Until it is set the RFCs' range holds (RFC 4607, 1).
 int32_t igmp_ssm_ip_globle_set(uint32_t start, uint32_t end) {
     const Lock lock;
     if (start > end) return kRefused;
@@ -234,11 +263,14 @@ int32_t igmp_del_all_group(void) {
     return kDone;
 }
 
-// Both modes learn alike; the library forwards what is to be forwarded.
+// All modes learn alike. The library forwards in the modes 2 and 3; in mode 1, proxy, it hands all
+// frames to the core and forwards none.
 int32_t mld_proxy_snoop_set_globle(uint16_t mode) {
     const Lock lock;
-    if (mode != 2 && mode != 3) return kRefused;
+    if (mode < 1 || mode > 3) return kRefused;
+    if (mode == settings().mld_mode) return kDone;
     settings().mld_mode = mode;
+    change_role(Family::kIpv6);
     return kDone;
 }
 

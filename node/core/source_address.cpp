@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "common/bytes.h"
+#include "node/core/address.h"
 #include "node/core/state.h"
 
 namespace devcore {
@@ -21,6 +22,10 @@ Address mld_source() {
     Address source{0xFE, 0x80};
     mc::store_be32(source.data() + 12, core().settings.proxy_ip);
     return source;
+}
+
+Address querier_address(Family family) {
+    return family == Family::kIpv4 ? from_ipv4(core().settings.proxy_ip) : mld_source();
 }
 
 std::uint32_t proxy_ip() {

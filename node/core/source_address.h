@@ -9,4 +9,7 @@ namespace devcore {
 // apart as long as each has one of its own.
 [[nodiscard]] Address mld_source();
 
+// Of a querier's queries, which elections go by.
+[[nodiscard]] Address querier_address(Family family);
+
 }  // namespace devcore

@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "node/core/membership.h"
+#include "node/core/routers.h"
+#include "node/core/upstream.h"
 
 namespace devcore {
 namespace {
@@ -83,6 +85,7 @@ std::string port_text(std::uint32_t number) {
 void reset() {
     const Lock lock;
     core() = Core{};
+    tell_router_ports();
     igmpv3_rcv = 0;
     igmpv3_snd = 0;
 }
@@ -93,18 +96,23 @@ using devcore::Core;
 using devcore::Lock;
 using devcore::Port;
 
-// All but the clock begins anew; the switch is taken to be empty as well.
+// All but the clock and the random numbers begins anew; the switch is taken to be empty as well.
 int32_t igmp_data_init(void) {
     const Lock lock;
     const std::uint64_t now = devcore::core().now_us;
+    const std::uint64_t chance = devcore::core().chance;
     devcore::reset();
     devcore::core().now_us = now;
+    devcore::core().chance = chance;
     return 0;
 }
 
 int32_t mld_data_init(void) {
     const Lock lock;
+    devcore::stop_upstream(devcore::Family::kIpv6);
     devcore::forget_mld_groups();
+    devcore::forget_routers_if(
+        [](const devcore::RouterKey& key) { return key.family == devcore::Family::kIpv6; });
     for (Port& port : devcore::core().ports) port.mld_declared = false;
     Core& state = devcore::core();
     const devcore::Settings fresh;

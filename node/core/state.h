@@ -12,12 +12,14 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "node/core/chance.h"
 #include "node/core/control_list.h"
 #include "node/core/development_core.h"
 #include "node/core/tally.h"
@@ -63,12 +65,16 @@ struct Port {
     std::vector<AuthRange> ranges;
     ControlList control_list;
 
+    // While memberships from before it wait to be reported anew (port_down.cpp).
+    std::uint64_t down_us = 0;
+    std::optional<Timers::Id> down_timer;
+
     // The engine keeps them.
     std::uint32_t groups = 0;     // of IGMP
     std::uint64_t bandwidth = 0;  // of these
     std::uint32_t mld_groups = 0;
-    std::uint32_t addresses = 0;   // hosts and sources of all groups
-    std::uint32_t bounds_met = 0;  // a bit for each Drop that the console has been told of
+    std::uint32_t addresses = 0;   // hosts and sources of all groups, and of their questions
+    std::uint64_t bounds_met = 0;  // a bit for each Drop that the console has been told of
 };
 
 // ---- Memberships --------------------------------------------------------------------------------
@@ -99,26 +105,42 @@ struct GroupKey {
     auto operator<=>(const GroupKey&) const = default;
 };
 
-// A membership. Without hosts it has a leave timer, and is taken away when that has run out; until
-// then the last host that left goes on being counted.
+// What a host has given up and nobody known wants besides, while the others are asked for it. It is
+// as if a host wanted it: EXCLUDE(sources) if the group as a whole was given up, else
+// INCLUDE(sources).
+struct Question {
+    bool is_of_group = false;
+    std::vector<Address> sources;  // sorted
+    std::uint8_t version = 0;      // of that host
+    std::uint32_t queries_left = 0;
+    std::optional<Timers::Id> timer;
+};
+
+struct LastMembers {
+    std::list<Question> questions;  // the one asked first in front
+    Tally tally;                    // of all questions
+};
+
+// A membership. Without hosts it has questions, and is taken away with the last of them.
 struct Group {
     Hosts hosts;
-    Hosts::node_type last_left;
-    Pieces pieces;                // of the hosts, the one heard longest ago first
-    Tally tally;                  // of the hosts, or of the last one that left
-    std::uint32_t addresses = 0;  // hosts and sources, likewise
+    Pieces pieces;                              // of the hosts, the one heard longest ago first
+    Tally tally;                                // of hosts and questions
+    std::uint32_t addresses = 0;                // hosts and sources, likewise
+    std::unique_ptr<LastMembers> last_members;  // null without questions
     Address last_reporter{};
     std::uint64_t joined_us = 0;
     bool programmed = false;
     std::uint32_t bandwidth = 0;  // as it was imputed when the group was joined
     std::optional<Timers::Id> age_timer;
-    std::optional<Timers::Id> leave_timer;
-    std::uint32_t queries_left = 0;
 };
 
 // ---- Settings -----------------------------------------------------------------------------------
 
 enum class Mode : std::uint8_t { kSnooping = 1, kProxy = 2, kControl = 3 };
+
+// Of mld_proxy_snoop_set_globle; 2 is snooping and 3 control.
+constexpr std::uint16_t kMldProxy = 1;
 
 struct AgeSwitch {
     bool on = true;
@@ -140,8 +162,8 @@ struct Settings {
     AgeSwitch ageing;
     AgeSwitch mld_ageing;
 
-    std::uint32_t ssm_start = 0;
-    std::uint32_t ssm_end = 0;
+    std::uint32_t ssm_start = 0xE8000000;    // 232.0.0.0/8
+    std::uint32_t ssm_end = 0xE8FFFFFF;      // 0: no group is source-specific, of IPv6 neither
     const std::uint32_t* ssm_map = nullptr;  // the caller's five words
 
     bool vlan_learning = false;
@@ -168,17 +190,86 @@ struct CallBacks {
     MldTableChange mld_remove = nullptr;
 };
 
-// A group in proxy mode: what the hosts of all ports want, and what was reported of it. Sources are
-// noted when their votes change, so that a report takes no walk over the others.
+// ---- Host side, of a family in proxy mode -------------------------------------------------------
+
+// Where the network's router of a family is a host's router to the core: in a VLAN of the uplink.
+struct RouterLink {
+    Family family;
+    std::uint16_t vlan;
+
+    auto operator<=>(const RouterLink&) const = default;
+};
+
+struct UpstreamKey {
+    RouterLink link;
+    Address group;
+
+    auto operator<=>(const UpstreamKey&) const = default;
+};
+
+[[nodiscard]] inline UpstreamKey upstream_key(const GroupKey& key) {
+    return {{key.family, key.vlan}, key.group};
+}
+
+// A group: what the hosts of all ports want, and what was reported of it. Sources are noted when
+// their votes change, so that a report takes no walk over the others.
 struct Upstream {
     std::uint32_t members = 0;  // ports
     Tally tally;
     std::set<std::pair<std::int32_t, Address>> unwanted;  // by how many hosts exclude each of the
                                                           // sources that none includes
-    std::set<Address> changed;                            // since the last report
+    std::vector<Address> changed;                         // since the last report
     std::int32_t excluding = 0;                           // hosts, at the last report
     bool is_reported = false;
     Filter reported;
+};
+
+struct SourceToRepeat {
+    Address source;
+    std::uint8_t times;
+};
+
+// How often the news of a group are still to be repeated: that the filter mode is another one, or
+// that the group was joined in an older version, and which sources are listed anew or no more.
+struct ChangeToRepeat {
+    std::uint8_t filter_mode = 0;
+    std::vector<SourceToRepeat> sources;  // sorted; none with 0 times
+};
+
+// What a query of a group is still to be told.
+struct AnswerDue {
+    std::optional<Timers::Id> timer;
+    std::vector<Address> sources;  // asked for, sorted; none: all of the group
+};
+
+constexpr std::size_t kOlderVersions = 2;  // IGMP has two, MLD one
+
+// What queries have shown of a router, and what it is still to be told of all groups.
+struct Router {
+    std::uint8_t robustness = 0;       // 0: not known
+    std::uint32_t query_interval = 0;  // in seconds; 0: not known
+    std::array<std::optional<Timers::Id>, kOlderVersions> older_present;  // of version 1, of 2
+    std::optional<Timers::Id> repeat_timer;
+    std::optional<Timers::Id> answer_timer;  // to a general query
+};
+
+// How a router behind a user port is known.
+struct RouterKey {
+    std::uint32_t port;
+    std::uint16_t vlan;
+    Family family;
+    RouterSign sign;
+    Address address;
+
+    auto operator<=>(const RouterKey&) const = default;
+};
+using UserRouters = std::map<RouterKey, std::optional<Timers::Id>>;  // till when it is present
+
+// The general queries of a family.
+struct QueryRound {
+    std::optional<Timers::Id> timer;          // in proxy mode only
+    std::uint32_t startup_left = 0;           // of the burst, the one that is due included
+    std::optional<Timers::Id> startup_timer;  // of the node itself
 };
 
 constexpr std::uint16_t kNoTracedPort = 65534;
@@ -207,8 +298,15 @@ struct Core {
     Settings settings;
     std::array<Port, kPorts> ports;
     std::map<GroupKey, Group> groups;
-    std::map<VlanGroup, Upstream> upstream;  // in proxy mode only
-    std::optional<Timers::Id> query_timer;
+    std::map<UpstreamKey, Upstream> upstream;  // in proxy mode only
+    std::map<RouterLink, Router> routers;
+    std::map<UpstreamKey, ChangeToRepeat> changes_to_repeat;
+    std::map<UpstreamKey, AnswerDue> answers_due;
+    std::uint64_t chance = kFixedSeed;
+    std::array<QueryRound, 2> query_rounds;  // of IGMP and MLD
+    UserRouters user_routers;                // behind user ports
+    std::set<std::pair<GroupKey, Address>>
+        lowered_timers;  // of a source, or with none of the group
     std::optional<OamControl> last_oam_control;
     CallBacks call_backs;
     Counters counters;
@@ -231,6 +329,12 @@ class Lock {
 [[nodiscard]] Port* find_port(std::uint32_t number);
 // The same, for declared ports only.
 [[nodiscard]] Port* find_declared_port(std::uint32_t number);
+
+// Whether the core is the hosts' router, and the network's host in their place.
+[[nodiscard]] inline bool is_proxy(Family family) {
+    const Settings& settings = core().settings;
+    return family == Family::kIpv4 ? settings.mode == Mode::kProxy : settings.mld_mode == kMldProxy;
+}
 
 [[nodiscard]] inline std::uint16_t default_vid(Family family) {
     const Settings& settings = core().settings;

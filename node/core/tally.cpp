@@ -20,7 +20,7 @@ Filter filter_of(const Tally& tally) {
     for (const auto& [source, votes] : tally.sources) {
         const bool is_unwanted = votes.including == 0 && votes.excluding == tally.excluding;
         if (filter.exclude ? is_unwanted : votes.including > 0) {
-            filter.sources.insert(filter.sources.end(), source);
+            filter.sources.push_back(source);
         }
     }
     return filter;

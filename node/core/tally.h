@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <set>
+#include <vector>
 
 #include "node/core/development_core.h"
 
@@ -15,7 +15,7 @@ namespace devcore {
 // Which sources are wanted: those listed, or all others (RFC 3376, 3).
 struct Filter {
     bool exclude = false;
-    std::set<Address> sources;
+    std::vector<Address> sources;  // sorted
 
     bool operator==(const Filter&) const = default;
 };

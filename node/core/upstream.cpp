@@ -2,81 +2,14 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 #include <set>
-#include <string>
 #include <utility>
 
-#include "node/core/address.h"
-#include "node/core/membership.h"
-#include "node/core/message.h"
+#include "node/core/host_reports.h"
+#include "node/core/router_version.h"
 
 namespace devcore {
 namespace {
-
-constexpr std::uint32_t kAllRouters = 0xE0000002;  // 224.0.0.2
-constexpr std::uint32_t kV3Routers = 0xE0000016;   // 224.0.0.22
-constexpr std::uint32_t kTestGroup = 0xEFFF0102;   // 239.255.1.2
-constexpr std::uint8_t kVersion3 = 3;
-
-bool is_proxy() { return core().settings.mode == Mode::kProxy; }
-
-SendTag uplink_tag(std::uint16_t vlan) {
-    const IgmpUplinkTag& outer = core().ports[kUserPorts].outer;
-    if (outer.first == kNoUplinkTag.first && outer.second == kNoUplinkTag.second) return {vlan, 0};
-    return {static_cast<std::uint16_t>(outer.first & 0x0FFF),
-            static_cast<std::uint8_t>(outer.first >> 13)};
-}
-
-std::vector<Address> list(const std::set<Address>& sources) {
-    return {sources.begin(), sources.end()};
-}
-
-std::set<Address> without(const std::set<Address>& from, const std::set<Address>& taken) {
-    std::set<Address> rest;
-    std::set_difference(from.begin(), from.end(), taken.begin(), taken.end(),
-                        std::inserter(rest, rest.end()));
-    return rest;
-}
-
-void print_sent(const std::vector<Record>& records) {
-    if (igmpv3_snd == 0) return;
-    for (const Record& record : records) print_record(Family::kIpv4, record);
-}
-
-void send_records(std::uint16_t vlan, const std::vector<Record>& records) {
-    print_sent(records);
-    for (const Bytes& report : igmp_v3_reports(records)) {
-        send_igmp(Sent::kIgmpReport, kCoreUplink, uplink_tag(vlan), kV3Routers, report);
-    }
-}
-
-void send_report(std::uint16_t vlan, std::uint32_t group) {
-    const IgmpType type = core().settings.version == 1 ? IgmpType::kV1Report : IgmpType::kV2Report;
-    send_igmp(Sent::kIgmpReport, kCoreUplink, uplink_tag(vlan), group, igmp_message(type, group));
-}
-
-void send_leave(std::uint16_t vlan, std::uint32_t group) {
-    send_igmp(Sent::kIgmpLeave, kCoreUplink, uplink_tag(vlan), kAllRouters,
-              igmp_message(IgmpType::kLeave, group));
-}
-
-// What makes an upstream router want `to` instead of `from` (RFC 3376, 5.1); nothing if equal.
-std::vector<Record> changes(std::uint32_t group, const Filter& from, const Filter& to) {
-    const Address address = from_ipv4(group);
-    if (from.exclude != to.exclude) {
-        const auto type = to.exclude ? RecordType::kToExclude : RecordType::kToInclude;
-        return {{type, address, list(to.sources)}};
-    }
-    const Filter& more = to.exclude ? from : to;
-    const Filter& less = to.exclude ? to : from;
-    std::vector<Record> records;
-    const auto allowed = without(more.sources, less.sources);
-    if (!allowed.empty()) records.push_back({RecordType::kAllowSources, address, list(allowed)});
-    const auto blocked = without(less.sources, more.sources);
-    if (!blocked.empty()) records.push_back({RecordType::kBlockSources, address, list(blocked)});
-    return records;
-}
 
 // What all hosts want, made up anew.
 Filter wanted(const Upstream& upstream) {
@@ -85,7 +18,7 @@ Filter wanted(const Upstream& upstream) {
     Filter filter{true, {}};
     const auto from = upstream.unwanted.lower_bound({excluding, Address{}});
     for (auto at = from; at != upstream.unwanted.end() && at->first == excluding; ++at) {
-        filter.sources.insert(filter.sources.end(), at->second);
+        filter.sources.push_back(at->second);
     }
     return filter;
 }
@@ -96,95 +29,62 @@ bool is_listed(const Upstream& upstream, const Address& source) {
     return votes.including == 0 && votes.excluding == upstream.tally.excluding;
 }
 
-void report_change(const VlanGroup& place, const std::vector<Record>& records, bool is_first) {
-    const auto& [vlan, group] = place;
-    if (core().settings.version >= kVersion3) {
-        send_records(vlan, records);
-    } else if (is_first) {
-        send_report(vlan, group);
-    }
-}
-
 // The filter's mode may be another one, or other sources count as excluded by all.
-void report_anew(const VlanGroup& place, Upstream& upstream) {
-    Filter now = wanted(upstream);
-    const auto records = changes(place.second, upstream.reported, now);
-    const bool is_first = !std::exchange(upstream.is_reported, true);
-    upstream.reported = std::move(now);
+Filter make_up_anew(Upstream& upstream) {
+    Filter before = std::exchange(upstream.reported, wanted(upstream));
+    upstream.is_reported = true;
     upstream.excluding = upstream.tally.excluding;
     upstream.changed.clear();
-    report_change(place, records, is_first);
+    return before;
+}
+
+void report_anew(const UpstreamKey& key, Upstream& upstream) {
+    const Standing standing = upstream.is_reported ? Standing::kKnown : Standing::kNew;
+    const Filter before = make_up_anew(upstream);
+    report_change(key, change_between(before, upstream.reported), standing);
+}
+
+// Takes off the list which of the sources are on it, and puts the others there.
+void toggle(std::vector<Address>& listed, const std::vector<Address>& sources) {
+    if (sources.size() == 1) {  // which is common, and needs no second list
+        const auto at = std::ranges::lower_bound(listed, sources.front());
+        if (at != listed.end() && *at == sources.front()) {
+            listed.erase(at);
+        } else {
+            listed.insert(at, sources.front());
+        }
+        return;
+    }
+    std::vector<Address> toggled;
+    std::ranges::set_symmetric_difference(listed, sources, std::back_inserter(toggled));
+    listed = std::move(toggled);
 }
 
 // Nothing but votes for sources can have changed.
-void report_sources(const VlanGroup& place, Upstream& upstream) {
-    std::set<Address>& listed = upstream.reported.sources;
-    std::set<Address> added;
-    std::set<Address> removed;
-    for (const Address& source : std::exchange(upstream.changed, {})) {
-        if (is_listed(upstream, source)) {
-            if (listed.insert(source).second) added.insert(source);
-        } else if (listed.erase(source) > 0) {
-            removed.insert(source);
-        }
-    }
-    const bool excludes = upstream.reported.exclude;
-    report_change(
-        place, changes(place.second, {excludes, std::move(removed)}, {excludes, std::move(added)}),
-        false);
+FilterChange update_sources(Upstream& upstream) {
+    FilterChange change{false, std::exchange(upstream.changed, {})};
+    std::vector<Address>& changed = change.sources;
+    std::ranges::sort(changed);
+    changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
+    std::vector<Address>& listed = upstream.reported.sources;
+    std::erase_if(changed, [&](const Address& source) {
+        return std::ranges::binary_search(listed, source) == is_listed(upstream, source);
+    });
+    if (!changed.empty()) toggle(listed, changed);
+    return change;
 }
 
-void report_end(const VlanGroup& place) {
-    const auto& [vlan, group] = place;
-    if (core().settings.version >= kVersion3) {
-        const std::vector<Record> records{{RecordType::kToInclude, from_ipv4(group), {}}};
-        print_sent(records);
-        send_igmp(Sent::kIgmpLeave, kCoreUplink, uplink_tag(vlan), kV3Routers,
-                  igmp_v3_reports(records).front());
-    } else if (core().settings.version == 2) {
-        send_leave(vlan, group);
+void report_end(const UpstreamKey& key) {
+    const Upstream upstream = std::move(core().upstream.extract(key).mapped());
+    if (upstream.is_reported) {
+        report_change(key, change_between(upstream.reported, {}), Standing::kGone);
     }
-}
-
-// What a version 3 query is told about a group (RFC 3376, 5.2).
-Record current_state(std::uint32_t group, const Filter& filter, const std::vector<Address>& asked) {
-    const Address address = from_ipv4(group);
-    if (asked.empty()) {
-        const auto type = filter.exclude ? RecordType::kIsExclude : RecordType::kIsInclude;
-        return {type, address, list(filter.sources)};
-    }
-    Record record{RecordType::kIsInclude, address, {}};
-    for (const Address& source : asked) {
-        if (filter.sources.contains(source) != filter.exclude) record.sources.push_back(source);
-    }
-    return record;
-}
-
-bool says_something(const Record& record) {
-    return record.type == RecordType::kIsExclude || !record.sources.empty();
-}
-
-void answer(const UpstreamQuery& query) {
-    if (!is_proxy()) return;
-    std::vector<Record> records;
-    for (const auto& [place, upstream] : core().upstream) {
-        const auto& [vlan, group] = place;
-        if (vlan != query.vlan || (query.group != 0 && query.group != group)) continue;
-        if (!upstream.is_reported) continue;
-        if (core().settings.version < kVersion3) {
-            send_report(vlan, group);
-            continue;
-        }
-        const Record record = current_state(group, upstream.reported, query.sources);
-        if (says_something(record)) records.push_back(record);
-    }
-    if (!records.empty()) send_records(query.vlan, records);
 }
 
 }  // namespace
 
-Upstream* find_upstream(std::uint16_t vlan, std::uint32_t group) {
-    const auto found = core().upstream.find({vlan, group});
+Upstream* find_upstream(const UpstreamKey& key) {
+    const auto found = core().upstream.find(key);
     return found == core().upstream.end() ? nullptr : &found->second;
 }
 
@@ -195,7 +95,7 @@ void add_votes(Upstream& upstream, const Address& source, const Votes& more) {
     const auto is_unwanted = [](const Votes& v) { return v.including == 0 && v.excluding > 0; };
     if (is_unwanted(before)) upstream.unwanted.erase({before.excluding, source});
     if (is_unwanted(after)) upstream.unwanted.insert({after.excluding, source});
-    upstream.changed.insert(source);
+    upstream.changed.push_back(source);
 }
 
 void add_tally(Upstream& upstream, const Tally& tally, std::int32_t sign) {
@@ -205,82 +105,48 @@ void add_tally(Upstream& upstream, const Tally& tally, std::int32_t sign) {
     }
 }
 
-void upstream_joined(std::uint16_t vlan, std::uint32_t group) {
-    if (is_proxy()) ++core().upstream[{vlan, group}].members;
+void upstream_joined(const GroupKey& key) {
+    if (is_proxy(key.family)) ++core().upstream[upstream_key(key)].members;
 }
 
-void upstream_left(std::uint16_t vlan, std::uint32_t group) {
-    Upstream* const upstream = find_upstream(vlan, group);
+void upstream_left(const GroupKey& key) {
+    Upstream* const upstream = find_upstream(upstream_key(key));
     if (upstream != nullptr) --upstream->members;
 }
 
-void upstream_changed(std::uint16_t vlan, std::uint32_t group) {
-    const VlanGroup place{vlan, group};
-    Upstream* const upstream = find_upstream(vlan, group);
+void upstream_changed(const GroupKey& key) {
+    const UpstreamKey place = upstream_key(key);
+    Upstream* const upstream = find_upstream(place);
     if (upstream == nullptr) return;
     if (upstream->members == 0) {
-        const bool is_reported = upstream->is_reported;
-        core().upstream.erase(place);
-        if (is_reported) report_end(place);
+        report_end(place);
     } else if (!upstream->is_reported || upstream->excluding != upstream->tally.excluding) {
         report_anew(place, *upstream);
     } else {
-        report_sources(place, *upstream);
+        report_change(place, update_sources(*upstream), Standing::kKnown);
     }
 }
 
-void start_upstream() {
+void start_upstream(Family family) {
+    std::set<RouterLink> links;
     for (const auto& [key, group] : core().groups) {
-        if (key.family != Family::kIpv4) continue;
-        upstream_joined(key.vlan, to_ipv4(key.group));
-        add_tally(*find_upstream(key.vlan, to_ipv4(key.group)), group.tally, 1);
+        if (key.family != family) continue;
+        upstream_joined(key);
+        add_tally(*find_upstream(upstream_key(key)), group.tally, 1);
+        links.insert({family, key.vlan});
     }
-    for (auto& [place, upstream] : core().upstream) report_anew(place, upstream);
+    for (auto& [key, upstream] : core().upstream) {
+        if (key.link.family != family) continue;
+        make_up_anew(upstream);
+        note_new_group(key);
+    }
+    for (const RouterLink& link : links) report_noted(link);
 }
 
-void stop_upstream() { core().upstream.clear(); }
-
-void answer_query(const UpstreamQuery& query) {
-    const auto about = [query] {
-        const std::string groups =
-            query.group == 0 ? "all groups" : text(Family::kIpv4, from_ipv4(query.group));
-        return groups + " in VLAN " + std::to_string(query.vlan);
-    };
-    core().timers.start(core().now_us + query.response_us / 2,
-                        {"answer upstream", about, [query] { answer(query); }});
+void stop_upstream(Family family) {
+    forget_routers(family);
+    std::erase_if(core().upstream,
+                  [family](const auto& one) { return one.first.link.family == family; });
 }
 
 }  // namespace devcore
-
-// ---- Test messages ------------------------------------------------------------------------------
-
-namespace {
-
-// Where a test message goes: upstream, whatever the mode, in the VLAN given, 0 for the default.
-bool can_test(std::uint16_t port) {
-    return devcore::find_declared_port(port) != nullptr &&
-           devcore::core().call_backs.send != nullptr;
-}
-
-std::uint16_t test_vlan(std::uint16_t vlan) {
-    return vlan == 0 ? devcore::core().settings.default_vid : vlan;
-}
-
-}  // namespace
-
-// The port only has to be one: a report has its place upstream.
-int32_t test_igmp_report_v2_l3(uint16_t port, uint16_t vlan) {
-    const devcore::Lock lock;
-    if (!can_test(port)) return 1;
-    devcore::send_igmp(devcore::Sent::kIgmpReport, devcore::kCoreUplink,
-                       devcore::uplink_tag(test_vlan(vlan)), devcore::kTestGroup,
-                       devcore::igmp_message(devcore::IgmpType::kV2Report, devcore::kTestGroup));
-    return 0;
-}
-
-int32_t test_igmp_leave_v2_l3(uint16_t port, uint16_t vlan) {
-    const devcore::Lock lock;
-    if (!can_test(port)) return 1;
-    devcore::send_leave(test_vlan(vlan), devcore::kTestGroup);
-    return 0;
-}

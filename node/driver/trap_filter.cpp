@@ -64,7 +64,12 @@ TrapVerdict classify_ipv6(Reader& frame, std::size_t packet) {
     return is_mld_type(frame.u8(body)) ? TrapVerdict::kMld : TrapVerdict::kOther;
 }
 
-TrapVerdict walk(Reader& frame) {
+struct Payload {
+    std::uint16_t type;  // an Ethernet type, whatever the framing
+    std::size_t at;
+};
+
+Payload find_payload(Reader& frame) {
     std::size_t at = mc::kMacsLength;
     std::uint16_t type = frame.be16(at);
     for (int tags = 0; type == mc::kTpid && tags < kMaxTags; ++tags) {
@@ -78,17 +83,23 @@ TrapVerdict walk(Reader& frame) {
         if (type == kPppIpv4) type = mc::kEtherTypeIpv4;
         if (type == kPppIpv6) type = mc::kEtherTypeIpv6;
     }
-    if (type == mc::kEtherTypeIpv4) return classify_ipv4(frame, packet);
-    if (type == mc::kEtherTypeIpv6) return classify_ipv6(frame, packet);
-    return TrapVerdict::kOther;
+    return {type, packet};
 }
 
 }  // namespace
 
 TrapVerdict classify(std::span<const std::uint8_t> frame) {
     Reader reader(frame);
-    const TrapVerdict verdict = walk(reader);
+    const Payload payload = find_payload(reader);
+    TrapVerdict verdict = TrapVerdict::kOther;
+    if (payload.type == mc::kEtherTypeIpv4) verdict = classify_ipv4(reader, payload.at);
+    if (payload.type == mc::kEtherTypeIpv6) verdict = classify_ipv6(reader, payload.at);
     return reader.ran_out() ? TrapVerdict::kTooShort : verdict;
+}
+
+std::span<const std::uint8_t> packet_of(std::span<const std::uint8_t> frame) {
+    Reader reader(frame);
+    return frame.subspan(find_payload(reader).at);
 }
 
 }  // namespace driver

@@ -25,4 +25,7 @@ enum class TrapVerdict {
 
 [[nodiscard]] TrapVerdict classify(std::span<const std::uint8_t> frame);
 
+// The IP packet of a frame that is trapped, with what pads the frame behind it.
+[[nodiscard]] std::span<const std::uint8_t> packet_of(std::span<const std::uint8_t> frame);
+
 }  // namespace driver

@@ -72,6 +72,7 @@ void Bridge::begin() {
     take_bridge(*bridge);
     entries_.take_back(true);
     look_at_ports();
+    link_changes_.clear();  // who is there from the beginning is asked when the core starts
     look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
     const std::string error = put_up_guard();
@@ -220,6 +221,10 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     return std::nullopt;
 }
 
+std::vector<Bridge::LinkChange> Bridge::take_link_changes() {
+    return std::exchange(link_changes_, {});
+}
+
 void Bridge::look_at_ports() {
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         if (Port* const port = port_at(slot)) look_at_port(slot, *port);
@@ -236,7 +241,12 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     const auto link = find_link(netlink_, port.interface);
     const PortState now = state_of(link);
     const int index = link ? link->index : 0;
-    if (index != port.index) {
+    const bool is_another = index != port.index;  // made again, perhaps between two looks
+    const bool was_up = port.state == PortState::kUp;
+    const bool is_up = now == PortState::kUp;
+    // Where it is the bridge that is gone, the hosts are still there, and so is what they want.
+    if (was_up && bridge_ && (!is_up || is_another)) link_changes_.push_back({slot, false});
+    if (is_another) {
         port.index = index;
         port.router_before.reset();
         port_is_new_(slot, index);
@@ -250,7 +260,18 @@ void Bridge::look_at_port(std::size_t slot, Port& port) {
     }
     entries_.use_port(slot, is_in ? index : 0, port.called);
     if (now != port.state) say_state(port, now);
+    if (is_up && (is_another || !was_up)) link_changes_.push_back({slot, true});
     port.state = now;
+}
+
+void Bridge::set_router_port(std::size_t slot, bool is_router) {
+    Port* const port = port_at(slot);
+    if (port == nullptr || std::exchange(port->has_router, is_router) == is_router) return;
+    say_(port->called + (is_router ? " has a router behind it: it gets every stream"
+                                   : " has no router behind it any more"));
+    // In the bridge now. The kernel makes news of it, so that the next look renews the rules: that
+    // takes nftables, and more stack than the library's tasks have.
+    if (port->router_before) set_router(*port, gets_everything(*port) ? kRouter : kNoRouter);
 }
 
 void Bridge::say_state(const Port& port, PortState now) {
@@ -273,12 +294,16 @@ void Bridge::say_state(const Port& port, PortState now) {
     }
 }
 
-// Everything unknown goes to the uplink and nothing of it to a user port.
+// Everything unknown goes to the uplink and nothing of it to a user port without a router.
 void Bridge::keep_port_settings(Port& port, const Link& link) {
-    const std::uint8_t wanted = port.is_user ? kNoRouter : kRouter;
+    const std::uint8_t wanted = gets_everything(port) ? kRouter : kNoRouter;
     if (!port.router_before) port.router_before = link.port->multicast_router;
     if (link.port->multicast_router == wanted) return;
-    const int error = set_multicast_router(netlink_, link.index, wanted);
+    set_router(port, wanted);
+}
+
+void Bridge::set_router(const Port& port, std::uint8_t wanted) {
+    const int error = set_multicast_router(netlink_, port.index, wanted);
     if (error != 0) say_(port.called + ": its settings cannot be changed: " + std::strerror(error));
 }
 
@@ -288,7 +313,7 @@ std::string Bridge::put_up_guard() {
     for (const auto& port : ports_) {
         if (!port) continue;
         const bool is_in = port->state == PortState::kUp || port->state == PortState::kDown;
-        guarded.ports.push_back({port->interface, port->is_user, port->isolated, is_in});
+        guarded.ports.push_back({port->interface, gets_everything(*port), port->isolated, is_in});
     }
     std::string rules = guard_rules(guarded);
     // A chain of an interface that was deleted is gone, though the rules have not changed.

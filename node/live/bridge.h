@@ -43,6 +43,18 @@ class Bridge {
     // comes back with a time, it is to be called again after that.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
 
+    // What has become of the links of ports since the last time it was asked, in that order. A port
+    // that was taken out of the bridge has lost its link; one that was made again between two looks
+    // has lost one and has another.
+    struct LinkChange {
+        std::size_t slot;
+        bool is_up;
+    };
+    [[nodiscard]] std::vector<LinkChange> take_link_changes();
+
+    // A router is behind a port now, or is it no more: such a port gets every stream.
+    void set_router_port(std::size_t slot, bool is_router);
+
     // The kernel gives snooping up when the database overflows.
     void recover_from_overflow();
 
@@ -62,6 +74,7 @@ class Bridge {
         PortState state = PortState::kMissing;
         int index = 0;
         bool isolated = false;
+        bool has_router = false;                    // behind it, on a user port
         std::optional<std::uint8_t> router_before;  // while ours is in force
     };
 
@@ -81,7 +94,12 @@ class Bridge {
     void look_at_port(std::size_t slot, Port& port);
     void say_state(const Port& port, PortState now);
     void keep_port_settings(Port& port, const Link& link);
+    void set_router(const Port& port, std::uint8_t wanted);
     [[nodiscard]] std::string put_up_guard();
+
+    [[nodiscard]] static bool gets_everything(const Port& port) {
+        return !port.is_user || port.has_router;
+    }
 
     std::string name_;
     Say say_;
@@ -91,6 +109,7 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
+    std::vector<LinkChange> link_changes_;       // not taken yet
     std::optional<Link> bridge_;                 // as it was at the last look
     std::optional<BridgeSettings> before_;       // of this bridge, to be given back
     std::string rules_;                          // in force

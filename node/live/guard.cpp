@@ -79,14 +79,14 @@ std::string set_of_names(const std::vector<GuardedPort>& ports) {
     return "{ " + set + " } ";
 }
 
-std::vector<GuardedPort> user_ports(const std::vector<GuardedPort>& ports) {
-    std::vector<GuardedPort> users = ports;
-    std::erase_if(users, [](const GuardedPort& port) { return !port.is_user; });
-    return users;
+std::vector<GuardedPort> ports_of_hosts(const std::vector<GuardedPort>& ports) {
+    std::vector<GuardedPort> of_hosts = ports;
+    std::erase_if(of_hosts, [](const GuardedPort& port) { return port.gets_everything; });
+    return of_hosts;
 }
 
 std::string flood_stops(const GuardedBridge& bridge) {
-    const auto users = user_ports(bridge.ports);
+    const auto users = ports_of_hosts(bridge.ports);
     if (!bridge.is_flooding || users.empty()) return {};
     const std::string to_users = "  oifname " + set_of_names(users);
     return " chain flooded {\n"
@@ -124,7 +124,7 @@ std::string passed_on(const GuardedPort* from, const std::vector<GuardedPort>& p
     std::string rules;
     for (const GuardedPort& to : ports) {
         const bool kept_apart = from != nullptr && from->isolated && to.isolated;
-        if (!to.is_user || !to.is_there || &to == from || kept_apart) continue;
+        if (to.gets_everything || !to.is_there || &to == from || kept_apart) continue;
         rules += "  dup to " + quoted(to.interface) + "\n";
     }
     return rules;

@@ -23,9 +23,9 @@ namespace live {
 
 struct GuardedPort {
     std::string interface;
-    bool is_user = false;   // the uplink is a router port: the bridge sends it everything
-    bool isolated = false;  // keeps apart from other isolated ports
-    bool is_there = false;  // in the bridge now
+    bool gets_everything = false;  // from the bridge: the uplink, and where routers are
+    bool isolated = false;         // keeps apart from other isolated ports
+    bool is_there = false;         // in the bridge now
 };
 
 struct GuardedBridge {

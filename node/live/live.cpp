@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/msg.h>
+#include <sys/random.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -25,6 +26,7 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
+#include "node/core/development_core.h"
 #include "node/driver/host.h"
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
@@ -76,6 +78,14 @@ void be_the_only_one() {
 void send_from(const driver::MacAddress& mac) {
     std::ranges::copy(mac, sys_mac);
     std::ranges::copy(mac, mld_sys_mac);
+}
+
+// Otherwise all nodes of a network would answer the same queries at the same times.
+void draw_seed() {
+    std::uint64_t seed = 0;
+    const ssize_t drawn = getrandom(&seed, sizeof seed, 0);
+    if (drawn != static_cast<ssize_t>(sizeof seed)) throw LiveError("no random numbers to be had");
+    devcore::seed_chance(seed);
 }
 
 class Supervisor {
@@ -172,6 +182,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const int signals = catch_signals();
     be_the_only_one();
+    draw_seed();
 
     LiveDriver& driver = make_driver(arguments, host);
     try {
@@ -186,6 +197,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
     send_from(driver.bridge_mac());
+    devcore::watch_router_ports(
+        [&driver](std::uint32_t port, bool is_router) { driver.set_router_port(port, is_router); });
     OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
     own_address.begin();
     const CoreClock clock;

@@ -84,8 +84,27 @@ void LiveDriver::end() {
 }
 
 std::optional<std::chrono::milliseconds> LiveDriver::look() {
+    std::optional<std::chrono::milliseconds> again;
+    std::vector<Bridge::LinkChange> changes;
+    {
+        const std::lock_guard lock(mutex_);
+        if (ended_) return std::nullopt;
+        again = bridge_.look();
+        changes = bridge_.take_link_changes();
+    }
+    // The core has queries to send and entries to end, for which it needs the mutex.
+    if (!changes.empty()) now_();
+    for (const auto& [slot, is_up] : changes) {
+        const std::uint8_t port = driver::port_of_slot(slot);
+        is_up ? devcore::link_up(port) : devcore::link_down(port);
+    }
+    return again;
+}
+
+void LiveDriver::set_router_port(std::uint32_t port, bool is_router) {
     const std::lock_guard lock(mutex_);
-    return ended_ ? std::nullopt : bridge_.look();
+    const auto slot = driver::slot_of_port(port);
+    if (slot && !ended_) bridge_.set_router_port(*slot, is_router);
 }
 
 driver::MacAddress LiveDriver::bridge_mac() {
@@ -161,19 +180,18 @@ std::uint32_t LiveDriver::take_frame(std::size_t slot, std::span<std::uint8_t> b
         ++counters.too_long;
         return 0;
     }
-    switch (driver::classify(buf.first(*size))) {
-        case driver::TrapVerdict::kIgmp:
-            ++counters.igmp;
-            return *size;
-        case driver::TrapVerdict::kMld:
-            ++counters.mld;
-            return *size;
-        case driver::TrapVerdict::kOther:
-        case driver::TrapVerdict::kTooShort:
-            ++counters.not_trapped;
-            return 0;
+    const auto frame = buf.first(*size);
+    const driver::TrapVerdict verdict = driver::classify(frame);
+    if (verdict != driver::TrapVerdict::kIgmp && verdict != driver::TrapVerdict::kMld) {
+        ++counters.not_trapped;
+        return 0;
     }
-    return 0;
+    if (const auto refused = driver::refuse(frame, slot == driver::kUplinkSlot)) {
+        counters.refused.count(*refused);
+        return 0;
+    }
+    ++(verdict == driver::TrapVerdict::kIgmp ? counters.igmp : counters.mld);
+    return *size;
 }
 
 bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "node/driver/driver.h"
+#include "node/driver/frame_check.h"
 #include "node/driver/ports.h"
 #include "node/live/bridge.h"
 #include "node/live/port_socket.h"
@@ -37,6 +38,7 @@ struct PortCounters {
     std::uint64_t mld = 0;
     std::uint64_t not_trapped = 0;  // let through by the socket's filter, refused on a closer look
     std::uint64_t too_long = 0;     // above driver::kLongestFrame
+    driver::RefusalCounts refused{};
     std::uint64_t socket_dropped = 0;  // came when the socket had no room
     std::uint64_t sent = 0;
     std::uint64_t send_failed = 0;
@@ -68,8 +70,11 @@ class LiveDriver final : public driver::Driver {
     // No more frames; gives the bridge back as it was.
     void end();
 
-    // For the supervisor, after news.
+    // For the supervisor, after news. The core hears of ports that are down.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();  // again after that, if any
+
+    // For the core.
+    void set_router_port(std::uint32_t port, bool is_router);
 
     [[nodiscard]] driver::MacAddress bridge_mac();
     [[nodiscard]] Report report();

@@ -41,14 +41,17 @@ std::vector<report::Count> driver_drops(const Report& report) {
     for (const PortCounters& port : report.ports) {
         sum.not_trapped += port.not_trapped;
         sum.too_long += port.too_long;
+        sum.refused += port.refused;
         sum.socket_dropped += port.socket_dropped;
         sum.send_failed += port.send_failed;
     }
-    return {{"not trapped", sum.not_trapped},
-            {"longer than 2000 bytes", sum.too_long},
-            {"no room in the socket", sum.socket_dropped},
-            {"not sent", sum.send_failed},
-            {"sent to an unknown port", report.send_invalid_port}};
+    std::vector<report::Count> drops{{"not trapped", sum.not_trapped},
+                                     {"longer than 2000 bytes", sum.too_long},
+                                     {"no room in the socket", sum.socket_dropped},
+                                     {"not sent", sum.send_failed},
+                                     {"sent to an unknown port", report.send_invalid_port}};
+    report::add_refusals(drops, sum.refused);
+    return drops;
 }
 
 std::string ports_text(const Report& report) {
@@ -93,6 +96,7 @@ Json ports_json(const Report& report) {
                                {"mld", port.mld},
                                {"not_trapped", port.not_trapped},
                                {"too_long", port.too_long},
+                               {"refused", port.refused.total()},
                                {"socket_dropped", port.socket_dropped},
                                {"sent", port.sent},
                                {"send_failed", port.send_failed}}));
@@ -121,10 +125,12 @@ Json entries_json(const Report& report) {
 }  // namespace
 
 std::string as_text(const Summary& summary) {
+    const std::string upstream = report::upstream_text(summary.core);
     return ports_text(summary.report) + "\n" + report::messages_text(summary.core) + "\n" +
            report::drops_text(driver_drops(summary.report), summary.core) + "\n" +
-           report::memberships_text(summary.core) + "\n" + entries_text(summary) + "\nRan for " +
-           report::fixed(summary.ran_s, 1) + " s\n";
+           report::memberships_text(summary.core) + "\n" + upstream +
+           (upstream.empty() ? "" : "\n") + report::router_ports_text(summary.core) + "\n" +
+           entries_text(summary) + "\nRan for " + report::fixed(summary.ran_s, 1) + " s\n";
 }
 
 std::string as_json(const Summary& summary) {
@@ -136,6 +142,8 @@ std::string as_json(const Summary& summary) {
         {"core", report::core_json(summary.core)},
         {"drops", report::drops_json(driver_drops(summary.report), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
+        {"upstream", report::upstream_json(summary.core)},
+        {"router_ports", report::router_ports_json(summary.core)},
     });
     return object.text();
 }

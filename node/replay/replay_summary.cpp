@@ -59,6 +59,7 @@ FramesIn total_in(const Counters& counters) {
         sum.not_trapped += port.not_trapped;
         sum.too_long += port.too_long;
         sum.truncated += port.truncated;
+        sum.refused += port.refused;
         sum.out_of_order += port.out_of_order;
     }
     return sum;
@@ -115,11 +116,12 @@ std::string frames_in_text(const Counters& counters) {
                               {"not trapped"},
                               {"too long"},
                               {"truncated"},
+                              {"refused"},
                               {"out of order"}});
     const auto add = [&table](const std::string& name, const FramesIn& in) {
         table.add({name, number(in.total()), number(in.igmp), number(in.mld),
                    number(in.not_trapped), number(in.too_long), number(in.truncated),
-                   number(in.out_of_order)});
+                   number(in.refused.total()), number(in.out_of_order)});
     };
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         add(driver::name_of_slot(slot), counters.in[slot]);
@@ -148,11 +150,13 @@ std::string frames_out_text(const Counters& counters) {
 // The frames that the driver kept from the library, and the sends that it refused.
 std::vector<report::Count> driver_drops(const Counters& counters) {
     const FramesIn in = total_in(counters);
-    return {{"not trapped", in.not_trapped},
-            {"longer than 2000 bytes", in.too_long},
-            {"truncated in the capture", in.truncated},
-            {"sent to an unknown port", counters.send_invalid_port},
-            {"sent without bytes", counters.send_empty}};
+    std::vector<report::Count> drops{{"not trapped", in.not_trapped},
+                                     {"longer than 2000 bytes", in.too_long},
+                                     {"truncated in the capture", in.truncated},
+                                     {"sent to an unknown port", counters.send_invalid_port},
+                                     {"sent without bytes", counters.send_empty}};
+    report::add_refusals(drops, in.refused);
+    return drops;
 }
 
 // The MAC address that the frames of the group carry (RFC 1112, RFC 2464).
@@ -248,6 +252,7 @@ Json frames_in_json(const Counters& counters) {
                                {"not_trapped", in.not_trapped},
                                {"too_long", in.too_long},
                                {"truncated", in.truncated},
+                               {"refused", in.refused.total()},
                                {"out_of_order", in.out_of_order}}));
     }
     return rows;
@@ -296,6 +301,8 @@ std::string as_text(const Summary& summary) {
         report::messages_text(summary.core),
         report::drops_text(driver_drops(counters), summary.core),
         report::memberships_text(summary.core),
+        report::upstream_text(summary.core),
+        report::router_ports_text(summary.core),
         switch_text(summary),
     };
     const bool on_console = summary.arguments.debug != 0 || summary.commands_run > 0;
@@ -322,6 +329,8 @@ std::string as_json(const Summary& summary) {
         {"core", report::core_json(summary.core)},
         {"drops", report::drops_json(driver_drops(counters), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
+        {"upstream", report::upstream_json(summary.core)},
+        {"router_ports", report::router_ports_json(summary.core)},
         {"switch", switch_json(summary)},
     });
     return object.text();

@@ -1,7 +1,9 @@
 #include "node/report/core_report.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <optional>
 
 #include "node/report/json.h"
 #include "node/report/table.h"
@@ -10,16 +12,20 @@
 namespace report {
 namespace {
 
-const char* protocol(const devcore::Membership& member) {
-    return member.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
+// Below, a row is a membership or a group upstream.
+template <class Row>
+const char* protocol(const Row& row) {
+    return row.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
 }
 
-std::string version_text(const devcore::Membership& member) {
-    return protocol(member) + ("v" + std::to_string(member.version));
+template <class Row>
+std::string version_text(const Row& row) {
+    return protocol(row) + ("v" + std::to_string(row.version));
 }
 
 // "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source.
-std::string filter_text(const devcore::Membership& member) {
+template <class Row>
+std::string filter_text(const Row& member) {
     std::string sources;
     for (const devcore::Address& source : member.sources) {
         if (!sources.empty()) sources += ", ";
@@ -28,8 +34,31 @@ std::string filter_text(const devcore::Membership& member) {
     return (member.exclude ? "exclude {" : "include {") + sources + "}";
 }
 
+// Until the answer to a query; nothing when none waits.
+std::optional<double> answer_in_s(const CoreReport& core, const devcore::UpstreamGroup& group) {
+    if (!group.answers) return std::nullopt;
+    return seconds(*group.answers - std::min(core.now_us, *group.answers));
+}
+
+std::string pending_text(const CoreReport& core, const devcore::UpstreamGroup& group) {
+    std::string pending;
+    if (group.reports_left > 0) pending = number(group.reports_left) + " repeated";
+    if (const auto in_s = answer_in_s(core, group)) {
+        pending += (pending.empty() ? "answer in " : ", answer in ") + fixed(*in_s, 1) + " s";
+    }
+    return pending;
+}
+
 double age_s(const CoreReport& core, const devcore::Membership& member) {
     return core.now_us > member.joined_us ? seconds(core.now_us - member.joined_us) : 0;
+}
+
+double seconds_left(const CoreReport& core, const devcore::RouterPort& router) {
+    return router.expires_us > core.now_us ? seconds(router.expires_us - core.now_us) : 0;
+}
+
+const char* known_by(const devcore::RouterPort& router) {
+    return router.sign == devcore::RouterSign::kQuery ? "query" : "advertisement";
 }
 
 Json addresses_json(devcore::Family family, const std::vector<devcore::Address>& addresses) {
@@ -68,7 +97,14 @@ Json json_of(const std::vector<Count>& counts) {
 }  // namespace
 
 CoreReport core_report(std::uint64_t now_us) {
-    return {devcore::counters(), devcore::memberships(), now_us};
+    return {devcore::counters(), devcore::memberships(), devcore::upstream_groups(),
+            devcore::router_ports(), now_us};
+}
+
+void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused) {
+    for (std::size_t i = 0; i < driver::kRefusals; ++i) {
+        drops.push_back({driver::name(static_cast<driver::Refusal>(i)), refused.of[i]});
+    }
 }
 
 std::string messages_text(const CoreReport& core) {
@@ -108,6 +144,35 @@ std::string memberships_text(const CoreReport& core) {
     return table.text();
 }
 
+std::string upstream_text(const CoreReport& core) {
+    if (core.upstream.empty()) return "";
+    Table table("Upstream", {{"VLAN"},
+                             {"group", Align::kLeft},
+                             {"filter", Align::kLeft},
+                             {"router", Align::kLeft},
+                             {"pending", Align::kLeft}});
+    for (const devcore::UpstreamGroup& group : core.upstream) {
+        table.add({number(group.vlan), devcore::text(group.family, group.group), filter_text(group),
+                   version_text(group), pending_text(core, group)});
+    }
+    return table.text();
+}
+
+std::string router_ports_text(const CoreReport& core) {
+    Table table("Router ports", {{"port", Align::kLeft},
+                                 {"VLAN"},
+                                 {"protocol", Align::kLeft},
+                                 {"router", Align::kLeft},
+                                 {"known by", Align::kLeft},
+                                 {"left s"}});
+    for (const devcore::RouterPort& router : core.router_ports) {
+        table.add({port_text(router.port), number(router.vlan), protocol(router),
+                   devcore::text(router.family, router.address), known_by(router),
+                   fixed(seconds_left(core, router), 1)});
+    }
+    return table.text();
+}
+
 std::string entry_changes_text(const CoreReport& core) {
     const devcore::Counters& counters = core.counters;
     return "the core: " + number(counters.entries_added) + " added, " +
@@ -142,6 +207,35 @@ Json memberships_json(const CoreReport& core) {
                                {"reporters", addresses_json(member.family, member.reporters)},
                                {"age_s", age_s(core, member)},
                                {"in_switch", member.programmed}}));
+    }
+    return rows;
+}
+
+Json upstream_json(const CoreReport& core) {
+    Json rows = Json::array();
+    for (const devcore::UpstreamGroup& group : core.upstream) {
+        const auto in_s = answer_in_s(core, group);
+        rows.add(Json::object({{"vlan", group.vlan},
+                               {"group", devcore::text(group.family, group.group)},
+                               {"protocol", protocol(group)},
+                               {"router_version", group.version},
+                               {"filter", group.exclude ? "exclude" : "include"},
+                               {"sources", addresses_json(group.family, group.sources)},
+                               {"reports_left", group.reports_left},
+                               {"answer_in_s", in_s ? Json(*in_s) : Json()}}));
+    }
+    return rows;
+}
+
+Json router_ports_json(const CoreReport& core) {
+    Json rows = Json::array();
+    for (const devcore::RouterPort& router : core.router_ports) {
+        rows.add(Json::object({{"port", router.port},
+                               {"vlan", router.vlan},
+                               {"protocol", protocol(router)},
+                               {"address", devcore::text(router.family, router.address)},
+                               {"known_by", known_by(router)},
+                               {"left_s", seconds_left(core, router)}}));
     }
     return rows;
 }

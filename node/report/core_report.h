@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "node/core/development_core.h"
+#include "node/driver/frame_check.h"
 #include "node/report/json.h"
 
 namespace report {
@@ -15,6 +16,8 @@ namespace report {
 struct CoreReport {
     devcore::Counters counters;
     std::vector<devcore::Membership> memberships;
+    std::vector<devcore::UpstreamGroup> upstream;
+    std::vector<devcore::RouterPort> router_ports;
     std::uint64_t now_us;  // on the core's clock, for ages
 };
 
@@ -27,6 +30,9 @@ struct Count {
     std::uint64_t value;
 };
 
+// A row for each reason to refuse a frame, for the drops of a driver.
+void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused);
+
 // ---- What it has seen and holds ----
 
 // Two tables: messages received and sent.
@@ -34,11 +40,16 @@ struct Count {
 // Driver and core, with their reasons; those that are 0 are left out.
 [[nodiscard]] std::string drops_text(const std::vector<Count>& driver, const CoreReport& core);
 [[nodiscard]] std::string memberships_text(const CoreReport& core);
+// Groups that proxy mode reports; empty when there are none.
+[[nodiscard]] std::string upstream_text(const CoreReport& core);
+[[nodiscard]] std::string router_ports_text(const CoreReport& core);
 // "the core: 3 added, 0 failed, 1 taken away, 0 failed"
 [[nodiscard]] std::string entry_changes_text(const CoreReport& core);
 
 [[nodiscard]] Json core_json(const CoreReport& core);
 [[nodiscard]] Json drops_json(const std::vector<Count>& driver, const CoreReport& core);
 [[nodiscard]] Json memberships_json(const CoreReport& core);
+[[nodiscard]] Json upstream_json(const CoreReport& core);
+[[nodiscard]] Json router_ports_json(const CoreReport& core);
 
 }  // namespace report

@@ -4,10 +4,12 @@
 #include <cstddef>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
 #include "node/core/address.h"
+#include "node/core/host_reports.h"
 #include "node/core/membership.h"
 #include "tests/fuzz/chances.h"
 
@@ -24,50 +26,67 @@ using devcore::Host;
 using devcore::Port;
 using devcore::Tally;
 using devcore::Upstream;
+using devcore::UpstreamKey;
 using devcore::VlanGroup;
 using devcore::Votes;
 
-using HostList = std::vector<const Host*>;
+// What a host wants, or a question holds as if one did.
+struct Wish {
+    bool exclude;
+    std::uint8_t version;
+    std::set<Address> sources;
+};
+using Wishes = std::vector<Wish>;
 
-// Those that are counted: the hosts, or the last one that left.
-HostList hosts_of(const Group& group) {
-    HostList hosts;
-    for (const auto& [address, host] : group.hosts) hosts.push_back(&host);
-    if (!group.last_left.empty()) hosts.push_back(&group.last_left.mapped());
-    return hosts;
+void add_questions(Wishes& wishes, const Group& group) {
+    if (!group.last_members) return;
+    for (const devcore::Question& question : group.last_members->questions) {
+        wishes.push_back({question.is_of_group,
+                          question.version,
+                          {question.sources.begin(), question.sources.end()}});
+    }
+}
+
+Wishes wishes_of(const Group& group) {
+    Wishes wishes;
+    for (const auto& [address, host] : group.hosts) {
+        wishes.push_back({host.exclude, host.version, {}});
+        for (const auto& [source, piece] : host.sources) wishes.back().sources.insert(source);
+    }
+    add_questions(wishes, group);
+    return wishes;
 }
 
 // ---- Merges from scratch ------------------------------------------------------------------------
 
-void add_to(Tally& tally, const HostList& hosts) {
-    for (const Host* const host : hosts) {
-        if (host->exclude) ++tally.excluding;
-        ++tally.of_version[host->version];
-        for (const auto& [source, piece] : host->sources) {
+void add_to(Tally& tally, const Wishes& wishes) {
+    for (const Wish& wish : wishes) {
+        if (wish.exclude) ++tally.excluding;
+        ++tally.of_version[wish.version];
+        for (const Address& source : wish.sources) {
             Votes& votes = tally.sources[source];
-            ++(host->exclude ? votes.excluding : votes.including);
+            ++(wish.exclude ? votes.excluding : votes.including);
         }
     }
 }
 
 // RFC 3376, 3.2, word by word.
-Filter merge(const HostList& hosts) {
+Filter merge(const Wishes& wishes) {
     std::set<Address> included;
     std::optional<std::set<Address>> excluded;  // by all that exclude
-    for (const Host* const host : hosts) {
-        std::set<Address> named;
-        for (const auto& [source, piece] : host->sources) named.insert(source);
-        if (!host->exclude) {
-            included.insert(named.begin(), named.end());
+    for (const Wish& wish : wishes) {
+        if (!wish.exclude) {
+            included.insert(wish.sources.begin(), wish.sources.end());
         } else if (!excluded) {
-            excluded = named;
+            excluded = wish.sources;
         } else {
-            std::erase_if(*excluded, [&](const Address& each) { return !named.contains(each); });
+            std::erase_if(*excluded,
+                          [&](const Address& each) { return !wish.sources.contains(each); });
         }
     }
-    if (!excluded) return {false, included};
+    if (!excluded) return {false, {included.begin(), included.end()}};
     std::erase_if(*excluded, [&](const Address& each) { return included.contains(each); });
-    return {true, *excluded};
+    return {true, {excluded->begin(), excluded->end()}};
 }
 
 bool equal(const Tally& a, const Tally& b) {
@@ -104,10 +123,10 @@ void check_pieces(const Group& group) {
 
 void check_tally(const Group& group) {
     Tally tally;
-    add_to(tally, hosts_of(group));
+    add_to(tally, wishes_of(group));
     must(equal(tally, group.tally), "the votes of a group are not those of its hosts");
     must(tally.of_version == group.tally.of_version, "the versions of a group's hosts");
-    must(filter_of(group.tally) == merge(hosts_of(group)), "the merged sources of a group");
+    must(filter_of(group.tally) == merge(wishes_of(group)), "the merged sources of a group");
 }
 
 std::optional<std::uint64_t> age_due(const GroupKey& key, const Group& group) {
@@ -123,9 +142,24 @@ void check_timers(const GroupKey& key, const Group& group) {
     must(due.has_value() == group.age_timer.has_value(), "whether a group ages");
     must(!due || (group.age_timer->first == *due && all.contains(*group.age_timer)),
          "when a group ages");
-    must(group.leave_timer.has_value() == group.hosts.empty(), "whether a group is being left");
-    must(!group.leave_timer || all.contains(*group.leave_timer), "the timer of a leave");
-    must(group.last_left.empty() != group.hosts.empty(), "the last host that left");
+    must(!group.hosts.empty() || group.last_members, "a group that nobody wants or is asked for");
+    if (!group.last_members) return;
+    must(!group.last_members->questions.empty(), "an empty list of questions");
+    for (const devcore::Question& question : group.last_members->questions) {
+        must(question.timer && all.contains(*question.timer), "the timer of a question");
+        must(question.is_of_group || !question.sources.empty(), "a question about nothing");
+    }
+}
+
+// The questions' own.
+void check_questions(const Group& group) {
+    if (!group.last_members) return;
+    Wishes wishes;
+    add_questions(wishes, group);
+    Tally tally;
+    add_to(tally, wishes);
+    must(equal(tally, group.last_members->tally), "the votes of the questions");
+    must(tally.of_version == group.last_members->tally.of_version, "the versions asked for");
 }
 
 bool is_in_ranges(const Port& port, std::uint16_t vlan, std::uint32_t group) {
@@ -155,10 +189,13 @@ void check_group(const GroupKey& key, const Group& group, const devcore::Bounds&
     must(is_multicast(key.family, key.group) && !is_link_local_group(key.family, key.group),
          "a membership in no group that can be joined");
     std::size_t addresses = 0;
-    for (const Host* const host : hosts_of(group)) {
-        check_host(*host, most);
-        addresses += 1 + host->sources.size();
+    for (const auto& [address, host] : group.hosts) {
+        check_host(host, most);
+        addresses += 1 + host.sources.size();
     }
+    Wishes questions;
+    add_questions(questions, group);
+    for (const Wish& question : questions) addresses += question.sources.size();
     must(addresses == group.addresses, "the addresses of a group");
     must(group.hosts.size() <= most.hosts_per_group, "hosts of a group are beyond the bound");
     must(group.tally.sources.size() <= most.sources_per_group,
@@ -166,6 +203,7 @@ void check_group(const GroupKey& key, const Group& group, const devcore::Bounds&
     must(group.joined_us <= core().now_us, "a membership of the future");
     check_pieces(group);
     check_tally(group);
+    check_questions(group);
     check_timers(key, group);
     check_authorised(key, *port);
 }
@@ -217,25 +255,61 @@ void check_port(const Port& port, const devcore::Bounds& most) {
 
 // ---- Upstream -----------------------------------------------------------------------------------
 
-std::map<VlanGroup, std::vector<const Group*>> members_upstream() {
-    std::map<VlanGroup, std::vector<const Group*>> members;
+std::map<UpstreamKey, std::vector<const Group*>> members_upstream() {
+    std::map<UpstreamKey, std::vector<const Group*>> members;
     for (const auto& [key, group] : core().groups) {
-        if (key.family != Family::kIpv4) continue;
-        members[{key.vlan, devcore::to_ipv4(key.group)}].push_back(&group);
+        if (devcore::is_proxy(key.family)) members[upstream_key(key)].push_back(&group);
     }
     return members;
 }
 
+bool runs(const std::optional<devcore::Timers::Id>& timer) {
+    return timer && core().timers.all().contains(*timer);
+}
+
+void check_routers() {
+    for (const auto& [link, router] : core().routers) {
+        must(devcore::is_proxy(link.family), "a router outside proxy mode");
+        for (const auto& timer : router.older_present) {
+            must(!timer || runs(timer), "the timer of an older querier");
+        }
+        must(!router.answer_timer || runs(router.answer_timer), "the timer of a general answer");
+        must(!router.repeat_timer || runs(router.repeat_timer), "the timer of repeated reports");
+    }
+}
+
+void check_repeated() {
+    for (const auto& [key, change] : core().changes_to_repeat) {
+        const auto router = core().routers.find(key.link);
+        must(router != core().routers.end() && runs(router->second.repeat_timer),
+             "a change that nobody will repeat");
+        must(devcore::reports_left(change) > 0, "a change that is repeated no more");
+        const devcore::SourceToRepeat* before = nullptr;
+        for (const devcore::SourceToRepeat& one : change.sources) {
+            must(one.times > 0, "a source that is repeated no more");
+            must(before == nullptr || before->source < one.source, "the order of sources repeated");
+            before = &one;
+        }
+    }
+}
+
+void check_answers() {
+    for (const auto& [key, answer] : core().answers_due) {
+        must(core().routers.contains(key.link) && runs(answer.timer), "an answer never given");
+        must(std::ranges::is_sorted(answer.sources), "the order of sources asked for");
+    }
+}
+
 void check_reported(const Upstream& upstream, const std::vector<const Group*>& members) {
     Tally tally;
-    HostList hosts;
+    Wishes wishes;
     for (const Group* const group : members) {
-        for (const Host* const host : hosts_of(*group)) hosts.push_back(host);
+        for (Wish& wish : wishes_of(*group)) wishes.push_back(std::move(wish));
     }
-    add_to(tally, hosts);
+    add_to(tally, wishes);
     must(upstream.members == members.size(), "the ports that are members upstream");
     must(equal(tally, upstream.tally), "the votes upstream are not those of the hosts");
-    must(upstream.is_reported && upstream.reported == merge(hosts),
+    must(upstream.is_reported && upstream.reported == merge(wishes),
          "what was reported upstream is not what the hosts want");
     must(upstream.changed.empty(), "a change that is not reported");
     std::set<std::pair<std::int32_t, Address>> unwanted;
@@ -246,14 +320,35 @@ void check_reported(const Upstream& upstream, const std::vector<const Group*>& m
 }
 
 void check_upstream() {
-    const bool is_proxy = core().settings.mode == devcore::Mode::kProxy;
-    must(is_proxy == core().query_timer.has_value(), "whether general queries are sent");
-    must(!is_proxy || core().timers.all().contains(*core().query_timer), "the query timer");
     const auto members = members_upstream();
-    must(core().upstream.size() == (is_proxy ? members.size() : 0), "the groups upstream");
-    for (const auto& [place, upstream] : core().upstream) {
-        must(members.contains(place), "a group upstream that no port is in");
-        check_reported(upstream, members.at(place));
+    must(core().upstream.size() == members.size(), "the groups upstream");
+    for (const auto& [key, upstream] : core().upstream) {
+        must(members.contains(key), "a group upstream that no port is in");
+        check_reported(upstream, members.at(key));
+    }
+    check_routers();
+    check_repeated();
+    check_answers();
+}
+
+// ---- Router side --------------------------------------------------------------------------------
+
+void check_queries() {
+    const auto& all = core().timers.all();
+    for (const Family family : {Family::kIpv4, Family::kIpv6}) {
+        const auto& timer = core().query_rounds[family == Family::kIpv4 ? 0 : 1].timer;
+        must(devcore::is_proxy(family) == timer.has_value(), "whether general queries are sent");
+        must(!timer || all.contains(*timer), "the query timer");
+    }
+}
+
+void check_user_routers() {
+    constexpr std::size_t kMostOfPort = 32;
+    std::map<std::uint32_t, std::size_t> of_port;
+    for (const auto& [key, timer] : core().user_routers) {
+        must(timer && core().timers.all().contains(*timer), "a router that does not age");
+        must(key.port < devcore::kUserPorts && key.address != Address{}, "a router that is none");
+        must(++of_port[key.port] <= kMostOfPort, "routers of a port are beyond the bound");
     }
 }
 
@@ -279,6 +374,8 @@ void check_core(const Switch* table, const devcore::Bounds& most) {
     for (const auto& [key, group] : core().groups) check_group(key, group, most);
     for (const Port& port : core().ports) check_port(port, most);
     check_upstream();
+    check_queries();
+    check_user_routers();
     if (table != nullptr) check_switch(*table);
 }
 

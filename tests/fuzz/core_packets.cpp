@@ -121,12 +121,12 @@ Bytes igmp_query(std::uint32_t group) {
 }
 
 Bytes igmp_message(std::uint32_t group) {
-    constexpr std::array<std::uint8_t, 3> kOlder{0x16, 0x17, 0x12};
+    constexpr std::array<std::uint8_t, 5> kOfOneGroup{0x16, 0x17, 0x12, 0x30, 0x32};
     switch (below(8)) {
         case 0:
         case 1:
         case 2: {
-            Bytes message{one_of(kOlder), 0, 0, 0};
+            Bytes message{one_of(kOfOneGroup), 0, 0, 0};
             append32(message, group);
             return message;
         }
@@ -141,10 +141,26 @@ Bytes igmp_message(std::uint32_t group) {
 
 // ---- MLD ----------------------------------------------------------------------------------------
 
+Bytes mld_query() {
+    Bytes message{130, 0, 0, 0, one_in(4) ? next_byte() : std::uint8_t{0}, next_byte(), 0, 0};
+    if (one_in(2)) {
+        append_group6(message);
+    } else {
+        message.resize(message.size() + 16);
+    }
+    if (one_in(2)) return message;
+    const std::uint32_t sources = some_count();
+    append16(message, 0x027D);
+    append16(message, one_in(64) ? some16() : sources);
+    append_sources(message, 16, sources);
+    return message;
+}
+
 Bytes mld_message() {
-    constexpr std::array<std::uint8_t, 3> kOlder{131, 132, 130};
+    constexpr std::array<std::uint8_t, 4> kOfOneGroup{131, 132, 151, 153};
     if (one_in(2)) return report(143, 16, append_group6);
-    Bytes message{one_of(kOlder), 0, 0, 0, 0, 0, 0, 0};
+    if (one_in(3)) return mld_query();
+    Bytes message{one_of(kOfOneGroup), 0, 0, 0, 0, 0, 0, 0};
     append_group6(message);
     return message;
 }

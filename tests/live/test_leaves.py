@@ -79,6 +79,27 @@ class Leaves(LeaveTest):
                 self.assertEqual(len(asked), 2, "the node's own queries")
                 self.assertEqual([frame.tags for frame in asked], [[], []])
 
+    def test_the_last_receiver_of_a_source_is_asked_for_it(self):
+        for port, (version, group, source) in enumerate([
+                ("IGMPv3", "232.2.1.1", self.uplink.ip4), ("MLDv2", "ff3e::8000:211", self.uplink.ip6)]):
+            with self.subTest(version=version):
+                host = self.hosts["h%d" % port]
+                host.speak(3, 2)
+                stream = self.uplink.stream(group)
+                stays, leaves = host.join(group, source), host.join(group, "%s99" % source[:-1])
+                self.assert_reaches(stream, port)
+                leaves.leave()
+                until(lambda: self.asked_for_source(port, group)[1:], "the last member queries")
+                self.assert_reaches(stream, port)
+                self.assertEqual(len(self.asked_for_source(port, group)), 2)
+                stays.leave()
+                self.wait_for_stop(port, stream)
+                self.assertFalse(self.asked(port, group), "nobody is asked about the group")
+
+    def asked_for_source(self, port, group):
+        return self.home.ports[port].wire.frames(
+            lambda frame: frame.kind.endswith("group and source query") and group in frame.groups)
+
     def test_a_change_to_include_nothing_is_a_leave(self):
         self.node.ctl("fast-leave", "--port", "2", "on")
         stream, member = self.receive("h2", "239.2.3.1", 3, 2)

@@ -1,0 +1,14 @@
+// What the links of the ports tell the core.
+#include "node/core/development_core.h"
+#include "node/core/querier.h"
+
+namespace devcore {
+
+// Whoever is behind the port now has not been asked yet (RFC 4541, 2.1.1).
+void link_up(std::uint32_t port) {
+    const Lock lock;
+    const Port* const found = find_port(port);
+    if (found != nullptr) ask_port(*found);
+}
+
+}  // namespace devcore
