@@ -140,7 +140,6 @@ class Proxy(RouterTest):
         self.assert_reaches(stream, 0)
 
     # RFC 3376, 7.2.1: the proxy is a host at its uplink, and heeds the older version of a querier.
-    @unittest.expectedFailure
     def test_a_router_of_igmpv2_is_answered_in_its_version(self):
         self.proxy()
         self.meet(version=2)
