@@ -75,7 +75,7 @@ class Hosts(HostTest):
 
     def test_each_version_answers_the_queries_of_the_proxy(self):
         self.shorten()
-        self.node.ctl("mode", "proxy")      # of IGMP; MLD has none on a bridge
+        self.node.ctl("mode", "proxy")
         joined = self.all_join(4, VERSIONS[1:3])
         self.assert_all_reached(joined)
         starts = {report: stream.sent for report, (_, stream, _) in joined.items()}

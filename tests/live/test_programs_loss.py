@@ -1,6 +1,5 @@
 """A wire to the router that loses reports: joins and leaves arrive all the same."""
 
-
 from lab import loss
 from lab.home import UPLINK
 from lab.waiting import holds_within
@@ -64,7 +63,7 @@ class ByChance(LossTest):
 
     def test_all_joins_arrive_in_proxy_mode(self):
         self.node.ctl("mode", "proxy")
-        self.joins_arrive(2, "IGMP")      # of MLD there is no proxy on a bridge
+        self.joins_arrive(2, "IGMP")
 
     def test_streams_of_joins_that_were_lost_flow(self):
         with loss.some(self.switch, UPLINK, LOST):
@@ -128,7 +127,7 @@ class OfTwo(LossTest):
     def test_a_host_that_repeats_itself_is_heard_in_snooping_mode(self):
         self.hear_it({"IGMP": "239.27.1.1", "MLD": "ff1e::27:1:1"})
 
-    # RFC 3376, 5.1, for the proxy as a host at its uplink.
+    # As it is a host at its uplink.
     def test_the_proxy_repeats_itself(self):
         self.node.ctl("mode", "proxy")
         self.hear_it({"IGMP": "239.27.2.1"})
