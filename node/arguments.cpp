@@ -6,7 +6,7 @@
 #include <string>
 
 #include "node/bound_arguments.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/live_arguments.h"
 #include "node/replay_arguments.h"
 #include "node/usage_error.h"
@@ -51,7 +51,7 @@ void declare_common(Parser& parser, Words& words) {
 }
 
 void declare_bounds(Parser& parser, BoundWords& words) {
-    constexpr devcore::Bounds kDefaults;
+    constexpr mcore::Bounds kDefaults;
     const auto declare = [&parser](const char* option, const std::string& what,
                                    std::uint32_t standard, auto& word) {
         parser.last({option, "N", what + " (default " + std::to_string(standard) + ")"}, word);
@@ -116,7 +116,7 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
     ReplayWords replay_words;
     LiveWords live_words;
     BoundWords bound_words;
-    Parser program("mc_node", "Runs the multicast adaptation layer on the development core.");
+    Parser program("mc_node", "Runs the multicast adaptation layer on the multicast core.");
     program.keep_unknown_words();
     program.footer("'mc_node replay --help' and 'mc_node live --help' tell more.");
     const Parser& replay = declare_replay(program, replay_words, bound_words);
@@ -135,7 +135,7 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
         throw UsageError("'" + unknown.front() + "' is not an option of " +
                          (live.is_named() ? "live" : "replay"));
     }
-    const devcore::Bounds bounds = meaning_of(bound_words);
+    const mcore::Bounds bounds = meaning_of(bound_words);
     if (live.is_named()) return Arguments{meaning_of(live_words), bounds};
     return Arguments{meaning_of(replay_words), bounds};
 }

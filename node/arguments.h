@@ -4,7 +4,7 @@
 #include <optional>
 #include <variant>
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/live/arguments.h"
 #include "node/replay/arguments.h"
 
@@ -12,7 +12,7 @@ namespace node {
 
 struct Arguments {
     std::variant<replay::Arguments, live::Arguments> run;
-    devcore::Bounds bounds;
+    mcore::Bounds bounds;
 };
 
 // Reads the command line. Nothing comes back when help was asked for, or no sub-command given: the

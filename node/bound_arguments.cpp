@@ -19,8 +19,8 @@ void take(const char* option, const std::string& text, std::uint32_t& bound) {
 
 }  // namespace
 
-devcore::Bounds meaning_of(const BoundWords& words) {
-    devcore::Bounds bounds;
+mcore::Bounds meaning_of(const BoundWords& words) {
+    mcore::Bounds bounds;
     take("--most-sources", words.sources, bounds.sources_per_host);
     take("--most-group-sources", words.group_sources, bounds.sources_per_group);
     take("--most-hosts", words.hosts, bounds.hosts_per_group);

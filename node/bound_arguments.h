@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 
 namespace node {
 
@@ -18,6 +18,6 @@ struct BoundWords {
 };
 
 // Throws UsageError.
-[[nodiscard]] devcore::Bounds meaning_of(const BoundWords& words);
+[[nodiscard]] mcore::Bounds meaning_of(const BoundWords& words);
 
 }  // namespace node

@@ -1,5 +1,5 @@
 // mc_node: the multicast adaptation layer as a program on the developer's machine, with the
-// development core on the one side and on the other a driver that replays captures or works on the
+// multicast core on the one side and on the other a driver that replays captures or works on the
 // ports of a Linux bridge.
 //
 // The library has no shutdown, so the program has none either: at the end it leaves the tasks where
@@ -16,7 +16,7 @@
 
 #include "node/arguments.h"
 #include "node/command_queue.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/live/live.h"
 #include "node/mld_mode.h"
@@ -50,7 +50,7 @@ int run(int argc, char** argv) {
     try {
         const auto arguments = node::parse_arguments(argc, argv);
         if (!arguments) return kDone;
-        devcore::set_bounds(arguments->bounds);
+        mcore::set_bounds(arguments->bounds);
         node::let_mld_follow_igmp_proxy();
         return std::visit(Runner{make_host()}, arguments->run);
     } catch (const std::exception& error) {

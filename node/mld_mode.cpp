@@ -1,7 +1,7 @@
 #include "node/mld_mode.h"
 
 #include "mld/record.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 
 namespace node {
@@ -27,6 +27,6 @@ void set_mld_mode(std::uint16_t mode) {
     static_cast<void>(mld_proxy_snoop_set_globle(mode));  // takes all three
 }
 
-void let_mld_follow_igmp_proxy() { devcore::watch_proxy_mode(follow); }
+void let_mld_follow_igmp_proxy() { mcore::watch_proxy_mode(follow); }
 
 }  // namespace node

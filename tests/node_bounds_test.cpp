@@ -1,5 +1,5 @@
 /*
- * How much the development core keeps, and what a report costs: bounds, the incremental merge
+ * How much the multicast core keeps, and what a report costs: bounds, the incremental merge
  * against one from scratch, and times with little and with much stored. All of it goes through the
  * functions that the library calls.
  */
@@ -20,15 +20,15 @@
 #include <vector>
 
 #include "common/bytes.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
 
 namespace {
 
-using devcore::Bounds;
-using devcore::Drop;
-using devcore::Membership;
+using mcore::Bounds;
+using mcore::Drop;
+using mcore::Membership;
 using namespace core_packets;  // NOLINT(google-build-using-namespace): a vocabulary
 
 constexpr std::uint64_t kSecond = 1'000'000;
@@ -57,10 +57,10 @@ void take_mld_packet(std::uint8_t* /*packet*/, std::uint16_t /*port*/, void* /*t
 class Bounded : public ::testing::Test {
  protected:
     void SetUp() override {
-        devcore::reset();
-        devcore::set_bounds({});
+        mcore::reset();
+        mcore::set_bounds({});
         sent_upstream.clear();
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
         igmp_register_switch_send_pkt(take_packet);
         igmp_register_switch_add_table(take_entry);
         igmp_register_switch_del_table(take_entry);
@@ -75,8 +75,8 @@ class Bounded : public ::testing::Test {
     }
 
     void TearDown() override {
-        devcore::reset();
-        devcore::set_bounds({});
+        mcore::reset();
+        mcore::set_bounds({});
     }
 
     static void receive(std::uint32_t port, Bytes packet) {
@@ -91,13 +91,13 @@ class Bounded : public ::testing::Test {
 
     void wait(std::uint64_t us) {
         now_ += us;
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
     }
 
     std::uint64_t now_ = 1000 * kSecond;
 };
 
-std::uint64_t drops(Drop reason) { return devcore::counters()[reason]; }
+std::uint64_t drops(Drop reason) { return mcore::counters()[reason]; }
 
 std::vector<std::uint32_t> sources(std::size_t count, std::uint32_t from = kSource) {
     std::vector<std::uint32_t> all(count);
@@ -123,37 +123,36 @@ std::vector<Ipv6> sources6(std::uint32_t count) {
 // ---- Bounds ----
 
 TEST_F(Bounded, SourcesBeyondTheBoundOfAHostAreRefusedAndTheOthersStay) {
-    devcore::set_bounds({.sources_per_host = 3});
+    mcore::set_bounds({.sources_per_host = 3});
     receive(2, v3_report(kHost, kAllow, kGroup, sources(2)));
     EXPECT_EQ(drops(Drop::kSourceBound), 0U);
     receive(2, v3_report(kHost, kAllow, kGroup, sources(5)));
-    EXPECT_EQ(devcore::memberships().at(0).sources.size(), 3U);
+    EXPECT_EQ(mcore::memberships().at(0).sources.size(), 3U);
     EXPECT_EQ(drops(Drop::kSourceBound), 1U);
     receive(2, v3_report(kHost, kBlock, kGroup, sources(1)));
     receive(2, v3_report(kHost, kAllow, kGroup, {kSource + 9}));
-    EXPECT_EQ(devcore::memberships().at(0).sources.back(),
-              (devcore::Address{0xC6, 0x12, 0x00, 0x0A}));
+    EXPECT_EQ(mcore::memberships().at(0).sources.back(), (mcore::Address{0xC6, 0x12, 0x00, 0x0A}));
     EXPECT_EQ(drops(Drop::kSourceBound), 1U);
     receive_mld(2, mld_v2_report(numbered(kAnyHost6, 1), kAllow, kGroup6, sources6(5)));
-    EXPECT_EQ(devcore::memberships().at(1).sources.size(), 3U);
+    EXPECT_EQ(mcore::memberships().at(1).sources.size(), 3U);
 }
 
 TEST_F(Bounded, SourcesBeyondTheBoundOfAGroupAreRefusedAndNobodyIsCutOff) {
-    devcore::set_bounds({.sources_per_group = 4});
+    mcore::set_bounds({.sources_per_group = 4});
     igmp_fast_leave_enable_globle(1);
     receive(2, v3_report(kHost, kAllow, kGroup, sources(3)));
     receive(2, v3_report(kHost + 1, kToEx, kGroup, sources(1)));
     receive(2,
             v3_report(kHost + 1, kToIn, kGroup, sources(3, kSource + 2)));  // the fifth is refused
-    EXPECT_EQ(devcore::memberships().at(0).sources.size(), 4U);
+    EXPECT_EQ(mcore::memberships().at(0).sources.size(), 4U);
     EXPECT_EQ(drops(Drop::kGroupSourceBound), 1U);
     receive(2, v3_report(kHost + 2, kAllow, kGroup, {kSource + 9}));
-    EXPECT_EQ(devcore::memberships().at(0).reporters.size(), 2U);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 2U);
     receive(2, v3_report(kHost, kToIn, kGroup, {kSource + 9}));
-    EXPECT_EQ(devcore::memberships().at(0).sources.size(), 4U);
+    EXPECT_EQ(mcore::memberships().at(0).sources.size(), 4U);
     EXPECT_EQ(drops(Drop::kGroupSourceBound), 3U);
     receive(2, v3_report(kHost + 2, kAllow, kGroup, {kSource}));
-    EXPECT_EQ(devcore::memberships().at(0).reporters.size(), 3U);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 3U);
 }
 
 /* The dearest that a host can do: in proxy mode all sources are reported anew, both ways. */
@@ -172,81 +171,81 @@ TEST_F(Bounded, AHostThatChangesItsMindMakesABoundedReport) {
 }
 
 TEST_F(Bounded, HostsBeyondTheBoundOfAGroupAreRefused) {
-    devcore::set_bounds({.hosts_per_group = 2});
+    mcore::set_bounds({.hosts_per_group = 2});
     for (std::uint32_t i = 0; i < 5; ++i) {
         receive(2, v2_report(kHost + i, kGroup));
         receive_mld(2, mld_report(numbered(kAnyHost6, i), kGroup6));
     }
-    EXPECT_EQ(devcore::memberships().at(0).reporters.size(), 2U);
-    EXPECT_EQ(devcore::memberships().at(1).reporters.size(), 2U);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 2U);
+    EXPECT_EQ(mcore::memberships().at(1).reporters.size(), 2U);
     EXPECT_EQ(drops(Drop::kHostBound), 6U);
     receive(2, leave(kHost, kGroup));
     receive(2, v2_report(kHost + 4, kGroup));
-    EXPECT_EQ(devcore::memberships().at(0).reporters.size(), 2U);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 2U);
     EXPECT_EQ(drops(Drop::kHostBound), 6U);
 }
 
 TEST_F(Bounded, GroupsBeyondTheBoundOfAPortAreRefusedInBothFamilies) {
-    devcore::set_bounds({.groups_per_port = 3});
+    mcore::set_bounds({.groups_per_port = 3});
     igmp_fast_leave_enable_globle(1);
     for (std::uint32_t i = 0; i < 5; ++i) {
         receive(2, v2_report(kHost, kGroup + i));
         receive_mld(2, mld_report(numbered(kAnyHost6, 1), numbered(kAnyGroup6, i)));
     }
-    EXPECT_EQ(devcore::memberships().size(), 6U);
+    EXPECT_EQ(mcore::memberships().size(), 6U);
     EXPECT_EQ(drops(Drop::kGroupBound), 4U);
     receive(3, v2_report(kHost, kGroup));
-    EXPECT_EQ(devcore::memberships().size(), 7U);
+    EXPECT_EQ(mcore::memberships().size(), 7U);
     receive_mld(2, mld_done(numbered(kAnyHost6, 1), numbered(kAnyGroup6, 0)));
     receive_mld(2, mld_report(numbered(kAnyHost6, 1), numbered(kAnyGroup6, 4)));
-    EXPECT_EQ(devcore::memberships().size(), 7U);
+    EXPECT_EQ(mcore::memberships().size(), 7U);
     EXPECT_EQ(drops(Drop::kGroupBound), 4U);
 }
 
 TEST_F(Bounded, HostsAndSourcesOfAPortAreBoundedTogether) {
-    devcore::set_bounds({.addresses_per_port = 10});
+    mcore::set_bounds({.addresses_per_port = 10});
     receive(2, v3_report(kHost, kAllow, kGroup, sources(5)));      // 6
     receive(2, v3_report(kHost, kAllow, kGroup + 1, sources(5)));  // 4 more
-    EXPECT_EQ(devcore::memberships().at(1).sources.size(), 3U);
+    EXPECT_EQ(mcore::memberships().at(1).sources.size(), 3U);
     EXPECT_EQ(drops(Drop::kAddressBound), 1U);
     receive(2, v2_report(kHost, kGroup + 2));
-    EXPECT_EQ(devcore::memberships().size(), 2U);
+    EXPECT_EQ(mcore::memberships().size(), 2U);
     receive(3, v2_report(kHost, kGroup));
-    EXPECT_EQ(devcore::memberships().size(), 3U);
+    EXPECT_EQ(mcore::memberships().size(), 3U);
     // What is there can be refreshed and changed.
     receive(2, v3_report(kHost, kToEx, kGroup));
     receive(2, v2_report(kHost, kGroup + 2));
-    EXPECT_EQ(devcore::memberships().size(), 4U);
+    EXPECT_EQ(mcore::memberships().size(), 4U);
     EXPECT_EQ(drops(Drop::kAddressBound), 2U);
 }
 
 TEST_F(Bounded, AHostOfAFullPortIsNotCutOffByAReportThatHasNoRoom) {
-    devcore::set_bounds({.addresses_per_port = 1});
+    mcore::set_bounds({.addresses_per_port = 1});
     receive(2, v2_report(kHost, kGroup));
     receive(2, v3_report(kHost, kToIn, kGroup, sources(1)));
-    ASSERT_EQ(devcore::memberships().size(), 1U);
-    EXPECT_TRUE(devcore::memberships().at(0).exclude);
+    ASSERT_EQ(mcore::memberships().size(), 1U);
+    EXPECT_TRUE(mcore::memberships().at(0).exclude);
     EXPECT_EQ(drops(Drop::kAddressBound), 1U);
 }
 
 TEST_F(Bounded, AMemberThatComesBackFindsItsOwnRoom) {
-    devcore::set_bounds({.addresses_per_port = 1});
+    mcore::set_bounds({.addresses_per_port = 1});
     receive(2, v2_report(kHost, kGroup));
     receive(2, leave(kHost, kGroup));
     receive(2, v2_report(kHost + 1, kGroup));
-    EXPECT_EQ(devcore::memberships().at(0).reporters.size(), 1U);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 1U);
     EXPECT_EQ(drops(Drop::kAddressBound), 0U);
 }
 
 TEST_F(Bounded, WhatGoesAwayMakesRoom) {
-    devcore::set_bounds({.addresses_per_port = 8});
+    mcore::set_bounds({.addresses_per_port = 8});
     for (int round = 0; round < 5; ++round) {
         receive(2, v3_report(kHost, kAllow, kGroup, sources(3)));
         receive(2, v3_report(kHost + 1, kIsEx, kGroup, sources(2)));
         receive(2, v2_report(kHost, kGroup + 1));
         if (round % 2 == 0) igmp_del_all_group();
         wait(300 * kSecond);
-        ASSERT_EQ(devcore::memberships().size(), 0U);
+        ASSERT_EQ(mcore::memberships().size(), 0U);
         receive_mld(2, mld_v2_report(numbered(kAnyHost6, 1), kAllow, kGroup6, sources6(7)));
         if (round % 2 == 0) {
             mld_data_init();
@@ -254,22 +253,22 @@ TEST_F(Bounded, WhatGoesAwayMakesRoom) {
         } else {
             wait(300 * kSecond);
         }
-        ASSERT_EQ(devcore::memberships().size(), 0U);
+        ASSERT_EQ(mcore::memberships().size(), 0U);
     }
     EXPECT_EQ(drops(Drop::kAddressBound), 0U);
 }
 
 TEST_F(Bounded, BoundsOutliveAnInitialisation) {
-    devcore::set_bounds({.groups_per_port = 1});
+    mcore::set_bounds({.groups_per_port = 1});
     igmp_data_init();
     igmp_port_add_all_vlan(2);
     receive(2, v2_report(kHost, kGroup));
     receive(2, v2_report(kHost, kGroup + 1));
-    EXPECT_EQ(devcore::memberships().size(), 1U);
+    EXPECT_EQ(mcore::memberships().size(), 1U);
 }
 
 TEST_F(Bounded, ABoundIsSaidOncePerPort) {
-    devcore::set_bounds({.groups_per_port = 1});
+    mcore::set_bounds({.groups_per_port = 1});
     ::testing::internal::CaptureStdout();
     for (std::uint32_t i = 0; i < 9; ++i) {
         receive(2, v2_report(kHost, kGroup + i));
@@ -300,7 +299,7 @@ constexpr std::uint32_t kAdd = 1;
 constexpr std::uint32_t kClear = 2;
 
 TEST_F(Bounded, AddressesInARowAreOneRangeOfAControlList) {
-    devcore::set_bounds({.control_list_ranges = 2});
+    mcore::set_bounds({.control_list_ranges = 2});
     for (std::uint32_t i = 0; i < 100; i += 2) {
         EXPECT_EQ(control(kAdd, kGroup + i), i < 4 ? 0 : 1);
     }
@@ -332,7 +331,7 @@ TEST_F(Bounded, AControlListHoldsWhatASetOfAddressesWould) {
         }
         const std::uint32_t asked = kGroup + random.below(24);
         receive(2, v2_report(kHost, asked));
-        const bool is_member = !devcore::memberships().empty();
+        const bool is_member = !mcore::memberships().empty();
         ASSERT_EQ(is_member, model.empty() || model.contains({kVlan, asked})) << "step " << step;
         igmp_del_all_group();
     }
@@ -344,7 +343,7 @@ TEST_F(Bounded, AGroupTakenOffTheControlListEnds) {
         receive(2, v2_report(kHost, kGroup + i));
     }
     control(kDelete, kGroup + 1);
-    EXPECT_EQ(devcore::memberships().size(), 2U);
+    EXPECT_EQ(mcore::memberships().size(), 2U);
 }
 
 TEST_F(Bounded, AControlListIsShownByItsRanges) {
@@ -546,7 +545,7 @@ Bytes packet_of(const RandomReport& report) {
 }
 
 void expect_equal(const Model& model) {
-    const auto held = devcore::memberships();
+    const auto held = mcore::memberships();
     ASSERT_EQ(held.size(), model.groups.size());
     auto at = held.begin();
     for (const auto& [key, group] : model.groups) {
@@ -688,7 +687,7 @@ class Costs : public Bounded, public ::testing::WithParamInterface<bool> {
     void SetUp() override {
         Bounded::SetUp();
         if (GetParam()) igmp_mode_switch_globle(2);
-        devcore::set_bounds(kWide);
+        mcore::set_bounds(kWide);
     }
 
     /* Of a report in a group of so many hosts, each of which reports in turn. */
@@ -699,7 +698,7 @@ class Costs : public Bounded, public ::testing::WithParamInterface<bool> {
             reports.push_back(v3_report(kHost + i, kIsEx, kGroup, {kSource}));
             receive(1, reports.back());
         }
-        EXPECT_EQ(devcore::memberships().at(0).reporters.size(), hosts);
+        EXPECT_EQ(mcore::memberships().at(0).reporters.size(), hosts);
         return cost([&](std::uint32_t i) {
             Bytes& report = reports[i % hosts];
             igmp_pkt_recv(report.data(), static_cast<std::uint16_t>(report.size()), 1, kVlan,
@@ -714,7 +713,7 @@ class Costs : public Bounded, public ::testing::WithParamInterface<bool> {
             receive(1, v3_report(kHost, kAllow, kGroup,
                                  sources(std::min(100U, stored - i), kSource + i)));
         }
-        EXPECT_EQ(devcore::memberships().at(0).sources.size(), stored);
+        EXPECT_EQ(mcore::memberships().at(0).sources.size(), stored);
         Bytes allow = v3_report(kHost + 1, kAllow, kGroup, {kSource + 5000});
         Bytes block = v3_report(kHost + 1, kToIn, kGroup, {kSource + 5001});
         return cost([&](std::uint32_t i) {
@@ -786,7 +785,7 @@ TEST_F(Bounded, APortUnderAttackLeavesTheJoinsOfOthersAsTheyWere) {
     EXPECT_GT(drops(Drop::kGroupBound), 0U);
     EXPECT_GT(drops(Drop::kAddressBound), 0U);
     receive(2, v2_report(kHost, kGroup));
-    const auto all = devcore::memberships();
+    const auto all = mcore::memberships();
     EXPECT_EQ(std::ranges::count(all, 2U, &Membership::port), 1);
 }
 
@@ -798,7 +797,7 @@ TEST_F(Bounded, APortUnderAttackTakesNoMoreThanSoMuchMemory) {
     const Bounds bounds;
     std::size_t groups = 0;
     std::size_t reporters = 0;
-    for (const Membership& one : devcore::memberships()) {
+    for (const Membership& one : mcore::memberships()) {
         ++groups;
         reporters += one.reporters.size();
     }

@@ -13,15 +13,15 @@
 #include <vector>
 
 #include "common/bytes.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
 
 namespace {
 
-using devcore::Drop;
-using devcore::Family;
-using devcore::Membership;
+using mcore::Drop;
+using mcore::Family;
+using mcore::Membership;
 using namespace core_packets;  // NOLINT(google-build-using-namespace): a vocabulary
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -104,15 +104,15 @@ Ipv6 ending_in(Ipv6 address, std::uint32_t last) {
 
 std::vector<Query> asked() { return std::exchange(queries, {}); }
 
-std::uint64_t drops(Drop reason) { return devcore::counters()[reason]; }
+std::uint64_t drops(Drop reason) { return mcore::counters()[reason]; }
 
 class Memberships : public ::testing::TestWithParam<Family> {
  protected:
     void SetUp() override {
-        devcore::reset();
+        mcore::reset();
         queries.clear();
         sent_up.clear();
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
         igmp_register_switch_send_pkt(take_packet);
         igmp_register_switch_add_table(take_entry);
         igmp_register_switch_del_table(take_entry);
@@ -125,11 +125,11 @@ class Memberships : public ::testing::TestWithParam<Family> {
         }
         igmp_port_add_all_vlan(kUplink);
         mld_port_conf_set(kUplink6, 1);
-        devcore::set_clock(now_);  // the queries of a node that starts are not the matter here
+        mcore::set_clock(now_);  // the queries of a node that starts are not the matter here
         queries.clear();
     }
 
-    void TearDown() override { devcore::reset(); }
+    void TearDown() override { mcore::reset(); }
 
     static bool is_igmp() { return GetParam() == Family::kIpv4; }
 
@@ -179,7 +179,7 @@ class Memberships : public ::testing::TestWithParam<Family> {
 
     void wait(std::uint64_t us) {
         now_ += us;
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
     }
     void wait_seconds(std::uint64_t seconds) { wait(seconds * kSecond); }
 
@@ -188,9 +188,9 @@ class Memberships : public ::testing::TestWithParam<Family> {
     /* "2 include {1 3}" of each membership; sources by their last byte. */
     static std::vector<std::string> held() {
         std::vector<std::string> all;
-        for (const Membership& one : devcore::memberships()) {
+        for (const Membership& one : mcore::memberships()) {
             std::string sources;
-            for (const devcore::Address& source : one.sources) {
+            for (const mcore::Address& source : one.sources) {
                 const std::size_t last = one.family == Family::kIpv4 ? 3 : 15;
                 sources += (sources.empty() ? "" : " ") + std::to_string(source[last]);
             }
@@ -214,7 +214,7 @@ TEST_P(Memberships, OfAPortThatGoesDownEndAfterTheLastMemberQueryTime) {
     report(kToEx, 1);
     report(kToEx, 1, {}, 3);
     wait_seconds(1);
-    devcore::link_down(2);
+    mcore::link_down(2);
     wait(kLastMemberTime * kSecond - 1);
     EXPECT_THAT(held(), ElementsAre("2 exclude {}", "3 exclude {}"));
     wait(1);
@@ -225,30 +225,30 @@ TEST_P(Memberships, OfAPortThatGoesDownEndAfterTheLastMemberQueryTime) {
 TEST_P(Memberships, OfAPortThatGoesDownEndAtOnceWithFastLeave) {
     igmp_if_fast_leave_enable(2, 1);
     report(kToEx, 1);
-    devcore::link_down(2);
+    mcore::link_down(2);
     EXPECT_THAT(held(), IsEmpty());
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
 }
 
 TEST_P(Memberships, OfAPortThatComesBackStayWhereTheyAreReportedAnew) {
     report(kToEx, 1);
     report(kToEx, 2);
     report(kAllow, 3, {7, 8}, 3);
-    devcore::link_down(2);
-    devcore::link_down(3);
+    mcore::link_down(2);
+    mcore::link_down(3);
     wait_seconds(1);
     report(kIsEx, 2);
     report(kIsIn, 3, {8}, 3);
     wait_seconds(kLastMemberTime);
     EXPECT_THAT(held(), ElementsAre("2 exclude {}", "3 include {8}"));
-    EXPECT_THAT(devcore::memberships().at(0).reporters, SizeIs(1)) << "host 1 is gone";
+    EXPECT_THAT(mcore::memberships().at(0).reporters, SizeIs(1)) << "host 1 is gone";
 }
 
 TEST_P(Memberships, OfALinkThatFlapsDoNotLiveOnUnheard) {
     report(kToEx, 1);
-    devcore::link_down(2);
+    mcore::link_down(2);
     wait_seconds(1);
-    devcore::link_down(2);
+    mcore::link_down(2);
     EXPECT_THAT(held(), IsEmpty());
     wait(1);
     report(kToEx, 1);
@@ -260,14 +260,14 @@ TEST_P(Memberships, OfAPortThatGoesDownEndWhetherTheyAgeOrNot) {
     igmp_aging_function_set(0);
     mld_pack_set_age_switch(0);
     report(kToEx, 1);
-    devcore::link_down(2);
+    mcore::link_down(2);
     wait_seconds(kLastMemberTime);
     EXPECT_THAT(held(), IsEmpty());
 }
 
 TEST_P(Memberships, OfOtherPortsDoNotHeedTheUplinkGoingDown) {
     report(kToEx, 1);
-    for (const std::uint32_t port : {29U, 0xFFFFU, 6U, 255U}) devcore::link_down(port);
+    for (const std::uint32_t port : {29U, 0xFFFFU, 6U, 255U}) mcore::link_down(port);
     wait_seconds(kAgeingTime - 1);
     EXPECT_THAT(held(), SizeIs(1));
 }
@@ -278,7 +278,7 @@ TEST_P(Memberships, OfAProxyAreLeftUpstreamWithTheLink) {
     report(kToEx, 1);
     wait_seconds(5);  // what is repeated is through
     sent_up.clear();
-    devcore::link_down(2);
+    mcore::link_down(2);
     wait_seconds(kLastMemberTime);
     ASSERT_THAT(sent_up, Not(IsEmpty()));
     const std::size_t record_at = is_igmp() ? 24 + 8 : 48 + 8;
@@ -443,7 +443,7 @@ TEST_P(Memberships, LoseAGroupAfterTwoQueriesAboutIt) {
     wait(1);
     EXPECT_THAT(held(), IsEmpty());
     EXPECT_THAT(asked(), IsEmpty());
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
 }
 
 TEST_P(Memberships, LoseABlockedSourceAfterTwoQueriesAboutIt) {
@@ -532,8 +532,8 @@ TEST_P(Memberships, InIncludeModeAreLeftByAQueryAboutTheirSources) {
     report(kAllow, 1, {1, 2});
     report(kToIn, 1);
     EXPECT_THAT(asked(), ElementsAre(of_sources({1, 2})));
-    EXPECT_THAT(devcore::memberships().at(0).reporters, IsEmpty());
-    EXPECT_EQ(devcore::memberships().at(0).expires_us, now_ + kLastMemberTime * kSecond);
+    EXPECT_THAT(mcore::memberships().at(0).reporters, IsEmpty());
+    EXPECT_EQ(mcore::memberships().at(0).expires_us, now_ + kLastMemberTime * kSecond);
     wait_seconds(kLastMemberTime);
     EXPECT_THAT(held(), IsEmpty());
 }
@@ -595,26 +595,26 @@ TEST_P(Memberships, AreAskedAboutInPacketsThatFit) {
 }
 
 TEST_P(Memberships, MakeRoomForWhatIsWantedBeforeWhatIsAskedFor) {
-    devcore::set_bounds({.addresses_per_port = 4});
+    mcore::set_bounds({.addresses_per_port = 4});
     report(kAllow, 1, {1, 2, 3});
     report(kToIn, 1);
     EXPECT_THAT(held(), ElementsAre("2 include {1 2 3}"));
     report(kAllow, 1, {4, 5, 6});
     EXPECT_THAT(held(), ElementsAre("2 include {4 5 6}"));
-    devcore::set_bounds({});
+    mcore::set_bounds({});
 }
 
 TEST_P(Memberships, LoseSourcesAtOnceWhereAQuestionHasNoRoom) {
-    devcore::set_bounds({.addresses_per_port = 4});
+    mcore::set_bounds({.addresses_per_port = 4});
     report(kToEx, 1, {1, 2});
     report(kBlock, 1, {3});
     EXPECT_THAT(asked(), IsEmpty());
     EXPECT_THAT(held(), ElementsAre("2 exclude {1 2 3}"));
-    devcore::set_bounds({.sources_per_group = 4});
+    mcore::set_bounds({.sources_per_group = 4});
     report(kToIn, 1, {4, 5, 6});
     EXPECT_THAT(asked(), IsEmpty());
     EXPECT_THAT(held(), ElementsAre("2 include {4 5 6}"));
-    devcore::set_bounds({});
+    mcore::set_bounds({});
 }
 
 TEST_P(Memberships, OfOlderHostsAreAskedAboutUntilOneAnswers) {
@@ -635,12 +635,12 @@ TEST_P(Memberships, AreOfTheVersionOfTheOldestHost) {
     report(kToEx, 1, {1});
     older_report(2);
     const std::uint8_t older = is_igmp() ? 2 : 1;
-    EXPECT_EQ(devcore::memberships().at(0).version, older);
+    EXPECT_EQ(mcore::memberships().at(0).version, older);
     wait_seconds(kAgeingTime - 1);
     report(kToEx, 1, {1});
-    EXPECT_EQ(devcore::memberships().at(0).version, older) << "the older host is present";
+    EXPECT_EQ(mcore::memberships().at(0).version, older) << "the older host is present";
     wait_seconds(1);
-    EXPECT_EQ(devcore::memberships().at(0).version, older + 1);
+    EXPECT_EQ(mcore::memberships().at(0).version, older + 1);
 }
 
 TEST_P(Memberships, LoseNoSourceBesideAnOlderHost) {
@@ -656,7 +656,7 @@ TEST_P(Memberships, CanBeLeftBesideAHostOfTheVersionBeforeTheNewest) {
     older_report(1);
     report(kToEx, 2);
     report(kToIn, 2);
-    EXPECT_THAT(devcore::memberships().at(0).reporters, SizeIs(1));
+    EXPECT_THAT(mcore::memberships().at(0).reporters, SizeIs(1));
     older_leave(1);
     wait_seconds(kLastMemberTime);
     EXPECT_THAT(held(), IsEmpty());
@@ -671,7 +671,7 @@ TEST_P(Memberships, AreNotLeftBesideAHostOfIgmpVersion1) {
     report(kToIn, 3);
     older_leave(1);
     EXPECT_EQ(drops(Drop::kOlderHostPresent), 3U);
-    EXPECT_THAT(devcore::memberships().at(0).reporters, SizeIs(3));
+    EXPECT_THAT(mcore::memberships().at(0).reporters, SizeIs(3));
     EXPECT_THAT(asked(), IsEmpty());
     wait_seconds(kAgeingTime);
     EXPECT_THAT(held(), IsEmpty());

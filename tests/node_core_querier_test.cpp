@@ -1,5 +1,5 @@
 /*
- * The router side of the development core, in emulated time: when it asks, who asks where several
+ * The router side of the multicast core, in emulated time: when it asks, who asks where several
  * could, and which user ports have a router behind them. All of it is told once for both families.
  */
 #include <gtest/gtest.h>
@@ -13,16 +13,16 @@
 #include <vector>
 
 #include "common/bytes.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
 
 namespace {
 
-using devcore::Drop;
-using devcore::Family;
-using devcore::RouterPort;
-using devcore::Sent;
+using mcore::Drop;
+using mcore::Family;
+using mcore::RouterPort;
+using mcore::Sent;
 using namespace core_packets;  // NOLINT(google-build-using-namespace): a vocabulary
 
 constexpr std::uint64_t kSecond = 1'000'000;
@@ -114,14 +114,14 @@ Bytes mld_query(std::uint32_t from, const Says& says) {
 class RouterSide : public ::testing::TestWithParam<Family> {
  protected:
     void SetUp() override {
-        devcore::reset();
+        mcore::reset();
         now_ = 1000 * kSecond;
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
         start_node();
         settle();
     }
 
-    void TearDown() override { devcore::watch_router_ports({}); }
+    void TearDown() override { mcore::watch_router_ports({}); }
 
     /* The node starts, and its clock stands still yet. */
     static void start_node() {
@@ -144,13 +144,13 @@ class RouterSide : public ::testing::TestWithParam<Family> {
     }
 
     void settle() const {
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
         sent.clear();
     }
 
     void wait(std::uint64_t us) {
         now_ += us;
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
     }
     void wait_seconds(std::uint64_t seconds) { wait(seconds * kSecond); }
 
@@ -226,21 +226,21 @@ class RouterSide : public ::testing::TestWithParam<Family> {
     }
 
     static std::string text_of(std::uint32_t address) {
-        devcore::Address bytes{};
+        mcore::Address bytes{};
         if (is_igmp()) {
             mc::store_be32(bytes.data(), address);
         } else {
             std::ranges::copy(link_local(address), bytes.begin());
         }
-        return devcore::text(GetParam(), bytes);
+        return mcore::text(GetParam(), bytes);
     }
 
     /* "2/4088 10.25.14.9 for 255 s" of each router. */
     std::vector<std::string> routers() const {
         std::vector<std::string> all;
-        for (const RouterPort& one : devcore::router_ports()) {
+        for (const RouterPort& one : mcore::router_ports()) {
             all.push_back(std::to_string(one.port) + "/" + std::to_string(one.vlan) + " " +
-                          devcore::text(one.family, one.address) + " for " +
+                          mcore::text(one.family, one.address) + " for " +
                           std::to_string((one.expires_us - now_) / kSecond) + " s");
         }
         return all;
@@ -326,7 +326,7 @@ TEST_P(RouterSide, OtherModesAskNothingByThemselves) {
         wait_seconds(1000);
         EXPECT_EQ(asked(), Ports{});
     }
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
 }
 
 TEST_P(RouterSide, AnotherQueryIntervalCountsFromNow) {
@@ -344,7 +344,7 @@ TEST_P(RouterSide, AnotherQueryIntervalCountsFromNow) {
 TEST_P(RouterSide, ANodeThatStartsAsksOnceWhenItsClockIsMoved) {
     start_node();
     EXPECT_EQ(sent.size(), 0U) << "the node has no address yet";
-    devcore::set_clock(now_);
+    mcore::set_clock(now_);
     const auto queries = of_family();
     ASSERT_EQ(queries.size(), 6U);
     // A query that wins no election.
@@ -368,7 +368,7 @@ TEST_P(RouterSide, ANodeThatStartsInControlModeAsksOnceToo) {
 TEST_P(RouterSide, ANodeThatStartsInProxyModeAsksInItsBurstOnly) {
     start_node();
     set_mode(kProxy);
-    devcore::set_clock(now_);
+    mcore::set_clock(now_);
     EXPECT_EQ(asked(), kEveryPort);
 }
 
@@ -384,7 +384,7 @@ TEST_P(RouterSide, APortWhoseLinkComesUpIsAskedInEveryMode) {
         set_mode(mode);
         wait_seconds(40);
         sent.clear();
-        devcore::link_up(3);
+        mcore::link_up(3);
         const auto queries = of_family();
         ASSERT_EQ(queries.size(), 1U);
         EXPECT_EQ(queries[0].port, 3);
@@ -397,8 +397,8 @@ TEST_P(RouterSide, APortWhoseLinkComesUpIsAskedInEveryMode) {
 }
 
 TEST_P(RouterSide, LinksOfOtherPortsAskNobody) {
-    devcore::link_up(kUplink);
-    devcore::link_up(7);
+    mcore::link_up(kUplink);
+    mcore::link_up(7);
     EXPECT_EQ(asked(), Ports{});
 }
 
@@ -408,7 +408,7 @@ TEST_P(RouterSide, ALowerAddressAsksInTheNodesPlace) {
     set_mode(kProxy);
     sent.clear();
     EXPECT_EQ(hear_query(2, kLower), 0);
-    devcore::link_up(2);
+    mcore::link_up(2);
     EXPECT_EQ(asked(), Ports{});
     wait_seconds(125);
     EXPECT_EQ(asked(), kAllButTwo);
@@ -492,7 +492,7 @@ TEST_P(RouterSide, TheLongestResponseTimesAreRead) {
 
 TEST_P(RouterSide, WhoIsNoQuerierNeitherGivesWayNorTakesOver) {
     hear_query(2, kLower, {.interval_s = 10});
-    devcore::link_up(2);
+    mcore::link_up(2);
     EXPECT_EQ(asked(), Ports{2});
     wait_seconds(25);
     EXPECT_EQ(routers(), Texts{});
@@ -539,7 +539,7 @@ class LoweredTimers : public RouterSide {
 
     static std::vector<std::size_t> sources_held() {
         std::vector<std::size_t> counts;
-        for (const auto& one : devcore::memberships()) counts.push_back(one.sources.size());
+        for (const auto& one : mcore::memberships()) counts.push_back(one.sources.size());
         return counts;
     }
 };
@@ -671,7 +671,7 @@ TEST_P(RouterSide, AQueryCutShortIsRefused) {
         query = ipv6(link_local(kLower), kGroup6, Bytes{130} + Bytes(22, 0));
         EXPECT_EQ(receive(2, query), 1);
     }
-    EXPECT_EQ(devcore::counters()[Drop::kTruncated], is_igmp() ? 1U : 2U);
+    EXPECT_EQ(mcore::counters()[Drop::kTruncated], is_igmp() ? 1U : 2U);
     EXPECT_EQ(routers(), Texts{});
 }
 
@@ -683,13 +683,13 @@ TEST_P(RouterSide, AVlanThatEndsTakesItsRoutersAlong) {
     EXPECT_EQ(routers(), Texts{});
     EXPECT_EQ(hear_query(2, kLower, {}, 100), 1);
     EXPECT_EQ(receive(2, advertisement(kLower, 20), 100), 1);
-    EXPECT_EQ(devcore::counters()[Drop::kUnknownVlan], 2U);
+    EXPECT_EQ(mcore::counters()[Drop::kUnknownVlan], 2U);
 }
 
 TEST_P(RouterSide, APortHasRoomForSoManyRouters) {
     for (std::uint32_t i = 0; i < 32; ++i) EXPECT_EQ(hear_query(2, kHigher + i), 0);
     EXPECT_EQ(hear_query(2, kLower), 1);
-    EXPECT_EQ(devcore::counters()[Drop::kRouterBound], 1U);
+    EXPECT_EQ(mcore::counters()[Drop::kRouterBound], 1U);
     EXPECT_EQ(hear_query(2, kHigher), 0);
     EXPECT_EQ(hear_query(3, kLower), 0);
 }
@@ -697,7 +697,7 @@ TEST_P(RouterSide, APortHasRoomForSoManyRouters) {
 TEST_P(RouterSide, WhoSwitchesTheStreamsHearsOfRouterPorts) {
     std::vector<std::pair<std::uint32_t, bool>> told;
     hear_query(1, kHigher);
-    devcore::watch_router_ports(
+    mcore::watch_router_ports(
         [&told](std::uint32_t port, bool is_router) { told.emplace_back(port, is_router); });
     hear_query(2, kHigher, {.interval_s = 10});
     hear_query(2, kHigher + 1, {.interval_s = 20});
@@ -791,13 +791,13 @@ TEST_P(IgmpRouterSide, QueriesGoToTheListedVlansInWhichThePortHasMembers) {
 TEST_P(IgmpRouterSide, APortWhoseLinkComesUpIsAskedInEveryListedVlan) {
     igmp_vlan_add(100);
     igmp_vlan_add(200);
-    devcore::link_up(2);
+    mcore::link_up(2);
     EXPECT_EQ(vlans_asked(2), (Vlans{100, 200, kVlan}));
 }
 
 TEST_P(IgmpRouterSide, APortWhoseLinkComesUpIsAskedInNoMoreVlansThanSome) {
     for (std::uint16_t vlan = 1; vlan <= 1000; ++vlan) igmp_vlan_add(vlan);
-    devcore::link_up(2);
+    mcore::link_up(2);
     EXPECT_EQ(vlans_asked(2).size(), 32U);
 }
 
@@ -831,7 +831,7 @@ TEST_P(IgmpRouterSide, AQueryFromNoAddressIsOfNoRouter) {
     sent.clear();
     EXPECT_EQ(hear_query(2, 0), 0);
     EXPECT_EQ(routers(), Texts{});
-    devcore::link_up(2);
+    mcore::link_up(2);
     EXPECT_EQ(asked(), Ports{2});
 }
 

@@ -1,5 +1,5 @@
 /*
- * The development core, seen from both sides: packets and settings go in through the functions that
+ * The multicast core, seen from both sides: packets and settings go in through the functions that
  * the library calls, and what comes out are calls of the registered call-backs, the tables and the
  * counters. Packets stand in buffers of exactly their length, so that the sanitizers see every byte
  * read too far.
@@ -21,16 +21,16 @@
 #include <vector>
 
 #include "common/bytes.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/pal.h"
 #include "platform/protocol_core.h"
 #include "support/core_fixture.h"
 
 namespace {
 
-using devcore::Family;
-using devcore::Received;
-using devcore::Sent;
+using mcore::Family;
+using mcore::Received;
+using mcore::Sent;
 using namespace core_fixture;  // NOLINT(google-build-using-namespace): a vocabulary
 
 // ---- Joining and leaving ----
@@ -48,15 +48,15 @@ TEST_F(Core, Version2ReportMakesAMembershipAndAnEntry) {
     };
     EXPECT_EQ(receive(2, report), 0);
     EXPECT_EQ(held(), Texts{"2/4088 239.1.1.1"});
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_EQ(one.version, 2);
     EXPECT_TRUE(one.exclude);
     EXPECT_TRUE(one.programmed);
     EXPECT_EQ(texts(one, one.reporters), Texts{"192.0.2.20"});
     EXPECT_EQ(one.joined_us, now_);
     EXPECT_EQ(entries, (std::vector<Entry>{{true, 2, kVlan, kGroup}}));
-    EXPECT_EQ(devcore::counters()[Received::kIgmpV2Report], 1U);
-    EXPECT_EQ(devcore::counters().entries_added, 1U);
+    EXPECT_EQ(mcore::counters()[Received::kIgmpV2Report], 1U);
+    EXPECT_EQ(mcore::counters().entries_added, 1U);
 }
 
 TEST_F(Core, ReportsOfAllVersionsMakeMemberships) {
@@ -66,14 +66,14 @@ TEST_F(Core, ReportsOfAllVersionsMakeMemberships) {
     receive(3, v3_report(kHostA, kIsEx, kGroup));
     receive(4, v3_report(kHostA, kAllow, kGroup, {kSource1}));
     receive(5, v3_report(kHostA, kIsIn, kGroup, {kSource1}));
-    const auto all = devcore::memberships();
+    const auto all = mcore::memberships();
     ASSERT_EQ(all.size(), 6U);
     EXPECT_EQ(all[0].version, 1);
     EXPECT_EQ(all[1].version, 2);
     EXPECT_EQ(all[2].version, 3);
     EXPECT_EQ(entries.size(), 6U);
-    EXPECT_EQ(devcore::counters()[Received::kIgmpV1Report], 1U);
-    EXPECT_EQ(devcore::counters()[Received::kIgmpV3Report], 4U);
+    EXPECT_EQ(mcore::counters()[Received::kIgmpV1Report], 1U);
+    EXPECT_EQ(mcore::counters()[Received::kIgmpV3Report], 4U);
 }
 
 TEST_F(Core, ARepeatedReportAddsNothing) {
@@ -98,7 +98,7 @@ TEST_F(Core, LeaveIsAskedAboutTwiceAndThenTakesTheGroupAway) {
     receive(2, v2_report(kHostA, kGroup));
     receive(2, leave(kHostA, kGroup));
     EXPECT_EQ(sent.size(), 1U);
-    EXPECT_EQ(devcore::memberships().at(0).expires_us, now_ + 2 * kSecond);
+    EXPECT_EQ(mcore::memberships().at(0).expires_us, now_ + 2 * kSecond);
     wait_seconds(1);
     EXPECT_EQ(sent.size(), 2U);
     wait(kSecond - 1);
@@ -107,8 +107,8 @@ TEST_F(Core, LeaveIsAskedAboutTwiceAndThenTakesTheGroupAway) {
     EXPECT_EQ(held(), Texts{});
     EXPECT_EQ(sent.size(), 2U);
     EXPECT_EQ(entries.back(), (Entry{false, 2, kVlan, kGroup}));
-    EXPECT_EQ(devcore::counters().entries_removed, 1U);
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::counters().entries_removed, 1U);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
 }
 
 TEST_F(Core, GroupQueryOfVersion3) {
@@ -128,7 +128,7 @@ TEST_F(Core, GroupQueryOfVersion3) {
                                  0xEF, 0x01, 0x01, 0x01,  // of 239.1.1.1
                                  0x02, 0x7D, 0x00, 0x00,  // robustness 2, 125 s, no sources
                              }));
-    EXPECT_EQ(devcore::counters()[Sent::kIgmpGroupQuery], 1U);
+    EXPECT_EQ(mcore::counters()[Sent::kIgmpGroupQuery], 1U);
 }
 
 TEST_F(Core, GroupQueriesFollowTheirSettings) {
@@ -218,7 +218,7 @@ TEST_F(Core, Version1HostKeepsTheGroupUntilItAges) {
     igmp_fast_leave_enable_globle(1);
     receive(2, v1_report(kHostA, kGroup));
     receive(2, v2_report(kHostB, kGroup));
-    EXPECT_EQ(devcore::memberships().at(0).version, 1);
+    EXPECT_EQ(mcore::memberships().at(0).version, 1);
     receive(2, leave(kHostB, kGroup));
     EXPECT_EQ(held().size(), 1U);
     wait_seconds(260);
@@ -238,7 +238,7 @@ TEST_F(Core, ToIncludeOfASourceIsNone) {
     igmp_fast_leave_enable_globle(1);
     receive(2, v3_report(kHostA, kToEx, kGroup));
     receive(2, v3_report(kHostA, kToIn, kGroup, {kSource1}));
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_FALSE(one.exclude);
     EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.7"});
 }
@@ -247,10 +247,10 @@ TEST_F(Core, AllowAndBlockChangeTheSourcesOfAHost) {
     igmp_fast_leave_enable_globle(1);
     receive(2, v3_report(kHostA, kAllow, kGroup, {kSource1}));
     receive(2, v3_report(kHostA, kAllow, kGroup, {kSource2}));
-    Membership one = devcore::memberships().at(0);
+    Membership one = mcore::memberships().at(0);
     EXPECT_EQ(texts(one, one.sources), (Texts{"198.51.100.7", "198.51.100.8"}));
     receive(2, v3_report(kHostA, kBlock, kGroup, {kSource1}));
-    one = devcore::memberships().at(0);
+    one = mcore::memberships().at(0);
     EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.8"});
     receive(2, v3_report(kHostA, kBlock, kGroup, {kSource2}));
     EXPECT_EQ(held(), Texts{});
@@ -261,7 +261,7 @@ TEST_F(Core, BlockAndAllowChangeWhatAHostExcludes) {
     receive(2, v3_report(kHostA, kToEx, kGroup));
     receive(2, v3_report(kHostA, kBlock, kGroup, {kSource1, kSource2}));
     receive(2, v3_report(kHostA, kAllow, kGroup, {kSource2}));
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_TRUE(one.exclude);
     EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.7"});
 }
@@ -269,7 +269,7 @@ TEST_F(Core, BlockAndAllowChangeWhatAHostExcludes) {
 TEST_F(Core, HostsAreMergedToWhatEachOfThemWants) {
     receive(2, v3_report(kHostA, kToEx, kGroup, {kSource1, kSource2}));
     receive(2, v3_report(kHostB, kAllow, kGroup, {kSource2}));
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_TRUE(one.exclude);
     EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.7"});
     EXPECT_EQ(one.reporters.size(), 2U);
@@ -278,7 +278,7 @@ TEST_F(Core, HostsAreMergedToWhatEachOfThemWants) {
 TEST_F(Core, OnlySourcesThatAllHostsExcludeAreExcluded) {
     receive(2, v3_report(kHostA, kToEx, kGroup, {kSource1, kSource2}));
     receive(2, v3_report(kHostB, kToEx, kGroup, {kSource2}));
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_TRUE(one.exclude);
     EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.8"});
 }
@@ -294,13 +294,13 @@ TEST_F(Core, BlockOfSourcesThatNobodyWantsIsNoMembership) {
 TEST_F(Core, AnAnswerToAQueryForSomeSourcesDoesNotTakeTheOthersAway) {
     receive(2, v3_report(kHostA, kAllow, kGroup, {kSource1, kSource2}));
     receive(2, v3_report(kHostA, kIsIn, kGroup, {kSource2}));
-    EXPECT_EQ(devcore::memberships().at(0).sources.size(), 2U);
+    EXPECT_EQ(mcore::memberships().at(0).sources.size(), 2U);
 }
 
 TEST_F(Core, AHostBackInVersion3SaysAllThereIs) {
     receive(2, v2_report(kHostA, kGroup));
     receive(2, v3_report(kHostA, kIsIn, kGroup, {kSource1}));
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_FALSE(one.exclude);
     EXPECT_EQ(one.sources.size(), 1U);
     EXPECT_EQ(one.version, 3);
@@ -339,7 +339,7 @@ TEST_F(Core, TheSsmMapGivesOlderHostsTheirSources) {
     igmp_ssm_ip_globle_set(0xE8000000, 0xE8FFFFFF);
     EXPECT_EQ(igmp_ssm_map_change(map), 0);
     receive(2, v2_report(kHostA, 0xE8010101));
-    Membership one = devcore::memberships().at(0);
+    Membership one = mcore::memberships().at(0);
     EXPECT_FALSE(one.exclude);
     EXPECT_EQ(texts(one, one.sources), (Texts{"198.51.100.7", "198.51.100.8"}));
     // cppcheck-suppress unreadVariable ; the core reads it in place
@@ -352,10 +352,10 @@ TEST_F(Core, TheSsmMapGivesOlderHostsTheirSources) {
 
 TEST_F(Core, AMembershipAgesWhenNoReportRefreshesIt) {
     receive(2, v2_report(kHostA, kGroup));
-    EXPECT_EQ(devcore::next_timer(), now_ + 260 * kSecond);  // 2 * 125 s + 10 s
+    EXPECT_EQ(mcore::next_timer(), now_ + 260 * kSecond);  // 2 * 125 s + 10 s
     wait_seconds(200);
     receive(2, v2_report(kHostA, kGroup));
-    EXPECT_EQ(devcore::memberships().at(0).expires_us, now_ + 260 * kSecond);
+    EXPECT_EQ(mcore::memberships().at(0).expires_us, now_ + 260 * kSecond);
     wait_seconds(259);
     EXPECT_EQ(held().size(), 1U);
     wait_seconds(1);
@@ -368,7 +368,7 @@ TEST_F(Core, EachHostAgesByItself) {
     wait_seconds(100);
     receive(2, v2_report(kHostB, kGroup));
     wait_seconds(160);
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_EQ(texts(one, one.reporters), Texts{"192.0.2.21"});
     wait_seconds(100);
     EXPECT_EQ(held(), Texts{});
@@ -379,28 +379,28 @@ TEST_F(Core, EachSourceAgesByItself) {
     wait_seconds(100);
     receive(2, v3_report(kHostA, kIsIn, kGroup, {kSource2}));
     wait_seconds(160);
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_EQ(texts(one, one.sources), Texts{"198.51.100.8"});
 }
 
 TEST_F(Core, TheIntervalFollowsTheSettings) {
     receive(2, v2_report(kHostA, kGroup));
     igmp_para_globle_set(3, 20, 5, 1, 2, 1);
-    EXPECT_EQ(devcore::next_timer(), now_ + 65 * kSecond);
+    EXPECT_EQ(mcore::next_timer(), now_ + 65 * kSecond);
     igmp_para_globle_set(3, 20, 5, 1, 2, 300);
-    EXPECT_EQ(devcore::next_timer(), now_ + 300 * kSecond);
+    EXPECT_EQ(mcore::next_timer(), now_ + 300 * kSecond);
     igmp_para_rv_globle_set(2);
     igmp_para_qi_globle_set(30);
     igmp_para_qri_globle_set(4);
     igmp_para_globle_set(2, 30, 4, 1, 2, 1);
-    EXPECT_EQ(devcore::next_timer(), now_ + 64 * kSecond);
+    EXPECT_EQ(mcore::next_timer(), now_ + 64 * kSecond);
 }
 
 TEST_F(Core, AgeingCanBeSwitchedOff) {
     receive(2, v2_report(kHostA, kGroup));
     igmp_para_globle_set(2, 125, 10, 1, 2, 0);
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
-    EXPECT_EQ(devcore::memberships().at(0).expires_us, std::nullopt);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::memberships().at(0).expires_us, std::nullopt);
     wait_seconds(10000);
     EXPECT_EQ(held().size(), 1U);
     igmp_aging_function_set(0);
@@ -420,7 +420,7 @@ TEST_F(Core, TheClockNeverGoesBack) {
     std::uint32_t seconds = 0;
     igmp_time_now(&seconds);
     EXPECT_EQ(seconds, 1000U);
-    devcore::set_clock(1);
+    mcore::set_clock(1);
     igmp_time_now(&seconds);
     EXPECT_EQ(seconds, 1000U);
 }
@@ -580,7 +580,7 @@ TEST_F(Core, AllGroupsOfIgmpCanBeTakenAway) {
     receive_mld(3, mld_report(kHostA6, kGroup6));
     EXPECT_EQ(igmp_del_all_group(), 0);
     EXPECT_EQ(held(), Texts{"3/4088 ff1e::101"});
-    EXPECT_EQ(devcore::counters().entries_removed, 2U);
+    EXPECT_EQ(mcore::counters().entries_removed, 2U);
 }
 
 // ---- The switch ----
@@ -588,12 +588,12 @@ TEST_F(Core, AllGroupsOfIgmpCanBeTakenAway) {
 TEST_F(Core, AMembershipThatTheSwitchRefusesIsKeptAndTriedAgain) {
     add_answer = 5;
     receive(2, v2_report(kHostA, kGroup));
-    EXPECT_FALSE(devcore::memberships().at(0).programmed);
-    EXPECT_EQ(devcore::counters().add_failures, 1U);
-    EXPECT_EQ(devcore::counters().entries_added, 0U);
+    EXPECT_FALSE(mcore::memberships().at(0).programmed);
+    EXPECT_EQ(mcore::counters().add_failures, 1U);
+    EXPECT_EQ(mcore::counters().entries_added, 0U);
     add_answer = 0;
     receive(2, v2_report(kHostB, kGroup));
-    EXPECT_TRUE(devcore::memberships().at(0).programmed);
+    EXPECT_TRUE(mcore::memberships().at(0).programmed);
     EXPECT_EQ(entries.size(), 2U);
 }
 
@@ -603,8 +603,8 @@ TEST_F(Core, AMembershipEndsEvenIfTheSwitchKeepsTheEntry) {
     receive(2, v2_report(kHostA, kGroup));
     receive(2, leave(kHostA, kGroup));
     EXPECT_EQ(held(), Texts{});
-    EXPECT_EQ(devcore::counters().remove_failures, 1U);
-    EXPECT_EQ(devcore::counters().entries_removed, 0U);
+    EXPECT_EQ(mcore::counters().remove_failures, 1U);
+    EXPECT_EQ(mcore::counters().entries_removed, 0U);
 }
 
 TEST_F(Core, AnEntryThatWasNeverThereIsNotRemoved) {
@@ -822,8 +822,8 @@ TEST_F(Proxy, FirstMemberAndLastLeaveAreReportedInVersion2) {
     ASSERT_EQ(sent.size(), 2U);
     EXPECT_EQ(mc::load_be32(&sent[1].bytes[16]), 0xE0000002U);  // to 224.0.0.2
     EXPECT_EQ(message_of(sent[1]), igmp(0x17, kGroup));
-    EXPECT_EQ(devcore::counters()[Sent::kIgmpReport], 1U);
-    EXPECT_EQ(devcore::counters()[Sent::kIgmpLeave], 1U);
+    EXPECT_EQ(mcore::counters()[Sent::kIgmpReport], 1U);
+    EXPECT_EQ(mcore::counters()[Sent::kIgmpLeave], 1U);
 }
 
 TEST_F(Proxy, Version1ReportsAndLeavesInSilence) {
@@ -1005,9 +1005,9 @@ std::vector<std::string> in_hand;
 extern "C" {
 
 std::int32_t look_at_igmp_entry(IgmpGroupEntry* /*group*/) {
-    const auto owner = devcore::entry_in_hand();
+    const auto owner = mcore::entry_in_hand();
     in_hand.push_back(owner ? std::to_string(owner->port) + "/" + std::to_string(owner->vlan) +
-                                  " " + devcore::text(owner->family, owner->group)
+                                  " " + mcore::text(owner->family, owner->group)
                             : "none");
     return 0;
 }
@@ -1025,15 +1025,15 @@ TEST_F(Core, ADriverSeesTheGroupBehindTheMacAddressOfAnEntry) {
     receive(2, leave(kHostA, kGroup));
     receive_mld(3, mld_report(kHostA6, kGroup6));
     EXPECT_EQ(in_hand, (Texts{"2/4088 239.1.1.1", "2/4088 239.1.1.1", "3/4088 ff1e::101"}));
-    EXPECT_FALSE(devcore::entry_in_hand()) << "outside of such a call";
+    EXPECT_FALSE(mcore::entry_in_hand()) << "outside of such a call";
 }
 
 TEST_F(Core, WhoKeepsTheClockHearsOfEachChangeOfTheNextTimer) {
     std::vector<std::optional<std::uint64_t>> due;
-    devcore::watch_timers([&due](std::optional<std::uint64_t> next) { due.push_back(next); });
+    mcore::watch_timers([&due](std::optional<std::uint64_t> next) { due.push_back(next); });
     receive(2, v2_report(kHostA, kGroup));
     ASSERT_EQ(due.size(), 1U);
-    EXPECT_EQ(due[0], devcore::next_timer());
+    EXPECT_EQ(due[0], mcore::next_timer());
     receive(3, v2_report(kHostA, kOther));
     EXPECT_EQ(due.size(), 1U) << "a later timer changes nothing";
     receive(2, leave(kHostA, kGroup));
@@ -1042,7 +1042,7 @@ TEST_F(Core, WhoKeepsTheClockHearsOfEachChangeOfTheNextTimer) {
     igmp_del_all_group();
     ASSERT_EQ(due.size(), 3U);
     EXPECT_FALSE(due[2]) << "no timer is left";
-    devcore::watch_timers({});
+    mcore::watch_timers({});
     receive(2, v2_report(kHostA, kGroup));
     EXPECT_EQ(due.size(), 3U);
 }
@@ -1064,12 +1064,12 @@ TEST_F(Core, MldReportMakesAMembershipAndAnEntry) {
     ASSERT_EQ(report, mld_report(kHostA6, kGroup6));
     EXPECT_EQ(receive_mld(2, report), 0);
     EXPECT_EQ(held(), Texts{"2/4088 ff1e::101"});
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_EQ(one.family, Family::kIpv6);
     EXPECT_EQ(one.version, 1);
     EXPECT_EQ(texts(one, one.reporters), Texts{"fe80::ff:fe00:a"});
     EXPECT_EQ(entries, (std::vector<Entry>{{true, 2, kVlan, 0x00000101}}));
-    EXPECT_EQ(devcore::counters()[Received::kMldV1Report], 1U);
+    EXPECT_EQ(mcore::counters()[Received::kMldV1Report], 1U);
 }
 
 TEST_F(Core, MldDoneIsAskedAboutTwiceAndThenTakesTheGroupAway) {
@@ -1085,7 +1085,7 @@ TEST_F(Core, MldDoneIsAskedAboutTwiceAndThenTakesTheGroupAway) {
     EXPECT_EQ(sent.size(), 2U);
     EXPECT_EQ(held(), Texts{});
     EXPECT_EQ(entries.back(), (Entry{false, 2, kVlan, 0x00000101}));
-    EXPECT_EQ(devcore::counters()[Sent::kMldGroupQuery], 2U);
+    EXPECT_EQ(mcore::counters()[Sent::kMldGroupQuery], 2U);
 }
 
 // The library forwards in the one mode and stamps in the other; what the core does is the same.
@@ -1126,7 +1126,7 @@ TEST_F(Core, MldLeaveInVersion2IsAskedAboutInVersion2) {
 
 TEST_F(Core, MldVersion2SourcesAreKept) {
     receive_mld(2, mld_v2_report(kHostA6, kAllow, kGroup6, {kSource6}));
-    const Membership one = devcore::memberships().at(0);
+    const Membership one = mcore::memberships().at(0);
     EXPECT_EQ(one.version, 2);
     EXPECT_FALSE(one.exclude);
     EXPECT_EQ(texts(one, one.sources), Texts{"2001:db8:7::7"});
@@ -1451,22 +1451,22 @@ TEST_F(Core, SeveralThreadsMayEnterAtOnce) {
     all_there.arrive_and_wait();
     for (std::uint32_t i = 0; i < kRounds; ++i) {
         wait_seconds(100);
-        (void)devcore::memberships();
+        (void)mcore::memberships();
     }
     for (std::thread& one : threads) one.join();
-    EXPECT_EQ(devcore::counters()[Received::kIgmpV2Report], kThreads * kRounds);
+    EXPECT_EQ(mcore::counters()[Received::kIgmpV2Report], kThreads * kRounds);
 }
 
 TEST_F(Core, InitialisationForgetsAllButTheTime) {
     receive_mld(2, mld_report(kHostA6, kGroup6));
     mld_data_init();
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
     receive(2, v2_report(kHostA, kGroup));
     EXPECT_EQ(held(), Texts{"2/4088 239.1.1.1"});
     EXPECT_EQ(receive_mld(2, mld_report(kHostA6, kGroup6)), 1);  // the port is not declared
     igmp_data_init();
     EXPECT_EQ(held(), Texts{});
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
     EXPECT_EQ(entries.size(), 2U);  // nothing was removed from the switch
     std::uint32_t seconds = 0;
     igmp_time_now(&seconds);
@@ -1474,14 +1474,14 @@ TEST_F(Core, InitialisationForgetsAllButTheTime) {
 }
 
 TEST(Names, EveryCountHasOne) {
-    for (std::size_t i = 0; i < devcore::kReceivedKinds; ++i) {
-        EXPECT_NE(devcore::name(static_cast<Received>(i)), "");
+    for (std::size_t i = 0; i < mcore::kReceivedKinds; ++i) {
+        EXPECT_NE(mcore::name(static_cast<Received>(i)), "");
     }
-    for (std::size_t i = 0; i < devcore::kDropReasons; ++i) {
-        EXPECT_NE(devcore::name(static_cast<Drop>(i)), "");
+    for (std::size_t i = 0; i < mcore::kDropReasons; ++i) {
+        EXPECT_NE(mcore::name(static_cast<Drop>(i)), "");
     }
-    for (std::size_t i = 0; i < devcore::kSentKinds; ++i) {
-        EXPECT_NE(devcore::name(static_cast<Sent>(i)), "");
+    for (std::size_t i = 0; i < mcore::kSentKinds; ++i) {
+        EXPECT_NE(mcore::name(static_cast<Sent>(i)), "");
     }
 }
 

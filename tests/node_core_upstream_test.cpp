@@ -19,14 +19,14 @@
 #include <vector>
 
 #include "common/bytes.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_fixture.h"
 
 namespace {
 
-using devcore::Family;
-using devcore::UpstreamGroup;
+using mcore::Family;
+using mcore::UpstreamGroup;
 using namespace core_fixture;  // NOLINT(google-build-using-namespace): a vocabulary
 
 using Numbers = std::vector<std::uint16_t>;  // of sources
@@ -284,8 +284,8 @@ class HostSide : public Core {
     /* Moves the clock to where something goes upstream; nothing when it stays silent so long. */
     std::optional<std::uint64_t> time_to_next(std::uint64_t most_us = 10 * kSecond) {
         const std::uint64_t begin = now_;
-        while (devcore::next_timer() && *devcore::next_timer() <= begin + most_us) {
-            wait(std::max(*devcore::next_timer(), now_) - now_);
+        while (mcore::next_timer() && *mcore::next_timer() <= begin + most_us) {
+            wait(std::max(*mcore::next_timer(), now_) - now_);
             const auto is_up = [](const SentPacket& one) { return one.port == kUplink; };
             if (std::ranges::any_of(sent, is_up)) return now_ - begin;
         }
@@ -299,7 +299,7 @@ class HostSide : public Core {
         sent.clear();
     }
 
-    static UpstreamGroup row(std::size_t number) { return devcore::upstream_groups().at(number); }
+    static UpstreamGroup row(std::size_t number) { return mcore::upstream_groups().at(number); }
     static std::uint8_t version() { return row(0).version; }
 };
 
@@ -436,7 +436,7 @@ TYPED_TEST(HostSide, RepetitionsOfAVlanShareAReportAndThoseOfAnotherDoNot) {
 
 TYPED_TEST(HostSide, AQuestionThatMakesRoomInVainIsOverUpstreamToo) {
     igmp_fast_leave_enable_globle(0);
-    devcore::set_bounds({.addresses_per_port = 2});
+    mcore::set_bounds({.addresses_per_port = 2});
     this->join(1);
     this->host(20, kToIn, 1, {7});
     this->heard();
@@ -444,7 +444,7 @@ TYPED_TEST(HostSide, AQuestionThatMakesRoomInVainIsOverUpstreamToo) {
     EXPECT_EQ(drops(Drop::kAddressBound), 1U);
     EXPECT_EQ(this->heard(), Texts{"TO_IN 1 {7}"})
         << "not in exclude mode for other hosts any more";
-    devcore::set_bounds({});
+    mcore::set_bounds({});
 }
 
 TYPED_TEST(HostSide, EnteringTheModeReportsAllGroupsInOneReportAndRepeatsIt) {
@@ -465,7 +465,7 @@ TYPED_TEST(HostSide, LeavingTheModeForgetsAllThatIsPendingAndTheRouter) {
     this->join(3);
     this->join(4);
     TypeParam::set_proxy(false);
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
     this->join(5);
     this->join(6);
     TypeParam::set_proxy(true);
@@ -473,8 +473,8 @@ TYPED_TEST(HostSide, LeavingTheModeForgetsAllThatIsPendingAndTheRouter) {
     this->ask({.group = 6, .response_ms = 12000});
     this->ask({.response_ms = 12000});
     TypeParam::set_proxy(false);
-    EXPECT_EQ(devcore::next_timer(), std::nullopt);
-    EXPECT_EQ(devcore::upstream_groups().size(), 0U);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
+    EXPECT_EQ(mcore::upstream_groups().size(), 0U);
     this->join(1);
     TypeParam::set_proxy(true);
     EXPECT_EQ(this->version(), TypeParam::kNewest);
@@ -524,7 +524,7 @@ TYPED_TEST(HostSide, AnotherSeedMakesOtherDelaysAndTheSameSeedTheSame) {
     this->join(1);
     this->settle();
     const auto delay = [this](std::uint64_t seed) {
-        devcore::seed_chance(seed);
+        mcore::seed_chance(seed);
         this->ask({.response_ms = 10000});
         return this->time_to_next();
     };
@@ -840,7 +840,7 @@ TEST_F(MldHostSide, AReportComesFromTheLinkLocalAddressThatQueriesHave) {
     const Bytes report = Bytes{143, 0, 0, 0, 0, 0, 0, 1, kToEx, 0, 0, 0} + bytes_of(Mld::group(1));
     const Ipv6 to = Mld::numbered(kAllRouters6, 0x16);
     EXPECT_EQ(packets(), std::vector<Bytes>{ipv6(from, to, report)});
-    EXPECT_EQ(devcore::counters()[devcore::Sent::kMldReport], 1U);
+    EXPECT_EQ(mcore::counters()[mcore::Sent::kMldReport], 1U);
 }
 
 TEST_F(MldHostSide, AQueryCutShortIsRefused) {
@@ -865,13 +865,13 @@ TEST_F(MldHostSide, TheModesOfTheFamiliesAreIndependentInTheCore) {
     join(1);
     take(2, Mld::records(20, kToEx, 2, {}));
     receive(2, v2_report(kHostA, kGroup));
-    EXPECT_EQ(devcore::upstream_groups().size(), 2U);
+    EXPECT_EQ(mcore::upstream_groups().size(), 2U);
     igmp_mode_switch_globle(2);
-    EXPECT_EQ(devcore::upstream_groups().size(), 3U);
+    EXPECT_EQ(mcore::upstream_groups().size(), 3U);
     mld_data_init();
-    EXPECT_EQ(devcore::upstream_groups().size(), 1U);
+    EXPECT_EQ(mcore::upstream_groups().size(), 1U);
     igmp_mode_switch_globle(1);
-    EXPECT_EQ(devcore::upstream_groups().size(), 0U);
+    EXPECT_EQ(mcore::upstream_groups().size(), 0U);
 }
 
 // ---- For others ----
@@ -882,7 +882,7 @@ TYPED_TEST(HostSide, TheGroupsUpstreamAreListedWithWhatIsPending) {
     this->join(1);
     this->leave_group(1);
     this->ask({.group = 2, .robustness = 2});
-    const auto rows = devcore::upstream_groups();
+    const auto rows = mcore::upstream_groups();
     ASSERT_EQ(rows.size(), 2U);
     EXPECT_EQ(rows[0].reports_left, 2) << "the end of group 1";
     EXPECT_FALSE(rows[0].exclude);
@@ -900,13 +900,13 @@ TYPED_TEST(HostSide, TheGroupsUpstreamAreListedWithWhatIsPending) {
 
 TEST_F(IgmpHostSide, WhoeverWatchesIsToldOfProxyModeOnly) {
     std::vector<bool> told;
-    devcore::watch_proxy_mode([&told](bool is_proxy) { told.push_back(is_proxy); });
+    mcore::watch_proxy_mode([&told](bool is_proxy) { told.push_back(is_proxy); });
     igmp_mode_switch_globle(3);
     igmp_mode_switch_globle(1);
     igmp_mode_switch_globle(2);
     igmp_mode_switch_globle(2);
     EXPECT_EQ(told, (std::vector<bool>{false, true}));
-    devcore::watch_proxy_mode({});
+    mcore::watch_proxy_mode({});
     igmp_mode_switch_globle(1);
     EXPECT_EQ(told.size(), 2U);
 }
@@ -978,7 +978,7 @@ TYPED_TEST(HostSide, EachChangeArrivesThoughEveryOtherReportIsLost) {
         this->wait(5 * kSecond);
         for (const Bytes& packet : this->packets()) router.take(packet);
         std::map<std::uint8_t, Wants> wanted{{1, {}}, {2, {}}, {3, {}}};
-        for (const UpstreamGroup& group : devcore::upstream_groups()) {
+        for (const UpstreamGroup& group : mcore::upstream_groups()) {
             Wants& wants = wanted[group.group.at(TypeParam::kAddress - 1)];
             wants.exclude = group.exclude;
             for (const auto& source : group.sources) {

@@ -1,4 +1,4 @@
-// The library between the development core and the capture driver, over the recorded home: a rule
+// The library between the multicast core and the capture driver, over the recorded home: a rule
 // that is set between two frames changes the tag of the second.
 #include <gmock/gmock.h>
 #include <pcap/pcap.h>
@@ -16,7 +16,7 @@
 #include "adapt/records.h"
 #include "common/bytes.h"
 #include "node/capture/capture_driver.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "vlan/vlan.h"
 
 namespace {
@@ -95,8 +95,8 @@ std::vector<std::uint16_t> vids(const std::vector<SentFrame>& frames, std::uint6
 }
 
 bool has_membership(std::uint8_t port, std::uint16_t vlan) {
-    const auto all = devcore::memberships();
-    return std::ranges::any_of(all, [port, vlan](const devcore::Membership& membership) {
+    const auto all = mcore::memberships();
+    return std::ranges::any_of(all, [port, vlan](const mcore::Membership& membership) {
         return membership.port == port && membership.vlan == vlan && membership.programmed;
     });
 }
@@ -111,8 +111,7 @@ TEST(RuleDuringAReplay, ChangesTheTagAndTheGroupVlanOfTheNextFrame) {
                                          PortVlanCfgEntry rule = translate(kHostVid, kNetworkVid);
                                          status = onu_std_omci_set_multicast_vlan(&rule);
                                      }};
-    driver.prepare(
-        {recorded_home(), out, 1, 0, {devcore::set_clock, devcore::next_timer}, {set_rule}});
+    driver.prepare({recorded_home(), out, 1, 0, {mcore::set_clock, mcore::next_timer}, {set_rule}});
     IgmpInit();
     driver.start();
     ASSERT_TRUE(driver.wait_until_finished(std::chrono::seconds(60)));

@@ -17,7 +17,7 @@ namespace {
 
 // tools/mcstat-fields.txt holds the same for those who want to change it; a test compares them.
 constexpr std::string_view kDefault =
-    R"(# What the development core puts into the status of a port and into a group record. Give a changed
+    R"(# What the multicast core puts into the status of a port and into a group record. Give a changed
 # copy to "mcstat --fields". Formats: number, limit (0 is none), port, ip, vlan, seconds (all ones
 # is never), hex, flag, filter (1 include, 2 exclude).
 #

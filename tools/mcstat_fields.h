@@ -59,7 +59,7 @@ struct Fields {
     std::vector<Field> group;
 };
 
-// The description of the development core's records, as text.
+// The description of the multicast core's records, as text.
 [[nodiscard]] std::string default_description();
 
 // name is what complaints call the text: "NAME:LINE: why". Throws FieldsError.

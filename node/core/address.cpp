@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace devcore {
+namespace mcore {
 
 std::string text(Family family, const Address& address) {
     char buffer[INET6_ADDRSTRLEN];
@@ -12,4 +12,4 @@ std::string text(Family family, const Address& address) {
     return inet_ntop(kind, address.data(), buffer, sizeof buffer);
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -6,9 +6,9 @@
 #include <cstdint>
 
 #include "common/bytes.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 
-namespace devcore {
+namespace mcore {
 
 [[nodiscard]] inline Address from_ipv4(std::uint32_t host_order) {
     Address address{};
@@ -49,4 +49,4 @@ namespace devcore {
     return ipv6[0] == 0xFE && ipv6[1] >> 6 == 2;
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -6,7 +6,7 @@
 #include "node/core/bounds.h"
 #include "node/core/membership.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 bool covers(const AuthRange& range, std::uint16_t vlan, std::uint32_t group) {
@@ -84,4 +84,4 @@ std::vector<Address> ssm_map_sources(std::uint32_t group) {
     return sources;
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -18,7 +18,7 @@
 
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 // Why a new membership is refused; nothing when it is admitted.
 [[nodiscard]] std::optional<Drop> refuse_join(const GroupKey& key);
@@ -40,4 +40,4 @@ void revoke_unauthorised();
 // none. A host of an older version that reports such a group is taken to want these sources.
 [[nodiscard]] std::vector<Address> ssm_map_sources(std::uint32_t group);
 
-}  // namespace devcore
+}  // namespace mcore

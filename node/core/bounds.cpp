@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // Not part of the core: they stay when the core begins anew.
@@ -53,4 +53,4 @@ void note_refusal(const Place& place, Drop reason) {
                 port_text(place.port).c_str(), std::string(name(reason)).c_str(), *bound);
 }
 
-}  // namespace devcore
+}  // namespace mcore

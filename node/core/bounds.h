@@ -1,10 +1,10 @@
-// What the core refuses for want of room (Bounds in development_core.h).
+// What the core refuses for want of room (Bounds in multicast_core.h).
 #pragma once
 
 #include "node/core/state.h"
 #include "node/core/trace.h"
 
-namespace devcore {
+namespace mcore {
 
 [[nodiscard]] const Bounds& bounds();
 
@@ -12,4 +12,4 @@ namespace devcore {
 // switched on there.
 void note_refusal(const Place& place, Drop reason);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -1,9 +1,9 @@
 #include "node/core/chance.h"
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // A counter, scrambled until each of its bits is spread over all of the word.
@@ -26,4 +26,4 @@ void seed_chance(std::uint64_t seed) {
     core().chance = seed;
 }
 
-}  // namespace devcore
+}  // namespace mcore

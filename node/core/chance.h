@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-namespace devcore {
+namespace mcore {
 
 constexpr std::uint64_t kFixedSeed = 1;
 
 // From 1 to most_us; 0 if that is 0, for there is no time to spread over.
 [[nodiscard]] std::uint64_t random_delay(std::uint64_t most_us);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-namespace devcore {
+namespace mcore {
 
 // The sum of 16-bit words, a last odd byte being the high half of one.
 [[nodiscard]] constexpr std::uint32_t sum_words(std::span<const std::uint8_t> bytes) {
@@ -36,4 +36,4 @@ namespace devcore {
                              kIcmpv6 + sum_words(message));
 }
 
-}  // namespace devcore
+}  // namespace mcore

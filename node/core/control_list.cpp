@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // The range of this VLAN that begins at the group or before it; end() without one.
@@ -55,4 +55,4 @@ bool take_off_list(ControlList& list, const VlanGroup& group, std::size_t most) 
     return true;
 }
 
-}  // namespace devcore
+}  // namespace mcore

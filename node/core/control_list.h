@@ -7,7 +7,7 @@
 #include <map>
 #include <utility>
 
-namespace devcore {
+namespace mcore {
 
 using VlanGroup = std::pair<std::uint16_t, std::uint32_t>;
 
@@ -22,4 +22,4 @@ using ControlList = std::map<VlanGroup, std::uint32_t>;
 // The group is on the list.
 [[nodiscard]] bool take_off_list(ControlList& list, const VlanGroup& group, std::size_t most);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -3,7 +3,7 @@
 
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 std::string_view name(Received kind) {
     switch (kind) {
@@ -134,4 +134,4 @@ Counters counters() {
     return core().counters;
 }
 
-}  // namespace devcore
+}  // namespace mcore

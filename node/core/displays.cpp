@@ -14,7 +14,7 @@
 #include "node/core/pal_tasks.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 using GroupFilterFunction = std::function<bool(const GroupKey&)>;
@@ -229,27 +229,27 @@ void print_timers() {
 }
 
 }  // namespace
-}  // namespace devcore
+}  // namespace mcore
 
-using devcore::core;
-using devcore::Family;
-using devcore::GroupKey;
-using devcore::Lock;
-using devcore::Port;
+using mcore::core;
+using mcore::Family;
+using mcore::GroupKey;
+using mcore::Lock;
+using mcore::Port;
 
 // ---- IGMP ---------------------------------------------------------------------------------------
 
 int32_t igmp_display_all_group(void) {
     const Lock lock;
-    devcore::print_groups("IGMP memberships",
-                          [](const GroupKey& key) { return key.family == Family::kIpv4; });
+    mcore::print_groups("IGMP memberships",
+                        [](const GroupKey& key) { return key.family == Family::kIpv4; });
     return 0;
 }
 
 int32_t igmp_display_special_group(uint32_t group) {
     const Lock lock;
-    const devcore::Address address = devcore::from_ipv4(group);
-    devcore::print_groups("IGMP memberships of one group", [&](const GroupKey& key) {
+    const mcore::Address address = mcore::from_ipv4(group);
+    mcore::print_groups("IGMP memberships of one group", [&](const GroupKey& key) {
         return key.family == Family::kIpv4 && key.group == address;
     });
     return 0;
@@ -258,10 +258,10 @@ int32_t igmp_display_special_group(uint32_t group) {
 // Port 255 stands for all ports, VLAN 0 for all VLANs; the flag changes nothing.
 int32_t igmp_show_vlan_config(uint32_t port, uint16_t vlan, uint16_t /*flag*/) {
     const Lock lock;
-    const bool all_ports = port == devcore::kAllPorts;
-    if (!all_ports && devcore::find_port(port) == nullptr) return 1;
-    devcore::print_vlans("VLANs");
-    devcore::print_groups("Memberships", [&](const GroupKey& key) {
+    const bool all_ports = port == mcore::kAllPorts;
+    if (!all_ports && mcore::find_port(port) == nullptr) return 1;
+    mcore::print_vlans("VLANs");
+    mcore::print_groups("Memberships", [&](const GroupKey& key) {
         return (all_ports || key.port == port) && (vlan == 0 || key.vlan == vlan);
     });
     return 0;
@@ -269,45 +269,45 @@ int32_t igmp_show_vlan_config(uint32_t port, uint16_t vlan, uint16_t /*flag*/) {
 
 int32_t show_igmp_all_proxy_group(void) {
     const Lock lock;
-    devcore::print_proxy_groups(Family::kIpv4, 0);
+    mcore::print_proxy_groups(Family::kIpv4, 0);
     return 0;
 }
 
 int32_t show_igmp_special_proxy_group(uint32_t group) {
     const Lock lock;
-    devcore::print_proxy_groups(Family::kIpv4, group);
+    mcore::print_proxy_groups(Family::kIpv4, group);
     return 0;
 }
 
 int32_t igmp_show_vlan_instance(void) {
     const Lock lock;
-    devcore::print_vlans("VLAN instances");
+    mcore::print_vlans("VLAN instances");
     return 0;
 }
 
 int32_t show_igmpv3_globle(void) {
     const Lock lock;
-    const devcore::Settings& settings = core().settings;
+    const mcore::Settings& settings = core().settings;
     std::printf("IGMP settings\n");
-    devcore::print_text("mode", devcore::mode_text(settings.mode));
-    devcore::print_number("version", settings.version);
-    devcore::print_times();
-    devcore::print_ageing(Family::kIpv4);
-    devcore::print_number("default VLAN", settings.default_vid);
-    devcore::print_text("proxy address", devcore::ipv4_text(settings.proxy_ip));
+    mcore::print_text("mode", mcore::mode_text(settings.mode));
+    mcore::print_number("version", settings.version);
+    mcore::print_times();
+    mcore::print_ageing(Family::kIpv4);
+    mcore::print_number("default VLAN", settings.default_vid);
+    mcore::print_text("proxy address", mcore::ipv4_text(settings.proxy_ip));
     const std::string range =
-        devcore::ipv4_text(settings.ssm_start) + " to " + devcore::ipv4_text(settings.ssm_end);
-    devcore::print_text("SSM range", settings.ssm_start == 0 ? "none" : range);
+        mcore::ipv4_text(settings.ssm_start) + " to " + mcore::ipv4_text(settings.ssm_end);
+    mcore::print_text("SSM range", settings.ssm_start == 0 ? "none" : range);
     for (int i = 0; settings.ssm_map != nullptr && i < 5; ++i) {
-        devcore::print_text(i == 0 ? "SSM map" : "", devcore::ipv4_text(settings.ssm_map[i]));
+        mcore::print_text(i == 0 ? "SSM map" : "", mcore::ipv4_text(settings.ssm_map[i]));
     }
-    const Port& uplink = core().ports[devcore::kUserPorts];
-    devcore::print_text("outer uplink tag", devcore::tag_text(uplink.outer));
-    devcore::print_text("inner uplink tag", devcore::tag_text(uplink.inner));
+    const Port& uplink = core().ports[mcore::kUserPorts];
+    mcore::print_text("outer uplink tag", mcore::tag_text(uplink.outer));
+    mcore::print_text("inner uplink tag", mcore::tag_text(uplink.inner));
     if (const auto& control = core().last_oam_control) {
         std::printf("  %-32s port %u vlan %u group %s bytes %02x %02x\n", "last OAM control",
                     unsigned{control->port}, unsigned{control->vlan},
-                    devcore::ipv4_text(control->rest.word).c_str(), unsigned{control->rest.byte_a},
+                    mcore::ipv4_text(control->rest.word).c_str(), unsigned{control->rest.byte_a},
                     unsigned{control->rest.byte_b});
     }
     return 0;
@@ -315,29 +315,29 @@ int32_t show_igmpv3_globle(void) {
 
 int32_t show_igmp_packet_statistic(void) {
     const Lock lock;
-    const devcore::Counters& counters = core().counters;
-    devcore::print_counts<devcore::Received>("Received", counters.received);
-    devcore::print_counts<devcore::Drop>("Dropped", counters.drops);
-    devcore::print_counts<devcore::Sent>("Sent", counters.sent);
+    const mcore::Counters& counters = core().counters;
+    mcore::print_counts<mcore::Received>("Received", counters.received);
+    mcore::print_counts<mcore::Drop>("Dropped", counters.drops);
+    mcore::print_counts<mcore::Sent>("Sent", counters.sent);
     std::printf("Switch entries\n");
-    devcore::print_number("added", counters.entries_added);
-    devcore::print_number("removed", counters.entries_removed);
-    devcore::print_number("add failed", counters.add_failures);
-    devcore::print_number("remove failed", counters.remove_failures);
+    mcore::print_number("added", counters.entries_added);
+    mcore::print_number("removed", counters.entries_removed);
+    mcore::print_number("add failed", counters.add_failures);
+    mcore::print_number("remove failed", counters.remove_failures);
     return 0;
 }
 
 int32_t show_igmp_if_list(void) {
     const Lock lock;
-    devcore::print_port_heading("Ports");
-    for (const Port& port : core().ports) devcore::print_port(port);
-    devcore::print_router_ports();
+    mcore::print_port_heading("Ports");
+    for (const Port& port : core().ports) mcore::print_port(port);
+    mcore::print_router_ports();
     return 0;
 }
 
 int32_t igmp_timer_show_api(void) {
     const Lock lock;
-    devcore::print_timers();
+    mcore::print_timers();
     return 0;
 }
 
@@ -346,44 +346,44 @@ int32_t igmp_auth_group_show_api(void) {
     std::printf("Authorised groups\n");
     for (const auto& [vlan, group] : core().settings.private_list) {
         std::printf("%-7s private list %-15s %-18s vlan %5u\n", "all",
-                    devcore::ipv4_text(group).c_str(), "", unsigned{vlan});
+                    mcore::ipv4_text(group).c_str(), "", unsigned{vlan});
     }
-    for (const Port& port : core().ports) devcore::print_ranges(port, 0);
+    for (const Port& port : core().ports) mcore::print_ranges(port, 0);
     return 0;
 }
 
 int32_t igmp_if_show_if_cfg(uint8_t port) {
     const Lock lock;
-    const Port* const found = devcore::find_declared_port(port);
+    const Port* const found = mcore::find_declared_port(port);
     if (found == nullptr) return 1;
-    devcore::print_port_heading("Port settings");
-    devcore::print_port(*found);
-    devcore::print_text("outer tag", devcore::tag_text(found->outer));
-    devcore::print_text("inner tag", devcore::tag_text(found->inner));
-    devcore::print_number("bandwidth, extra value", found->bandwidth_extra);
-    devcore::print_ranges(*found, 0);
+    mcore::print_port_heading("Port settings");
+    mcore::print_port(*found);
+    mcore::print_text("outer tag", mcore::tag_text(found->outer));
+    mcore::print_text("inner tag", mcore::tag_text(found->inner));
+    mcore::print_number("bandwidth, extra value", found->bandwidth_extra);
+    mcore::print_ranges(*found, 0);
     return 0;
 }
 
 int32_t igmp_if_show_if_status(uint8_t port) {
     const Lock lock;
-    const Port* const found = devcore::find_declared_port(port);
+    const Port* const found = mcore::find_declared_port(port);
     if (found == nullptr) return 1;
-    devcore::print_port_heading("Port status");
-    devcore::print_port(*found);
-    devcore::print_groups("Memberships of the port",
-                          [&](const GroupKey& key) { return key.port == found->number; });
+    mcore::print_port_heading("Port status");
+    mcore::print_port(*found);
+    mcore::print_groups("Memberships of the port",
+                        [&](const GroupKey& key) { return key.port == found->number; });
     return 0;
 }
 
 // Group 0 stands for all groups.
 int32_t igmp_if_show_auth_group_cfg(uint8_t port, uint32_t group) {
     const Lock lock;
-    const Port* const found = devcore::find_declared_port(port);
+    const Port* const found = mcore::find_declared_port(port);
     if (found == nullptr) return 1;
     std::printf("Authorised groups of port %s, range authorisation %s\n",
-                devcore::port_text(found->number).c_str(), devcore::on_off(found->range_auth));
-    devcore::print_ranges(*found, group);
+                mcore::port_text(found->number).c_str(), mcore::on_off(found->range_auth));
+    mcore::print_ranges(*found, group);
     return 0;
 }
 
@@ -391,35 +391,35 @@ int32_t igmp_if_show_auth_group_cfg(uint8_t port, uint32_t group) {
 
 int32_t mld_unpack_show_mld_sys(uint32_t /*option*/) {
     const Lock lock;
-    const devcore::Settings& settings = core().settings;
+    const mcore::Settings& settings = core().settings;
     std::printf("MLD settings\n");
-    devcore::print_text("mode", devcore::mld_mode_text(settings.mld_mode));
-    devcore::print_times();
-    devcore::print_ageing(Family::kIpv6);
-    devcore::print_number("default VLAN", settings.mld_default_vid);
+    mcore::print_text("mode", mcore::mld_mode_text(settings.mld_mode));
+    mcore::print_times();
+    mcore::print_ageing(Family::kIpv6);
+    mcore::print_number("default VLAN", settings.mld_default_vid);
     return 0;
 }
 
 int32_t mld_unpack_show_mld_thread(uint32_t /*option*/) {
     const Lock lock;
-    devcore::print_tasks();
-    devcore::print_timers();
+    mcore::print_tasks();
+    mcore::print_timers();
     return 0;
 }
 
 int32_t mld_unpack_show_vlan_global(uint32_t /*option*/) {
     const Lock lock;
-    devcore::print_vlans("VLANs");
+    mcore::print_vlans("VLANs");
     return 0;
 }
 
 int32_t mld_show_if_list(void) {
     const Lock lock;
-    devcore::print_port_heading("Ports");
-    for (const Port& port : core().ports) devcore::print_port(port);
-    devcore::print_router_ports();
-    devcore::print_groups("MLD memberships",
-                          [](const GroupKey& key) { return key.family == Family::kIpv6; });
-    if (devcore::is_proxy(Family::kIpv6)) devcore::print_proxy_groups(Family::kIpv6, 0);
+    mcore::print_port_heading("Ports");
+    for (const Port& port : core().ports) mcore::print_port(port);
+    mcore::print_router_ports();
+    mcore::print_groups("MLD memberships",
+                        [](const GroupKey& key) { return key.family == Family::kIpv6; });
+    if (mcore::is_proxy(Family::kIpv6)) mcore::print_proxy_groups(Family::kIpv6, 0);
     return 0;
 }

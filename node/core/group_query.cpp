@@ -8,7 +8,7 @@
 #include "node/core/membership.h"
 #include "node/core/query_message.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::uint8_t kIgmpVersion2 = 2;  // the first with group queries
@@ -45,4 +45,4 @@ void send_group_query(const GroupKey& key, const GroupQuery& query) {
     } while (!left.empty());
 }
 
-}  // namespace devcore
+}  // namespace mcore

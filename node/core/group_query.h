@@ -6,7 +6,7 @@
 
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 struct GroupQuery {
     std::uint8_t version;          // of the oldest host that is asked
@@ -20,4 +20,4 @@ struct GroupQuery {
 // As many packets as the sources need.
 void send_group_query(const GroupKey& key, const GroupQuery& query);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -12,7 +12,7 @@
 
 #include "common/bytes.h"
 
-namespace devcore {
+namespace mcore {
 
 inline constexpr std::size_t kReportHeader = 8;
 inline constexpr std::size_t kRecordCountAt = 6;
@@ -44,4 +44,4 @@ bool walk_records(std::size_t address, std::span<const std::uint8_t> report, con
     return true;
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -12,7 +12,7 @@
 #include "node/core/report_message.h"
 #include "node/core/upstream.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // More sources than that, of several queries, are answered as if all of the group were asked for.
@@ -169,4 +169,4 @@ std::optional<std::uint64_t> next_answer(const UpstreamKey& key) {
     return next;
 }
 
-}  // namespace devcore
+}  // namespace mcore

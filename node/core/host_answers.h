@@ -20,7 +20,7 @@
 #include "node/core/router_version.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 void answer_query(const RouterQuery& query);
 
@@ -29,4 +29,4 @@ void forget_answers(const RouterLink& link);
 // When the next answer about a group is due; nothing when none is.
 [[nodiscard]] std::optional<std::uint64_t> next_answer(const UpstreamKey& key);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -10,7 +10,7 @@
 #include "node/core/router_version.h"
 #include "node/core/upstream.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::uint64_t kUnsolicitedReportInterval = kSecond;
@@ -181,4 +181,4 @@ std::uint8_t reports_left(const ChangeToRepeat& change) {
     return most;
 }
 
-}  // namespace devcore
+}  // namespace mcore

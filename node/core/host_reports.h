@@ -20,7 +20,7 @@
 
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 struct FilterChange {
     bool mode = false;
@@ -46,4 +46,4 @@ void forget_changes(const RouterLink& link);
 // How often the last change of a group is still to be repeated.
 [[nodiscard]] std::uint8_t reports_left(const ChangeToRepeat& change);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -6,7 +6,7 @@
 #include "node/core/bounds.h"
 #include "node/core/upstream.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 using NamedHost = Hosts::value_type;  // with its address
@@ -412,4 +412,4 @@ void close_books(const Books& books) {
     if (books.upstream != nullptr) add_tally(*books.upstream, books.group.tally, -1);
 }
 
-}  // namespace devcore
+}  // namespace mcore

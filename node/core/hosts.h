@@ -9,7 +9,7 @@
 #include "node/core/membership.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 // Where the wants of a group's hosts are counted.
 struct Books {
@@ -83,4 +83,4 @@ void age_hosts(const Books& books, const IsAged& is_aged) {
     while (!pieces.empty() && is_aged(pieces.front().heard_us)) end_oldest_piece(books);
 }
 
-}  // namespace devcore
+}  // namespace mcore

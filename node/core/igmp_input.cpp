@@ -33,7 +33,7 @@
 #include "node/core/router_query.h"
 #include "node/core/upstream.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::size_t kShortestIpHeader = 20;
@@ -116,15 +116,15 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
 }
 
 }  // namespace
-}  // namespace devcore
+}  // namespace mcore
 
 // 0 when the message was understood and was for the core, 1 when it was dropped as a whole.
 int32_t igmp_pkt_recv(uint8_t* ip_packet, uint16_t ip_total_length, uint32_t port,
                       uint32_t group_vlan, void* /*record*/) {
     if (ip_packet == nullptr) return 1;
-    const devcore::Lock lock;
-    devcore::Packet packet = devcore::packet_from(devcore::Family::kIpv4, port, group_vlan);
-    const auto drop = devcore::take_packet({ip_packet, ip_total_length}, packet);
-    if (drop) devcore::note_drop(packet.place, *drop);
+    const mcore::Lock lock;
+    mcore::Packet packet = mcore::packet_from(mcore::Family::kIpv4, port, group_vlan);
+    const auto drop = mcore::take_packet({ip_packet, ip_total_length}, packet);
+    if (drop) mcore::note_drop(packet.place, *drop);
     return drop ? 1 : 0;
 }

@@ -7,7 +7,7 @@
 #include "node/core/address.h"
 #include "node/core/group_records.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 bool is_record_type(std::uint8_t type) {
@@ -84,4 +84,4 @@ std::optional<Drop> take_report(const Packet& packet, std::uint8_t version) {
     return std::nullopt;
 }
 
-}  // namespace devcore
+}  // namespace mcore

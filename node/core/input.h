@@ -8,7 +8,7 @@
 #include "node/core/membership.h"
 #include "node/core/router_version.h"
 
-namespace devcore {
+namespace mcore {
 
 // A trapped frame has at most 2000 bytes, and the packet begins at most 22 into it.
 constexpr std::uint32_t kLongestPacket = 1978;
@@ -37,4 +37,4 @@ void take_older_message(const Packet& packet, std::uint8_t version, RecordType t
 // The same for the records of a report of the newest version: all of them, or none.
 [[nodiscard]] std::optional<Drop> take_report(const Packet& packet, std::uint8_t version);
 
-}  // namespace devcore
+}  // namespace mcore

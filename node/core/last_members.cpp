@@ -8,7 +8,7 @@
 #include "node/core/group_query.h"
 #include "node/core/membership.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 std::uint64_t query_interval_us() { return core().settings.last_member_query_interval * kSecond; }
@@ -107,4 +107,4 @@ void stop_questions(Group& group) {
     for (Question& question : group.last_members->questions) core().timers.stop(question.timer);
 }
 
-}  // namespace devcore
+}  // namespace mcore

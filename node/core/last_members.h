@@ -18,7 +18,7 @@
 
 #include "node/core/hosts.h"
 
-namespace devcore {
+namespace mcore {
 
 // A departure that gives something up.
 void ask_last_members(const GroupKey& key, Group& group, Departure departure);
@@ -32,4 +32,4 @@ void forget_questions(const Books& books);
 // Stops the timers of a group that goes away.
 void stop_questions(Group& group);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -1,8 +1,8 @@
 // What the links of the ports tell the core.
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/core/querier.h"
 
-namespace devcore {
+namespace mcore {
 
 // Whoever is behind the port now has not been asked yet (RFC 4541, 2.1.1).
 void link_up(std::uint32_t port) {
@@ -11,4 +11,4 @@ void link_up(std::uint32_t port) {
     if (found != nullptr) ask_port(*found);
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -6,7 +6,7 @@
 #include "node/core/membership.h"
 #include "node/core/routers.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // Whoever asks about more at a time is no router; each costs a timer.
@@ -42,4 +42,4 @@ void lower_timers(const Place& place, const RouterQuery& query) {
     }
 }
 
-}  // namespace devcore
+}  // namespace mcore

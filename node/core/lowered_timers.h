@@ -7,8 +7,8 @@
 #include "node/core/router_query.h"
 #include "node/core/trace.h"
 
-namespace devcore {
+namespace mcore {
 
 void lower_timers(const Place& place, const RouterQuery& query);
 
-}  // namespace devcore
+}  // namespace mcore

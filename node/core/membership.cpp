@@ -12,7 +12,7 @@
 #include "node/core/last_members.h"
 #include "node/core/upstream.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 std::string group_text(const GroupKey& key) { return text(key.family, key.group); }
@@ -392,4 +392,4 @@ std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group)
     return rule->aged_at(group.pieces.back().heard_us);
 }
 
-}  // namespace devcore
+}  // namespace mcore

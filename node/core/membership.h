@@ -38,7 +38,7 @@
 #include "node/core/state.h"
 #include "node/core/trace.h"
 
-namespace devcore {
+namespace mcore {
 
 // Numbered as on the wire, the same in IGMPv3 and MLDv2.
 enum class RecordType : std::uint8_t {
@@ -106,4 +106,4 @@ void rearm_ageing();
     return {key.family, key.port, key.vlan};
 }
 
-}  // namespace devcore
+}  // namespace mcore

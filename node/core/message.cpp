@@ -9,7 +9,7 @@
 #include "node/core/address.h"
 #include "node/core/trace.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::size_t kChecksumAt = 2;  // of both families
@@ -118,4 +118,4 @@ void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destina
                 ipv4_packet(core().settings.proxy_ip, destination, message));
 }
 
-}  // namespace devcore
+}  // namespace mcore

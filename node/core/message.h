@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "node/core/checksum.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/core/state.h"
 #include "node/core/trace.h"
 
-namespace devcore {
+namespace mcore {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -59,4 +59,4 @@ struct SendTag {
 void send_igmp(Sent kind, std::uint16_t port, SendTag tag, std::uint32_t destination,
                const Bytes& message);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -25,7 +25,7 @@
 #include "node/core/router_input.h"
 #include "node/core/router_query.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::size_t kIpv6Header = 40;
@@ -136,15 +136,15 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
 }
 
 }  // namespace
-}  // namespace devcore
+}  // namespace mcore
 
 // 0 when the message was understood and was for the core, 1 when it was dropped as a whole.
 int32_t mld_pkt_recv(uint8_t* ip_packet, uint32_t length, uint32_t port, uint32_t group_vlan,
                      MldReceiveRecord* /*record*/) {
     if (ip_packet == nullptr) return 1;
-    const devcore::Lock lock;
-    devcore::Packet packet = devcore::packet_from(devcore::Family::kIpv6, port, group_vlan);
-    const auto drop = devcore::take_packet({ip_packet, length}, packet);
-    if (drop) devcore::note_drop(packet.place, *drop);
+    const mcore::Lock lock;
+    mcore::Packet packet = mcore::packet_from(mcore::Family::kIpv6, port, group_vlan);
+    const auto drop = mcore::take_packet({ip_packet, length}, packet);
+    if (drop) mcore::note_drop(packet.place, *drop);
     return drop ? 1 : 0;
 }

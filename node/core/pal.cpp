@@ -20,7 +20,7 @@
 #include "node/core/state.h"
 #include "platform/pal.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // ---- Tasks --------------------------------------------------------------------------------------
@@ -144,53 +144,53 @@ void print_tasks() {
     }
 }
 
-}  // namespace devcore
+}  // namespace mcore
 
 int32_t pal_task_create(uint32_t* task_id, const char* name, uint32_t priority, uint32_t /*option*/,
                         uint32_t stack_size, PalTaskEntry entry) {
     constexpr std::size_t kLongestName = 15;  // what a thread's name may have
     if (task_id == nullptr || name == nullptr || entry == nullptr) return 1;
-    const devcore::Lock lock;
+    const mcore::Lock lock;
     const std::string short_name(name, std::min(std::strlen(name), kLongestName));
-    if (!devcore::start_thread(short_name, stack_size, entry)) return 1;
-    auto& tasks = devcore::tasks();
+    if (!mcore::start_thread(short_name, stack_size, entry)) return 1;
+    auto& tasks = mcore::tasks();
     *task_id = static_cast<std::uint32_t>(tasks.size()) + 1;
     tasks.push_back({*task_id, short_name, priority, stack_size});
     return 0;
 }
 
 int32_t pal_mem_show(void) {
-    const devcore::Lock lock;
-    const auto& display = devcore::memory_display();
-    const auto counts = devcore::count_records();
-    devcore::print_memory_heading();
+    const mcore::Lock lock;
+    const auto& display = mcore::memory_display();
+    const auto counts = mcore::count_records();
+    mcore::print_memory_heading();
     for (std::size_t type = 0; type < counts.size(); ++type) {
         if (type < display.first || type > display.last) continue;
-        devcore::print_record_count(type, counts[type]);
+        mcore::print_record_count(type, counts[type]);
     }
     return 0;
 }
 
 int32_t pal_mem_reset(void) {
-    const devcore::Lock lock;
-    devcore::memory_display().base = devcore::count_records();
+    const mcore::Lock lock;
+    mcore::memory_display().base = mcore::count_records();
     return 0;
 }
 
 int32_t pal_mtype_show(uint32_t type) {
-    const devcore::Lock lock;
-    const auto counts = devcore::count_records();
+    const mcore::Lock lock;
+    const auto counts = mcore::count_records();
     if (type >= counts.size()) return 1;
-    devcore::print_memory_heading();
-    devcore::print_record_count(type, counts[type]);
+    mcore::print_memory_heading();
+    mcore::print_record_count(type, counts[type]);
     return 0;
 }
 
 // Which types pal_mem_show shows, the first and the last of them.
 int32_t pal_mrecord_range_set(uint32_t first, uint32_t second) {
-    const devcore::Lock lock;
+    const mcore::Lock lock;
     if (first > second) return 1;
-    devcore::memory_display().first = first;
-    devcore::memory_display().last = second;
+    mcore::memory_display().first = first;
+    mcore::memory_display().last = second;
     return 0;
 }

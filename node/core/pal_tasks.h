@@ -1,8 +1,8 @@
 #pragma once
 
-namespace devcore {
+namespace mcore {
 
 // The tasks that were created, with what they were created with. To be called under the lock.
 void print_tasks();
 
-}  // namespace devcore
+}  // namespace mcore

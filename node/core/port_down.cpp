@@ -10,7 +10,7 @@
 #include "node/core/membership.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // RFC 3376, 8.8; RFC 3810, 9.10.
@@ -48,4 +48,4 @@ void link_down(std::uint32_t port) {
     }
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -10,13 +10,13 @@
 #include "node/core/querier.h"
 #include "node/core/state.h"
 
-using devcore::AuthRange;
-using devcore::Family;
-using devcore::find_declared_port;
-using devcore::find_port;
-using devcore::Lock;
-using devcore::Port;
-using devcore::VlanGroup;
+using mcore::AuthRange;
+using mcore::Family;
+using mcore::find_declared_port;
+using mcore::find_port;
+using mcore::Lock;
+using mcore::Port;
+using mcore::VlanGroup;
 
 namespace {
 
@@ -28,28 +28,28 @@ constexpr std::uint32_t kAdd = 1;
 constexpr std::uint32_t kClear = 2;
 
 int32_t refuse_full(const Port& port, std::uint16_t vlan) {
-    devcore::note_refusal({Family::kIpv4, port.number, vlan}, devcore::Drop::kControlListBound);
+    mcore::note_refusal({Family::kIpv4, port.number, vlan}, mcore::Drop::kControlListBound);
     return kRefused;
 }
 
 // The first group on a list forbids all others; each one after it allows more.
 int32_t add_to_control_list(Port& port, const VlanGroup& group) {
-    if (!devcore::is_multicast(Family::kIpv4, devcore::from_ipv4(group.second))) return kRefused;
+    if (!mcore::is_multicast(Family::kIpv4, mcore::from_ipv4(group.second))) return kRefused;
     const bool is_first = port.control_list.empty();
-    if (!devcore::put_on_list(port.control_list, group, devcore::bounds().control_list_ranges)) {
+    if (!mcore::put_on_list(port.control_list, group, mcore::bounds().control_list_ranges)) {
         return refuse_full(port, group.first);
     }
-    if (is_first) devcore::revoke_unauthorised();
+    if (is_first) mcore::revoke_unauthorised();
     return kDone;
 }
 
 int32_t delete_from_control_list(Port& port, const VlanGroup& group) {
-    if (!devcore::is_on_list(port.control_list, group)) return kRefused;
-    if (!devcore::take_off_list(port.control_list, group, devcore::bounds().control_list_ranges)) {
+    if (!mcore::is_on_list(port.control_list, group)) return kRefused;
+    if (!mcore::take_off_list(port.control_list, group, mcore::bounds().control_list_ranges)) {
         return refuse_full(port, group.first);
     }
-    devcore::revoke_if_unauthorised(
-        {port.number, group.first, Family::kIpv4, devcore::from_ipv4(group.second)});
+    mcore::revoke_if_unauthorised(
+        {port.number, group.first, Family::kIpv4, mcore::from_ipv4(group.second)});
     return kDone;
 }
 
@@ -76,7 +76,7 @@ int32_t igmp_port_add_all_vlan(uint32_t port) {
     const Lock lock;
     Port* const found = find_port(port);
     if (found == nullptr) return kRefused;
-    if (!std::exchange(found->declared, true)) devcore::ask_at_startup(Family::kIpv4);
+    if (!std::exchange(found->declared, true)) mcore::ask_at_startup(Family::kIpv4);
     return kDone;
 }
 
@@ -87,7 +87,7 @@ int32_t mld_port_conf_set(uint32_t port, uint32_t port_type) {
     Port* const found = find_port(port);
     if (found == nullptr) return kRefused;
     if (port_type != (found->is_uplink ? kUplinkType : kUserType)) return kRefused;
-    if (!std::exchange(found->mld_declared, true)) devcore::ask_at_startup(Family::kIpv6);
+    if (!std::exchange(found->mld_declared, true)) mcore::ask_at_startup(Family::kIpv6);
     return kDone;
 }
 
@@ -161,7 +161,7 @@ int32_t igmp_if_delete_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end
         return range.start == start && range.end == end && range.vlan == vlan;
     });
     if (gone == 0) return kRefused;
-    devcore::revoke_unauthorised();
+    mcore::revoke_unauthorised();
     return kDone;
 }
 
@@ -171,9 +171,9 @@ int32_t igmp_if_delete_auth_group_cfg_all(uint8_t port, uint16_t vlan) {
     Port* const found = find_declared_port(port);
     if (found == nullptr) return kRefused;
     std::erase_if(found->ranges, [&](const AuthRange& range) {
-        return vlan == devcore::kEveryVlan || range.vlan == vlan;
+        return vlan == mcore::kEveryVlan || range.vlan == vlan;
     });
-    devcore::revoke_unauthorised();
+    mcore::revoke_unauthorised();
     return kDone;
 }
 
@@ -182,7 +182,7 @@ int32_t igmp_if_grp_range_auth_enable(uint8_t port, uint8_t enable) {
     Port* const found = find_declared_port(port);
     if (found == nullptr) return kRefused;
     found->range_auth = enable != 0;
-    devcore::revoke_unauthorised();
+    mcore::revoke_unauthorised();
     return kDone;
 }
 
@@ -197,6 +197,6 @@ int32_t igmp_oam_control_2(uint8_t add_delete, uint16_t port, uint16_t vlan, Igm
     const Lock lock;
     if (rest == nullptr) return kRefused;
     const int32_t status = change_control_list(port, add_delete, vlan, rest->word);
-    if (status == kDone) devcore::core().last_oam_control = devcore::OamControl{port, vlan, *rest};
+    if (status == kDone) mcore::core().last_oam_control = mcore::OamControl{port, vlan, *rest};
     return status;
 }

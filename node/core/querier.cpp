@@ -9,7 +9,7 @@
 #include "node/core/query_message.h"
 #include "node/core/routers.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::array kFamilies{Family::kIpv4, Family::kIpv6};
@@ -135,4 +135,4 @@ void take_over(const Place& segment) {
     send_general_query(segment);
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -13,7 +13,7 @@
 #include "node/core/state.h"
 #include "node/core/trace.h"
 
-namespace devcore {
+namespace mcore {
 
 // A user port has been declared: it is asked once the clock is moved, when the node is ready.
 void ask_at_startup(Family family);
@@ -30,4 +30,4 @@ void repeat_general_query(Family family);
 // The other querier of a segment has gone.
 void take_over(const Place& segment);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -6,7 +6,7 @@
 #include "node/core/address.h"
 #include "node/core/source_address.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::uint32_t kAllHosts = 0xE0000001;                                     // 224.0.0.1
@@ -78,4 +78,4 @@ Bytes query_packet(const Query& query) {
     return ipv6_packet(source, is_general ? kAllNodes : query.group, mld_query(query));
 }
 
-}  // namespace devcore
+}  // namespace mcore

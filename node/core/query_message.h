@@ -21,7 +21,7 @@
 #include "node/core/message.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 struct Query {
     Family family;
@@ -40,4 +40,4 @@ struct Query {
 // where hosts heed link-local addresses only (RFC 3810, 5.1.14), from the highest of these.
 [[nodiscard]] Bytes query_packet(const Query& query);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -7,7 +7,7 @@
 #include "node/core/message.h"
 #include "node/core/routers.h"
 
-namespace devcore {
+namespace mcore {
 
 namespace {
 
@@ -36,4 +36,4 @@ void relay_to_routers(const Packet& packet, std::span<const std::uint8_t> ip) {
     }
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -10,7 +10,7 @@
 #include "node/core/message.h"
 #include "node/core/source_address.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // ---- What differs -------------------------------------------------------------------------------
@@ -175,4 +175,4 @@ void send_leave(const UpstreamKey& key, std::uint8_t version) {
             older_message(messages.leave, key));
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -18,7 +18,7 @@
 #include "node/core/membership.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 // In as many reports as it takes to keep packets well below an Ethernet frame.
 void send_records(const RouterLink& link, const std::vector<Record>& records);
@@ -27,4 +27,4 @@ void send_records(const RouterLink& link, const std::vector<Record>& records);
 void send_report(const UpstreamKey& key, std::uint8_t version);
 void send_leave(const UpstreamKey& key, std::uint8_t version);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -4,7 +4,7 @@
 
 #include "node/core/routers.h"
 
-namespace devcore {
+namespace mcore {
 std::optional<Discovery> discovery_of(Family family, std::uint8_t type) {
     const int first = family == Family::kIpv4 ? 0x30 : 151;
     const int kind = type - first;
@@ -26,4 +26,4 @@ std::optional<Drop> take_discovery(const Packet& packet, Discovery kind) {
     return hear_advertisement(place, packet.source, packet.message[1]);
 }
 
-}  // namespace devcore
+}  // namespace mcore

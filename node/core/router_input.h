@@ -7,7 +7,7 @@
 
 #include "node/core/input.h"
 
-namespace devcore {
+namespace mcore {
 
 enum class Discovery : std::uint8_t { kAdvertisement, kSolicitation, kTermination };
 
@@ -15,4 +15,4 @@ enum class Discovery : std::uint8_t { kAdvertisement, kSolicitation, kTerminatio
 [[nodiscard]] std::optional<Discovery> discovery_of(Family family, std::uint8_t type);
 [[nodiscard]] std::optional<Drop> take_discovery(const Packet& packet, Discovery kind);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -11,7 +11,7 @@
 #include "node/core/router_version.h"
 #include "node/core/routers.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 using Message = std::span<const std::uint8_t>;
@@ -114,4 +114,4 @@ std::optional<Drop> take_query(const Packet& packet) {
     return std::nullopt;
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -9,7 +9,7 @@
 #include "node/core/input.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 struct RouterQuery {
     RouterLink link{};
@@ -27,4 +27,4 @@ struct RouterQuery {
 
 [[nodiscard]] std::optional<Drop> take_query(const Packet& packet);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -9,7 +9,7 @@
 #include "node/core/host_reports.h"
 #include "node/core/membership.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::uint8_t kDefaultRobustness = 2;        // RFC 3376, 8.1
@@ -119,4 +119,4 @@ void forget_routers(Family family) {
     std::erase_if(core().routers, [family](const auto& one) { return one.first.family == family; });
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -17,7 +17,7 @@
 
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 struct RouterQuery;
 
@@ -36,4 +36,4 @@ void host_version_was_set(std::uint8_t before);
 // Forgets all that is known of a family's routers, and all that is pending.
 void forget_routers(Family family);
 
-}  // namespace devcore
+}  // namespace mcore

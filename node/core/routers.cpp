@@ -12,7 +12,7 @@
 #include "node/core/router_query.h"
 #include "node/core/source_address.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // No port has more in earnest; each costs a timer.
@@ -169,4 +169,4 @@ std::vector<RouterPort> router_ports() {
     return all;
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -15,7 +15,7 @@
 #include "node/core/state.h"
 #include "node/core/trace.h"
 
-namespace devcore {
+namespace mcore {
 
 struct RouterQuery;
 
@@ -36,4 +36,4 @@ void forget_routers_if(const std::function<bool(const RouterKey&)>& unwanted);
 // Tells who watches the router ports, if they have changed. Whatever changes the table calls it.
 void tell_router_ports();
 
-}  // namespace devcore
+}  // namespace mcore

@@ -20,20 +20,20 @@
 #include "node/core/state.h"
 #include "node/core/upstream.h"
 
-using devcore::Family;
-using devcore::GroupKey;
-using devcore::Lock;
-using devcore::Mode;
-using devcore::Settings;
+using mcore::Family;
+using mcore::GroupKey;
+using mcore::Lock;
+using mcore::Mode;
+using mcore::Settings;
 
 namespace {
 
 constexpr int32_t kDone = 0;
 constexpr int32_t kRefused = 1;
 
-Settings& settings() { return devcore::core().settings; }
+Settings& settings() { return mcore::core().settings; }
 
-bool is_vid(std::uint32_t vlan) { return vlan >= 1 && vlan <= devcore::kLastVid; }
+bool is_vid(std::uint32_t vlan) { return vlan >= 1 && vlan <= mcore::kLastVid; }
 
 // Checks a changed copy of the settings and puts it in force.
 int32_t change_times(const Settings& changed) {
@@ -43,37 +43,37 @@ int32_t change_times(const Settings& changed) {
     }
     const bool restart = changed.query_interval != settings().query_interval;
     settings() = changed;
-    if (restart) devcore::restart_general_queries();
-    devcore::rearm_ageing();
+    if (restart) mcore::restart_general_queries();
+    mcore::rearm_ageing();
     return kDone;
 }
 
 // Memberships do not age for the time in which ageing was off.
-void switch_ageing(devcore::AgeSwitch& ageing, bool on) {
-    if (on && !ageing.on) ageing.since_us = devcore::core().now_us;
+void switch_ageing(mcore::AgeSwitch& ageing, bool on) {
+    if (on && !ageing.on) ageing.since_us = mcore::core().now_us;
     ageing.on = on;
-    devcore::rearm_ageing();
+    mcore::rearm_ageing();
 }
 
 // In proxy mode the core is a host towards the network and the querier of the ports; in others
 // neither.
 void change_role(Family family) {
-    devcore::stop_general_queries(family);
-    devcore::stop_upstream(family);
-    if (!devcore::is_proxy(family)) return;
-    devcore::start_upstream(family);
-    devcore::start_general_queries(family);
+    mcore::stop_general_queries(family);
+    mcore::stop_upstream(family);
+    if (!mcore::is_proxy(family)) return;
+    mcore::start_upstream(family);
+    mcore::start_general_queries(family);
 }
 
 bool is_lost(Family family, std::uint16_t vlan) {
-    return vlan != devcore::default_vid(family) && !settings().vlans.contains(vlan);
+    return vlan != mcore::default_vid(family) && !settings().vlans.contains(vlan);
 }
 
 // Ends what lives in VLANs that are not there any more.
 void drop_lost_vlans() {
-    devcore::remove_groups_if([](const GroupKey& key) { return is_lost(key.family, key.vlan); });
-    devcore::forget_routers_if(
-        [](const devcore::RouterKey& key) { return is_lost(key.family, key.vlan); });
+    mcore::remove_groups_if([](const GroupKey& key) { return is_lost(key.family, key.vlan); });
+    mcore::forget_routers_if(
+        [](const mcore::RouterKey& key) { return is_lost(key.family, key.vlan); });
 }
 
 // Not part of the core: it stays when the core begins anew.
@@ -84,7 +84,7 @@ std::function<void(bool)>& proxy_watch() {
 
 }  // namespace
 
-void devcore::watch_proxy_mode(std::function<void(bool)> changed) {
+void mcore::watch_proxy_mode(std::function<void(bool)> changed) {
     const Lock lock;
     proxy_watch() = std::move(changed);
 }
@@ -108,8 +108,8 @@ int32_t igmp_version_globle_set(uint8_t version) {
     const Lock lock;
     if (version < 1 || version > 3) return kRefused;
     const std::uint8_t before = std::exchange(settings().version, version);
-    devcore::host_version_was_set(before);
-    if (version != before) devcore::repeat_general_query(Family::kIpv4);
+    mcore::host_version_was_set(before);
+    if (version != before) mcore::repeat_general_query(Family::kIpv4);
     return kDone;
 }
 
@@ -125,8 +125,8 @@ int32_t igmp_para_globle_set(uint8_t robustness, uint32_t query_interval,
     changed.last_member_query_count = last_member_query_count;
     changed.general_member_interval = general_member_interval;
     if (settings().general_member_interval == 0) {
-        changed.ageing.since_us = devcore::core().now_us;
-        changed.mld_ageing.since_us = devcore::core().now_us;
+        changed.ageing.since_us = mcore::core().now_us;
+        changed.mld_ageing.since_us = mcore::core().now_us;
     }
     return change_times(changed);
 }
@@ -253,13 +253,13 @@ int32_t igmp_vlan_del_all(void) {
 // The last word counts: a later igmp_if_fast_leave_enable makes a port differ.
 int32_t igmp_fast_leave_enable_globle(uint8_t mode) {
     const Lock lock;
-    for (devcore::Port& port : devcore::core().ports) port.fast_leave = mode != 0;
+    for (mcore::Port& port : mcore::core().ports) port.fast_leave = mode != 0;
     return kDone;
 }
 
 int32_t igmp_del_all_group(void) {
     const Lock lock;
-    devcore::remove_groups_if([](const GroupKey& key) { return key.family == Family::kIpv4; });
+    mcore::remove_groups_if([](const GroupKey& key) { return key.family == Family::kIpv4; });
     return kDone;
 }
 
@@ -277,9 +277,9 @@ int32_t mld_proxy_snoop_set_globle(uint16_t mode) {
 // The private list takes away what it does not hold from the first group on that is put there.
 int32_t add_to_auth_group_api(uint32_t group, uint16_t vlan) {
     const Lock lock;
-    if (!devcore::is_multicast(Family::kIpv4, devcore::from_ipv4(group))) return kRefused;
+    if (!mcore::is_multicast(Family::kIpv4, mcore::from_ipv4(group))) return kRefused;
     settings().private_list.insert({vlan, group});
-    devcore::revoke_unauthorised();
+    mcore::revoke_unauthorised();
     return kDone;
 }
 
@@ -287,7 +287,7 @@ int32_t add_to_auth_group_api(uint32_t group, uint16_t vlan) {
 int32_t auth_group_delete_api(uint32_t group, uint16_t vlan) {
     const Lock lock;
     settings().private_list.erase({vlan, group});
-    devcore::revoke_unauthorised();
+    mcore::revoke_unauthorised();
     return kDone;
 }
 

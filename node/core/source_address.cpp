@@ -6,7 +6,7 @@
 #include "node/core/address.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // Not part of the core: it stays when the core begins anew.
@@ -45,4 +45,4 @@ void set_link_local(const Address& address) {
     link_local() = address;
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -9,7 +9,7 @@
 #include "node/core/routers.h"
 #include "node/core/upstream.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 std::recursive_mutex& mutex() {
@@ -90,32 +90,32 @@ void reset() {
     igmpv3_snd = 0;
 }
 
-}  // namespace devcore
+}  // namespace mcore
 
-using devcore::Core;
-using devcore::Lock;
-using devcore::Port;
+using mcore::Core;
+using mcore::Lock;
+using mcore::Port;
 
 // All but the clock and the random numbers begins anew; the switch is taken to be empty as well.
 int32_t igmp_data_init(void) {
     const Lock lock;
-    const std::uint64_t now = devcore::core().now_us;
-    const std::uint64_t chance = devcore::core().chance;
-    devcore::reset();
-    devcore::core().now_us = now;
-    devcore::core().chance = chance;
+    const std::uint64_t now = mcore::core().now_us;
+    const std::uint64_t chance = mcore::core().chance;
+    mcore::reset();
+    mcore::core().now_us = now;
+    mcore::core().chance = chance;
     return 0;
 }
 
 int32_t mld_data_init(void) {
     const Lock lock;
-    devcore::stop_upstream(devcore::Family::kIpv6);
-    devcore::forget_mld_groups();
-    devcore::forget_routers_if(
-        [](const devcore::RouterKey& key) { return key.family == devcore::Family::kIpv6; });
-    for (Port& port : devcore::core().ports) port.mld_declared = false;
-    Core& state = devcore::core();
-    const devcore::Settings fresh;
+    mcore::stop_upstream(mcore::Family::kIpv6);
+    mcore::forget_mld_groups();
+    mcore::forget_routers_if(
+        [](const mcore::RouterKey& key) { return key.family == mcore::Family::kIpv6; });
+    for (Port& port : mcore::core().ports) port.mld_declared = false;
+    Core& state = mcore::core();
+    const mcore::Settings fresh;
     state.settings.mld_ageing = fresh.mld_ageing;
     state.settings.mld_default_vid = fresh.mld_default_vid;
     state.settings.mld_mode = fresh.mld_mode;
@@ -132,7 +132,7 @@ int32_t mld_task_init(uint32_t /*first*/) { return 0; }
 int32_t igmp_time_now(uint32_t* now) {
     if (now == nullptr) return 1;
     const Lock lock;
-    *now = static_cast<std::uint32_t>(devcore::core().now_us / devcore::kSecond);
+    *now = static_cast<std::uint32_t>(mcore::core().now_us / mcore::kSecond);
     return 0;
 }
 
@@ -151,30 +151,30 @@ int32_t take_call_back(CallBack& slot, CallBack given) {
 
 int32_t igmp_register_switch_send_pkt(IgmpSendPacket send) {
     const Lock lock;
-    return take_call_back(devcore::core().call_backs.send, send);
+    return take_call_back(mcore::core().call_backs.send, send);
 }
 
 int32_t igmp_register_switch_add_table(IgmpTableChange add) {
     const Lock lock;
-    return take_call_back(devcore::core().call_backs.add, add);
+    return take_call_back(mcore::core().call_backs.add, add);
 }
 
 int32_t igmp_register_switch_del_table(IgmpTableChange del) {
     const Lock lock;
-    return take_call_back(devcore::core().call_backs.remove, del);
+    return take_call_back(mcore::core().call_backs.remove, del);
 }
 
 int32_t mld_register_switch_send_pkt(MldSendPacket send) {
     const Lock lock;
-    return take_call_back(devcore::core().call_backs.mld_send, send);
+    return take_call_back(mcore::core().call_backs.mld_send, send);
 }
 
 int32_t mld_register_switch_add_table(MldTableChange add) {
     const Lock lock;
-    return take_call_back(devcore::core().call_backs.mld_add, add);
+    return take_call_back(mcore::core().call_backs.mld_add, add);
 }
 
 int32_t mld_register_switch_del_table(MldTableChange del) {
     const Lock lock;
-    return take_call_back(devcore::core().call_backs.mld_remove, del);
+    return take_call_back(mcore::core().call_backs.mld_remove, del);
 }

@@ -1,7 +1,7 @@
 // All that the core holds, under one lock.
 //
 // The lock is recursive and is taken at every door: the functions of platform/protocol_core.h and
-// of development_core.h. The packet task, the command task and whoever moves the clock therefore
+// of multicast_core.h. The packet task, the command task and whoever moves the clock therefore
 // take turns. Call-backs are called with the lock held, on the thread that came in. They may ask
 // the core for something, but not change what it holds, nor wait for a thread that needs it.
 #pragma once
@@ -21,12 +21,12 @@
 
 #include "node/core/chance.h"
 #include "node/core/control_list.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/core/tally.h"
 #include "node/core/timers.h"
 #include "platform/protocol_core.h"
 
-namespace devcore {
+namespace mcore {
 
 // ---- Ports --------------------------------------------------------------------------------------
 
@@ -349,4 +349,4 @@ class Lock {
 // "2", or "uplink".
 [[nodiscard]] std::string port_text(std::uint32_t number);
 
-}  // namespace devcore
+}  // namespace mcore

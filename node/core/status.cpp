@@ -21,10 +21,10 @@
 
 namespace {
 
-using devcore::core;
-using devcore::Group;
-using devcore::GroupKey;
-using devcore::kSecond;
+using mcore::core;
+using mcore::Group;
+using mcore::GroupKey;
+using mcore::kSecond;
 
 constexpr std::uint32_t kRecord = 25;
 constexpr std::uint32_t kWord = 4;
@@ -36,13 +36,13 @@ std::uint32_t seconds(std::uint64_t us) { return static_cast<std::uint32_t>(us /
 void write_record(std::uint8_t* record, const GroupKey& key, const Group& group) {
     constexpr std::size_t kMostSources = 255;
     const std::uint64_t now = core().now_us;
-    const auto end = devcore::expires_at(key, group);
-    const devcore::Filter filter = filter_of(group.tally);
+    const auto end = mcore::expires_at(key, group);
+    const mcore::Filter filter = filter_of(group.tally);
     record[0] = static_cast<std::uint8_t>(key.port);
     record[1] = oldest_version(group.tally);
-    mc::store_be32(record + 2, devcore::to_ipv4(key.group));
+    mc::store_be32(record + 2, mcore::to_ipv4(key.group));
     mc::store_be32(record + 6, key.vlan);
-    mc::store_be32(record + 10, devcore::to_ipv4(group.last_reporter));
+    mc::store_be32(record + 10, mcore::to_ipv4(group.last_reporter));
     mc::store_be32(record + 14, seconds(now - group.joined_us));
     mc::store_be32(record + 18, end ? seconds(*end - std::min(now, *end)) : kNever);
     record[22] = filter.exclude ? 2 : 1;
@@ -53,8 +53,8 @@ void write_record(std::uint8_t* record, const GroupKey& key, const Group& group)
 }  // namespace
 
 int32_t igmp_if_gather_if_status(uint32_t port, uint32_t size, uint8_t* buf) {
-    const devcore::Lock lock;
-    const devcore::Port* const found = devcore::find_declared_port(port);
+    const mcore::Lock lock;
+    const mcore::Port* const found = mcore::find_declared_port(port);
     const std::uint32_t length = kStatusWords * kWord;
     if (found == nullptr || buf == nullptr || size < length) return 0;
     const std::uint32_t words[kStatusWords] = {
@@ -66,14 +66,14 @@ int32_t igmp_if_gather_if_status(uint32_t port, uint32_t size, uint8_t* buf) {
 }
 
 int32_t igmp_gather_grp_info(uint32_t port, uint32_t size, uint8_t* buf) {
-    const devcore::Lock lock;
+    const mcore::Lock lock;
     if (buf == nullptr || size < kWord) return 0;
-    if (port != devcore::kAllPorts && devcore::find_declared_port(port) == nullptr) return 0;
+    if (port != mcore::kAllPorts && mcore::find_declared_port(port) == nullptr) return 0;
     std::uint32_t count = 0;
     std::uint32_t used = kWord;
     for (const auto& [key, group] : core().groups) {
-        const bool is_asked = port == devcore::kAllPorts || port == key.port;
-        if (key.family != devcore::Family::kIpv4 || !is_asked) continue;
+        const bool is_asked = port == mcore::kAllPorts || port == key.port;
+        if (key.family != mcore::Family::kIpv4 || !is_asked) continue;
         if (size - used < kRecord) break;
         write_record(buf + used, key, group);
         used += kRecord;

@@ -1,6 +1,6 @@
 #include "node/core/tally.h"
 
-namespace devcore {
+namespace mcore {
 
 Votes votes_for(const Tally& tally, const Address& source) {
     const auto found = tally.sources.find(source);
@@ -33,4 +33,4 @@ std::uint8_t oldest_version(const Tally& tally) {
     return UINT8_MAX;
 }
 
-}  // namespace devcore
+}  // namespace mcore

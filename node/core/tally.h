@@ -8,9 +8,9 @@
 #include <map>
 #include <vector>
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 
-namespace devcore {
+namespace mcore {
 
 // Which sources are wanted: those listed, or all others (RFC 3376, 3).
 struct Filter {
@@ -46,4 +46,4 @@ void add_votes(Tally& tally, const Address& source, const Votes& more);
 
 [[nodiscard]] std::uint8_t oldest_version(const Tally& tally);
 
-}  // namespace devcore
+}  // namespace mcore

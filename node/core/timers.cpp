@@ -1,9 +1,9 @@
 #include "node/core/timers.h"
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 Timers::Id Timers::start(std::uint64_t due_us, Timer timer) {
     const Id id{due_us, ++last_number_};
@@ -42,4 +42,4 @@ std::optional<std::uint64_t> next_timer() {
     return core().timers.next();
 }
 
-}  // namespace devcore
+}  // namespace mcore

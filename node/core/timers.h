@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-namespace devcore {
+namespace mcore {
 
 constexpr std::uint64_t kSecond = 1'000'000;  // of the clock
 
@@ -39,4 +39,4 @@ class Timers {
     std::uint64_t last_number_ = 0;
 };
 
-}  // namespace devcore
+}  // namespace mcore

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <iterator>
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 constexpr std::uint32_t bit(Trace kind) { return static_cast<std::uint32_t>(kind); }
@@ -77,11 +77,11 @@ void note_drop(const Place& place, Drop reason) {
     trace(Trace::kDrops, place, [&] { return "dropped, " + std::string(name(reason)); });
 }
 
-}  // namespace devcore
+}  // namespace mcore
 
-using devcore::core;
-using devcore::Lock;
-using devcore::TraceSettings;
+using mcore::core;
+using mcore::Lock;
+using mcore::TraceSettings;
 
 std::uint32_t igmpv3_rcv = 0;
 std::uint32_t igmpv3_snd = 0;
@@ -90,8 +90,8 @@ namespace {
 
 // The kinds of a selector; 0 for one that does not exist.
 std::uint32_t selected(std::uint8_t selector) {
-    if (selector == devcore::kLastSelector) return devcore::kAllTraces;
-    return selector >= 1 && selector < devcore::kLastSelector ? 1U << (selector - 1) : 0;
+    if (selector == mcore::kLastSelector) return mcore::kAllTraces;
+    return selector >= 1 && selector < mcore::kLastSelector ? 1U << (selector - 1) : 0;
 }
 
 void switch_bits(std::uint32_t& mask, std::uint32_t bits, bool on) {
@@ -126,7 +126,7 @@ int32_t igmp_dbg_unset(uint16_t vlan, uint8_t selector) {
 
 int32_t igmp_set_debug_level(uint32_t level, uint32_t on) {
     const Lock lock;
-    if (level > devcore::kHighestLevel) return 1;
+    if (level > mcore::kHighestLevel) return 1;
     switch_bits(core().trace.levels, 1U << level, on != 0);
     return 0;
 }

@@ -17,7 +17,7 @@
 
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 enum class Trace : std::uint32_t {
     kReceived = 0x01,
@@ -51,4 +51,4 @@ void trace(Trace kind, const Place& place, const MakeLine& make_line) {
 void note_received(const Place& place, Received kind, const Address& host);
 void note_drop(const Place& place, Drop reason);
 
-}  // namespace devcore
+}  // namespace mcore

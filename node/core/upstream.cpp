@@ -8,7 +8,7 @@
 #include "node/core/host_reports.h"
 #include "node/core/router_version.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 // What all hosts want, made up anew.
@@ -149,4 +149,4 @@ void stop_upstream(Family family) {
                   [family](const auto& one) { return one.first.link.family == family; });
 }
 
-}  // namespace devcore
+}  // namespace mcore

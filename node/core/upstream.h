@@ -7,7 +7,7 @@
 
 #include "node/core/state.h"
 
-namespace devcore {
+namespace mcore {
 
 // Null unless in proxy mode.
 [[nodiscard]] Upstream* find_upstream(const UpstreamKey& key);
@@ -27,4 +27,4 @@ void upstream_changed(const GroupKey& key);
 void start_upstream(Family family);
 void stop_upstream(Family family);
 
-}  // namespace devcore
+}  // namespace mcore

@@ -1,14 +1,14 @@
 // The groups upstream, as others see them.
 #include <utility>
 
-#include "node/core/development_core.h"
 #include "node/core/host_answers.h"
 #include "node/core/host_reports.h"
+#include "node/core/multicast_core.h"
 #include "node/core/router_version.h"
 #include "node/core/state.h"
 #include "node/core/upstream.h"
 
-namespace devcore {
+namespace mcore {
 namespace {
 
 UpstreamGroup row_of(const UpstreamKey& key, const Filter& filter) {
@@ -43,4 +43,4 @@ std::vector<UpstreamGroup> upstream_groups() {
     return all;
 }
 
-}  // namespace devcore
+}  // namespace mcore

@@ -37,8 +37,8 @@ bool is_older(const Family& family, std::uint8_t type) {
 bool is_whole(const Family& family, Bytes message) {
     const std::uint8_t type = message[0];
     if (type == family.newest_report) {
-        return message.size() >= devcore::kReportHeader &&
-               devcore::walk_records(family.address, message, [](auto) {});
+        return message.size() >= mcore::kReportHeader &&
+               mcore::walk_records(family.address, message, [](auto) {});
     }
     if (is_older(family, type)) return message.size() >= family.older;
     if (type != family.query_type) return true;
@@ -65,10 +65,10 @@ std::optional<Refusal> refuse_ipv4(Bytes packet, bool from_uplink) {
     if (header < kIpv4Header || header + kShortestMessage > total || total > packet.size()) {
         return Refusal::kTruncated;
     }
-    if (devcore::internet_checksum(packet.first(header)) != 0) return Refusal::kIpChecksum;
+    if (mcore::internet_checksum(packet.first(header)) != 0) return Refusal::kIpChecksum;
     if ((mc::load_be16(&packet[6]) & kFragmentMask) != 0) return std::nullopt;
     const Bytes message = packet.first(total).subspan(header);
-    if (devcore::internet_checksum(message) != 0) return Refusal::kChecksum;
+    if (mcore::internet_checksum(message) != 0) return Refusal::kChecksum;
     return refuse_message(kIgmp, message, from_uplink);
 }
 
@@ -83,7 +83,7 @@ std::optional<Refusal> refuse_ipv6(Bytes packet, bool from_uplink) {
     }
     if (header + kShortestMessage > total || total > packet.size()) return Refusal::kTruncated;
     const Bytes message = packet.first(total).subspan(header);
-    if (devcore::icmpv6_checksum(&packet[kSourceAt], &packet[kDestinationAt], message) != 0) {
+    if (mcore::icmpv6_checksum(&packet[kSourceAt], &packet[kDestinationAt], message) != 0) {
         return Refusal::kChecksum;
     }
     return refuse_message(kMld, message, from_uplink);

@@ -48,13 +48,13 @@ LinkLocal find_link_local(Netlink& netlink, int index) {
     return best;
 }
 
-std::optional<devcore::Address> link_local_address(Netlink& netlink, int index) {
-    std::optional<devcore::Address> found;
+std::optional<mcore::Address> link_local_address(Netlink& netlink, int index) {
+    std::optional<mcore::Address> found;
     each_address(netlink, index, AF_INET6, [&](const ifaddrmsg& address, const nlmsghdr& message) {
         if (found || address.ifa_scope != RT_SCOPE_LINK) return;
-        const auto* const bytes = bytes_of(message, IFA_ADDRESS, sizeof(devcore::Address));
+        const auto* const bytes = bytes_of(message, IFA_ADDRESS, sizeof(mcore::Address));
         if (bytes == nullptr) return;
-        std::copy_n(bytes, sizeof(devcore::Address), found.emplace().begin());
+        std::copy_n(bytes, sizeof(mcore::Address), found.emplace().begin());
     });
     return found;
 }

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/live/live_error.h"
 
 namespace live {
@@ -32,16 +32,16 @@ void set(int timer, std::optional<std::uint64_t> due_us) {
 
 CoreClock::CoreClock() : timer_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     if (timer_ < 0) throw LiveError(std::string("timerfd: ") + std::strerror(errno));
-    devcore::watch_timers(
+    mcore::watch_timers(
         [timer = timer_](std::optional<std::uint64_t> due_us) { set(timer, due_us); });
 }
 
 CoreClock::~CoreClock() {
-    devcore::watch_timers({});
+    mcore::watch_timers({});
     close(timer_);
 }
 
-void CoreClock::move() { devcore::set_clock(now_us()); }
+void CoreClock::move() { mcore::set_clock(now_us()); }
 
 std::uint64_t CoreClock::now_us() {
     timespec now{};

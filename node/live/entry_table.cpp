@@ -11,7 +11,7 @@ namespace {
 // Counting the groups of others reads the whole database.
 constexpr std::chrono::seconds kCountAtMostEvery{1};
 
-std::string text(const Group& group) { return devcore::text(group.family, group.address); }
+std::string text(const Group& group) { return mcore::text(group.family, group.address); }
 
 }  // namespace
 

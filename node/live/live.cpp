@@ -26,7 +26,7 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
@@ -85,7 +85,7 @@ void draw_seed() {
     std::uint64_t seed = 0;
     const ssize_t drawn = getrandom(&seed, sizeof seed, 0);
     if (drawn != static_cast<ssize_t>(sizeof seed)) throw LiveError("no random numbers to be had");
-    devcore::seed_chance(seed);
+    mcore::seed_chance(seed);
 }
 
 class Supervisor {
@@ -197,7 +197,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
     send_from(driver.bridge_mac());
-    devcore::watch_router_ports(
+    mcore::watch_router_ports(
         [&driver](std::uint32_t port, bool is_router) { driver.set_router_port(port, is_router); });
     OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
     own_address.begin();

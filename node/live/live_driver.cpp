@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "adapt/records.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/driver/trap_filter.h"
 #include "node/live/live_error.h"
 
@@ -96,7 +96,7 @@ std::optional<std::chrono::milliseconds> LiveDriver::look() {
     if (!changes.empty()) now_();
     for (const auto& [slot, is_up] : changes) {
         const std::uint8_t port = driver::port_of_slot(slot);
-        is_up ? devcore::link_up(port) : devcore::link_down(port);
+        is_up ? mcore::link_up(port) : mcore::link_down(port);
     }
     return again;
 }
@@ -213,7 +213,7 @@ bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
 
 // The database is by group, the call by MAC address: the core, which calls, knows the group.
 std::optional<Group> LiveDriver::group_in_hand(const driver::MacAddress& mac) {
-    if (const auto owner = devcore::entry_in_hand()) return Group{owner->family, owner->group};
+    if (const auto owner = mcore::entry_in_hand()) return Group{owner->family, owner->group};
     if (!std::exchange(said_no_group_, true)) {
         std::array<char, 96> line;
         std::snprintf(

@@ -78,7 +78,7 @@ std::string entries_text(const Summary& summary) {
                  {"for VLAN", Align::kLeft},
                  {"in it", Align::kLeft}});
     for (const EntryReport& entry : summary.report.entries) {
-        table.add({port_text(entry.port), devcore::text(entry.group.family, entry.group.address),
+        table.add({port_text(entry.port), mcore::text(entry.group.family, entry.group.address),
                    vlans_text(entry), state_text(entry.state)});
     }
     return table.text() + "  " + report::entry_changes_text(summary.core) + "\n";
@@ -114,7 +114,7 @@ Json entries_json(const Report& report) {
     Json rows = Json::array();
     for (const EntryReport& entry : report.entries) {
         rows.add(Json::object({{"port", entry.port},
-                               {"group", devcore::text(entry.group.family, entry.group.address)},
+                               {"group", mcore::text(entry.group.family, entry.group.address)},
                                {"vlans", vlans_json(entry)},
                                {"in_database", entry.state != EntryState::kAbsent},
                                {"ours", entry.state == EntryState::kOurs}}));

@@ -41,7 +41,7 @@ br_mdb_entry entry_of(int port, const Group& group) {
     br_mdb_entry entry{};
     entry.ifindex = static_cast<std::uint32_t>(port);
     entry.state = MDB_PERMANENT;
-    if (group.family == devcore::Family::kIpv4) {
+    if (group.family == mcore::Family::kIpv4) {
         entry.addr.proto = htons(ETH_P_IP);
         std::memcpy(&entry.addr.u.ip4, group.address.data(), sizeof entry.addr.u.ip4);
     } else {
@@ -62,7 +62,7 @@ std::optional<DatabaseEntry> read_entry(const nlattr& info) {
     if (raw.addr.proto == htons(ETH_P_IP)) {
         std::memcpy(entry.group.address.data(), &raw.addr.u.ip4, sizeof raw.addr.u.ip4);
     } else if (raw.addr.proto == htons(ETH_P_IPV6)) {
-        entry.group.family = devcore::Family::kIpv6;
+        entry.group.family = mcore::Family::kIpv6;
         std::memcpy(entry.group.address.data(), &raw.addr.u.ip6, sizeof raw.addr.u.ip6);
     } else {
         return std::nullopt;

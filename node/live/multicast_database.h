@@ -7,14 +7,14 @@
 #include <compare>
 #include <vector>
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/live/netlink.h"
 
 namespace live {
 
 struct Group {
-    devcore::Family family = devcore::Family::kIpv4;
-    devcore::Address address{};
+    mcore::Family family = mcore::Family::kIpv4;
+    mcore::Address address{};
 
     auto operator<=>(const Group&) const = default;
 };

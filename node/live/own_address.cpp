@@ -5,7 +5,7 @@
 #include "adapt/records.h"
 #include "common/bytes.h"
 #include "mld/record.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/live/addresses.h"
 #include "node/live/links.h"
 
@@ -13,9 +13,9 @@ namespace live {
 namespace {
 
 std::string text_of(std::uint32_t address) {
-    devcore::Address bytes{};
+    mcore::Address bytes{};
     mc::store_be32(bytes.data(), address);
-    return devcore::text(devcore::Family::kIpv4, bytes);
+    return mcore::text(mcore::Family::kIpv4, bytes);
 }
 
 }  // namespace
@@ -25,7 +25,7 @@ OwnAddress::OwnAddress(std::string bridge, std::string uplink, Say say)
 
 void OwnAddress::begin() {
     taken_ = find();
-    static_cast<void>(devcore::replace_proxy_ip(devcore::proxy_ip(), taken_.address));
+    static_cast<void>(mcore::replace_proxy_ip(mcore::proxy_ip(), taken_.address));
     globle_parm.proxy_ip = taken_.address;
     mldInitParams.proxy_ip = taken_.address;
     use_link_local();
@@ -39,7 +39,7 @@ void OwnAddress::look() {
     Found now = find();
     if (now == taken_) return;
     // One that a command has set meanwhile is none of ours.
-    if (!devcore::replace_proxy_ip(taken_.address, now.address)) return;
+    if (!mcore::replace_proxy_ip(taken_.address, now.address)) return;
     taken_ = std::move(now);
     globle_parm.proxy_ip = taken_.address;
     mldInitParams.proxy_ip = taken_.address;
@@ -65,7 +65,7 @@ OwnAddress::Found OwnAddress::find() {
 void OwnAddress::use_link_local() {
     const auto bridge = find_link(netlink_, bridge_);
     if (!bridge) return;
-    if (const auto own = link_local_address(netlink_, bridge->index)) devcore::set_link_local(*own);
+    if (const auto own = link_local_address(netlink_, bridge->index)) mcore::set_link_local(*own);
 }
 
 void OwnAddress::say_when_none() const {

@@ -15,7 +15,7 @@
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/replay/progress_line.h"
 #include "node/replay/replay_summary.h"
@@ -70,7 +70,7 @@ capture::Replay replay_of(const Arguments& arguments) {
             arguments.output,
             arguments.onu_id,
             arguments.tail_us,
-            {devcore::set_clock, devcore::next_timer},
+            {mcore::set_clock, mcore::next_timer},
             events_of(arguments.commands, [] { ++commands_run; })};
 }
 

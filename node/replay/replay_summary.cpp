@@ -160,9 +160,9 @@ std::vector<report::Count> driver_drops(const Counters& counters) {
 }
 
 // The MAC address that the frames of the group carry (RFC 1112, RFC 2464).
-MacAddress group_mac(const devcore::Membership& member) {
-    const devcore::Address& group = member.group;
-    if (member.family == devcore::Family::kIpv6) {
+MacAddress group_mac(const mcore::Membership& member) {
+    const mcore::Address& group = member.group;
+    if (member.family == mcore::Family::kIpv6) {
         return {0x33, 0x33, group[12], group[13], group[14], group[15]};
     }
     return {0x01, 0x00, 0x5E, static_cast<std::uint8_t>(group[1] & 0x7F), group[2], group[3]};
@@ -171,10 +171,10 @@ MacAddress group_mac(const devcore::Membership& member) {
 // The groups that a switch entry lets through to its port, as far as the core knows them.
 std::vector<std::string> groups_behind(const Summary& summary, const SwitchEntry& entry) {
     std::vector<std::string> groups;
-    for (const devcore::Membership& member : summary.core.memberships) {
+    for (const mcore::Membership& member : summary.core.memberships) {
         if (member.port != entry.port || member.vlan != entry.vlan) continue;
         if (group_mac(member) != entry.mac) continue;
-        groups.push_back(devcore::text(member.family, member.group));
+        groups.push_back(mcore::text(member.family, member.group));
     }
     return groups;
 }

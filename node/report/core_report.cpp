@@ -15,7 +15,7 @@ namespace {
 // Below, a row is a membership or a group upstream.
 template <class Row>
 const char* protocol(const Row& row) {
-    return row.family == devcore::Family::kIpv4 ? "IGMP" : "MLD";
+    return row.family == mcore::Family::kIpv4 ? "IGMP" : "MLD";
 }
 
 template <class Row>
@@ -27,20 +27,20 @@ std::string version_text(const Row& row) {
 template <class Row>
 std::string filter_text(const Row& member) {
     std::string sources;
-    for (const devcore::Address& source : member.sources) {
+    for (const mcore::Address& source : member.sources) {
         if (!sources.empty()) sources += ", ";
-        sources += devcore::text(member.family, source);
+        sources += mcore::text(member.family, source);
     }
     return (member.exclude ? "exclude {" : "include {") + sources + "}";
 }
 
 // Until the answer to a query; nothing when none waits.
-std::optional<double> answer_in_s(const CoreReport& core, const devcore::UpstreamGroup& group) {
+std::optional<double> answer_in_s(const CoreReport& core, const mcore::UpstreamGroup& group) {
     if (!group.answers) return std::nullopt;
     return seconds(*group.answers - std::min(core.now_us, *group.answers));
 }
 
-std::string pending_text(const CoreReport& core, const devcore::UpstreamGroup& group) {
+std::string pending_text(const CoreReport& core, const mcore::UpstreamGroup& group) {
     std::string pending;
     if (group.reports_left > 0) pending = number(group.reports_left) + " repeated";
     if (const auto in_s = answer_in_s(core, group)) {
@@ -49,22 +49,22 @@ std::string pending_text(const CoreReport& core, const devcore::UpstreamGroup& g
     return pending;
 }
 
-double age_s(const CoreReport& core, const devcore::Membership& member) {
+double age_s(const CoreReport& core, const mcore::Membership& member) {
     return core.now_us > member.joined_us ? seconds(core.now_us - member.joined_us) : 0;
 }
 
-double seconds_left(const CoreReport& core, const devcore::RouterPort& router) {
+double seconds_left(const CoreReport& core, const mcore::RouterPort& router) {
     return router.expires_us > core.now_us ? seconds(router.expires_us - core.now_us) : 0;
 }
 
-const char* known_by(const devcore::RouterPort& router) {
-    return router.sign == devcore::RouterSign::kQuery ? "query" : "advertisement";
+const char* known_by(const mcore::RouterPort& router) {
+    return router.sign == mcore::RouterSign::kQuery ? "query" : "advertisement";
 }
 
-Json addresses_json(devcore::Family family, const std::vector<devcore::Address>& addresses) {
+Json addresses_json(mcore::Family family, const std::vector<mcore::Address>& addresses) {
     Json rows = Json::array();
-    for (const devcore::Address& address : addresses) {
-        rows.add(devcore::text(family, address));
+    for (const mcore::Address& address : addresses) {
+        rows.add(mcore::text(family, address));
     }
     return rows;
 }
@@ -74,7 +74,7 @@ template <class Kind, std::size_t size>
 std::vector<Count> named(const std::array<std::uint64_t, size>& counts) {
     std::vector<Count> rows;
     for (std::size_t i = 0; i < size; ++i) {
-        rows.push_back({devcore::name(static_cast<Kind>(i)), counts[i]});
+        rows.push_back({mcore::name(static_cast<Kind>(i)), counts[i]});
     }
     return rows;
 }
@@ -97,8 +97,8 @@ Json json_of(const std::vector<Count>& counts) {
 }  // namespace
 
 CoreReport core_report(std::uint64_t now_us) {
-    return {devcore::counters(), devcore::memberships(), devcore::upstream_groups(),
-            devcore::router_ports(), now_us};
+    return {mcore::counters(), mcore::memberships(), mcore::upstream_groups(),
+            mcore::router_ports(), now_us};
 }
 
 void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused) {
@@ -109,9 +109,9 @@ void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refuse
 
 std::string messages_text(const CoreReport& core) {
     return counts_text("Received by the core", "messages",
-                       named<devcore::Received>(core.counters.received)) +
+                       named<mcore::Received>(core.counters.received)) +
            "\n" +
-           counts_text("Sent by the core", "messages", named<devcore::Sent>(core.counters.sent));
+           counts_text("Sent by the core", "messages", named<mcore::Sent>(core.counters.sent));
 }
 
 std::string drops_text(const std::vector<Count>& driver, const CoreReport& core) {
@@ -122,7 +122,7 @@ std::string drops_text(const std::vector<Count>& driver, const CoreReport& core)
         }
     };
     add("driver", driver);
-    add("core", named<devcore::Drop>(core.counters.drops));
+    add("core", named<mcore::Drop>(core.counters.drops));
     return table.text();
 }
 
@@ -135,9 +135,9 @@ std::string memberships_text(const CoreReport& core) {
                                 {"reporters"},
                                 {"age s"},
                                 {"in switch", Align::kLeft}});
-    for (const devcore::Membership& member : core.memberships) {
+    for (const mcore::Membership& member : core.memberships) {
         table.add({port_text(member.port), number(member.vlan),
-                   devcore::text(member.family, member.group), version_text(member),
+                   mcore::text(member.family, member.group), version_text(member),
                    filter_text(member), number(member.reporters.size()),
                    fixed(age_s(core, member), 1), member.programmed ? "yes" : "no"});
     }
@@ -151,8 +151,8 @@ std::string upstream_text(const CoreReport& core) {
                              {"filter", Align::kLeft},
                              {"router", Align::kLeft},
                              {"pending", Align::kLeft}});
-    for (const devcore::UpstreamGroup& group : core.upstream) {
-        table.add({number(group.vlan), devcore::text(group.family, group.group), filter_text(group),
+    for (const mcore::UpstreamGroup& group : core.upstream) {
+        table.add({number(group.vlan), mcore::text(group.family, group.group), filter_text(group),
                    version_text(group), pending_text(core, group)});
     }
     return table.text();
@@ -165,24 +165,24 @@ std::string router_ports_text(const CoreReport& core) {
                                  {"router", Align::kLeft},
                                  {"known by", Align::kLeft},
                                  {"left s"}});
-    for (const devcore::RouterPort& router : core.router_ports) {
+    for (const mcore::RouterPort& router : core.router_ports) {
         table.add({port_text(router.port), number(router.vlan), protocol(router),
-                   devcore::text(router.family, router.address), known_by(router),
+                   mcore::text(router.family, router.address), known_by(router),
                    fixed(seconds_left(core, router), 1)});
     }
     return table.text();
 }
 
 std::string entry_changes_text(const CoreReport& core) {
-    const devcore::Counters& counters = core.counters;
+    const mcore::Counters& counters = core.counters;
     return "the core: " + number(counters.entries_added) + " added, " +
            number(counters.add_failures) + " failed, " + number(counters.entries_removed) +
            " taken away, " + number(counters.remove_failures) + " failed";
 }
 
 Json core_json(const CoreReport& core) {
-    return Json::object({{"received", json_of(named<devcore::Received>(core.counters.received))},
-                         {"sent", json_of(named<devcore::Sent>(core.counters.sent))},
+    return Json::object({{"received", json_of(named<mcore::Received>(core.counters.received))},
+                         {"sent", json_of(named<mcore::Sent>(core.counters.sent))},
                          {"entries_added", core.counters.entries_added},
                          {"entries_removed", core.counters.entries_removed},
                          {"add_failures", core.counters.add_failures},
@@ -190,16 +190,16 @@ Json core_json(const CoreReport& core) {
 }
 
 Json drops_json(const std::vector<Count>& driver, const CoreReport& core) {
-    return Json::object({{"driver", json_of(driver)},
-                         {"core", json_of(named<devcore::Drop>(core.counters.drops))}});
+    return Json::object(
+        {{"driver", json_of(driver)}, {"core", json_of(named<mcore::Drop>(core.counters.drops))}});
 }
 
 Json memberships_json(const CoreReport& core) {
     Json rows = Json::array();
-    for (const devcore::Membership& member : core.memberships) {
+    for (const mcore::Membership& member : core.memberships) {
         rows.add(Json::object({{"port", member.port},
                                {"vlan", member.vlan},
-                               {"group", devcore::text(member.family, member.group)},
+                               {"group", mcore::text(member.family, member.group)},
                                {"protocol", protocol(member)},
                                {"version", member.version},
                                {"filter", member.exclude ? "exclude" : "include"},
@@ -213,10 +213,10 @@ Json memberships_json(const CoreReport& core) {
 
 Json upstream_json(const CoreReport& core) {
     Json rows = Json::array();
-    for (const devcore::UpstreamGroup& group : core.upstream) {
+    for (const mcore::UpstreamGroup& group : core.upstream) {
         const auto in_s = answer_in_s(core, group);
         rows.add(Json::object({{"vlan", group.vlan},
-                               {"group", devcore::text(group.family, group.group)},
+                               {"group", mcore::text(group.family, group.group)},
                                {"protocol", protocol(group)},
                                {"router_version", group.version},
                                {"filter", group.exclude ? "exclude" : "include"},
@@ -229,11 +229,11 @@ Json upstream_json(const CoreReport& core) {
 
 Json router_ports_json(const CoreReport& core) {
     Json rows = Json::array();
-    for (const devcore::RouterPort& router : core.router_ports) {
+    for (const mcore::RouterPort& router : core.router_ports) {
         rows.add(Json::object({{"port", router.port},
                                {"vlan", router.vlan},
                                {"protocol", protocol(router)},
-                               {"address", devcore::text(router.family, router.address)},
+                               {"address", mcore::text(router.family, router.address)},
                                {"known_by", known_by(router)},
                                {"left_s", seconds_left(core, router)}}));
     }

@@ -1,4 +1,4 @@
-// What the development core knows, as tables to be read and as JSON: the same for every driver that
+// What the multicast core knows, as tables to be read and as JSON: the same for every driver that
 // the node runs on.
 #pragma once
 
@@ -7,17 +7,17 @@
 #include <string_view>
 #include <vector>
 
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/driver/frame_check.h"
 #include "node/report/json.h"
 
 namespace report {
 
 struct CoreReport {
-    devcore::Counters counters;
-    std::vector<devcore::Membership> memberships;
-    std::vector<devcore::UpstreamGroup> upstream;
-    std::vector<devcore::RouterPort> router_ports;
+    mcore::Counters counters;
+    std::vector<mcore::Membership> memberships;
+    std::vector<mcore::UpstreamGroup> upstream;
+    std::vector<mcore::RouterPort> router_ports;
     std::uint64_t now_us;  // on the core's clock, for ages
 };
 

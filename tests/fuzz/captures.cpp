@@ -1,5 +1,5 @@
 // Fuzzing of captures, for libFuzzer: what reads and merges them, and their replay through the
-// library and the development core, up to the captures that it writes.
+// library and the multicast core, up to the captures that it writes.
 //
 // An input is a byte of choices and then either the bytes of one to three files, or chances from
 // which files are made that can be read, with frames that hold IGMP and MLD.
@@ -26,7 +26,7 @@
 #include "mld/record.h"
 #include "node/capture/capture_driver.h"
 #include "node/capture/capture_error.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/core/state.h"
 #include "node/replay/replay_summary.h"
 #include "platform/protocol_core.h"
@@ -215,7 +215,7 @@ void set_mld_mode(std::uint16_t mode) {
 std::vector<capture::Event> some_events(capture::Driver& driver) {
     std::vector<capture::Event> events;
     for (std::uint32_t left = below(6); left > 0; --left) {
-        const std::uint64_t after_us = below(64) * devcore::kSecond;
+        const std::uint64_t after_us = below(64) * mcore::kSecond;
         if (one_in(4)) {
             events.push_back({after_us, [&driver, id = next_byte()] { driver.set_onu_id(id); }});
         } else if (one_in(8)) {
@@ -348,7 +348,7 @@ struct Choices {
 // Nothing happens between frames that may be years apart: the proxy would ask its hosts for years.
 Choices some_choices(bool is_made, capture::Driver& driver) {
     Choices choices{
-        is_made, one_in(2), one_in(4), below(4) * 100 * devcore::kSecond, one_in(4) ? below(64) : 0,
+        is_made, one_in(2), one_in(4), below(4) * 100 * mcore::kSecond, one_in(4) ? below(64) : 0,
         {}};
     if (is_made) choices.events = some_events(driver);
     return choices;
@@ -365,7 +365,7 @@ void replay_all(capture::Driver& driver, const std::vector<capture::Input>& inpu
                     arguments.output,
                     1,
                     arguments.tail_us,
-                    {devcore::set_clock, devcore::next_timer},
+                    {mcore::set_clock, mcore::next_timer},
                     choices.events});
     mc_debug = mld_debug = choices.debug;
     driver.start();

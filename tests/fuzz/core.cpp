@@ -1,4 +1,4 @@
-// Fuzzing of the development core, for libFuzzer: packets of all versions from all ports, settings,
+// Fuzzing of the multicast core, for libFuzzer: packets of all versions from all ports, settings,
 // limits and time in any order, its neighbours failing at random. After each step what it keeps as
 // counts and merges is made up anew (core_checks.h).
 //
@@ -28,21 +28,21 @@
 
 namespace {
 
-using devcore::Address;
-using devcore::Family;
-using devcore::GroupKey;
-using devcore::kSecond;
 using fuzz::below;
 using fuzz::Bytes;
 using fuzz::one_in;
 using fuzz::one_of;
 using fuzz::some16;
 using fuzz::some32;
+using mcore::Address;
+using mcore::Family;
+using mcore::GroupKey;
+using mcore::kSecond;
 
 constexpr std::uint32_t kLongestPacket = 1978;  // what the core reads at most
 
 fuzz::Switch table;
-devcore::Bounds most;      // the largest that held since the core was empty
+mcore::Bounds most;        // the largest that held since the core was empty
 std::uint32_t ssm_map[5];  // read in place by the core
 
 // ---- The other side of the call-backs -----------------------------------------------------------
@@ -52,13 +52,13 @@ void ask() {
     std::uint8_t words[16];
     switch (below(8)) {
         case 5:
-            static_cast<void>(devcore::memberships());
+            static_cast<void>(mcore::memberships());
             break;
         case 6:
             static_cast<void>(igmp_if_gather_if_status(below(7), sizeof words, words));
             break;
         case 7:
-            static_cast<void>(devcore::next_timer());
+            static_cast<void>(mcore::next_timer());
             break;
         default:
             break;
@@ -66,7 +66,7 @@ void ask() {
 }
 
 std::int32_t change(bool add, std::uint16_t port, std::uint16_t vlan, std::uint32_t tail) {
-    const auto owner = devcore::entry_in_hand();
+    const auto owner = mcore::entry_in_hand();
     must(owner.has_value(), "a call for an entry of no group");
     const std::uint32_t group =
         mc::load_be32(&owner->group[owner->family == Family::kIpv4 ? 0 : 12]);
@@ -94,7 +94,7 @@ void check_sent_igmp(std::uint16_t port, std::span<const std::uint8_t> packet) {
     must(fuzz::checksum(packet.first(kHeader)) == 0, "the header's checksum of a packet sent");
     const auto message = packet.subspan(kHeader);
     must(fuzz::checksum(message) == 0, "the checksum of a message sent");
-    const bool is_upstream = port == devcore::kCoreUplink;
+    const bool is_upstream = port == mcore::kCoreUplink;
     must(message[0] != 0x11 || !is_upstream, "where a query is sent");
     // On user ports it is the report of a host, for a router, with what may stand behind it.
     if (message[0] != 0x22 || !is_upstream) return;
@@ -115,7 +115,7 @@ void check_sent_mld(std::uint16_t port, std::span<const std::uint8_t> packet) {
     const std::uint32_t addresses = fuzz::sum(packet.subspan(8, 32));
     must(fuzz::checksum(message, addresses + length + 58) == 0,
          "the checksum of an MLD message sent");
-    must(message[0] != 130 || port != devcore::kCoreUplink, "where an MLD query is sent");
+    must(message[0] != 130 || port != mcore::kCoreUplink, "where an MLD query is sent");
 }
 
 extern "C" {
@@ -184,7 +184,7 @@ struct Counts {
 };
 
 Counts counts() {
-    const devcore::Counters now = devcore::counters();
+    const mcore::Counters now = mcore::counters();
     return {std::accumulate(now.received.begin(), now.received.end(), std::uint64_t{0}),
             std::accumulate(now.drops.begin(), now.drops.end(), std::uint64_t{0})};
 }
@@ -226,13 +226,13 @@ void mld_comes() {
 void time_passes() {
     static constexpr std::uint64_t kSteps[] = {
         kSecond, 0, 1, 2 * kSecond, 10 * kSecond, 125 * kSecond, 260 * kSecond};
-    std::uint64_t now = devcore::core().now_us + one_of(kSteps);
-    const auto next = devcore::next_timer();
+    std::uint64_t now = mcore::core().now_us + one_of(kSteps);
+    const auto next = mcore::next_timer();
     if (next && one_in(2) && *next < now + 1000 * kSecond) now = *next;
-    const std::uint64_t reached = std::max(now, devcore::core().now_us);
-    devcore::set_clock(now);
-    must(devcore::core().now_us == reached, "the clock");
-    must(!devcore::next_timer() || *devcore::next_timer() > now, "a timer that was due");
+    const std::uint64_t reached = std::max(now, mcore::core().now_us);
+    mcore::set_clock(now);
+    must(mcore::core().now_us == reached, "the clock");
+    must(!mcore::next_timer() || *mcore::next_timer() > now, "a timer that was due");
     std::uint32_t told = 0;
     must(igmp_time_now(&told) == 0 && told == static_cast<std::uint32_t>(reached / kSecond),
          "the time told");
@@ -286,8 +286,8 @@ void change_control_list(bool oam) {
     const std::uint32_t action = one_in(8) ? below(4) : below(2);
     const std::uint16_t vlan = one_in(4) ? some_vlan() : std::uint16_t{4088};
     const std::uint32_t group = 0xEF010100 + below(8);
-    const devcore::ControlList& list = devcore::find_port(port)->control_list;
-    std::set<devcore::VlanGroup> expected;
+    const mcore::ControlList& list = mcore::find_port(port)->control_list;
+    std::set<mcore::VlanGroup> expected;
     for (const auto& [first, last] : list) {
         for (std::uint32_t at = first.second; at <= last; ++at) expected.insert({first.first, at});
     }
@@ -306,7 +306,7 @@ void change_control_list(bool oam) {
     for (const auto& [first, last] : list) held += last - first.second + 1;
     must(held == expected.size(), "how many groups are on a control list");
     for (const auto& each : expected)
-        must(devcore::is_on_list(list, each), "a group is lost off its list");
+        must(mcore::is_on_list(list, each), "a group is lost off its list");
 }
 
 constexpr Step kPortSettings[] = {
@@ -350,10 +350,10 @@ void raise(std::uint32_t& highest, std::uint32_t bound) { highest = std::max(hig
 
 // What is there stays, whatever the bound is then.
 void bounds_change() {
-    const devcore::Bounds bounds{
+    const mcore::Bounds bounds{
         some_bound(), some_bound(), some_bound(), some_bound(), some_bound() + below(20),
         some_bound()};
-    devcore::set_bounds(bounds);
+    mcore::set_bounds(bounds);
     raise(most.sources_per_host, bounds.sources_per_host);
     raise(most.sources_per_group, bounds.sources_per_group);
     raise(most.hosts_per_group, bounds.hosts_per_group);
@@ -401,7 +401,7 @@ constexpr Step kDebugSwitches[] = {
     [] { status(mld_set_mld_debug(below(64), some_port())); },
     [] { igmpv3_rcv = below(2); },
     [] { igmpv3_snd = below(2); },
-    [] { devcore::link_down(some_port()); },
+    [] { mcore::link_down(some_port()); },
     [] { status(test_igmp_report_v2_l3(static_cast<std::uint16_t>(some_port()), some_vlan())); },
     [] { status(test_igmp_leave_v2_l3(static_cast<std::uint16_t>(some_port()), some_vlan())); },
 };
@@ -412,7 +412,7 @@ constexpr Step kDebugSwitches[] = {
 void status_is_gathered() {
     const std::uint32_t size = one_in(4) ? 512 * 25 + 4 : below(120);
     const std::unique_ptr<std::uint8_t[]> room(new std::uint8_t[size]);
-    const std::uint32_t port = one_in(2) ? devcore::kAllPorts : some_port();
+    const std::uint32_t port = one_in(2) ? mcore::kAllPorts : some_port();
     std::int32_t length = igmp_gather_grp_info(port, size, room.get());
     must(length >= 0 && static_cast<std::uint32_t>(length) <= size, "the length of a group dump");
     if (length > 0) {
@@ -427,16 +427,15 @@ void status_is_gathered() {
 
 // The tables as others see them.
 void memberships_are_listed() {
-    const auto all = devcore::memberships();
-    must(all.size() == devcore::core().groups.size(), "how many memberships are listed");
-    auto held = devcore::core().groups.begin();
-    for (const devcore::Membership& one : all) {
+    const auto all = mcore::memberships();
+    must(all.size() == mcore::core().groups.size(), "how many memberships are listed");
+    auto held = mcore::core().groups.begin();
+    for (const mcore::Membership& one : all) {
         const auto& [key, group] = *held++;
         must(key == GroupKey{one.port, one.vlan, one.family, one.group}, "a membership listed");
         must(one.reporters.size() == group.hosts.size(), "the reporters listed");
         must(one.programmed == group.programmed, "the entry listed");
-        must(!group.last_members || !group.hosts.empty() ||
-                 *one.expires_us >= devcore::core().now_us,
+        must(!group.last_members || !group.hosts.empty() || *one.expires_us >= mcore::core().now_us,
              "a leave that ended in the past");
     }
 }
@@ -458,15 +457,15 @@ void declare_ports() {
         igmp_port_add_all_vlan(port);
         mld_port_conf_set(port, 2);
     }
-    igmp_port_add_all_vlan(devcore::kCoreUplink);
-    mld_port_conf_set(devcore::kUplinkNumber, 1);
+    igmp_port_add_all_vlan(mcore::kCoreUplink);
+    mld_port_conf_set(mcore::kUplinkNumber, 1);
 }
 
 // At times nobody registers: the core then asks for no entry, and sends nothing.
 void begin_anew() {
     status(igmp_data_init());
     table = {};
-    most = devcore::bounds();
+    most = mcore::bounds();
     table.was_asked = !one_in(16);
     if (!table.was_asked) return;
     register_call_backs();
@@ -493,14 +492,14 @@ void any_start() {
 // As after loading.
 void start_over() {
     igmp_data_init();
-    devcore::reset();
-    devcore::set_bounds({});
+    mcore::reset();
+    mcore::set_bounds({});
     static_cast<void>(pal_mrecord_range_set(0, UINT32_MAX));
     std::ranges::fill(ssm_map, 0);
     begin_anew();
-    devcore::set_clock(1000 * kSecond);
+    mcore::set_clock(1000 * kSecond);
     if (one_in(2)) bounds_change();
-    most = devcore::bounds();
+    most = mcore::bounds();
 }
 
 template <class Steps>

@@ -16,19 +16,19 @@
 namespace fuzz {
 namespace {
 
-using devcore::Address;
-using devcore::core;
-using devcore::Family;
-using devcore::Filter;
-using devcore::Group;
-using devcore::GroupKey;
-using devcore::Host;
-using devcore::Port;
-using devcore::Tally;
-using devcore::Upstream;
-using devcore::UpstreamKey;
-using devcore::VlanGroup;
-using devcore::Votes;
+using mcore::Address;
+using mcore::core;
+using mcore::Family;
+using mcore::Filter;
+using mcore::Group;
+using mcore::GroupKey;
+using mcore::Host;
+using mcore::Port;
+using mcore::Tally;
+using mcore::Upstream;
+using mcore::UpstreamKey;
+using mcore::VlanGroup;
+using mcore::Votes;
 
 // What a host wants, or a question holds as if one did.
 struct Wish {
@@ -40,7 +40,7 @@ using Wishes = std::vector<Wish>;
 
 void add_questions(Wishes& wishes, const Group& group) {
     if (!group.last_members) return;
-    for (const devcore::Question& question : group.last_members->questions) {
+    for (const mcore::Question& question : group.last_members->questions) {
         wishes.push_back({question.is_of_group,
                           question.version,
                           {question.sources.begin(), question.sources.end()}});
@@ -95,7 +95,7 @@ bool equal(const Tally& a, const Tally& b) {
 
 // ---- Groups -------------------------------------------------------------------------------------
 
-void check_host(const Host& host, const devcore::Bounds& most) {
+void check_host(const Host& host, const mcore::Bounds& most) {
     must(host.exclude || !host.sources.empty(), "a host is kept that holds nothing");
     must(host.version >= 1 && host.version <= 3, "a host's version");
     must(host.sources.size() <= most.sources_per_host, "sources of a host are beyond the bound");
@@ -108,7 +108,7 @@ void check_pieces(const Group& group) {
     }
     must(group.pieces.size() == expected, "not each host and source ages once");
     std::uint64_t before = 0;
-    for (const devcore::Piece& piece : group.pieces) {
+    for (const mcore::Piece& piece : group.pieces) {
         must(piece.heard_us >= before && piece.heard_us <= core().now_us, "the order of ageing");
         before = piece.heard_us;
         const auto host = group.hosts.find(*piece.host);
@@ -130,9 +130,9 @@ void check_tally(const Group& group) {
 }
 
 std::optional<std::uint64_t> age_due(const GroupKey& key, const Group& group) {
-    const auto interval = devcore::membership_interval(key.family);
+    const auto interval = mcore::membership_interval(key.family);
     if (!interval || group.pieces.empty()) return std::nullopt;
-    return std::max(group.pieces.front().heard_us, devcore::age_switch(key.family).since_us) +
+    return std::max(group.pieces.front().heard_us, mcore::age_switch(key.family).since_us) +
            *interval;
 }
 
@@ -145,7 +145,7 @@ void check_timers(const GroupKey& key, const Group& group) {
     must(!group.hosts.empty() || group.last_members, "a group that nobody wants or is asked for");
     if (!group.last_members) return;
     must(!group.last_members->questions.empty(), "an empty list of questions");
-    for (const devcore::Question& question : group.last_members->questions) {
+    for (const mcore::Question& question : group.last_members->questions) {
         must(question.timer && all.contains(*question.timer), "the timer of a question");
         must(question.is_of_group || !question.sources.empty(), "a question about nothing");
     }
@@ -163,28 +163,28 @@ void check_questions(const Group& group) {
 }
 
 bool is_in_ranges(const Port& port, std::uint16_t vlan, std::uint32_t group) {
-    return std::ranges::any_of(port.ranges, [&](const devcore::AuthRange& range) {
-        return (range.vlan == vlan || range.vlan == devcore::kEveryVlan) && range.start <= group &&
+    return std::ranges::any_of(port.ranges, [&](const mcore::AuthRange& range) {
+        return (range.vlan == vlan || range.vlan == mcore::kEveryVlan) && range.start <= group &&
                group <= range.end;
     });
 }
 
 void check_authorised(const GroupKey& key, const Port& port) {
-    const devcore::Settings& settings = core().settings;
-    must(key.vlan == devcore::default_vid(key.family) || settings.vlans.contains(key.vlan),
+    const mcore::Settings& settings = core().settings;
+    must(key.vlan == mcore::default_vid(key.family) || settings.vlans.contains(key.vlan),
          "a membership in a VLAN that is not there");
     if (key.family != Family::kIpv4) return;
-    const VlanGroup place{key.vlan, devcore::to_ipv4(key.group)};
+    const VlanGroup place{key.vlan, mcore::to_ipv4(key.group)};
     must(!port.range_auth || is_in_ranges(port, place.first, place.second),
          "a membership outside the port's ranges");
     must(settings.private_list.empty() || settings.private_list.contains(place),
          "a membership that is not on the private list");
-    must(port.control_list.empty() || devcore::is_on_list(port.control_list, place),
+    must(port.control_list.empty() || mcore::is_on_list(port.control_list, place),
          "a membership that is not on the control list");
 }
 
-void check_group(const GroupKey& key, const Group& group, const devcore::Bounds& most) {
-    const Port* const port = devcore::find_port(key.port);
+void check_group(const GroupKey& key, const Group& group, const mcore::Bounds& most) {
+    const Port* const port = mcore::find_port(key.port);
     must(port != nullptr && !port->is_uplink, "a membership of no user port");
     must(is_multicast(key.family, key.group) && !is_link_local_group(key.family, key.group),
          "a membership in no group that can be joined");
@@ -228,7 +228,7 @@ Sums sums_of(const Port& port) {
     return sums;
 }
 
-void check_control_list(const devcore::ControlList& list) {
+void check_control_list(const mcore::ControlList& list) {
     const std::pair<const VlanGroup, std::uint32_t>* before = nullptr;
     for (const auto& range : list) {
         must(range.first.second <= range.second, "a range of a control list ends before it begins");
@@ -239,7 +239,7 @@ void check_control_list(const devcore::ControlList& list) {
     }
 }
 
-void check_port(const Port& port, const devcore::Bounds& most) {
+void check_port(const Port& port, const mcore::Bounds& most) {
     const Sums sums = sums_of(port);
     must(sums.groups == port.groups, "the groups of a port");
     must(sums.mld_groups == port.mld_groups, "the MLD groups of a port");
@@ -258,18 +258,18 @@ void check_port(const Port& port, const devcore::Bounds& most) {
 std::map<UpstreamKey, std::vector<const Group*>> members_upstream() {
     std::map<UpstreamKey, std::vector<const Group*>> members;
     for (const auto& [key, group] : core().groups) {
-        if (devcore::is_proxy(key.family)) members[upstream_key(key)].push_back(&group);
+        if (mcore::is_proxy(key.family)) members[upstream_key(key)].push_back(&group);
     }
     return members;
 }
 
-bool runs(const std::optional<devcore::Timers::Id>& timer) {
+bool runs(const std::optional<mcore::Timers::Id>& timer) {
     return timer && core().timers.all().contains(*timer);
 }
 
 void check_routers() {
     for (const auto& [link, router] : core().routers) {
-        must(devcore::is_proxy(link.family), "a router outside proxy mode");
+        must(mcore::is_proxy(link.family), "a router outside proxy mode");
         for (const auto& timer : router.older_present) {
             must(!timer || runs(timer), "the timer of an older querier");
         }
@@ -283,9 +283,9 @@ void check_repeated() {
         const auto router = core().routers.find(key.link);
         must(router != core().routers.end() && runs(router->second.repeat_timer),
              "a change that nobody will repeat");
-        must(devcore::reports_left(change) > 0, "a change that is repeated no more");
-        const devcore::SourceToRepeat* before = nullptr;
-        for (const devcore::SourceToRepeat& one : change.sources) {
+        must(mcore::reports_left(change) > 0, "a change that is repeated no more");
+        const mcore::SourceToRepeat* before = nullptr;
+        for (const mcore::SourceToRepeat& one : change.sources) {
             must(one.times > 0, "a source that is repeated no more");
             must(before == nullptr || before->source < one.source, "the order of sources repeated");
             before = &one;
@@ -337,7 +337,7 @@ void check_queries() {
     const auto& all = core().timers.all();
     for (const Family family : {Family::kIpv4, Family::kIpv6}) {
         const auto& timer = core().query_rounds[family == Family::kIpv4 ? 0 : 1].timer;
-        must(devcore::is_proxy(family) == timer.has_value(), "whether general queries are sent");
+        must(mcore::is_proxy(family) == timer.has_value(), "whether general queries are sent");
         must(!timer || all.contains(*timer), "the query timer");
     }
 }
@@ -347,7 +347,7 @@ void check_user_routers() {
     std::map<std::uint32_t, std::size_t> of_port;
     for (const auto& [key, timer] : core().user_routers) {
         must(timer && core().timers.all().contains(*timer), "a router that does not age");
-        must(key.port < devcore::kUserPorts && key.address != Address{}, "a router that is none");
+        must(key.port < mcore::kUserPorts && key.address != Address{}, "a router that is none");
         must(++of_port[key.port] <= kMostOfPort, "routers of a port are beyond the bound");
     }
 }
@@ -360,7 +360,7 @@ void check_switch(const Switch& table) {
         if (group.programmed) believed.insert(key);
     }
     must(believed == table.entries, "what the core believes to be in the switch");
-    const devcore::Counters& counters = core().counters;
+    const mcore::Counters& counters = core().counters;
     must(counters.entries_added == table.added, "the count of entries added");
     must(counters.entries_removed == table.removed, "the count of entries removed");
     must(!table.was_asked || counters.add_failures == table.add_failures,
@@ -370,7 +370,7 @@ void check_switch(const Switch& table) {
 
 }  // namespace
 
-void check_core(const Switch* table, const devcore::Bounds& most) {
+void check_core(const Switch* table, const mcore::Bounds& most) {
     for (const auto& [key, group] : core().groups) check_group(key, group, most);
     for (const Port& port : core().ports) check_port(port, most);
     check_upstream();

@@ -1,4 +1,4 @@
-// What the development core promises about its tables, looked at from beside: everything that it
+// What the multicast core promises about its tables, looked at from beside: everything that it
 // keeps as a count or a merge is made up anew from the hosts.
 #pragma once
 
@@ -10,7 +10,7 @@ namespace fuzz {
 
 // The switch as the call-backs were told of it.
 struct Switch {
-    std::set<devcore::GroupKey> entries;
+    std::set<mcore::GroupKey> entries;
     std::uint64_t added = 0;
     std::uint64_t removed = 0;
     std::uint64_t add_failures = 0;
@@ -20,6 +20,6 @@ struct Switch {
 
 // Ends the run when something does not hold. No port or group has more than `most` says; the switch
 // is null where somebody else answers for it.
-void check_core(const Switch* table, const devcore::Bounds& most);
+void check_core(const Switch* table, const mcore::Bounds& most);
 
 }  // namespace fuzz

@@ -12,7 +12,7 @@
 #include "adapt/adapt.h"
 #include "adapt/status_segment.h"
 #include "igmp/igmp.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "tests/fuzz/chances.h"
 #include "tests/fuzz/fresh_library.h"
@@ -41,9 +41,9 @@ namespace fuzz {
 void start_node(driver::Driver& driver, std::uint64_t now_us) {
     driver::use(driver);
     unload_library();
-    devcore::reset();
-    devcore::set_bounds({});
-    devcore::set_clock(now_us);
+    mcore::reset();
+    mcore::set_bounds({});
+    mcore::set_clock(now_us);
     must(igmp_data_init() == 0 && mld_data_init() == 0, "the core starts");
     must(adapt_init() == 0, "the library starts");
 }

@@ -1,4 +1,4 @@
-// The library over the development core and a driver, in one process without tasks.
+// The library over the multicast core and a driver, in one process without tasks.
 #pragma once
 
 #include "node/driver/driver.h"

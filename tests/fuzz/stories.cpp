@@ -1,6 +1,6 @@
 // Fuzzing of files of timed commands, for libFuzzer: a file is read as a whole, or refused in one
 // line that names the place. What was read runs in the order of its times, through the library and
-// the development core.
+// the multicast core.
 //
 // An input is such a file.
 #include <algorithm>
@@ -16,7 +16,7 @@
 #include "command/config_commands.h"
 #include "common/bytes.h"
 #include "node/command_file.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "node/core/state.h"
 #include "node/report/printable.h"
 #include "node/usage_error.h"
@@ -128,10 +128,10 @@ bool is_long_walk(const replay::TimedCommand& command) {
 }
 
 void run(const Story& story) {
-    constexpr std::uint64_t kLongestPause = 300 * devcore::kSecond;
+    constexpr std::uint64_t kLongestPause = 300 * mcore::kSecond;
     static Quiet driver;
     driver.set_onu_id(1);
-    fuzz::start_node(driver, devcore::kSecond);
+    fuzz::start_node(driver, mcore::kSecond);
     std::size_t ran = 0;
     const auto events = replay::events_of(story, [&ran] { ++ran; });
     must(events.size() == story.size(), "an event for each command");
@@ -140,7 +140,7 @@ void run(const Story& story) {
         must(events[i].after_us >= before, "commands in the order of their times");
         const std::uint64_t pause = events[i].after_us - before;
         before = events[i].after_us;
-        devcore::set_clock(devcore::core().now_us + std::min(pause, kLongestPause));
+        mcore::set_clock(mcore::core().now_us + std::min(pause, kLongestPause));
         if (is_long_walk(story[i])) continue;
         const std::size_t ran_before = ran;
         events[i].run();

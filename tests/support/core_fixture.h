@@ -1,4 +1,4 @@
-// The development core between a test's packets and its call-backs: a fixture, the hosts and groups
+// The multicast core between a test's packets and its call-backs: a fixture, the hosts and groups
 // of its tests, and what the core has sent and asked of the switch.
 #pragma once
 
@@ -11,14 +11,14 @@
 #include <vector>
 
 #include "common/bytes.h"
-#include "node/core/development_core.h"
+#include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
 
 namespace core_fixture {
 
-using devcore::Drop;
-using devcore::Membership;
+using mcore::Drop;
+using mcore::Membership;
 using namespace core_packets;  // NOLINT(google-build-using-namespace): a vocabulary
 
 inline constexpr std::uint64_t kSecond = 1'000'000;
@@ -99,13 +99,13 @@ inline void send_mld(std::uint8_t* packet, std::uint16_t port, void* tag, std::u
 class Core : public ::testing::Test {
  protected:
     void SetUp() override {
-        devcore::reset();
+        mcore::reset();
         entries.clear();
         sent.clear();
         add_answer = 0;
         remove_answer = 0;
         now_ = 1000 * kSecond;
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
         igmp_data_init();
         mld_data_init();
         igmp_register_switch_send_pkt(send_igmp);
@@ -121,7 +121,7 @@ class Core : public ::testing::Test {
         igmp_port_add_all_vlan(kUplink);
         mld_port_conf_set(29, 1);
         igmp_globle_proxyip_set(kProxyIp);
-        devcore::set_clock(now_);  // the queries of a node that starts are not the matter here
+        mcore::set_clock(now_);  // the queries of a node that starts are not the matter here
         sent.clear();
     }
 
@@ -142,21 +142,19 @@ class Core : public ::testing::Test {
 
     void wait(std::uint64_t us) {
         now_ += us;
-        devcore::set_clock(now_);
+        mcore::set_clock(now_);
     }
     void wait_seconds(std::uint64_t seconds) { wait(seconds * kSecond); }
 
     std::uint64_t now_ = 0;
 };
 
-inline std::string group_text(const Membership& one) {
-    return devcore::text(one.family, one.group);
-}
+inline std::string group_text(const Membership& one) { return mcore::text(one.family, one.group); }
 
 /* "2/4088 239.1.1.1" of each membership. */
 inline std::vector<std::string> held() {
     std::vector<std::string> all;
-    for (const Membership& one : devcore::memberships()) {
+    for (const Membership& one : mcore::memberships()) {
         all.push_back(std::to_string(one.port) + "/" + std::to_string(one.vlan) + " " +
                       group_text(one));
     }
@@ -165,16 +163,16 @@ inline std::vector<std::string> held() {
 
 using Texts = std::vector<std::string>;
 
-inline std::uint64_t drops(Drop reason) { return devcore::counters()[reason]; }
+inline std::uint64_t drops(Drop reason) { return mcore::counters()[reason]; }
 
 inline std::vector<SentPacket> taken(std::vector<SentPacket>& list) {
     return std::exchange(list, {});
 }
 
-inline Texts texts(const Membership& one, const std::vector<devcore::Address>& addresses) {
+inline Texts texts(const Membership& one, const std::vector<mcore::Address>& addresses) {
     Texts all;
-    for (const devcore::Address& address : addresses) {
-        all.push_back(devcore::text(one.family, address));
+    for (const mcore::Address& address : addresses) {
+        all.push_back(mcore::text(one.family, address));
     }
     return all;
 }

@@ -1,4 +1,4 @@
-// Packets for the tests of the development core, put together in pieces.
+// Packets for the tests of the multicast core, put together in pieces.
 #pragma once
 
 #include <array>

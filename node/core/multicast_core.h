@@ -1,10 +1,11 @@
-// The development core. It stands in for the closed protocol core, so that the library runs on any
-// machine: it defines all of platform/protocol_core.h and platform/pal.h, after the RFCs and what
-// these headers promise. What they leave open is settled here as its files say, and need not be
-// what the closed core does.
+// The multicast core: IGMP and MLD of a snooping switch, a proxy and a querier. It takes the place
+// of the closed protocol core, so that the library runs on any machine: it defines all of
+// platform/protocol_core.h and platform/pal.h, after the RFCs and what these headers promise. What
+// they leave open is settled here as its files say, and need not be what the closed core does.
+// docs/rfc.md holds it against the RFCs, statement by statement.
 //
 // This header is what it offers besides: its clock, and a look into its tables and counters. Only
-// the development node and the tests use it. All functions may be called from any thread.
+// the node and the tests use it. All functions may be called from any thread.
 #pragma once
 
 #include <array>
@@ -16,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-namespace devcore {
+namespace mcore {
 
 // ---- Clock --------------------------------------------------------------------------------------
 
@@ -261,4 +262,4 @@ struct Counters {
 
 [[nodiscard]] Counters counters();
 
-}  // namespace devcore
+}  // namespace mcore
