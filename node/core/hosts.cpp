@@ -18,11 +18,13 @@ bool holds(const Host& host) { return host.exclude || !host.sources.empty(); }
 void count_votes(const Books& books, const Address& source, bool exclude, std::int32_t more) {
     const Votes votes = exclude ? Votes{0, more} : Votes{more, 0};
     add_votes(books.group.tally, source, votes);
+    books.group.wants_changed = true;
     if (books.upstream != nullptr) add_votes(*books.upstream, source, votes);
 }
 
 void count_excluding(const Books& books, std::int32_t more) {
     books.group.tally.excluding += more;
+    books.group.wants_changed = true;
     if (books.upstream != nullptr) books.upstream->tally.excluding += more;
 }
 

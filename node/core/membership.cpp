@@ -8,6 +8,7 @@
 #include "node/core/address.h"
 #include "node/core/admission.h"
 #include "node/core/bounds.h"
+#include "node/core/entry_filter.h"
 #include "node/core/hosts.h"
 #include "node/core/last_members.h"
 #include "node/core/upstream.h"
@@ -62,17 +63,25 @@ bool change_entry(Change change, const GroupKey& key, Entry entry) {
 }
 
 // Of the call that this thread is in.
-thread_local const GroupKey* key_in_hand = nullptr;
+struct InHand;
+thread_local const InHand* now_in_hand = nullptr;
 
 struct InHand {
-    explicit InHand(const GroupKey& key) { key_in_hand = &key; }
-    ~InHand() { key_in_hand = nullptr; }
+    InHand(const GroupKey& key_of_entry, const Filter* filter_of_entry)
+        : key(key_of_entry), filter(filter_of_entry) {
+        now_in_hand = this;
+    }
+    ~InHand() { now_in_hand = nullptr; }
     InHand(const InHand&) = delete;
     InHand& operator=(const InHand&) = delete;
+
+    const GroupKey& key;
+    const Filter* filter;  // null when the entry goes
 };
 
-bool change_entry(const GroupKey& key, bool add) {
-    const InHand in_hand(key);
+bool change_entry(const GroupKey& key, const Filter* filter) {
+    const InHand in_hand(key, filter);
+    const bool add = filter != nullptr;
     const CallBacks& call = core().call_backs;
     if (key.family == Family::kIpv4) {
         IgmpGroupEntry entry{};
@@ -99,7 +108,7 @@ void note_programmed(const GroupKey& key, Group& group, bool programmed) {
 
 void unprogram(const GroupKey& key) {
     Counters& counters = core().counters;
-    const bool removed = change_entry(key, false);
+    const bool removed = change_entry(key, nullptr);
     ++(removed ? counters.entries_removed : counters.remove_failures);
     trace(removed ? Trace::kEntries : Trace::kDrops, place_of(key),
           [&] { return "entry of " + group_text(key) + (removed ? " removed" : " not removed"); });
@@ -108,9 +117,11 @@ void unprogram(const GroupKey& key) {
 // ---- Memberships --------------------------------------------------------------------------------
 
 // The stream waits for the entry, so that comes before all that is to be remembered.
-Group& add_group(const GroupKey& key) {
-    const bool programmed = change_entry(key, true);
+Group& add_group(const GroupKey& key, const Record& record) {
+    Filter filter = first_filter(record);
+    const bool programmed = change_entry(key, &filter);
     Group& group = core().groups[key];
+    group.filter = std::move(filter);
     group.joined_us = core().now_us;
     Port& port = *find_port(key.port);
     if (key.family == Family::kIpv4) {
@@ -151,9 +162,14 @@ void remove_group(const GroupKey& key, const char* why) {
 bool is_over(const Group& group) { return group.hosts.empty() && !group.last_members; }
 
 // The hosts want something else together, perhaps.
+void tell_wants(const GroupKey& key, Group& group) {
+    tell_filter(key, group);
+    upstream_changed(key);
+}
+
 void refresh(const GroupKey& key, Group& group) {
     arm_ageing(key, group);
-    upstream_changed(key);
+    tell_wants(key, group);
 }
 
 void settle_as(const GroupKey& key, Group& group, const char* why) {
@@ -278,15 +294,15 @@ void take_record(const Reporter& from, const Record& received) {
         if (group != nullptr && is_over(*group)) {
             remove_group(key, "left");
         } else if (group != nullptr) {
-            upstream_changed(key);  // for a question that made room in vain
+            tell_wants(key, *group);  // for a question that made room in vain
         }
         return;
     }
     if (group != nullptr) {
         const bool is_wanting = joins(record) && !group->programmed;
-        if (is_wanting) note_programmed(key, *group, change_entry(key, true));
+        if (is_wanting) note_programmed(key, *group, change_entry(key, &group->filter));
     } else {
-        group = &add_group(key);
+        group = &add_group(key, record);
     }
     update(key, *group, from, record);
 }
@@ -380,9 +396,9 @@ std::vector<Membership> memberships() {
 }
 
 std::optional<EntryOwner> entry_in_hand() {
-    if (key_in_hand == nullptr) return std::nullopt;
-    return EntryOwner{key_in_hand->port, key_in_hand->vlan, key_in_hand->family,
-                      key_in_hand->group};
+    if (now_in_hand == nullptr) return std::nullopt;
+    const Filter* const filter = now_in_hand->filter;
+    return owner_of(now_in_hand->key, filter == nullptr ? Filter{true, {}} : *filter);
 }
 
 std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group) {

@@ -122,18 +122,37 @@ struct UpstreamGroup {
 // All of them, sorted by family, VLAN and group.
 [[nodiscard]] std::vector<UpstreamGroup> upstream_groups();
 
+// Which sources are wanted: those listed, or all others (RFC 3376, 3).
+struct Filter {
+    bool exclude = false;
+    std::vector<Address> sources;  // sorted
+
+    bool operator==(const Filter&) const = default;
+};
+
+inline bool wants_all(const Filter& filter) { return filter.exclude && filter.sources.empty(); }
+
 // What an entry of the switch is for.
 struct EntryOwner {
     std::uint32_t port = 0;
     std::uint16_t vlan = 0;
     Family family = Family::kIpv4;
     Address group{};
+    Filter filter{true, {}};  // see watch_filters; nothing is meant by it when the entry goes
 };
 
 // For a driver whose entries are by group: the call for an entry carries the MAC address only,
 // which several groups share. Inside such a call this is the group that the core makes or removes
 // the entry for; nothing when the call comes from elsewhere.
 [[nodiscard]] std::optional<EntryOwner> entry_in_hand();
+
+// For a driver whose entries are by source too. A membership's filter is what its hosts want
+// together, and what they have given up while others are still asked for it. changed is called with
+// each membership in the switch whose filter has become another one, those that are there already
+// at once, on the thread that caused it. It must not call the core. An entry that is being made has
+// its first filter in hand. A filter that says more than most_sources counts as one that wants
+// all, and so does every filter while nobody watches. An empty function ends it.
+void watch_filters(std::size_t most_sources, std::function<void(const EntryOwner& owner)> changed);
 
 // ---- Links --------------------------------------------------------------------------------------
 

@@ -131,6 +131,8 @@ struct Group {
     Address last_reporter{};
     std::uint64_t joined_us = 0;
     bool programmed = false;
+    bool wants_changed = false;   // since the filter was last made up
+    Filter filter{true, {}};      // as the switch is told (entry_filter.h)
     std::uint32_t bandwidth = 0;  // as it was imputed when the group was joined
     std::optional<Timers::Id> age_timer;
 };

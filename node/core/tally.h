@@ -6,19 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <vector>
 
 #include "node/core/multicast_core.h"
 
 namespace mcore {
-
-// Which sources are wanted: those listed, or all others (RFC 3376, 3).
-struct Filter {
-    bool exclude = false;
-    std::vector<Address> sources;  // sorted
-
-    bool operator==(const Filter&) const = default;
-};
 
 // How many hosts name a source, or how many more.
 struct Votes {
