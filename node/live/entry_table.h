@@ -3,6 +3,11 @@
 // is for a port and a group and holds for every VLAN, so it stands for as long as one VLAN needs
 // it.
 //
+// An entry has a source filter, which is what its VLANs want together. The kernel forwards a source
+// that any port lists by an entry for (group, source), to which it adds the ports that want all
+// others. When a port gives such a source up while another one lists it still, the kernel takes the
+// ports that it has added out again: they are put back.
+//
 // What cannot stand in the database at the moment, because the bridge or the port is not there, is
 // remembered and put back later.
 #pragma once
@@ -12,8 +17,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "node/driver/ports.h"
 #include "node/live/multicast_database.h"
@@ -35,11 +41,15 @@ enum class EntryState : std::uint8_t {
 };
 
 struct Entry {
-    std::set<std::uint16_t> vlans;  // that need it; never empty
+    std::map<std::uint16_t, mcore::Filter> vlans;  // that need it; never empty
     EntryState state = EntryState::kAbsent;
+    mcore::Filter filter;  // in the database, while the entry is ours
 };
 
 using Entries = std::map<EntryKey, Entry>;
+
+// What the VLANs want together.
+[[nodiscard]] mcore::Filter wanted(const Entry& entry);
 
 class EntryTable {
  public:
@@ -52,8 +62,13 @@ class EntryTable {
     void use_port(std::size_t slot, int index, const std::string& called);
 
     // True when the database has the entry, or has it no more.
-    [[nodiscard]] bool set(std::size_t slot, const Group& group, std::uint16_t vlan);
+    [[nodiscard]] bool set(std::size_t slot, const Group& group, std::uint16_t vlan,
+                           const mcore::Filter& filter);
     [[nodiscard]] bool remove(std::size_t slot, const Group& group, std::uint16_t vlan);
+
+    // The VLAN of an entry wants something else now.
+    void change(std::size_t slot, const Group& group, std::uint16_t vlan,
+                const mcore::Filter& filter);
 
     // Compares with the database and puts back what is missing there; how many entries that were.
     std::size_t put_back();
@@ -72,11 +87,22 @@ class EntryTable {
         std::string called;
     };
 
-    [[nodiscard]] int program(const EntryKey& key, EntryState& state);
+    // What takes room in the database: a group, or with a source (not all 0) a source of a group.
+    using Taken = std::pair<Group, mcore::Address>;
+
+    [[nodiscard]] int program(const EntryKey& key, Entry& entry);
+    [[nodiscard]] int add(int port, const Group& group, const mcore::Filter& filter);
+    void refit(const EntryKey& key, Entry& entry);
+    void reinstate_others(const Group& group, const std::vector<mcore::Address>& given_up);
     void leave_out(const EntryKey& key, std::uint16_t vlan, int error);
+    [[nodiscard]] mcore::Filter fitting(const Group& group, const Entry& entry);
     [[nodiscard]] bool is_for_good(int port, const Group& group);
-    [[nodiscard]] bool has_room_for(const Group& group);
+    [[nodiscard]] bool has_room_for(const Group& group, const mcore::Filter& filter);
+    [[nodiscard]] std::size_t room_needed(const Group& group, const mcore::Filter& filter) const;
+    void take_room(const Group& group, const mcore::Filter& filter);
+    void give_room_back(const Group& group, const mcore::Filter& filter);
     void count_others();
+    void say_no_sources();
     void say_refused(const EntryKey& key, int error);
     void note_absences();
 
@@ -87,9 +113,10 @@ class EntryTable {
     std::uint32_t room_ = 0;
     driver::PerPort<Port> ports_;
     Entries entries_;
-    std::map<Group, std::size_t> groups_;  // ours in the database, with the number of ports
-    std::size_t others_ = 0;               // groups of others, when they were last counted
+    std::map<Taken, std::size_t> taken_;  // by ours in the database, with the number of ports
+    std::size_t others_ = 0;              // what others take, when it was last counted
     std::chrono::steady_clock::time_point counted_;
+    bool said_no_sources_ = false;
     bool said_refused_ = false;  // until the database takes an entry again
     bool overflowed_ = false;
 };

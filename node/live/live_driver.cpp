@@ -45,6 +45,8 @@ void listen_to(int epoll, int descriptor, std::uint64_t number) {
     }
 }
 
+Group group_of(const mcore::EntryOwner& owner) { return {owner.family, owner.group}; }
+
 }  // namespace
 
 LiveDriver::LiveDriver(const std::string& bridge, const std::vector<PortInterface>& ports,
@@ -107,6 +109,14 @@ void LiveDriver::set_router_port(std::uint32_t port, bool is_router) {
     if (slot && !ended_) bridge_.set_router_port(*slot, is_router);
 }
 
+void LiveDriver::set_filter(const mcore::EntryOwner& owner) {
+    const std::lock_guard lock(mutex_);
+    const auto slot = driver::slot_of_port(owner.port);
+    if (!slot || ended_) return;
+    bridge_.entries().change(*slot, group_of(owner), owner.vlan, owner.filter);
+    if (bridge_.entries().take_overflow()) bridge_.recover_from_overflow();
+}
+
 driver::MacAddress LiveDriver::bridge_mac() {
     const std::lock_guard lock(mutex_);
     return bridge_.mac();
@@ -119,10 +129,14 @@ Report LiveDriver::report() {
     report.ports = counters_;
     report.send_invalid_port = send_invalid_port_;
     for (const auto& [key, entry] : bridge_.entries().entries()) {
-        report.entries.push_back({driver::port_of_slot(key.slot),
-                                  key.group,
-                                  {entry.vlans.begin(), entry.vlans.end()},
-                                  entry.state});
+        const bool is_ours = entry.state == EntryState::kOurs;
+        EntryReport row{driver::port_of_slot(key.slot),
+                        key.group,
+                        {},
+                        is_ours ? entry.filter : wanted(entry),
+                        entry.state};
+        for (const auto& [vlan, filter] : entry.vlans) row.vlans.push_back(vlan);
+        report.entries.push_back(std::move(row));
     }
     return report;
 }
@@ -212,8 +226,8 @@ bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
 // ---- Entries ------------------------------------------------------------------------------------
 
 // The database is by group, the call by MAC address: the core, which calls, knows the group.
-std::optional<Group> LiveDriver::group_in_hand(const driver::MacAddress& mac) {
-    if (const auto owner = mcore::entry_in_hand()) return Group{owner->family, owner->group};
+std::optional<mcore::EntryOwner> LiveDriver::owner_in_hand(const driver::MacAddress& mac) {
+    if (auto owner = mcore::entry_in_hand()) return owner;
     if (!std::exchange(said_no_group_, true)) {
         std::array<char, 96> line;
         std::snprintf(
@@ -228,9 +242,9 @@ std::optional<Group> LiveDriver::group_in_hand(const driver::MacAddress& mac) {
 bool LiveDriver::set_entry(std::int64_t port, const driver::MacAddress& mac, std::uint16_t vlan) {
     const std::lock_guard lock(mutex_);
     const auto slot = driver::slot_of_port(port);
-    const auto group = group_in_hand(mac);
-    if (!slot || !group || ended_) return false;
-    const bool done = bridge_.entries().set(*slot, *group, vlan);
+    const auto owner = owner_in_hand(mac);
+    if (!slot || !owner || ended_) return false;
+    const bool done = bridge_.entries().set(*slot, group_of(*owner), vlan, owner->filter);
     if (bridge_.entries().take_overflow()) bridge_.recover_from_overflow();
     return done;
 }
@@ -239,9 +253,9 @@ bool LiveDriver::remove_entry(std::int64_t port, const driver::MacAddress& mac,
                               std::uint16_t vlan) {
     const std::lock_guard lock(mutex_);
     const auto slot = driver::slot_of_port(port);
-    const auto group = group_in_hand(mac);
-    if (!slot || !group || ended_) return false;
-    return bridge_.entries().remove(*slot, *group, vlan);
+    const auto owner = owner_in_hand(mac);
+    if (!slot || !owner || ended_) return false;
+    return bridge_.entries().remove(*slot, group_of(*owner), vlan);
 }
 
 }  // namespace live

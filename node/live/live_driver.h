@@ -48,6 +48,7 @@ struct EntryReport {
     std::uint8_t port;
     Group group;
     std::vector<std::uint16_t> vlans;
+    mcore::Filter filter;  // what it lets through, or would
     EntryState state;
 };
 
@@ -75,6 +76,7 @@ class LiveDriver final : public driver::Driver {
 
     // For the core.
     void set_router_port(std::uint32_t port, bool is_router);
+    void set_filter(const mcore::EntryOwner& owner);
 
     [[nodiscard]] driver::MacAddress bridge_mac();
     [[nodiscard]] Report report();
@@ -94,7 +96,7 @@ class LiveDriver final : public driver::Driver {
     void open_port(std::size_t slot, int index);
     [[nodiscard]] std::uint32_t take_frame(std::size_t slot, std::span<std::uint8_t> buf);
     void note_drops(std::size_t slot);
-    [[nodiscard]] std::optional<Group> group_in_hand(const driver::MacAddress& mac);
+    [[nodiscard]] std::optional<mcore::EntryOwner> owner_in_hand(const driver::MacAddress& mac);
 
     Say say_;
     void (*now_)();

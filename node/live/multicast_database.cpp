@@ -4,8 +4,10 @@
 #include <libmnl/libmnl.h>
 #include <linux/if_bridge.h>
 #include <linux/rtnetlink.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -16,8 +18,12 @@
 namespace live {
 namespace {
 
-// Newer than the headers of Debian 12; older kernels refuse it.
-constexpr std::uint16_t kEntryProtocol = 4;  // MDBE_ATTR_RTPROT
+// Newer than the headers of Debian 12; older kernels refuse them.
+constexpr std::uint16_t kEntrySources = 2;        // MDBE_ATTR_SRC_LIST
+constexpr std::uint16_t kEntryMode = 3;           // MDBE_ATTR_GROUP_MODE
+constexpr std::uint16_t kEntryProtocol = 4;       // MDBE_ATTR_RTPROT
+constexpr std::uint16_t kEntrySource = 1;         // MDBE_SRC_LIST_ENTRY
+constexpr std::uint16_t kEntrySourceAddress = 1;  // MDBE_SRCATTR_ADDRESS
 
 // Any that no routing daemon of iproute2's list has.
 constexpr std::uint8_t kOwnProtocol = 82;
@@ -51,6 +57,31 @@ br_mdb_entry entry_of(int port, const Group& group) {
     return entry;
 }
 
+EntryRequest request_for(std::uint16_t type, int bridge, int port, const Group& group) {
+    EntryRequest request;
+    request.header.nlmsg_len = sizeof request;
+    request.header.nlmsg_type = type;
+    request.header.nlmsg_flags = NLM_F_REQUEST;
+    request.body.family = AF_BRIDGE;
+    request.body.ifindex = static_cast<std::uint32_t>(bridge);
+    request.entry = entry_of(port, group);
+    return request;
+}
+
+std::size_t size_of(mcore::Family family) {
+    return family == mcore::Family::kIpv4 ? sizeof(in_addr) : sizeof(in6_addr);
+}
+
+void put_sources(nlmsghdr* header, const Group& group, const mcore::Filter& filter) {
+    nlattr* const list = mnl_attr_nest_start(header, kEntrySources);
+    for (const mcore::Address& source : filter.sources) {
+        nlattr* const one = mnl_attr_nest_start(header, kEntrySource);
+        mnl_attr_put(header, kEntrySourceAddress, size_of(group.family), source.data());
+        mnl_attr_nest_end(header, one);
+    }
+    mnl_attr_nest_end(header, list);
+}
+
 // Nothing for an entry of another kind than by IP group.
 std::optional<DatabaseEntry> read_entry(const nlattr& info) {
     if (mnl_attr_get_payload_len(&info) < sizeof(br_mdb_entry)) return std::nullopt;
@@ -68,39 +99,67 @@ std::optional<DatabaseEntry> read_entry(const nlattr& info) {
         return std::nullopt;
     }
     each_behind(info, sizeof raw, [&entry](const nlattr& one) {
-        if (mnl_attr_get_type(&one) != MDBA_MDB_EATTR_RTPROT) return;
-        entry.ours = mnl_attr_get_u8(&one) == kOwnProtocol;
+        if (mnl_attr_get_type(&one) == MDBA_MDB_EATTR_RTPROT) {
+            entry.ours = mnl_attr_get_u8(&one) == kOwnProtocol;
+        } else if (mnl_attr_get_type(&one) == MDBA_MDB_EATTR_SOURCE) {
+            const std::size_t size = mnl_attr_get_payload_len(&one);
+            std::memcpy(entry.source.data(), mnl_attr_get_payload(&one),
+                        std::min(size, entry.source.size()));
+        }
     });
     return entry;
 }
 
 }  // namespace
 
-int MulticastDatabase::change(bool add, int bridge, int port, const Group& group) {
-    EntryRequest request;
-    const bool is_long = add && tells_protocol_;
-    request.header.nlmsg_len = is_long ? sizeof request : offsetof(EntryRequest, more);
-    request.header.nlmsg_type = add ? RTM_NEWMDB : RTM_DELMDB;
-    request.header.nlmsg_flags = NLM_F_REQUEST;
-    if (add) request.header.nlmsg_flags |= NLM_F_CREATE | NLM_F_EXCL;
-    request.body.family = AF_BRIDGE;
-    request.body.ifindex = static_cast<std::uint32_t>(bridge);
-    request.entry = entry_of(port, group);
+int MulticastDatabase::make_for_all(const Change& change, bool tells_protocol) {
+    EntryRequest request = request_for(RTM_NEWMDB, change.bridge, change.port, change.group);
+    request.header.nlmsg_flags |= change.flags;
+    if (!tells_protocol) request.header.nlmsg_len = offsetof(EntryRequest, more);
     return netlink_.tell(request.header);
 }
 
-int MulticastDatabase::add(int bridge, int port, const Group& group) {
-    const int error = change(true, bridge, port, group);
-    if (error != EINVAL || !tells_protocol_) return error;
-    tells_protocol_ = false;
-    const int error_without = change(true, bridge, port, group);
-    // The protocol was not the reason.
-    if (error_without == EINVAL) tells_protocol_ = true;
-    return error_without;
+int MulticastDatabase::make_with_sources(const Change& change) {
+    Request request(RTM_NEWMDB, change.flags, sizeof(br_port_msg));
+    auto& body = request.body<br_port_msg>();
+    body.family = AF_BRIDGE;
+    body.ifindex = static_cast<std::uint32_t>(change.bridge);
+    nlmsghdr* const header = request.header();
+    const br_mdb_entry entry = entry_of(change.port, change.group);
+    mnl_attr_put(header, MDBA_SET_ENTRY, sizeof entry, &entry);
+    nlattr* const more = mnl_attr_nest_start(header, MDBA_SET_ENTRY_ATTRS);
+    put_sources(header, change.group, change.filter);
+    mnl_attr_put_u8(header, kEntryMode, change.filter.exclude ? MCAST_EXCLUDE : MCAST_INCLUDE);
+    mnl_attr_put_u8(header, kEntryProtocol, kOwnProtocol);
+    mnl_attr_nest_end(header, more);
+    return netlink_.tell(*header);
+}
+
+// What a kernel does not understand it calls invalid. So may it call a port, for example, which is
+// no better off when less is said.
+int MulticastDatabase::make(const Change& change) {
+    for (Speech with = speech_;; with = static_cast<Speech>(static_cast<int>(with) - 1)) {
+        const bool names_sources = with == Speech::kSources && !wants_all(change.filter);
+        const int error = names_sources ? make_with_sources(change)
+                                        : make_for_all(change, with != Speech::kPlain);
+        if (error == 0) speech_ = with;
+        if (error != EINVAL || with == Speech::kPlain) return error;
+    }
+}
+
+int MulticastDatabase::add(int bridge, int port, const Group& group, const mcore::Filter& filter) {
+    return make({bridge, port, group, filter, NLM_F_CREATE | NLM_F_EXCL});
+}
+
+int MulticastDatabase::replace(int bridge, int port, const Group& group,
+                               const mcore::Filter& filter) {
+    return make({bridge, port, group, filter, NLM_F_CREATE | NLM_F_REPLACE});
 }
 
 int MulticastDatabase::remove(int bridge, int port, const Group& group) {
-    return change(false, bridge, port, group);
+    EntryRequest request = request_for(RTM_DELMDB, bridge, port, group);
+    request.header.nlmsg_len = offsetof(EntryRequest, more);
+    return netlink_.tell(request.header);
 }
 
 std::vector<DatabaseEntry> MulticastDatabase::entries(int bridge) {

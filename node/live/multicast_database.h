@@ -5,6 +5,8 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "node/core/multicast_core.h"
@@ -19,9 +21,13 @@ struct Group {
     auto operator<=>(const Group&) const = default;
 };
 
+// The most sources that the kernel takes for a port and group (PG_SRC_ENT_LIMIT, less one).
+constexpr std::size_t kMostSources = 31;
+
 struct DatabaseEntry {
     int port = 0;  // interface index
     Group group;
+    mcore::Address source{};  // all 0: of the group as a whole
     bool permanent = false;
     bool ours = false;
 };
@@ -30,17 +36,37 @@ class MulticastDatabase {
  public:
     explicit MulticastDatabase(Netlink& netlink) : netlink_(netlink) {}
 
-    // 0, or the errno of the refusal: EEXIST when the port has the group already.
-    [[nodiscard]] int add(int bridge, int port, const Group& group);
+    // 0, or the errno of the refusal: EEXIST when the port has the group already. Of an entry with
+    // sources the kernel makes entries of its own for each (group, source), which go with it.
+    [[nodiscard]] int add(int bridge, int port, const Group& group, const mcore::Filter& filter);
+    // Another filter, for an entry that is there.
+    [[nodiscard]] int replace(int bridge, int port, const Group& group,
+                              const mcore::Filter& filter);
     [[nodiscard]] int remove(int bridge, int port, const Group& group);
+
+    // Whether filters are heeded: not by older kernels, where each entry is of all sources.
+    [[nodiscard]] bool takes_sources() const { return speech_ == Speech::kSources; }
 
     [[nodiscard]] std::vector<DatabaseEntry> entries(int bridge);
 
  private:
-    [[nodiscard]] int change(bool add, int bridge, int port, const Group& group);
+    // What the kernel understands, until it turns out to be older than that.
+    enum class Speech : std::uint8_t { kPlain, kProtocol, kSources };
+
+    struct Change {
+        int bridge;
+        int port;
+        const Group& group;
+        const mcore::Filter& filter;
+        std::uint16_t flags;
+    };
+
+    [[nodiscard]] int make(const Change& change);
+    [[nodiscard]] int make_with_sources(const Change& change);
+    [[nodiscard]] int make_for_all(const Change& change, bool tells_protocol);
 
     Netlink& netlink_;
-    bool tells_protocol_ = true;  // until the kernel turns out to be older than that
+    Speech speech_ = Speech::kSources;
 };
 
 }  // namespace live

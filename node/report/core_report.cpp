@@ -23,15 +23,9 @@ std::string version_text(const Row& row) {
     return protocol(row) + ("v" + std::to_string(row.version));
 }
 
-// "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source.
 template <class Row>
-std::string filter_text(const Row& member) {
-    std::string sources;
-    for (const mcore::Address& source : member.sources) {
-        if (!sources.empty()) sources += ", ";
-        sources += mcore::text(member.family, source);
-    }
-    return (member.exclude ? "exclude {" : "include {") + sources + "}";
+std::string filter_text(const Row& row) {
+    return report::filter_text(row.family, row.exclude, row.sources);
 }
 
 // Until the answer to a query; nothing when none waits.
@@ -61,14 +55,6 @@ const char* known_by(const mcore::RouterPort& router) {
     return router.sign == mcore::RouterSign::kQuery ? "query" : "advertisement";
 }
 
-Json addresses_json(mcore::Family family, const std::vector<mcore::Address>& addresses) {
-    Json rows = Json::array();
-    for (const mcore::Address& address : addresses) {
-        rows.add(mcore::text(family, address));
-    }
-    return rows;
-}
-
 // One of the core's arrays of counts with the name of each.
 template <class Kind, std::size_t size>
 std::vector<Count> named(const std::array<std::uint64_t, size>& counts) {
@@ -95,6 +81,24 @@ Json json_of(const std::vector<Count>& counts) {
 }
 
 }  // namespace
+
+std::string filter_text(mcore::Family family, bool exclude,
+                        const std::vector<mcore::Address>& sources) {
+    std::string listed;
+    for (const mcore::Address& source : sources) {
+        if (!listed.empty()) listed += ", ";
+        listed += mcore::text(family, source);
+    }
+    return (exclude ? "exclude {" : "include {") + listed + "}";
+}
+
+Json addresses_json(mcore::Family family, const std::vector<mcore::Address>& addresses) {
+    Json rows = Json::array();
+    for (const mcore::Address& address : addresses) {
+        rows.add(mcore::text(family, address));
+    }
+    return rows;
+}
 
 CoreReport core_report(std::uint64_t now_us) {
     return {mcore::counters(), mcore::memberships(), mcore::upstream_groups(),

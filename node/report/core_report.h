@@ -33,6 +33,14 @@ struct Count {
 // A row for each reason to refuse a frame, for the drops of a driver.
 void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused);
 
+// ---- Source filters ----
+
+// "include {198.51.100.7}", as RFC 3376 writes it; "exclude {}" is every source.
+[[nodiscard]] std::string filter_text(mcore::Family family, bool exclude,
+                                      const std::vector<mcore::Address>& sources);
+[[nodiscard]] Json addresses_json(mcore::Family family,
+                                  const std::vector<mcore::Address>& addresses);
+
 // ---- What it has seen and holds ----
 
 // Two tables: messages received and sent.
