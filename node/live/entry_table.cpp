@@ -220,10 +220,9 @@ bool EntryTable::has_room_for(const Group& group, const Filter& filter) {
 }
 
 std::size_t EntryTable::room_needed(const Group& group, const Filter& filter) const {
-    const auto sources =
-        std::ranges::count_if(filter.sources, [&](const mcore::Address& source) {
-            return !taken_.contains({group, source});
-        });
+    const auto sources = std::ranges::count_if(filter.sources, [&](const mcore::Address& source) {
+        return !taken_.contains({group, source});
+    });
     return static_cast<std::size_t>(sources) + (taken_.contains({group, {}}) ? 0 : 1);
 }
 

@@ -199,8 +199,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     send_from(driver.bridge_mac());
     mcore::watch_router_ports(
         [&driver](std::uint32_t port, bool is_router) { driver.set_router_port(port, is_router); });
-    mcore::watch_filters(
-        kMostSources, [&driver](const mcore::EntryOwner& owner) { driver.set_filter(owner); });
+    mcore::watch_filters(kMostSources,
+                         [&driver](const mcore::EntryOwner& owner) { driver.set_filter(owner); });
     OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
     own_address.begin();
     const CoreClock clock;

@@ -79,10 +79,10 @@ std::string entries_text(const Summary& summary) {
                  {"for VLAN", Align::kLeft},
                  {"in it", Align::kLeft}});
     for (const EntryReport& entry : summary.report.entries) {
-        table.add({port_text(entry.port), mcore::text(entry.group.family, entry.group.address),
-                   report::filter_text(entry.group.family, entry.filter.exclude,
-                                       entry.filter.sources),
-                   vlans_text(entry), state_text(entry.state)});
+        table.add(
+            {port_text(entry.port), mcore::text(entry.group.family, entry.group.address),
+             report::filter_text(entry.group.family, entry.filter.exclude, entry.filter.sources),
+             vlans_text(entry), state_text(entry.state)});
     }
     return table.text() + "  " + report::entry_changes_text(summary.core) + "\n";
 }
@@ -116,14 +116,14 @@ Json vlans_json(const EntryReport& entry) {
 Json entries_json(const Report& report) {
     Json rows = Json::array();
     for (const EntryReport& entry : report.entries) {
-        rows.add(Json::object({{"port", entry.port},
-                               {"group", mcore::text(entry.group.family, entry.group.address)},
-                               {"filter", entry.filter.exclude ? "exclude" : "include"},
-                               {"sources", report::addresses_json(entry.group.family,
-                                                                  entry.filter.sources)},
-                               {"vlans", vlans_json(entry)},
-                               {"in_database", entry.state != EntryState::kAbsent},
-                               {"ours", entry.state == EntryState::kOurs}}));
+        rows.add(Json::object(
+            {{"port", entry.port},
+             {"group", mcore::text(entry.group.family, entry.group.address)},
+             {"filter", entry.filter.exclude ? "exclude" : "include"},
+             {"sources", report::addresses_json(entry.group.family, entry.filter.sources)},
+             {"vlans", vlans_json(entry)},
+             {"in_database", entry.state != EntryState::kAbsent},
+             {"ours", entry.state == EntryState::kOurs}}));
     }
     return rows;
 }
