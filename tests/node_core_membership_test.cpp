@@ -74,7 +74,9 @@ Query query_of(std::uint32_t port, const Bytes& packet, Family family) {
 extern "C" {
 
 std::int32_t take_entry(IgmpGroupEntry* /*group*/) { return 0; }
+std::int32_t refuse_entry(IgmpGroupEntry* /*group*/) { return -1; }
 std::int32_t take_mld_entry(MldGroupEntry* /*group*/) { return 0; }
+std::int32_t refuse_mld_entry(MldGroupEntry* /*group*/) { return -1; }
 
 void take_packet(std::uint16_t port, std::uint8_t* packet, IgmpVlanTag* /*tag*/,
                  std::uint16_t length) {
@@ -185,17 +187,22 @@ class Memberships : public ::testing::TestWithParam<Family> {
 
     // ---- What is known ----
 
-    /* "2 include {1 3}" of each membership; sources by their last byte. */
+    /* "2 include {1 3}"; sources by their last byte. */
+    static std::string shown(std::uint32_t port, bool exclude,
+                             const std::vector<mcore::Address>& addresses) {
+        std::string sources;
+        for (const mcore::Address& source : addresses) {
+            const std::size_t last = is_igmp() ? 3 : 15;
+            sources += (sources.empty() ? "" : " ") + std::to_string(source[last]);
+        }
+        return std::to_string(port) + (exclude ? " exclude {" : " include {") + sources + "}";
+    }
+
+    /* Each membership. */
     static std::vector<std::string> held() {
         std::vector<std::string> all;
         for (const Membership& one : mcore::memberships()) {
-            std::string sources;
-            for (const mcore::Address& source : one.sources) {
-                const std::size_t last = one.family == Family::kIpv4 ? 3 : 15;
-                sources += (sources.empty() ? "" : " ") + std::to_string(source[last]);
-            }
-            all.push_back(std::to_string(one.port) + (one.exclude ? " exclude {" : " include {") +
-                          sources + "}");
+            all.push_back(shown(one.port, one.exclude, one.sources));
         }
         return all;
     }
@@ -675,6 +682,127 @@ TEST_P(Memberships, AreNotLeftBesideAHostOfIgmpVersion1) {
     EXPECT_THAT(asked(), IsEmpty());
     wait_seconds(kAgeingTime);
     EXPECT_THAT(held(), IsEmpty());
+}
+
+// ---- What the switch is told of sources ----
+
+std::vector<std::string> made;  // entries, with the filter in hand
+
+class EntryFilters : public Memberships {
+ protected:
+    static constexpr std::size_t kMost = 3;
+
+    void SetUp() override {
+        Memberships::SetUp();
+        made.clear();
+        igmp_register_switch_add_table([](IgmpGroupEntry* /*group*/) { return note_entry(); });
+        mld_register_switch_add_table([](MldGroupEntry* /*group*/) { return note_entry(); });
+        watch(kMost);
+    }
+
+    void TearDown() override {
+        mcore::watch_filters(0, {});
+        Memberships::TearDown();
+    }
+
+    static std::int32_t note_entry() {
+        const auto owner = mcore::entry_in_hand();
+        made.push_back(shown(owner->port, owner->filter.exclude, owner->filter.sources));
+        return 0;
+    }
+
+    void watch(std::size_t most) {
+        mcore::watch_filters(most, [this](const mcore::EntryOwner& owner) {
+            told_.push_back(shown(owner.port, owner.filter.exclude, owner.filter.sources));
+        });
+    }
+
+    std::vector<std::string> told() { return std::exchange(told_, {}); }
+
+    std::vector<std::string> told_;
+};
+
+INSTANTIATE_TEST_SUITE_P(BothFamilies, EntryFilters,
+                         ::testing::Values(Family::kIpv4, Family::kIpv6), [](const auto& one) {
+                             return one.param == Family::kIpv4 ? "Igmp" : "Mld";
+                         });
+
+TEST_P(EntryFilters, AreThereFromTheStart) {
+    report(kAllow, 1, {3, 1, 3});
+    report(kToEx, 1, {2}, 3);
+    older_report(1, 4);
+    EXPECT_THAT(made, ElementsAre("2 include {1 3}", "3 exclude {2}", "4 exclude {}"));
+    EXPECT_THAT(told(), IsEmpty()) << "as it is what the entries were made with";
+}
+
+TEST_P(EntryFilters, AreWhatTheHostsWantTogetherAndToldWhenThatChanges) {
+    report(kAllow, 1, {1});
+    report(kAllow, 2, {2});
+    EXPECT_THAT(told(), ElementsAre("2 include {1 2}"));
+    report(kAllow, 3, {1});
+    report(kIsIn, 1, {1});
+    EXPECT_THAT(told(), IsEmpty()) << "nothing that was not wanted before";
+    report(kToEx, 3, {2, 3});
+    EXPECT_THAT(told(), ElementsAre("2 exclude {3}")) << "host 2 wants source 2";
+    EXPECT_THAT(made, SizeIs(1)) << "it is one entry all the time";
+}
+
+TEST_P(EntryFilters, KeepWhatIsGivenUpUntilNobodyHasAnswered) {
+    report(kAllow, 1, {1, 2});
+    report(kBlock, 1, {2});
+    wait(kLastMemberTime * kSecond - 1);
+    EXPECT_THAT(told(), IsEmpty());
+    wait(1);
+    EXPECT_THAT(told(), ElementsAre("2 include {1}"));
+    report(kToEx, 1);
+    report(kToIn, 1, {1});
+    EXPECT_THAT(told(), ElementsAre("2 exclude {}"));
+    wait_seconds(kLastMemberTime);
+    EXPECT_THAT(told(), ElementsAre("2 include {1}"));
+}
+
+TEST_P(EntryFilters, LoseASourceAtOnceWithFastLeaveOrWhenItHasAged) {
+    igmp_if_fast_leave_enable(2, 1);
+    report(kAllow, 1, {1, 2, 3});
+    report(kBlock, 1, {2});
+    EXPECT_THAT(told(), ElementsAre("2 include {1 3}"));
+    wait_seconds(1);
+    report(kIsIn, 1, {3});
+    wait_seconds(kAgeingTime - 1);
+    EXPECT_THAT(told(), ElementsAre("2 include {3}"));
+}
+
+TEST_P(EntryFilters, AreOfAllSourcesWhenTheySayMoreThanTheSwitchTakes) {
+    report(kAllow, 1, {1, 2, 3, 4});
+    EXPECT_THAT(made, ElementsAre("2 exclude {}"));
+    EXPECT_THAT(told(), IsEmpty());
+    report(kAllow, 1, {5}, 3);
+    report(kAllow, 1, {6, 7, 8}, 3);
+    EXPECT_THAT(told(), ElementsAre("3 exclude {}"));
+    igmp_if_fast_leave_enable(3, 1);
+    report(kBlock, 1, {7}, 3);
+    EXPECT_THAT(told(), ElementsAre("3 include {5 6 8}"));
+}
+
+TEST_P(EntryFilters, AreOfAllSourcesWhileNobodyWatches) {
+    mcore::watch_filters(0, {});
+    report(kAllow, 1, {1});
+    report(kAllow, 1, {2});
+    EXPECT_THAT(made, ElementsAre("2 exclude {}"));
+    watch(kMost);
+    EXPECT_THAT(told(), ElementsAre("2 include {1 2}")) << "who begins to watch hears it at once";
+}
+
+TEST_P(EntryFilters, AreNotToldOfAnEntryThatTheSwitchHasRefused) {
+    igmp_register_switch_add_table(refuse_entry);
+    mld_register_switch_add_table(refuse_mld_entry);
+    report(kAllow, 1, {1});
+    report(kAllow, 1, {2});
+    EXPECT_THAT(told(), IsEmpty());
+    igmp_register_switch_add_table([](IgmpGroupEntry* /*group*/) { return note_entry(); });
+    mld_register_switch_add_table([](MldGroupEntry* /*group*/) { return note_entry(); });
+    report(kIsIn, 1, {1});
+    EXPECT_THAT(made, ElementsAre("2 include {1 2}")) << "when it is tried again";
 }
 
 }  // namespace
