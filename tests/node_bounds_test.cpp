@@ -40,9 +40,26 @@ constexpr std::uint32_t kSource = 0xC6120001;  // 198.18.0.1
 
 std::vector<Bytes> sent_upstream;
 
+/* The source filters that the switch has, by port and group, when it takes so many sources. */
+constexpr std::size_t kMostSources = 31;
+std::map<std::pair<std::uint32_t, mcore::Address>, mcore::Filter> in_switch;
+
+void take_filter(const mcore::EntryOwner& owner) {
+    in_switch[{owner.port, owner.group}] = owner.filter;
+}
+
+void forget_filter(const mcore::EntryOwner& owner) { in_switch.erase({owner.port, owner.group}); }
+
 extern "C" {
 
-std::int32_t take_entry(IgmpGroupEntry* /*group*/) { return 0; }
+std::int32_t take_entry(IgmpGroupEntry* /*group*/) {
+    take_filter(*mcore::entry_in_hand());
+    return 0;
+}
+std::int32_t remove_entry(IgmpGroupEntry* /*group*/) {
+    forget_filter(*mcore::entry_in_hand());
+    return 0;
+}
 std::int32_t take_mld_entry(MldGroupEntry* /*group*/) { return 0; }
 
 void take_packet(std::uint16_t port, std::uint8_t* packet, IgmpVlanTag* /*tag*/,
@@ -60,10 +77,12 @@ class Bounded : public ::testing::Test {
         mcore::reset();
         mcore::set_bounds({});
         sent_upstream.clear();
+        in_switch.clear();
+        mcore::watch_filters(kMostSources, take_filter);
         mcore::set_clock(now_);
         igmp_register_switch_send_pkt(take_packet);
         igmp_register_switch_add_table(take_entry);
-        igmp_register_switch_del_table(take_entry);
+        igmp_register_switch_del_table(remove_entry);
         mld_register_switch_send_pkt(take_mld_packet);
         mld_register_switch_add_table(take_mld_entry);
         mld_register_switch_del_table(take_mld_entry);
@@ -75,6 +94,7 @@ class Bounded : public ::testing::Test {
     }
 
     void TearDown() override {
+        mcore::watch_filters(0, {});
         mcore::reset();
         mcore::set_bounds({});
     }
@@ -581,6 +601,18 @@ void expect_equal(const Model& model, const Router& router) {
     }
 }
 
+/* With every filter, as the switch has been told of each that changed. */
+void expect_in_switch() {
+    const auto members = mcore::memberships();
+    EXPECT_EQ(in_switch.size(), members.size());
+    for (const mcore::Membership& one : members) {
+        const auto told = in_switch.find({one.port, one.group});
+        ASSERT_NE(told, in_switch.end());
+        EXPECT_EQ(told->second.exclude, one.exclude);
+        EXPECT_EQ(told->second.sources, one.sources);
+    }
+}
+
 struct MergeCase {
     const char* name;
     bool is_proxy;
@@ -619,6 +651,7 @@ TEST_P(MergedFromScratch, RandomReportsLeaveTheSame) {
             model.wait_until(now_);
         }
         expect_equal(model);
+        expect_in_switch();
         for (const Bytes& packet : std::exchange(sent_upstream, {})) router.take(packet);
         if (is_proxy) expect_equal(model, router);
         ASSERT_FALSE(HasFailure()) << "step " << step;
