@@ -34,8 +34,8 @@ Filter first_filter(const Record& record) {
     if (!is_told(record.sources.size())) return {true, {}};
     Filter filter{excludes(record), record.sources};
     std::ranges::sort(filter.sources);
-    const auto repeated = std::ranges::unique(filter.sources);
-    filter.sources.erase(repeated.begin(), repeated.end());
+    filter.sources.erase(std::unique(filter.sources.begin(), filter.sources.end()),
+                         filter.sources.end());
     return filter;
 }
 

@@ -139,7 +139,8 @@ int EntryTable::program(const EntryKey& key, Entry& entry) {
     }
     if (error != 0) return error;
     entry.state = EntryState::kOurs;
-    entry.filter = database_.takes_sources() ? std::move(filter) : kAll;
+    if (!database_.takes_sources()) filter = kAll;
+    entry.filter = std::move(filter);
     take_room(key.group, entry.filter);
     return 0;
 }

@@ -132,6 +132,17 @@ class Sources:
         # What the bridge itself learns from then on is temporary.
         self.assertEqual([entry for entry in self.entries() if "permanent" in entry], [])
 
+    def test_an_entry_of_a_source_that_somebody_has_made_stays(self):
+        made = ["dev", "br0", "port", "lan0", "grp", self.group, "src", self.one, "permanent"]
+        self.switch.must(["bridge", "mdb", "add", *made])
+        before = self.entries()
+        stream, _ = self.streams()
+        self.join("h0", self.one)
+        self.join("h1", self.one)
+        self.assert_reaches(stream, 0, 1)
+        self.node.stop()
+        self.assertEqual([entry for entry in self.entries() if "permanent" in entry], before)
+
     def test_the_next_node_takes_the_entries_of_one_that_was_killed(self):
         stream, other = self.streams()
         self.join("h0", self.one)
