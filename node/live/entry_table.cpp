@@ -191,6 +191,12 @@ void EntryTable::reinstate_others(const Group& group, const std::vector<mcore::A
         if (entry.state != EntryState::kOurs || !entry.filter.exclude) continue;
         static_cast<void>(database_.replace(bridge_, ports_[slot].index, group, entry.filter));
     }
+    // Those that somebody has made have lost the source too.
+    for (const DatabaseEntry& one : database_.entries(bridge_)) {
+        const bool is_for_all = one.source == mcore::Address{} && !one.lists_sources;
+        if (one.group != group || one.ours || !one.permanent || !is_for_all) continue;
+        static_cast<void>(database_.renew(bridge_, one));
+    }
 }
 
 // What is wanted, as far as the kernel and the room in the database allow.

@@ -100,7 +100,10 @@ std::optional<DatabaseEntry> read_entry(const nlattr& info) {
     }
     each_behind(info, sizeof raw, [&entry](const nlattr& one) {
         if (mnl_attr_get_type(&one) == MDBA_MDB_EATTR_RTPROT) {
-            entry.ours = mnl_attr_get_u8(&one) == kOwnProtocol;
+            entry.protocol = mnl_attr_get_u8(&one);
+            entry.ours = entry.protocol == kOwnProtocol;
+        } else if (mnl_attr_get_type(&one) == MDBA_MDB_EATTR_SRC_LIST) {
+            entry.lists_sources = true;
         } else if (mnl_attr_get_type(&one) == MDBA_MDB_EATTR_SOURCE) {
             const std::size_t size = mnl_attr_get_payload_len(&one);
             std::memcpy(entry.source.data(), mnl_attr_get_payload(&one),
@@ -154,6 +157,13 @@ int MulticastDatabase::add(int bridge, int port, const Group& group, const mcore
 int MulticastDatabase::replace(int bridge, int port, const Group& group,
                                const mcore::Filter& filter) {
     return make({bridge, port, group, filter, NLM_F_CREATE | NLM_F_REPLACE});
+}
+
+int MulticastDatabase::renew(int bridge, const DatabaseEntry& entry) {
+    EntryRequest request = request_for(RTM_NEWMDB, bridge, entry.port, entry.group);
+    request.header.nlmsg_flags |= NLM_F_REPLACE;
+    request.protocol = entry.protocol;
+    return netlink_.tell(request.header);
 }
 
 int MulticastDatabase::remove(int bridge, int port, const Group& group) {

@@ -29,7 +29,9 @@ struct DatabaseEntry {
     Group group;
     mcore::Address source{};  // all 0: of the group as a whole
     bool permanent = false;
+    bool lists_sources = false;
     bool ours = false;
+    std::uint8_t protocol = 0;
 };
 
 class MulticastDatabase {
@@ -43,6 +45,10 @@ class MulticastDatabase {
     [[nodiscard]] int replace(int bridge, int port, const Group& group,
                               const mcore::Filter& filter);
     [[nodiscard]] int remove(int bridge, int port, const Group& group);
+
+    // The same entry once more, which is of all sources: the kernel then looks again which entries
+    // of sources the port belongs to.
+    [[nodiscard]] int renew(int bridge, const DatabaseEntry& entry);
 
     // Whether filters are heeded: not by older kernels, where each entry is of all sources.
     [[nodiscard]] bool takes_sources() const { return speech_ == Speech::kSources; }

@@ -143,6 +143,21 @@ class Sources:
         self.node.stop()
         self.assertEqual([entry for entry in self.entries() if "permanent" in entry], before)
 
+    def test_an_entry_of_all_sources_that_somebody_has_made_keeps_them(self):
+        made = ["dev", "br0", "port", "lan4", "grp", self.group, "permanent"]
+        self.switch.must(["bridge", "mdb", "add", *made])
+        before = self.entries()
+        stream, other = self.streams()
+        self.join("h0", self.one)
+        gone = self.join("h3", self.one)
+        self.assert_reaches(stream, 0, 3, 4)
+        gone.leave()
+        self.wait_for_stop(3, stream)
+        self.assert_reaches(stream, 0, 4)
+        self.assert_reaches(other, 4)
+        self.node.stop()
+        self.assertEqual([entry for entry in self.entries() if "permanent" in entry], before)
+
     def test_the_next_node_takes_the_entries_of_one_that_was_killed(self):
         stream, other = self.streams()
         self.join("h0", self.one)
