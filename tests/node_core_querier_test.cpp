@@ -348,6 +348,26 @@ TEST_P(RouterSide, OtherModesAskNothingByThemselves) {
     EXPECT_EQ(mcore::next_timer(), std::nullopt);
 }
 
+TEST_P(RouterSide, ANodeThatBeginsAnewInProxyModeAsksNoMore) {
+    set_mode(kProxy);
+    igmp_data_init();
+    mld_data_init();
+    mld_register_switch_send_pkt(keep_mld);
+    igmp_register_switch_send_pkt(keep_igmp);
+    sent.clear();
+    wait_seconds(1000);
+    EXPECT_EQ(asked(), Ports{});
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
+}
+
+TEST_P(RouterSide, AFamilyThatBeginsAnewInProxyModeAsksNoMore) {
+    set_mode(kProxy);
+    if (is_igmp()) igmp_data_init();
+    mld_data_init();
+    wait_seconds(1000);
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
+}
+
 TEST_P(RouterSide, AnotherQueryIntervalCountsFromNow) {
     igmp_para_rv_globle_set(1);
     set_mode(kProxy);
