@@ -87,8 +87,9 @@ Ipv6 source6(std::uint8_t number) {
 
 /* What the newest versions have behind the group. */
 Bytes behind_group(const Says& says) {
-    const auto flags = static_cast<std::uint8_t>((says.suppresses ? 8 : 0) | says.robustness);
-    return Bytes{flags, says.interval_s} + be16(static_cast<std::uint32_t>(says.sources.size()));
+    return Bytes{static_cast<std::uint8_t>((says.suppresses ? 8 : 0) | says.robustness),
+                 says.interval_s} +
+           be16(static_cast<std::uint32_t>(says.sources.size()));
 }
 
 Bytes igmp_query(std::uint32_t from, const Says& says) {
