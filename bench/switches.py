@@ -11,7 +11,7 @@ from lab.node import Node
 
 # The router's, in seconds.  A real one asks every 125 s: what waits for its next query waits that much longer.
 QUERY_INTERVAL, QUERY_RESPONSE = 2.0, 0.5
-LAST_MEMBER_INTERVAL = 0.5
+LAST_MEMBER_INTERVAL = 1.0     # as the RFCs have it, and the node by default
 SETTLING = 1.5           # until the first reports are over, and the kernel heeds its database
 
 

@@ -8,6 +8,7 @@ from lab.checksum import checksum
 RECORDS = {1: "IS_IN", 2: "IS_EX", 3: "TO_IN", 4: "TO_EX", 5: "ALLOW", 6: "BLOCK"}
 TAG_TYPES = (0x8100, 0x88A8)
 TRAPPED_ICMPV6 = (130, 131, 132, 143)
+ROUTER_DISCOVERY = (151, 152, 153)
 
 
 class Frame:
@@ -108,6 +109,8 @@ class Frame:
             return
         self.kind = {133: "router solicitation", 135: "neighbour solicitation",
                      136: "neighbour advertisement"}.get(body[0], "ICMPv6, other")
+        if body[0] in ROUTER_DISCOVERY:
+            self.trapped, self.family, self.kind = True, "MLD", "router discovery"
         if body[0] in TRAPPED_ICMPV6:
             pseudo_header = data[8:40] + struct.pack("!II", len(body), 58)
             self.intact = checksum(pseudo_header + body) == 0

@@ -6,6 +6,7 @@ import struct
 from lab.checksum import checksum
 
 ALL_SYSTEMS, ALL_NODES6 = "224.0.0.1", "ff02::1"
+ALL_SNOOPERS, ALL_SNOOPERS6 = "224.0.0.106", "ff02::6a"
 ROUTER_ALERT = bytes([0x94, 4, 0, 0])
 HOP_BY_HOP = bytes([58, 0, 5, 2, 0, 0, 1, 0])    # router alert, padded to 8 bytes
 QUERY_ROBUSTNESS = 2
@@ -60,6 +61,15 @@ def mld_query(source, version, group=None, response_s=1.0):
         message += struct.pack("!BBH", QUERY_ROBUSTNESS, 0, 0)
     to = group or ALL_NODES6
     return mld_packet(source, to, message), to
+
+
+def router_advertisement(source, interval_s):
+    """A multicast router says that it is there (RFC 4286, 3.2), in the family of its address."""
+    if ":" in source:
+        message = struct.pack("!BBHHH", 151, interval_s, 0, 0, QUERY_ROBUSTNESS)
+        return mld_packet(source, ALL_SNOOPERS6, message), ALL_SNOOPERS6
+    message = struct.pack("!BBHHH", 0x30, interval_s, 0, 0, QUERY_ROBUSTNESS)
+    return igmp_packet(source, ALL_SNOOPERS, message), ALL_SNOOPERS
 
 
 def igmp_v2_report(source, group):

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "command/command.h"
 #include "node/rule_check.h"
@@ -25,7 +26,8 @@ struct Message {
 
 void (*say)(const std::string& line) = nullptr;
 int lost = -1;
-std::uint64_t too_long = 0;  // the command task's alone
+std::uint64_t too_long = 0;  // the command task's alone, and so is
+bool is_record_out = false;  // whether it has a record of the queue
 
 std::string queue_name() { return "queue " + std::to_string(MC_QUEUE_KEY); }
 
@@ -55,8 +57,9 @@ void say_too_long() {
 }
 
 ssize_t receive_record(int queue, void* record, long type) {
-    // Whoever asks for a record is done with the one before.
-    if (say != nullptr) look_at_rules(say);
+    // Whoever asks for a record is done with the one before. Without one it has changed no rules,
+    // and a story that runs beside it may be about to.
+    if (say != nullptr && std::exchange(is_record_out, false)) look_at_rules(say);
     Message message;
     for (;;) {
         const ssize_t length =
@@ -69,6 +72,7 @@ ssize_t receive_record(int queue, void* record, long type) {
             // Behind a short message the library keeps what was there.
             std::memcpy(record, &message,
                         offsetof(Message, text) + static_cast<std::size_t>(length));
+            is_record_out = true;
             return length;
         }
     }

@@ -644,8 +644,10 @@ TEST_P(MergedFromScratch, RandomReportsLeaveTheSame) {
         const RandomReport report = random_report(random);
         receive(report.port, packet_of(report));
         model.take(report, now_);
-        if (!leaves_fast) wait(2 * kSecond);
-        if (!leaves_fast) model.wait_until(now_);
+        if (!leaves_fast) {
+            wait(2 * kSecond);
+            model.wait_until(now_);
+        }
         if (random.once_in(4)) {
             wait(random.below(random.once_in(8) ? 200 * kSecond : 3 * kSecond));
             model.wait_until(now_);

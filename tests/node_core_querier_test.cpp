@@ -87,8 +87,9 @@ Ipv6 source6(std::uint8_t number) {
 
 /* What the newest versions have behind the group. */
 Bytes behind_group(const Says& says) {
-    const auto flags = static_cast<std::uint8_t>((says.suppresses ? 8 : 0) | says.robustness);
-    return Bytes{flags, says.interval_s} + be16(static_cast<std::uint32_t>(says.sources.size()));
+    return Bytes{static_cast<std::uint8_t>((says.suppresses ? 8 : 0) | says.robustness),
+                 says.interval_s} +
+           be16(static_cast<std::uint32_t>(says.sources.size()));
 }
 
 Bytes igmp_query(std::uint32_t from, const Says& says) {
@@ -225,6 +226,25 @@ class RouterSide : public ::testing::TestWithParam<Family> {
         return ports;
     }
 
+    /* Those of which a group is asked for, reports to the uplink and to routers left out. */
+    static std::vector<int> asked_about_groups() {
+        std::vector<int> ports;
+        for (const SentPacket& one : of_family()) {
+            const std::uint8_t type = one.bytes.at(is_igmp() ? 24 : 48);
+            if (type == (is_igmp() ? 0x11 : 130)) ports.push_back(one.port);
+        }
+        return ports;
+    }
+
+    /* The ports that have a membership. */
+    static std::vector<int> members() {
+        std::vector<int> ports;
+        for (const auto& one : mcore::memberships()) {
+            if (one.family == GetParam()) ports.push_back(static_cast<int>(one.port));
+        }
+        return ports;
+    }
+
     static std::string text_of(std::uint32_t address) {
         mcore::Address bytes{};
         if (is_igmp()) {
@@ -326,6 +346,26 @@ TEST_P(RouterSide, OtherModesAskNothingByThemselves) {
         wait_seconds(1000);
         EXPECT_EQ(asked(), Ports{});
     }
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
+}
+
+TEST_P(RouterSide, ANodeThatBeginsAnewInProxyModeAsksNoMore) {
+    set_mode(kProxy);
+    igmp_data_init();
+    mld_data_init();
+    mld_register_switch_send_pkt(keep_mld);
+    igmp_register_switch_send_pkt(keep_igmp);
+    sent.clear();
+    wait_seconds(1000);
+    EXPECT_EQ(asked(), Ports{});
+    EXPECT_EQ(mcore::next_timer(), std::nullopt);
+}
+
+TEST_P(RouterSide, AFamilyThatBeginsAnewInProxyModeAsksNoMore) {
+    set_mode(kProxy);
+    if (is_igmp()) igmp_data_init();
+    mld_data_init();
+    wait_seconds(1000);
     EXPECT_EQ(mcore::next_timer(), std::nullopt);
 }
 
@@ -497,6 +537,40 @@ TEST_P(RouterSide, WhoIsNoQuerierNeitherGivesWayNorTakesOver) {
     wait_seconds(25);
     EXPECT_EQ(routers(), Texts{});
     EXPECT_EQ(asked(), Ports{});
+}
+
+TEST_P(RouterSide, MembershipsAgeByTheValuesOfTheOtherQuerier) {
+    set_mode(kProxy);
+    hear_query(2, kLower, {.robustness = 3, .interval_s = 60});
+    receive(2, a_report());
+    receive(3, a_report());
+    wait_seconds(3 * 60 - 1);
+    hear_query(2, kLower, {.robustness = 3, .interval_s = 60});
+    wait_seconds(10);
+    EXPECT_EQ(members(), (Ports{2, 3}));
+    wait_seconds(1);
+    EXPECT_EQ(members(), (Ports{3}));
+}
+
+TEST_P(RouterSide, AnOlderQuerierSaysNothingOfItsValues) {
+    set_mode(kProxy);
+    hear_query(2, kLower, {.is_older = true});
+    receive(2, a_report());
+    wait_seconds(2 * 125 + 10 - 1);
+    EXPECT_EQ(members(), (Ports{2}));
+    wait_seconds(1);
+    EXPECT_EQ(members(), (Ports{}));
+}
+
+TEST_P(RouterSide, WhoIsNoQuerierAsksAboutNoGroup) {
+    set_mode(kProxy);
+    hear_query(2, kLower);
+    for (const std::uint32_t port : {2, 3}) receive(port, a_report());
+    sent.clear();
+    for (const std::uint32_t port : {2, 3}) receive(port, a_leave());
+    EXPECT_EQ(asked_about_groups(), (Ports{3}));
+    wait_seconds(2);
+    EXPECT_EQ(members(), (Ports{}));
 }
 
 TEST_P(RouterSide, SegmentsElectApart) {

@@ -1,133 +1,106 @@
 // The names of what is counted.
+#include <array>
+#include <cstddef>
 #include <string_view>
 
 #include "node/core/state.h"
 
 namespace mcore {
+namespace {
 
-std::string_view name(Received kind) {
-    switch (kind) {
-        case Received::kIgmpV1Report:
-            return "IGMPv1 report";
-        case Received::kIgmpV2Report:
-            return "IGMPv2 report";
-        case Received::kIgmpLeave:
-            return "IGMPv2 leave";
-        case Received::kIgmpV3Report:
-            return "IGMPv3 report";
-        case Received::kIgmpQuery:
-            return "IGMP query";
-        case Received::kMldV1Report:
-            return "MLDv1 report";
-        case Received::kMldDone:
-            return "MLDv1 done";
-        case Received::kMldV2Report:
-            return "MLDv2 report";
-        case Received::kMldQuery:
-            return "MLD query";
-        case Received::kIgmpDiscovery:
-            return "IGMP router discovery";
-        case Received::kMldDiscovery:
-            return "MLD router discovery";
+template <class Kind>
+struct Name {
+    Kind kind;
+    std::string_view text;
+};
+
+// A name for each, where it is looked for.
+template <class Kind, std::size_t kCount>
+constexpr bool is_complete(const std::array<Name<Kind>, kCount>& names) {
+    for (std::size_t i = 0; i < kCount; ++i) {
+        if (static_cast<std::size_t>(names[i].kind) != i || names[i].text.empty()) return false;
     }
-    return "";
+    return true;
 }
 
-std::string_view name(Drop reason) {
-    switch (reason) {
-        case Drop::kBadLength:
-            return "impossible length";
-        case Drop::kNotIp:
-            return "no IGMP or MLD packet";
-        case Drop::kFragment:
-            return "fragment";
-        case Drop::kIpChecksum:
-            return "wrong IP header checksum";
-        case Drop::kChecksum:
-            return "wrong checksum";
-        case Drop::kUnknownType:
-            return "unknown message type";
-        case Drop::kTruncated:
-            return "truncated message";
-        case Drop::kHopLimit:
-            return "TTL or hop limit is not 1";
-        case Drop::kNoRouterAlert:
-            return "no router alert";
-        case Drop::kSource:
-            return "source is not link-local";
-        case Drop::kUnspecifiedSource:
-            return "source is the unspecified address";
-        case Drop::kUnknownPort:
-            return "unknown port";
-        case Drop::kUnknownVlan:
-            return "unknown VLAN";
-        case Drop::kReportFromUplink:
-            return "report from the uplink";
-        case Drop::kLeaveInVersion1:
-            return "leave in version 1";
-        case Drop::kNotMulticast:
-            return "group is no multicast address";
-        case Drop::kLinkLocalGroup:
-            return "link-local group";
-        case Drop::kSourceNeeded:
-            return "SSM group without a source";
-        case Drop::kSsmOlderVersion:
-            return "SSM group in a message of an older version";
-        case Drop::kOlderHostPresent:
-            return "leave beside an IGMPv1 host";
-        case Drop::kNotAuthorised:
-            return "group not authorised";
-        case Drop::kGroupLimit:
-            return "group limit of the port";
-        case Drop::kBandwidthLimit:
-            return "bandwidth limit of the port";
-        case Drop::kSourceBound:
-            return "bound on sources of a host";
-        case Drop::kGroupSourceBound:
-            return "bound on sources of a group";
-        case Drop::kHostBound:
-            return "bound on hosts of a group";
-        case Drop::kGroupBound:
-            return "bound on groups of a port";
-        case Drop::kAddressBound:
-            return "bound on addresses of a port";
-        case Drop::kControlListBound:
-            return "bound on ranges of a control list";
-        case Drop::kRouterBound:
-            return "bound on routers of a port";
-    }
-    return "";
+constexpr std::array<Name<Received>, kReceivedKinds> kReceivedNames{{
+    {Received::kIgmpV1Report, "IGMPv1 report"},
+    {Received::kIgmpV2Report, "IGMPv2 report"},
+    {Received::kIgmpLeave, "IGMPv2 leave"},
+    {Received::kIgmpV3Report, "IGMPv3 report"},
+    {Received::kIgmpQuery, "IGMP query"},
+    {Received::kMldV1Report, "MLDv1 report"},
+    {Received::kMldDone, "MLDv1 done"},
+    {Received::kMldV2Report, "MLDv2 report"},
+    {Received::kMldQuery, "MLD query"},
+    {Received::kIgmpDiscovery, "IGMP router discovery"},
+    {Received::kMldDiscovery, "MLD router discovery"},
+}};
+static_assert(is_complete(kReceivedNames));
+
+constexpr std::array<Name<Drop>, kDropReasons> kDropNames{{
+    {Drop::kBadLength, "impossible length"},
+    {Drop::kNotIp, "no IGMP or MLD packet"},
+    {Drop::kFragment, "fragment"},
+    {Drop::kIpChecksum, "wrong IP header checksum"},
+    {Drop::kChecksum, "wrong checksum"},
+    {Drop::kUnknownType, "unknown message type"},
+    {Drop::kTruncated, "truncated message"},
+    {Drop::kHopLimit, "TTL or hop limit is not 1"},
+    {Drop::kNoRouterAlert, "no router alert"},
+    {Drop::kSource, "source is not link-local"},
+    {Drop::kUnspecifiedSource, "source is the unspecified address"},
+    {Drop::kUnknownPort, "unknown port"},
+    {Drop::kUnknownVlan, "unknown VLAN"},
+    {Drop::kReportFromUplink, "report from the uplink"},
+    {Drop::kLeaveInVersion1, "leave in version 1"},
+    {Drop::kNotMulticast, "group is no multicast address"},
+    {Drop::kLinkLocalGroup, "link-local group"},
+    {Drop::kSourceNeeded, "SSM group without a source"},
+    {Drop::kSsmOlderVersion, "SSM group in a message of an older version"},
+    {Drop::kOlderHostPresent, "leave beside an IGMPv1 host"},
+    {Drop::kNotAuthorised, "group not authorised"},
+    {Drop::kGroupLimit, "group limit of the port"},
+    {Drop::kBandwidthLimit, "bandwidth limit of the port"},
+    {Drop::kSourceBound, "bound on sources of a host"},
+    {Drop::kGroupSourceBound, "bound on sources of a group"},
+    {Drop::kHostBound, "bound on hosts of a group"},
+    {Drop::kGroupBound, "bound on groups of a port"},
+    {Drop::kAddressBound, "bound on addresses of a port"},
+    {Drop::kControlListBound, "bound on ranges of a control list"},
+    {Drop::kRouterBound, "bound on routers of a port"},
+}};
+static_assert(is_complete(kDropNames));
+
+constexpr std::array<Name<Sent>, kSentKinds> kSentNames{{
+    {Sent::kIgmpGeneralQuery, "IGMP general query"},
+    {Sent::kIgmpGroupQuery, "IGMP group query"},
+    {Sent::kIgmpReport, "IGMP report"},
+    {Sent::kIgmpLeave, "IGMP leave"},
+    {Sent::kMldGroupQuery, "MLD group query"},
+    {Sent::kIgmpSourceQuery, "IGMP group-and-source query"},
+    {Sent::kMldSourceQuery, "MLD group-and-source query"},
+    {Sent::kMldReport, "MLD report"},
+    {Sent::kMldDone, "MLD done"},
+    {Sent::kMldGeneralQuery, "MLD general query"},
+    {Sent::kIgmpRelayed, "IGMP report to a router port"},
+    {Sent::kMldRelayed, "MLD report to a router port"},
+}};
+static_assert(is_complete(kSentNames));
+
+template <class Kind, std::size_t kCount>
+std::string_view text_of(const std::array<Name<Kind>, kCount>& names, Kind kind) {
+    const auto index = static_cast<std::size_t>(kind);
+    return index < kCount ? names[index].text : std::string_view{};
 }
 
-std::string_view name(Sent kind) {
-    switch (kind) {
-        case Sent::kIgmpGeneralQuery:
-            return "IGMP general query";
-        case Sent::kIgmpGroupQuery:
-            return "IGMP group query";
-        case Sent::kIgmpReport:
-            return "IGMP report";
-        case Sent::kIgmpLeave:
-            return "IGMP leave";
-        case Sent::kMldGroupQuery:
-            return "MLD group query";
-        case Sent::kIgmpSourceQuery:
-            return "IGMP group-and-source query";
-        case Sent::kMldSourceQuery:
-            return "MLD group-and-source query";
-        case Sent::kMldReport:
-            return "MLD report";
-        case Sent::kMldDone:
-            return "MLD done";
-        case Sent::kMldGeneralQuery:
-            return "MLD general query";
-        case Sent::kIgmpRelayed:
-            return "IGMP report to a router port";
-        case Sent::kMldRelayed:
-            return "MLD report to a router port";
-    }
-    return "";
-}
+}  // namespace
+
+std::string_view name(Received kind) { return text_of(kReceivedNames, kind); }
+
+std::string_view name(Drop reason) { return text_of(kDropNames, reason); }
+
+std::string_view name(Sent kind) { return text_of(kSentNames, kind); }
 
 Counters counters() {
     const Lock lock;

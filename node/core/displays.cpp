@@ -207,7 +207,7 @@ void print_times() {
 }
 
 void print_ageing(Family family) {
-    const auto interval = membership_interval(family);
+    const auto interval = membership_interval({family, kUplinkNumber, 0});
     print_text("ageing", interval ? "after " + seconds_text(*interval) : "off");
 }
 

@@ -7,6 +7,7 @@
 #include "node/core/address.h"
 #include "node/core/membership.h"
 #include "node/core/query_message.h"
+#include "node/core/routers.h"
 
 namespace mcore {
 namespace {
@@ -33,6 +34,8 @@ bool asks_in_newest_version(Family family, std::uint8_t version) {
 }
 
 void send_group_query(const GroupKey& key, const GroupQuery& query) {
+    // There the other querier has heard of the leave too.
+    if (is_proxy(key.family) && is_outvoted(place_of(key))) return;
     const std::size_t most = kMostSourceBytes / address_length(key.family);
     std::span<const Address> left = query.sources;
     do {

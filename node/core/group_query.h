@@ -17,7 +17,8 @@ struct GroupQuery {
 // Whether the hosts are asked in a version that names sources and has the flag.
 [[nodiscard]] bool asks_in_newest_version(Family family, std::uint8_t version);
 
-// As many packets as the sources need.
+// As many packets as the sources need; none where another router is the querier of a proxy's port
+// (RFC 3376, 6.6.2).
 void send_group_query(const GroupKey& key, const GroupQuery& query);
 
 }  // namespace mcore

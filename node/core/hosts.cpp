@@ -365,8 +365,10 @@ void count_question(const Books& books, const Question& question, std::int32_t s
         count_votes(books, source, excludes, sign);
         add_votes(asked, source, excludes ? Votes{0, sign} : Votes{sign, 0});
     }
-    if (excludes) count_excluding(books, sign);
-    if (excludes) asked.excluding += sign;
+    if (excludes) {
+        count_excluding(books, sign);
+        asked.excluding += sign;
+    }
     books.group.tally.of_version[question.version] += sign;
     asked.of_version[question.version] += sign;
     if (sign > 0) {

@@ -102,6 +102,7 @@ void forget_questions(const Books& books) {
     books.group.last_members.reset();
 }
 
+// cppcheck-suppress constParameter ; the timers of its questions are reset
 void stop_questions(Group& group) {
     if (!group.last_members) return;
     for (Question& question : group.last_members->questions) core().timers.stop(question.timer);

@@ -11,6 +11,7 @@
 #include "node/core/entry_filter.h"
 #include "node/core/hosts.h"
 #include "node/core/last_members.h"
+#include "node/core/routers.h"
 #include "node/core/upstream.h"
 
 namespace mcore {
@@ -35,17 +36,17 @@ struct AgeRule {
     }
 };
 
-std::optional<AgeRule> age_rule(Family family) {
-    const auto interval = membership_interval(family);
+std::optional<AgeRule> age_rule(const GroupKey& key) {
+    const auto interval = membership_interval(place_of(key));
     if (!interval) return std::nullopt;
-    return AgeRule{*interval, age_switch(family).since_us};
+    return AgeRule{*interval, age_switch(key.family).since_us};
 }
 
 void run_ageing(const GroupKey& key);
 
 void arm_ageing(const GroupKey& key, Group& group) {
     core().timers.stop(group.age_timer);
-    const auto rule = age_rule(key.family);
+    const auto rule = age_rule(key);
     if (!rule || group.pieces.empty()) return;
     group.age_timer = core().timers.start(
         rule->aged_at(group.pieces.front().heard_us),
@@ -188,7 +189,7 @@ void end_aged(const GroupKey& key, Group& group, const char* why, const IsAged& 
 
 void run_ageing(const GroupKey& key) {
     Group* const group = find_group(key);
-    const auto rule = age_rule(key.family);
+    const auto rule = age_rule(key);
     if (group == nullptr || !rule) return;
     end_aged(key, *group, "aged",
              [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
@@ -317,7 +318,6 @@ void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
     for (const GroupKey& key : keys) remove_group(key, "taken away");
 }
 
-// One that is being left has a timer of its own.
 void end_unheard(const GroupKey& key, const Address& source, std::uint64_t since_us) {
     Group* const group = find_group(key);
     if (group == nullptr) return;
@@ -325,6 +325,7 @@ void end_unheard(const GroupKey& key, const Address& source, std::uint64_t since
     settle_as(key, *group, "aged");
 }
 
+// One that is being left has a timer of its own.
 void end_unheard(std::uint32_t port, std::uint64_t since_us) {
     std::vector<GroupKey> keys;
     const auto& groups = core().groups;
@@ -360,16 +361,18 @@ void rearm_ageing() {
     for (auto& [key, group] : core().groups) arm_ageing(key, group);
 }
 
-std::optional<std::uint64_t> membership_interval(Family family) {
+std::optional<std::uint64_t> membership_interval(const Place& segment) {
     // What the library sends unless it is told otherwise: a switch, as 0 is.
     constexpr std::uint32_t kAsComputed = 1;
     const Settings& settings = core().settings;
-    if (!age_switch(family).on || settings.general_member_interval == 0) return std::nullopt;
+    if (!age_switch(segment.family).on || settings.general_member_interval == 0)
+        return std::nullopt;
     if (settings.general_member_interval != kAsComputed) {
         return settings.general_member_interval * kSecond;
     }
-    // RFC 3376, 8.4.
-    const std::uint64_t queries = std::uint64_t{settings.robustness} * settings.query_interval;
+    // RFC 3376, 8.4; RFC 3810, 9.4.
+    const QuerierValues querier = querier_values(segment);
+    const std::uint64_t queries = std::uint64_t{querier.robustness} * querier.query_interval;
     return (queries + settings.query_max_resp_time) * kSecond;
 }
 
@@ -403,7 +406,7 @@ std::optional<EntryOwner> entry_in_hand() {
 
 std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group) {
     if (group.hosts.empty()) return last_answer_due(group);
-    const auto rule = age_rule(key.family);
+    const auto rule = age_rule(key);
     if (!rule || group.pieces.empty()) return std::nullopt;
     return rule->aged_at(group.pieces.back().heard_us);
 }

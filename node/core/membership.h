@@ -96,8 +96,9 @@ void forget_mld_groups();
 // To be called when a setting that ageing depends on has changed.
 void rearm_ageing();
 
-// How long a membership lives without a report; nothing when it does not age.
-[[nodiscard]] std::optional<std::uint64_t> membership_interval(Family family);
+// How long a membership lives without a report; nothing when it does not age. It depends on the
+// querier of the segment.
+[[nodiscard]] std::optional<std::uint64_t> membership_interval(const Place& segment);
 
 // When a membership ends if nothing more is heard of it; nothing when it does not age.
 [[nodiscard]] std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group);

@@ -49,11 +49,18 @@ bool wins_over_node(const RouterKey& key) {
     return own == Address{} || key.address < own;
 }
 
+// The one that asks in the node's place: of several the first, as they are sorted by address.
+UserRouters::const_iterator find_querier(const Place& segment) {
+    return std::ranges::find_if(core().user_routers, [&segment](const auto& one) {
+        return is_on(one.first, segment) && wins_over_node(one.first);
+    });
+}
+
 void take_out(const RouterKey& key, const char* why) {
     const Place segment = segment_of(key);
     const auto found = core().user_routers.find(key);
     if (found == core().user_routers.end()) return;
-    core().timers.stop(found->second);
+    core().timers.stop(found->second.timer);
     core().user_routers.erase(found);
     trace(Trace::kMemberships, segment,
           [&] { return "router " + text(key.family, key.address) + " " + why; });
@@ -61,17 +68,20 @@ void take_out(const RouterKey& key, const char* why) {
     if (wins_over_node(key) && !is_outvoted(segment)) take_over(segment);
 }
 
-std::optional<Drop> hear(const RouterKey& key, std::uint64_t present_us) {
+std::optional<Drop> hear(const RouterKey& key, std::uint64_t present_us,
+                         const QuerierValues& says = {}) {
     const auto found = core().user_routers.find(key);
     const bool is_new = found == core().user_routers.end();
     if (is_new && count_routers(key.port) >= kRoutersPerPort) return Drop::kRouterBound;
-    auto& timer = is_new ? core().user_routers[key] : found->second;
-    core().timers.stop(timer);
+    UserRouter& router = is_new ? core().user_routers[key] : found->second;
+    router.robustness = static_cast<std::uint8_t>(says.robustness);
+    router.query_interval = says.query_interval;
+    core().timers.stop(router.timer);
     const auto about = [key] {
         return text(key.family, key.address) + " on port " + port_text(key.port);
     };
-    timer = core().timers.start(core().now_us + present_us,
-                                {"router present", about, [key] { take_out(key, "aged"); }});
+    router.timer = core().timers.start(core().now_us + present_us,
+                                       {"router present", about, [key] { take_out(key, "aged"); }});
     if (is_new) {
         trace(Trace::kMemberships, segment_of(key),
               [&] { return "router " + text(key.family, key.address) + " heard"; });
@@ -80,17 +90,22 @@ std::optional<Drop> hear(const RouterKey& key, std::uint64_t present_us) {
     return std::nullopt;
 }
 
+// The node's own values in place of those that are not said.
+QuerierValues with_own(const QuerierValues& said) {
+    const Settings& settings = core().settings;
+    return {said.robustness != 0 ? said.robustness : settings.robustness,
+            said.query_interval != 0 ? said.query_interval : settings.query_interval};
+}
+
 // The other querier present interval (RFC 3376, 8.5; RFC 3810, 9.5), of what the other one says of
 // itself; where it says nothing, of the node's own values (RFC 3376, 4.1.6 and 4.1.7).
 std::uint64_t other_querier_present_us(const RouterQuery& query) {
-    const Settings& settings = core().settings;
-    const std::uint64_t robustness = query.robustness != 0 ? query.robustness : settings.robustness;
-    const std::uint64_t interval =
-        query.query_interval != 0 ? query.query_interval : settings.query_interval;
+    const QuerierValues values = with_own({query.robustness, query.query_interval});
+    const std::uint64_t robustness = values.robustness;
     // What other queries leave for an answer is shorter, and no query response interval.
     const std::uint64_t response_us =
-        query.is_general() ? query.response_us : settings.query_max_resp_time * kSecond;
-    return robustness * interval * kSecond + response_us / 2;
+        query.is_general() ? query.response_us : core().settings.query_max_resp_time * kSecond;
+    return robustness * values.query_interval * kSecond + response_us / 2;
 }
 
 RouterKey key_of(const Place& place, RouterSign sign, const Address& address) {
@@ -103,7 +118,8 @@ std::optional<Drop> hear_querier(const Place& place, const Address& address,
                                  const RouterQuery& query) {
     // A switch that asks for itself, as this one does, and no router (RFC 4541, 2.1.1).
     if (address == Address{}) return std::nullopt;
-    return hear(key_of(place, RouterSign::kQuery, address), other_querier_present_us(query));
+    return hear(key_of(place, RouterSign::kQuery, address), other_querier_present_us(query),
+                {query.robustness, query.query_interval});
 }
 
 // Dead is who has not been heard for three of the intervals that it has announced, as
@@ -125,9 +141,13 @@ void hear_termination(const Place& place, const Address& address) {
 }
 
 bool is_outvoted(const Place& segment) {
-    return std::ranges::any_of(core().user_routers, [&segment](const auto& one) {
-        return is_on(one.first, segment) && wins_over_node(one.first);
-    });
+    return find_querier(segment) != core().user_routers.end();
+}
+
+QuerierValues querier_values(const Place& segment) {
+    const auto querier = find_querier(segment);
+    if (querier == core().user_routers.end()) return with_own({});
+    return with_own({querier->second.robustness, querier->second.query_interval});
 }
 
 bool is_router_port(const Place& segment) {
@@ -137,7 +157,7 @@ bool is_router_port(const Place& segment) {
 
 void forget_routers_if(const std::function<bool(const RouterKey&)>& unwanted) {
     std::vector<RouterKey> keys;
-    for (const auto& [key, timer] : core().user_routers) {
+    for (const auto& [key, router] : core().user_routers) {
         if (unwanted(key)) keys.push_back(key);
     }
     for (const RouterKey& key : keys) take_out(key, "taken away");
@@ -147,7 +167,7 @@ void tell_router_ports() {
     RouterPortWatch& watching = watch();
     if (!watching.changed) return;
     std::array<bool, kUserPorts> now{};
-    for (const auto& [key, timer] : core().user_routers) now.at(key.port) = true;
+    for (const auto& [key, router] : core().user_routers) now.at(key.port) = true;
     for (std::uint32_t port = 0; port < kUserPorts; ++port) {
         if (std::exchange(watching.told.at(port), now.at(port)) == now.at(port)) continue;
         watching.changed(port, now.at(port));
@@ -163,8 +183,8 @@ void watch_router_ports(std::function<void(std::uint32_t, bool)> changed) {
 std::vector<RouterPort> router_ports() {
     const Lock lock;
     std::vector<RouterPort> all;
-    for (const auto& [key, timer] : core().user_routers) {
-        all.push_back({key.port, key.vlan, key.family, key.sign, key.address, timer->first});
+    for (const auto& [key, router] : core().user_routers) {
+        all.push_back({key.port, key.vlan, key.family, key.sign, key.address, router.timer->first});
     }
     return all;
 }

@@ -29,6 +29,15 @@ void hear_termination(const Place& place, const Address& address);
 // Another router asks there.
 [[nodiscard]] bool is_outvoted(const Place& segment);
 
+// What the querier of a segment says of itself, which is what its hosts are to be judged by
+// (RFC 3376, 4.1.6 and 4.1.7; RFC 3810, 5.1.8 and 5.1.9). Of what it does not say, and where no
+// other router asks, the node's own settings.
+struct QuerierValues {
+    std::uint32_t robustness;
+    std::uint32_t query_interval;  // in seconds
+};
+[[nodiscard]] QuerierValues querier_values(const Place& segment);
+
 [[nodiscard]] bool is_router_port(const Place& segment);
 
 void forget_routers_if(const std::function<bool(const RouterKey&)>& unwanted);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "node/core/membership.h"
+#include "node/core/querier.h"
 #include "node/core/routers.h"
 #include "node/core/upstream.h"
 
@@ -109,6 +110,7 @@ int32_t igmp_data_init(void) {
 
 int32_t mld_data_init(void) {
     const Lock lock;
+    mcore::stop_general_queries(mcore::Family::kIpv6);
     mcore::stop_upstream(mcore::Family::kIpv6);
     mcore::forget_mld_groups();
     mcore::forget_routers_if(

@@ -265,7 +265,13 @@ struct RouterKey {
 
     auto operator<=>(const RouterKey&) const = default;
 };
-using UserRouters = std::map<RouterKey, std::optional<Timers::Id>>;  // till when it is present
+// What it says of itself is 0 where it does not.
+struct UserRouter {
+    std::optional<Timers::Id> timer;   // till when it is present
+    std::uint8_t robustness = 0;       // these two in queries of the newest version only
+    std::uint32_t query_interval = 0;  // in seconds
+};
+using UserRouters = std::map<RouterKey, UserRouter>;
 
 // The general queries of a family.
 struct QueryRound {

@@ -43,8 +43,9 @@ class Reader {
     bool ran_out_ = false;
 };
 
+// MLD, and Multicast Router Discovery (RFC 4286), whose IPv4 messages are IGMP.
 bool is_mld_type(std::uint8_t type) {
-    return type == 130 || type == 131 || type == 132 || type == 143;
+    return (type >= 130 && type <= 132) || type == 143 || (type >= 151 && type <= 153);
 }
 
 TrapVerdict classify_ipv4(Reader& frame, std::size_t packet) {

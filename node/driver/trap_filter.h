@@ -1,7 +1,8 @@
 // The switch's trap: which frames of a port reach the processor.
 //
 // Trapped are IGMP (IPv4, protocol 2) and MLD (ICMPv6 types 130, 131, 132 and 143, with or without
-// a hop-by-hop header), behind up to two 802.1Q tags and at most one PPPoE session header:
+// a hop-by-hop header), with Multicast Router Discovery, which is IGMP and ICMPv6 types 151 to 153
+// (RFC 4286), behind up to two 802.1Q tags and at most one PPPoE session header:
 //
 //      0        6        12
 //      dst MAC  src MAC  { 0x8100 TCI }*  type                                        packet

@@ -16,7 +16,7 @@ constexpr const char* kRemoval =
     "add table netdev mc_node\n"
     "delete table netdev mc_node\n";
 
-constexpr const char* kMldTypes = "{ 130, 131, 132, 143 }";
+constexpr const char* kMldTypes = "{ 130, 131, 132, 143, 151, 152, 153 }";
 
 // The protocol is given although the type implies it: left alone, nft puts a test of the Ethernet
 // type in front, and of a tagged frame that is the tag's. As a number, here and below: names are

@@ -65,7 +65,7 @@ constexpr std::array kProgram{
     /* 20 */ refuse(),
     // IPv4
     /* 21 */ load8(kIpv4Protocol),
-    /* 22 */ if_equal(kIgmp, 15),  // to 38
+    /* 22 */ if_equal(kIgmp, 17),  // to 40
     /* 23 */ refuse(),
     // IPv6
     /* 24 */ load8(kIpv6Next),
@@ -78,13 +78,15 @@ constexpr std::array kProgram{
     /* 30 */ sock_filter{BPF_ST, 0, 0, 0},
     /* 31 */ load8(kIpv6Body),
     /* 32 */ sock_filter{BPF_LDX | BPF_MEM, 0, 0, 0},
-    /* 33 */ unless_equal(kIcmpv6, 5),  // to 39
+    /* 33 */ unless_equal(kIcmpv6, 7),  // to 41
     /* 34 */ load8(kIpv6Body),
-    /* 35 */ if_equal(143, 2),                                   // to 38
-    /* 36 */ sock_filter{BPF_JMP | BPF_JGE | BPF_K, 0, 2, 130},  // below: to 39
-    /* 37 */ sock_filter{BPF_JMP | BPF_JGT | BPF_K, 1, 0, 132},  // above: to 39
-    /* 38 */ accept(),
-    /* 39 */ refuse(),
+    /* 35 */ if_equal(143, 4),                                   // to 40
+    /* 36 */ sock_filter{BPF_JMP | BPF_JGE | BPF_K, 0, 4, 130},  // below: to 41
+    /* 37 */ sock_filter{BPF_JMP | BPF_JGT | BPF_K, 0, 2, 132},  // not above: to 40
+    /* 38 */ sock_filter{BPF_JMP | BPF_JGE | BPF_K, 0, 2, 151},  // below: to 41
+    /* 39 */ sock_filter{BPF_JMP | BPF_JGT | BPF_K, 1, 0, 153},  // above: to 41
+    /* 40 */ accept(),
+    /* 41 */ refuse(),
 };
 
 }  // namespace

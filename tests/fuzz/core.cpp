@@ -108,7 +108,8 @@ void check_sent_igmp(std::uint16_t port, std::span<const std::uint8_t> packet) {
 
 void check_sent_mld(std::uint16_t port, std::span<const std::uint8_t> packet) {
     constexpr std::size_t kHeaders = 48;
-    must(packet.size() >= kHeaders + 24 && packet[0] == 0x60, "an MLD packet sent");
+    // The shortest is a host's report without records, for a router.
+    must(packet.size() >= kHeaders + 8 && packet[0] == 0x60, "an MLD packet sent");
     must(mc::load_be16(&packet[4]) + std::size_t{40} == packet.size(), "the length it claims");
     const auto message = packet.subspan(kHeaders);
     const auto length = static_cast<std::uint32_t>(message.size());

@@ -113,7 +113,8 @@ ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
     const long code = record[3];
     memcpy(message, &code, sizeof code);
     size_t length = one_in(4) ? below((uint32_t)size + 1) : size;
-    /* Behind a short one stands what was there: a range of any length, walked address by address. */
+    /* Behind a short one stands what was there: a range of any length, walked address by address.
+     */
     if (walks_a_range(code)) length = size;
     memcpy((uint8_t*)message + sizeof code, record + 4, length);
     return (ssize_t)length;

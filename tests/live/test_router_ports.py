@@ -2,11 +2,13 @@
 
 import json
 
+from lab import messages
 from lab.state import snapshot
 from live_test import LiveTest, until
 
 # In seconds, small enough to wait for; the router's queries say nothing else.
 INTERVAL, RESPONSE = 1, 1
+ADVERTISED = 3 * 4 + 5       # three of the shortest intervals, on a busy machine
 SIDES = [("239.9.1.1", "IGMPv3 report"), ("ff1e::911", "MLDv2 report")]
 
 
@@ -33,6 +35,16 @@ class RouterPorts(LiveTest):
         for stream in streams:
             self.wait_for_stop(2, stream)
         until(lambda: self.node.said("has no router behind it any more"), "the node says so")
+
+    def test_a_router_that_advertises_itself_gets_streams_without_asking(self):
+        for number, ((group, _), address) in enumerate(zip(SIDES, ("ip4", "link_local")), 2):
+            router, stream = self.hosts["h%d" % number], self.uplink.stream(group)
+            self.assert_reaches(stream)
+            packet, to = messages.router_advertisement(getattr(router, address), 4)
+            router.send(messages.ethernet(router.mac, to, packet))
+            self.assert_reaches(stream, number)
+            self.wait_for_stop(number, stream, ADVERTISED)
+            stream.close()
 
     def test_a_router_with_a_lower_address_asks_in_place_of_the_proxy(self):
         self.node.ctl("mode", "proxy")

@@ -48,7 +48,7 @@ inline Bytes ipv4_header(std::uint8_t protocol, std::uint8_t message) {
     return with_checksum(header, checksum(header), 10);
 }
 
-inline Bytes igmp(Bytes message) { return with_checksum(message, checksum(message), 2); }
+inline Bytes igmp(const Bytes& message) { return with_checksum(message, checksum(message), 2); }
 
 /* A membership report of version 2. */
 inline Bytes ipv4(std::uint8_t protocol) {
