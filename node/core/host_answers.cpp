@@ -1,8 +1,5 @@
 #include "node/core/host_answers.h"
 
-#include "node/core/router_query.h"
-#include "node/core/router_version.h"
-
 #include <algorithm>
 #include <iterator>
 #include <string>
@@ -10,6 +7,8 @@
 
 #include "node/core/chance.h"
 #include "node/core/report_message.h"
+#include "node/core/router_query.h"
+#include "node/core/router_version.h"
 #include "node/core/upstream.h"
 
 namespace mcore {

@@ -1,13 +1,12 @@
 #include "node/core/router_version.h"
 
-#include "node/core/router_query.h"
-
 #include <algorithm>
 #include <string>
 
 #include "node/core/host_answers.h"
 #include "node/core/host_reports.h"
 #include "node/core/membership.h"
+#include "node/core/router_query.h"
 
 namespace mcore {
 namespace {

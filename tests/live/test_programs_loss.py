@@ -130,4 +130,4 @@ class OfTwo(LossTest):
     # As it is a host at its uplink.
     def test_the_proxy_repeats_itself(self):
         self.node.ctl("mode", "proxy")
-        self.hear_it({"IGMP": "239.27.2.1"})
+        self.hear_it({"IGMP": "239.27.2.1", "MLD": "ff1e::27:2:1"})
