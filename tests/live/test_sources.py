@@ -112,6 +112,22 @@ class Sources:
         self.assert_reaches(other, 0)
         self.assert_reaches(stream, 0)
 
+    def test_sources_without_room_in_the_database_are_all_sources(self):
+        self.node.stop()
+        self.switch.ip("link set br0 type bridge mcast_hash_max 32")
+        self.node.start()
+        stream, other = self.streams()
+        self.join("h0", self.one)
+        self.assert_reaches(stream, 0)
+        self.assert_reaches(other)
+        # With the group itself and what the kernel has learnt of other groups that is too much.
+        for number in range(100, 129):
+            self.join("h0", self.nobody(number))
+        self.assert_reaches(other, 0)
+        self.assert_reaches(stream, 0)
+        self.assertLess(len(self.entries()), 32)
+        self.assertEqual(self.node.complaints(), [])
+
     def test_sources_that_nothing_can_come_from_are_left_out(self):
         stream, other = self.streams()
         self.join("h0", self.one)
