@@ -156,6 +156,7 @@ class Sources:
         self.join("h0", self.one)
         self.join("h1", self.one)
         self.assert_reaches(stream, 0, 1)
+        self.assertEqual(self.node.complaints(), [])
         self.node.stop()
         self.assertEqual([entry for entry in self.entries() if "permanent" in entry], before)
 
