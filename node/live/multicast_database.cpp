@@ -36,7 +36,7 @@ struct EntryRequest {
     br_mdb_entry entry{};
     nlattr more{2 * sizeof(nlattr) + sizeof(std::uint32_t), MDBA_SET_ENTRY_ATTRS | NLA_F_NESTED};
     nlattr protocol_header{sizeof(nlattr) + sizeof(std::uint8_t), kEntryProtocol};
-    std::uint8_t protocol = kOwnProtocol;
+    std::uint8_t protocol = 0;
     std::array<std::uint8_t, 3> padding{};
 };
 // Netlink pads to 4 bytes, and the compiler does not pad more.
@@ -57,7 +57,8 @@ br_mdb_entry entry_of(int port, const Group& group) {
     return entry;
 }
 
-EntryRequest request_for(std::uint16_t type, int bridge, int port, const Group& group) {
+EntryRequest request_for(std::uint16_t type, int bridge, int port, const Group& group,
+                         std::uint8_t protocol = kOwnProtocol) {
     EntryRequest request;
     request.header.nlmsg_len = sizeof request;
     request.header.nlmsg_type = type;
@@ -65,6 +66,7 @@ EntryRequest request_for(std::uint16_t type, int bridge, int port, const Group& 
     request.body.family = AF_BRIDGE;
     request.body.ifindex = static_cast<std::uint32_t>(bridge);
     request.entry = entry_of(port, group);
+    request.protocol = protocol;
     return request;
 }
 
@@ -160,9 +162,8 @@ int MulticastDatabase::replace(int bridge, int port, const Group& group,
 }
 
 int MulticastDatabase::renew(int bridge, const DatabaseEntry& entry) {
-    EntryRequest request = request_for(RTM_NEWMDB, bridge, entry.port, entry.group);
+    EntryRequest request = request_for(RTM_NEWMDB, bridge, entry.port, entry.group, entry.protocol);
     request.header.nlmsg_flags |= NLM_F_REPLACE;
-    request.protocol = entry.protocol;
     return netlink_.tell(request.header);
 }
 
