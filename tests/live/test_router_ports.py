@@ -108,10 +108,13 @@ class Asking(LiveTest):
         self.assertEqual(query.source, "0.0.0.0", "no router gives way to it")
 
     def test_who_is_behind_a_link_that_has_come_up_is_asked(self):
+        kinds = "IGMPv3 general query", "MLDv2 general query"
+        for kind in kinds:
+            until(lambda: self.at_port(1, kind) and self.at_port(2, kind), "the node's first queries")
         self.home.clear()
         self.switch.ip("link set lan1 down")
         until(lambda: self.node.said("lan1.* is down"), "the node sees it")
         self.switch.ip("link set lan1 up")
-        for kind in ("IGMPv3 general query", "MLDv2 general query"):
+        for kind in kinds:
             until(lambda: self.at_port(1, kind), "%s on port 1" % kind)
             self.assertEqual(self.at_port(2, kind), [])
