@@ -11,17 +11,16 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "adapt/status_segment.h"
 #include "command/command.h"
 #include "node/report/printable.h"
 #include "tools/command_line.h"
 #include "tools/documents.h"
+#include "tools/queue_reader.h"
 #include "tools/rule_caution.h"
 
 namespace {
@@ -56,31 +55,10 @@ std::string reason_not_sent() {
     return queue + ": " + std::strerror(error);
 }
 
-// Whether a process has the status segment attached, as the library has for life. The table of the
-// kernel is for everyone to read, the segment is not; without the table nothing is known.
-bool is_surely_unread() {
-    std::ifstream table("/proc/sysvipc/shm");
-    std::string heading;
-    if (!std::getline(table, heading)) return false;
-    long key = 0;
-    long id = 0;
-    std::string permissions;
-    unsigned long size = 0;
-    long creator = 0;
-    long last = 0;
-    unsigned long attached = 0;
-    std::string rest;
-    while (table >> key >> id >> permissions >> size >> creator >> last >> attached &&
-           std::getline(table, rest)) {
-        if (key == mc::kStatusSegmentKey && attached > 0) return false;
-    }
-    return true;
-}
-
 void post(const commands::Record& record) {
     const int queue = msgget(MC_QUEUE_KEY, 0);
     if (queue == -1) throw QueueError(reason_not_open());
-    if (is_surely_unread()) {
+    if (commands::is_surely_unread()) {
         throw QueueError("no node is running: queue " + std::to_string(MC_QUEUE_KEY) +
                          " is there, but nobody reads it");
     }
@@ -107,10 +85,7 @@ void run(std::vector<std::string> words) {
     const bool dry_run = take(words, "--dry-run");
     const bool wants_help = take(words, "--help") || take(words, "-h");
     if (wants_help) return print(commands::help(words));
-    if (words.empty()) {
-        print(commands::help({}));
-        throw commands::UsageError("which command?");
-    }
+    if (words.empty()) throw commands::UsageError("no command: --help lists them");
     if (words.front() == "help") return print(commands::help({words.begin() + 1, words.end()}));
     if (words.front() == "--reference") return print(commands::reference());
     if (words.front() == "completion") {
@@ -120,9 +95,12 @@ void run(std::vector<std::string> words) {
         return print(commands::bash_completion());
     }
     const commands::Record record = commands::encode(words);
+    if (dry_run) {
+        print(commands::hex_text(record.bytes) + "\n");
+    } else {
+        post(record);
+    }
     say_caution(record);
-    if (dry_run) return print(commands::hex_text(record.bytes) + "\n");
-    post(record);
 }
 
 int complain(const std::exception& error, int status) {

@@ -24,6 +24,7 @@
 #include "tools/command_line.h"
 #include "tools/command_table.h"
 #include "tools/documents.h"
+#include "tools/queue_reader.h"
 #include "tools/values.h"
 
 // The program, whose main has another name here.
@@ -52,6 +53,9 @@ bool fails(unsigned n) {
 }
 
 }  // namespace
+
+// In place of the look at what runs on this machine.
+bool commands::is_surely_unread() { return sum % 13 == 0; }
 
 extern "C" {
 
@@ -192,7 +196,9 @@ void check_run(const Words& words) {
     posted.reset();
     const fuzz::Ran ran = fuzz::run_program(mcctl_main, "mcctl", words);
     must(ran.status >= 0 && ran.status <= 2, "the status of the program");
-    must((ran.status != 0) == !ran.complaint.empty(), "a status and a complaint");
+    const bool has_note = ran.status == 0 && ran.complaint.starts_with("mcctl: note: ");
+    must(has_note || (ran.status != 0) == !ran.complaint.empty(), "a status and a complaint");
+    if (has_note) fuzz::check_complaint(ran.complaint);
     if (ran.status != 0) {
         fuzz::check_complaint(ran.complaint);
         must(!posted && ran.output.empty(), "a complaint, and something else");
@@ -204,7 +210,8 @@ void check_run(const Words& words) {
 
 // The words are a command, and nothing that the program itself understands stands among them.
 bool is_plain(const Words& words) {
-    constexpr std::string_view kOwn[] = {"--help", "-h", "--dry-run", "--reference", "completion"};
+    constexpr std::string_view kOwn[] = {"--help",      "-h",         "--dry-run",
+                                         "--reference", "completion", "help"};
     return !words.empty() && std::ranges::none_of(words, [&](const std::string& word) {
         return std::ranges::find(kOwn, word) != std::end(kOwn);
     });

@@ -1,0 +1,10 @@
+// Whether a node is there to read the command queue.
+#pragma once
+
+namespace commands {
+
+// True when no process has the status segment attached, as the library has for life. False also
+// when that is not known.
+[[nodiscard]] bool is_surely_unread();
+
+}  // namespace commands
