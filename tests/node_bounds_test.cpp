@@ -23,6 +23,7 @@
 #include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
+#include "support/core_ports.h"
 
 namespace {
 
@@ -86,11 +87,7 @@ class Bounded : public ::testing::Test {
         mld_register_switch_send_pkt(take_mld_packet);
         mld_register_switch_add_table(take_mld_entry);
         mld_register_switch_del_table(take_mld_entry);
-        for (std::uint32_t port = 0; port < 6; ++port) {
-            igmp_port_add_all_vlan(port);
-            mld_port_conf_set(port, 2);
-        }
-        igmp_port_add_all_vlan(kUplink);
+        declare_ports_to_core();
     }
 
     void TearDown() override {

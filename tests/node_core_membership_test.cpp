@@ -16,6 +16,7 @@
 #include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
+#include "support/core_ports.h"
 
 namespace {
 
@@ -121,12 +122,7 @@ class Memberships : public ::testing::TestWithParam<Family> {
         mld_register_switch_send_pkt(take_mld_packet);
         mld_register_switch_add_table(take_mld_entry);
         mld_register_switch_del_table(take_mld_entry);
-        for (std::uint32_t port = 0; port < 6; ++port) {
-            igmp_port_add_all_vlan(port);
-            mld_port_conf_set(port, 2);
-        }
-        igmp_port_add_all_vlan(kUplink);
-        mld_port_conf_set(kUplink6, 1);
+        declare_ports_to_core();
         mcore::set_clock(now_);  // the queries of a node that starts are not the matter here
         queries.clear();
     }

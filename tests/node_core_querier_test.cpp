@@ -16,6 +16,7 @@
 #include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
+#include "support/core_ports.h"
 
 namespace {
 
@@ -135,12 +136,7 @@ class RouterSide : public ::testing::TestWithParam<Family> {
         mld_register_switch_send_pkt(keep_mld);
         mld_register_switch_add_table(program_mld);
         mld_register_switch_del_table(program_mld);
-        for (std::uint32_t port = 0; port < 6; ++port) {
-            igmp_port_add_all_vlan(port);
-            mld_port_conf_set(port, 2);
-        }
-        igmp_port_add_all_vlan(kUplink);
-        mld_port_conf_set(kUplink, 1);
+        declare_ports_to_core();
         igmp_globle_proxyip_set(kProxyIp);
     }
 

@@ -29,7 +29,7 @@
 #include "node/core/input.h"
 #include "node/core/message.h"
 #include "node/core/relay.h"
-#include "node/core/router_input.h"
+#include "node/core/router_discovery.h"
 #include "node/core/router_query.h"
 #include "node/core/upstream.h"
 

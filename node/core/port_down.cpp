@@ -1,10 +1,9 @@
 // What becomes of a port's memberships when its link is gone.
 //
-//   down, with fast leave            all end at once
-//   down, without                    what is not reported anew ends after the last member query
-//   time down again before that time      what was not reported anew since the first time ends at
-//   once,
-//                                    so that a link that flaps keeps nothing for ever
+//   down, with fast leave     all end at once
+//   down, without             what is not reported anew ends after the last member query time
+//   down again before that    what was not reported anew since the first time ends at once, so that
+//                             a link that flaps keeps nothing for ever
 #include <cstdint>
 
 #include "node/core/membership.h"

@@ -1,6 +1,5 @@
 #include "node/core/querier.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <set>

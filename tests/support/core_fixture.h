@@ -14,6 +14,7 @@
 #include "node/core/multicast_core.h"
 #include "platform/protocol_core.h"
 #include "support/core_packets.h"
+#include "support/core_ports.h"
 
 namespace core_fixture {
 
@@ -114,12 +115,7 @@ class Core : public ::testing::Test {
         mld_register_switch_send_pkt(send_mld);
         mld_register_switch_add_table(add_mld_entry);
         mld_register_switch_del_table(remove_mld_entry);
-        for (std::uint32_t port = 0; port < 6; ++port) {
-            igmp_port_add_all_vlan(port);
-            mld_port_conf_set(port, 2);
-        }
-        igmp_port_add_all_vlan(kUplink);
-        mld_port_conf_set(29, 1);
+        declare_ports_to_core();
         igmp_globle_proxyip_set(kProxyIp);
         mcore::set_clock(now_);  // the queries of a node that starts are not the matter here
         sent.clear();

@@ -1,4 +1,4 @@
-#include "node/core/router_input.h"
+#include "node/core/router_discovery.h"
 
 #include <cstddef>
 
