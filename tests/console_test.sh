@@ -67,7 +67,7 @@ stop_node() {
 # Runs mcctl; what it said and how it ended is in stdout, stderr and $status.
 run() {
     status=0
-    "${mcctl[@]}" "$@" >stdout 2>stderr </dev/null || status=$?
+    timeout 20 "${mcctl[@]}" "$@" >stdout 2>stderr </dev/null || status=$?
 }
 # expect WHAT STATUS LINE ARGUMENT...: one line on standard error with this text, nothing else.
 expect() {
@@ -280,7 +280,7 @@ exec {sleeper[1]}>&- {sleeper_in}>&-
 read -r -t 20 said <&"${sleeper[0]}" || said=nothing
 [[ $said == "True {'t'} n what the node prints was not read: the rest is left out" ]] ||
     fail "a sleeper is told: $said"
-wait "$sleeper_PID" 2>/dev/null || true
+[[ -z ${sleeper_PID-} ]] || { kill "$sleeper_PID"; wait "$sleeper_PID"; } 2>/dev/null || true
 
 echo "other users"
 if [[ $(id -u) -ne 0 ]] || ! setpriv --reuid 65534 --clear-groups test -x "${mcctl[-1]}" 2>/dev/null; then
