@@ -193,6 +193,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     }
     const std::uint64_t begin_us = CoreClock::now_us();
     CoreClock::move();
+    driver::know_own_frames({sys_mac, mld_sys_mac});
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;

@@ -172,6 +172,7 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
         started_.wait(false);
         is_prepared_ = true;
     }
+    count_last_frame();
     while (true) {
         epoll_event event{};
         if (epoll_wait(epoll_, &event, 1, -1) < 1) continue;  // a signal, for a debugger's sake
@@ -179,8 +180,17 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
         const std::uint32_t length = take_frame(event.data.u64, buf);
         if (length == 0) continue;
         now_();
+        driver::take_in_hand(event.data.u64, buf.first(length));
         return driver::Delivery{driver::port_of_slot(event.data.u64), length};
     }
+}
+
+// Whoever asks for a frame is done with the one before.
+void LiveDriver::count_last_frame() {
+    const auto fate = driver::put_down();
+    if (!fate) return;
+    const std::lock_guard lock(mutex_);
+    driver::count(*fate, counters_[fate->slot].fates);
 }
 
 // 0 when the port has none, or one that does not go to the library.
@@ -209,6 +219,7 @@ std::uint32_t LiveDriver::take_frame(std::size_t slot, std::span<std::uint8_t> b
 }
 
 bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
+    driver::note_sent();
     const std::lock_guard lock(mutex_);
     const auto slot = driver::slot_of_port(port);
     if (!slot) {

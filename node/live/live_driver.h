@@ -25,6 +25,7 @@
 
 #include "node/driver/driver.h"
 #include "node/driver/frame_check.h"
+#include "node/driver/frame_fate.h"
 #include "node/driver/ports.h"
 #include "node/live/bridge.h"
 #include "node/live/port_socket.h"
@@ -39,6 +40,7 @@ struct PortCounters {
     std::uint64_t not_trapped = 0;  // let through by the socket's filter, refused on a closer look
     std::uint64_t too_long = 0;     // above driver::kLongestFrame
     driver::RefusalCounts refused{};
+    driver::FateCounts fates{};        // of what the library took, but for a frame in hand
     std::uint64_t socket_dropped = 0;  // came when the socket had no room
     std::uint64_t sent = 0;
     std::uint64_t send_failed = 0;
@@ -94,6 +96,7 @@ class LiveDriver final : public driver::Driver {
 
  private:
     void open_port(std::size_t slot, int index);
+    void count_last_frame();
     [[nodiscard]] std::uint32_t take_frame(std::size_t slot, std::span<std::uint8_t> buf);
     void note_drops(std::size_t slot);
     [[nodiscard]] std::optional<mcore::EntryOwner> owner_in_hand(const driver::MacAddress& mac);
