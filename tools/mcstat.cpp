@@ -1,7 +1,5 @@
 // mcstat: what the library knows about ports and groups, from outside. It reads the status segment
 // as a management process does; what the records in it mean is mcstat_fields.h's.
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -12,10 +10,12 @@
 #include <thread>
 
 #include "node/report/printable.h"
+#include "node/report/table.h"
 #include "tools/mcstat_fields.h"
 #include "tools/mcstat_ipc.h"
 #include "tools/mcstat_report.h"
 #include "tools/option_parser.h"
+#include "tools/screen.h"
 
 namespace {
 
@@ -66,25 +66,32 @@ std::optional<double> pause_of(const options::Parser& parser, const Arguments& a
     return known && seconds > 0 && seconds <= kLongestPause ? seconds : -1;
 }
 
-bool show(const mcstat::Fields& fields, const Arguments& arguments) {
+std::string fresh_report(const mcstat::Fields& fields, const Arguments& arguments) {
     const mcstat::Segment segment;
     if (!arguments.no_refresh) mcstat::refresh(kPatience);
     const mcstat::Contents contents = segment.read();
-    const std::string text = arguments.json ? mcstat::report_json(contents, fields)
-                                            : mcstat::report_text(contents, fields);
+    if (arguments.json) return mcstat::report_json(contents, fields);
+    const auto screen = tools::screen();
+    return mcstat::report_text(contents, fields,
+                               screen ? screen->columns : report::Table::kAnyWidth);
+}
+
+bool write(const std::string& text) {
     return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+}
+
+// What is at the top of the screen stays there, however much comes behind it.
+std::string in_place(const std::string& text, const tools::Screen& screen) {
+    return kClearScreen + tools::first_lines(text, screen.lines);
 }
 
 // Until it fails; an interrupt ends the program, which has nothing to put in order.
 bool watch(const mcstat::Fields& fields, const Arguments& arguments, double pause_s) {
-    const bool on_terminal = isatty(STDOUT_FILENO) != 0;
-    for (bool first = true;; first = false) {
-        if (on_terminal) {
-            std::fputs(kClearScreen, stdout);
-        } else if (!first) {
-            std::fputs("\n", stdout);
-        }
-        if (!show(fields, arguments)) return false;
+    for (bool is_first = true;; is_first = false) {
+        const std::string text = fresh_report(fields, arguments);
+        const auto screen = tools::screen();
+        const char* const gap = is_first ? "" : "\n";
+        if (!write(screen ? in_place(text, *screen) : gap + text)) return false;
         std::this_thread::sleep_for(std::chrono::duration<double>(pause_s));
     }
 }
@@ -103,7 +110,8 @@ int show_as_told(const options::Parser& parser, const Arguments& arguments) {
         arguments.fields.empty()
             ? mcstat::parse_fields(mcstat::default_description(), "built-in description")
             : mcstat::read_fields(arguments.fields);
-    const bool written = pause_s ? watch(fields, arguments, *pause_s) : show(fields, arguments);
+    const bool written =
+        pause_s ? watch(fields, arguments, *pause_s) : write(fresh_report(fields, arguments));
     if (!written) complain("standard output takes nothing");
     return written ? kDone : kFailed;
 }

@@ -88,7 +88,8 @@ Json as_json(const Field& field, Bytes record) {
     }
 }
 
-std::string ports_text(const Contents& contents, const Fields& fields) {
+std::string ports_text(const Contents& contents, const Fields& fields, std::size_t width) {
+    constexpr std::size_t kPortColumn = 1;
     std::vector<report::Column> columns{{"port", report::Align::kLeft}, {"group limit"}};
     for (const Field& field : fields.port) columns.push_back(column_of(field));
     report::Table table("Ports", columns);
@@ -101,10 +102,16 @@ std::string ports_text(const Contents& contents, const Fields& fields) {
         }
         table.add(row);
     }
-    return table.text();
+    return table.text(width, kPortColumn);
 }
 
-std::string groups_text(const Contents& contents, const Fields& fields) {
+// As far as the group's address, before which are the port and what else tells groups apart.
+std::size_t columns_of_key(const std::vector<Field>& fields) {
+    const auto address = std::ranges::find(fields, Format::kIp, &Field::format);
+    return address == fields.end() ? 0 : static_cast<std::size_t>(address - fields.begin()) + 1;
+}
+
+std::string groups_text(const Contents& contents, const Fields& fields, std::size_t width) {
     std::vector<report::Column> columns;
     for (const Field& field : fields.group) columns.push_back(column_of(field));
     report::Table table("IGMP groups", columns);
@@ -115,7 +122,7 @@ std::string groups_text(const Contents& contents, const Fields& fields) {
         }
         table.add(row);
     }
-    return table.text();
+    return table.text(width, columns_of_key(fields.group));
 }
 
 Json fields_json(const std::vector<Field>& fields, Bytes record) {
@@ -134,11 +141,11 @@ Json port_json(const Contents& contents, const Fields& fields, std::uint32_t log
 
 }  // namespace
 
-std::string report_text(const Contents& contents, const Fields& fields) {
+std::string report_text(const Contents& contents, const Fields& fields, std::size_t width) {
     const std::uint32_t fast_leave = word(contents, mc::kStatusFastLeave);
     return "Mode        " + mode_name(word(contents, mc::kStatusMode)) + "\nFast leave  " +
-           fast_leave_name(fast_leave) + "\n\n" + ports_text(contents, fields) + "\n" +
-           groups_text(contents, fields) + "\nGroups of MLD are not in the segment.\n";
+           fast_leave_name(fast_leave) + "\n\n" + ports_text(contents, fields, width) + "\n" +
+           groups_text(contents, fields, width) + "\nGroups of MLD are not in the segment.\n";
 }
 
 std::string report_json(const Contents& contents, const Fields& fields) {
