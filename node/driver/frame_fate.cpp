@@ -19,6 +19,7 @@ struct InHand {
     std::size_t slot;
     std::uint64_t handed_before;
     LibraryDrop reason;  // told at once: the library rewrites frames in place
+    std::uint64_t arrived_ns;
     bool is_sent = false;
 };
 
@@ -110,8 +111,8 @@ void count(const FrameFate& fate, FateCounts& counts) {
 
 void know_own_frames(const OwnAddresses& addresses) { own_addresses = addresses; }
 
-void take_in_hand(std::size_t slot, std::span<const std::uint8_t> frame) {
-    in_hand = InHand{slot, mcore::handed.packets, explain_drop(frame)};
+void take_in_hand(std::size_t slot, std::span<const std::uint8_t> frame, std::uint64_t arrived_ns) {
+    in_hand = InHand{slot, mcore::handed.packets, explain_drop(frame), arrived_ns};
 }
 
 std::optional<FrameFate> put_down() {
@@ -119,6 +120,11 @@ std::optional<FrameFate> put_down() {
     if (!frame) return std::nullopt;
     const bool to_core = mcore::handed.packets != frame->handed_before;
     return FrameFate{frame->slot, to_core, frame->is_sent, frame->reason};
+}
+
+std::optional<std::uint64_t> arrival_in_hand() {
+    if (!in_hand) return std::nullopt;
+    return in_hand->arrived_ns;
 }
 
 void note_sent() {

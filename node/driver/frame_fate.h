@@ -65,10 +65,14 @@ void count(const FrameFate& fate, FateCounts& counts);
 
 // A frame is in hand from its delivery until the library asks for the next one, both on the thread
 // that reads.
-void take_in_hand(std::size_t slot, std::span<const std::uint8_t> frame);
+void take_in_hand(std::size_t slot, std::span<const std::uint8_t> frame,
+                  std::uint64_t arrived_ns = 0);
 [[nodiscard]] std::optional<FrameFate> put_down();  // nothing when there was none
 
 // For whoever is asked to send, on any thread.
 void note_sent();
+
+// When the frame in hand of the calling thread arrived, as it was told; nothing without one.
+[[nodiscard]] std::optional<std::uint64_t> arrival_in_hand();
 
 }  // namespace driver

@@ -30,6 +30,7 @@
 #include "node/live/bridge.h"
 #include "node/live/port_socket.h"
 #include "node/live/say.h"
+#include "node/metrics/exposition.h"
 
 namespace live {
 
@@ -58,6 +59,7 @@ struct Report {
     driver::PerPort<PortCounters> ports;
     std::vector<EntryReport> entries;
     std::uint64_t send_invalid_port = 0;
+    metrics::Histogram entry_latency;  // from a report's arrival to the entry that it makes
 };
 
 class LiveDriver final : public driver::Driver {
@@ -82,6 +84,8 @@ class LiveDriver final : public driver::Driver {
 
     [[nodiscard]] driver::MacAddress bridge_mac();
     [[nodiscard]] Report report();
+    // The same without the entries, of which there may be many.
+    [[nodiscard]] Report counts();
 
     // ---- What the L2_multicast_ functions do ----
 
@@ -97,7 +101,8 @@ class LiveDriver final : public driver::Driver {
  private:
     void open_port(std::size_t slot, int index);
     void count_last_frame();
-    [[nodiscard]] std::uint32_t take_frame(std::size_t slot, std::span<std::uint8_t> buf);
+    [[nodiscard]] std::optional<Arrival> take_frame(std::size_t slot, std::span<std::uint8_t> buf);
+    [[nodiscard]] Report counts_now();
     void note_drops(std::size_t slot);
     [[nodiscard]] std::optional<mcore::EntryOwner> owner_in_hand(const driver::MacAddress& mac);
 
@@ -116,6 +121,7 @@ class LiveDriver final : public driver::Driver {
     driver::PerPort<std::unique_ptr<PortSocket>> sockets_;
     driver::PerPort<PortCounters> counters_;
     std::uint64_t send_invalid_port_ = 0;
+    metrics::Histogram entry_latency_;
     bool said_no_group_ = false;
 
     std::atomic<bool> started_ = false;

@@ -36,27 +36,6 @@ std::string vlans_text(const EntryReport& entry) {
     return text;
 }
 
-// The frames that the driver kept from the library, those of which the library made nothing, and
-// the sends that came to nothing.
-report::Drops drops_of(const Report& report) {
-    PortCounters sum;
-    for (const PortCounters& port : report.ports) {
-        sum.not_trapped += port.not_trapped;
-        sum.too_long += port.too_long;
-        sum.refused += port.refused;
-        sum.fates += port.fates;
-        sum.socket_dropped += port.socket_dropped;
-        sum.send_failed += port.send_failed;
-    }
-    std::vector<report::Count> drops{{"not trapped", sum.not_trapped},
-                                     {"longer than 2000 bytes", sum.too_long},
-                                     {"no room in the socket", sum.socket_dropped},
-                                     {"not sent", sum.send_failed},
-                                     {"sent to an unknown port", report.send_invalid_port}};
-    report::add_refusals(drops, sum.refused);
-    return {drops, report::library_drops(sum.fates)};
-}
-
 std::string ports_text(const Report& report) {
     Table table("Ports", {{"port", Align::kLeft},
                           {"interface", Align::kLeft},
@@ -142,6 +121,25 @@ Json entries_json(const Report& report) {
 }
 
 }  // namespace
+
+report::Drops drops_of(const Report& report) {
+    PortCounters sum;
+    for (const PortCounters& port : report.ports) {
+        sum.not_trapped += port.not_trapped;
+        sum.too_long += port.too_long;
+        sum.refused += port.refused;
+        sum.fates += port.fates;
+        sum.socket_dropped += port.socket_dropped;
+        sum.send_failed += port.send_failed;
+    }
+    std::vector<report::Count> drops{{"not trapped", sum.not_trapped},
+                                     {"longer than 2000 bytes", sum.too_long},
+                                     {"no room in the socket", sum.socket_dropped},
+                                     {"not sent", sum.send_failed},
+                                     {"sent to an unknown port", report.send_invalid_port}};
+    report::add_refusals(drops, sum.refused);
+    return {drops, report::library_drops(sum.fates)};
+}
 
 std::string as_text(const Summary& summary) {
     const std::string upstream = report::upstream_text(summary.core);

@@ -1,0 +1,12 @@
+// In place of the server where its library is not to be had.
+#include "node/metrics/http_server.h"
+
+namespace metrics {
+
+HttpServer::HttpServer(const std::string& /*address*/, std::function<std::string()> /*text*/) {
+    throw AddressError("'--metrics' was left out when this mc_node was built (MC_NODE_METRICS)");
+}
+
+HttpServer::~HttpServer() = default;
+
+}  // namespace metrics
