@@ -117,6 +117,23 @@ for line in '^Mode +snooping' '^Fast leave  on \(2\)$' '^Ports$' '^  port5 +7 +2
     expect_stdout "$line" tables
 done
 
+echo "numbers for monitoring"
+show --openmetrics
+expect_status 0 --openmetrics
+for line in '^mc_status_mode\{mode="snooping"\} 1$' '^mc_status_group_limit\{port="port5"\} 7$' \
+    '^mc_status_groups\{port="port5"\} 2$' '^mc_status_port\{port="port5",field="core-limit"\} 7$'; do
+    expect_stdout "$line" --openmetrics
+done
+[[ $(tail -n 1 stdout) == "# EOF" ]] || fail "--openmetrics: no end"
+python3 - stdout <<'PYTHON' || fail "--openmetrics: a strict reader does not take it"
+import sys
+sys.path.append("/usr/lib/python3/dist-packages")  # where Debian has the reader
+from prometheus_client.openmetrics import parser
+assert len(list(parser.text_string_to_metric_families(open(sys.argv[1]).read()))) == 5
+PYTHON
+show --openmetrics --json
+expect_complaint "--openmetrics --json" 2 "one of them"
+
 echo "again and again"
 status=0
 timeout --signal=KILL 20 "${mcstat[@]}" --watch 0.1 > >(head -n 60 >watched) 2>stderr || status=$?

@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "node/metrics/exposition.h"
 #include "node/report/printable.h"
 #include "node/report/table.h"
 #include "tools/mcstat_fields.h"
@@ -32,6 +33,7 @@ struct Arguments {
     std::string fields;
     std::string watch;
     bool json = false;
+    bool openmetrics = false;
     bool no_refresh = false;
     bool print_fields = false;
 };
@@ -42,6 +44,8 @@ void complain(const std::string& line) {
 
 void declare(options::Parser& parser, Arguments& arguments) {
     parser.flag("--json", arguments.json, "Print one JSON object");
+    parser.flag("--openmetrics", arguments.openmetrics,
+                "Print numbers for monitoring, for the text files of node_exporter, say");
     parser.once_or_bare({"--watch", "[SECONDS]", "Print again every so many seconds (default 1)"},
                         arguments.watch, "1");
     parser.flag("--no-refresh", arguments.no_refresh,
@@ -71,6 +75,9 @@ std::string fresh_report(const mcstat::Fields& fields, const Arguments& argument
     if (!arguments.no_refresh) mcstat::refresh(kPatience);
     const mcstat::Contents contents = segment.read();
     if (arguments.json) return mcstat::report_json(contents, fields);
+    if (arguments.openmetrics) {
+        return mcstat::report_metrics(contents, fields) + std::string(metrics::kEnd);
+    }
     const auto screen = tools::screen();
     return mcstat::report_text(contents, fields,
                                screen ? screen->columns : report::Table::kAnyWidth);
@@ -100,6 +107,10 @@ int show_as_told(const options::Parser& parser, const Arguments& arguments) {
     if (arguments.print_fields) {
         std::fputs(mcstat::default_description().c_str(), stdout);
         return kDone;
+    }
+    if (arguments.json && arguments.openmetrics) {
+        complain("--json or --openmetrics: one of them");
+        return kUnusable;
     }
     const std::optional<double> pause_s = pause_of(parser, arguments);
     if (pause_s && *pause_s < 0) {

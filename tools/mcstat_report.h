@@ -13,5 +13,7 @@ namespace mcstat {
 [[nodiscard]] std::string report_text(const Contents& contents, const Fields& fields,
                                       std::size_t width);
 [[nodiscard]] std::string report_json(const Contents& contents, const Fields& fields);
+// For monitoring: families of OpenMetrics, without the line that ends a text.
+[[nodiscard]] std::string report_metrics(const Contents& contents, const Fields& fields);
 
 }  // namespace mcstat
