@@ -7,8 +7,8 @@
 //      OSPF hello                                  RFC 2328, A.3.2; RFC 5340, A.3.2
 //      VRRP advertisement                          RFC 5798, 5.2.4
 //
-// A damaged IGMP or MLD message is no sign, as a switch would not forward it either. The frame may
-// be tagged and in a PPPoE session as for the trap.
+// An IGMP or MLD message that is damaged, or cut by the capture, is no sign: it is not replayed
+// either. The frame may be tagged and in a PPPoE session as for the trap.
 #pragma once
 
 #include <cstddef>

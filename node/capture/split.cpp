@@ -115,8 +115,8 @@ std::vector<std::uint8_t> unnamed_ports(const SplitRules& rules) {
     mark(rules.addresses);
     mark(rules.vlans);
     std::vector<std::uint8_t> ports;
-    for (std::uint8_t port = 0; port < is_named.size(); ++port) {
-        if (!is_named[port]) ports.push_back(port);
+    for (std::size_t slot = 0; slot < is_named.size(); ++slot) {
+        if (!is_named[slot]) ports.push_back(driver::port_of_slot(slot));
     }
     if (ports.empty()) ports.push_back(kLastPort);
     return ports;
