@@ -51,6 +51,13 @@ void Bridge::require_everything() {
     const auto bridge = find_link(netlink_, name_);
     if (!bridge) throw LiveError(name_ + ": there is no such interface");
     if (!bridge->bridged) throw LiveError(name_ + ": is no bridge");
+    // The node's entries have no VLAN, and a bridge that filters VLANs looks for none without.
+    if (bridge->filters_vlans) {
+        throw LiveError(name_ +
+                        ": with vlan_filtering on it heeds no entry of the node; switch it off: "
+                        "ip link set dev " +
+                        name_ + " type bridge vlan_filtering 0");
+    }
     for (const auto& port : ports_) {
         if (!port) continue;
         const auto link = find_link(netlink_, port->interface);
@@ -156,6 +163,15 @@ void Bridge::look_whether_on() {
     say_(name_ + (is_on_ ? " is up again" : " is down: streams are not switched until it is up"));
 }
 
+// Not switched off again: whoever has switched it on wants his VLANs apart.
+void Bridge::look_at_vlan_filtering() {
+    if (bridge_->filters_vlans == filters_vlans_) return;
+    filters_vlans_ = bridge_->filters_vlans;
+    say_(name_ + (filters_vlans_
+                      ? ": vlan_filtering is on now: streams are not switched until it is off"
+                      : ": vlan_filtering is off again"));
+}
+
 // An address of its own takes a machine a second or two to make sure of.
 void Bridge::await_link_local() {
     const auto until = Clock::now() + kAddressPatience;
@@ -205,6 +221,7 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     }
     look_at_ports();
     if (is_there) look_whether_on();
+    if (is_there) look_at_vlan_filtering();
     if (Clock::now() >= heeds_at_) is_flooding_ = false;
     const std::string error = put_up_guard();
     if (!error.empty()) say_("nftables: " + error);

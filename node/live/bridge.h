@@ -87,6 +87,7 @@ class Bridge {
     void keep_settings();
     void give_back_settings();
     void look_whether_on();
+    void look_at_vlan_filtering();
     void look_at_link_local();
     void await_link_local();
     [[nodiscard]] PortState state_of(const std::optional<Link>& link) const;
@@ -114,6 +115,7 @@ class Bridge {
     std::optional<BridgeSettings> before_;       // of this bridge, to be given back
     std::string rules_;                          // in force
     bool is_on_ = true;                          // as far as has been said
+    bool filters_vlans_ = false;                 // likewise
     LinkLocal link_local_ = LinkLocal::kUsable;  // at the last look
     bool said_no_link_local_ = false;
     bool is_flooding_ = false;    // would, were it not kept from it

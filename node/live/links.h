@@ -47,6 +47,7 @@ struct Link {
     std::optional<PortSettings> port;       // of a port of a bridge
     std::optional<BridgeSettings> bridged;  // of a bridge itself
     std::uint32_t hash_max = 0;             // likewise: the groups that its database holds
+    bool filters_vlans = false;             // likewise (vlan_filtering)
 };
 
 // Nothing when there is none of that name.
