@@ -26,6 +26,13 @@ LiveError refusal(const std::string& what, int error) {
     return LiveError(what + ": " + std::strerror(error) + hint);
 }
 
+// "lan1, lan2"
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
 }  // namespace
 
 Bridge::Bridge(std::string name, const std::vector<PortInterface>& ports, Say say,
@@ -82,8 +89,10 @@ void Bridge::begin() {
     link_changes_.clear();  // who is there from the beginning is asked when the core starts
     look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
-    const std::string error = put_up_guard();
-    if (!error.empty()) throw LiveError("nftables: " + error);
+    rules_ = wanted_rules();
+    if (const std::string error = guard_.put_up(rules_); !error.empty()) {
+        throw LiveError("nftables: " + error);
+    }
     await_link_local();
     keep_settings();
     look_at_link_local();
@@ -104,6 +113,7 @@ Bridge::Port* Bridge::port_at(std::size_t slot) { return ports_[slot] ? &*ports_
 void Bridge::take_bridge(const Link& link) {
     bridge_ = link;
     before_ = link.bridged;
+    settings_kept_ = false;
     // One that asks already is not to be interrupted.
     const bool asks = (*link.bridged)[static_cast<std::size_t>(BridgeSetting::kQuerier)] != 0;
     link_local_ = asks ? LinkLocal::kUsable : LinkLocal::kTentative;
@@ -130,15 +140,22 @@ std::chrono::milliseconds Bridge::until_heeded() const {
     return link_local_ == LinkLocal::kTentative ? kAddressPatience : kUntilHeeded;
 }
 
-// Sets what is not as the node needs it.
+// Sets what is not as the node needs it. Once it has been, it is somebody else who has changed it.
 void Bridge::keep_settings() {
+    std::vector<std::string> changed;
     for (std::size_t i = 0; i < kBridgeSettings; ++i) {
         if ((*bridge_->bridged)[i] == kWanted[i]) continue;
         const int error =
             set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), kWanted[i]);
-        if (error == 0) continue;
-        say_(name_ + ": its settings cannot be changed: " + std::strerror(error));
-        return;
+        if (error != 0) {
+            say_(name_ + ": its settings cannot be changed: " + std::strerror(error));
+            return;
+        }
+        changed.emplace_back(kBridgeSettingNames[i]);
+    }
+    if (std::exchange(settings_kept_, true) && !changed.empty()) {
+        say_less(outside_.settings, name_ + ": somebody has changed " + joined(changed) +
+                                        "; the node has set it back");
     }
 }
 
@@ -223,19 +240,40 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     if (is_there) look_whether_on();
     if (is_there) look_at_vlan_filtering();
     if (Clock::now() >= heeds_at_) is_flooding_ = false;
-    const std::string error = put_up_guard();
-    if (!error.empty()) say_("nftables: " + error);
+    look_at_rules();
     if (is_there) {
         keep_settings();
         look_at_link_local();
         if (is_flooding_ && is_on_) heeds_at_ = std::min(heeds_at_, Clock::now() + until_heeded());
     }
-    if (const std::size_t count = entries_.put_back(); count > 0) {
-        say_("put " + std::to_string(count) + " groups back into the multicast database of " +
-             name_);
-    }
+    put_entries_back();
     if (is_there && is_on_ && is_flooding_) return kUntilHeeded;
     return std::nullopt;
+}
+
+void Bridge::put_entries_back() {
+    const bool are_gone = std::exchange(entries_gone_, false);
+    const std::size_t count = entries_.put_back();
+    if (count == 0) return;
+    const std::string line =
+        "put " + std::to_string(count) + " groups back into the multicast database of " + name_;
+    if (are_gone) {
+        say_less(outside_.entries, line + ": somebody has removed entries of the node");
+    } else {
+        say_(line);
+    }
+}
+
+bool Bridge::note_removal(int bridge, const DatabaseEntry& gone) {
+    if (!bridge_ || bridge != bridge_->index || !entries_.is_needed(gone)) return false;
+    entries_gone_ = true;
+    return true;
+}
+
+void Bridge::say_less(report::Recurring& recurring, const std::string& line) {
+    if (!recurring.is_due()) return;
+    const std::uint64_t times = recurring.times();
+    say_(times == 1 ? line : line + " (" + std::to_string(times) + " times by now)");
 }
 
 std::vector<Bridge::LinkChange> Bridge::take_link_changes() {
@@ -246,6 +284,10 @@ void Bridge::look_at_ports() {
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         if (Port* const port = port_at(slot)) look_at_port(slot, *port);
     }
+    if (routers_changed_.empty()) return;
+    say_less(outside_.routers, "somebody has changed mcast_router of " + joined(routers_changed_) +
+                                   "; the node has set it back");
+    routers_changed_.clear();
 }
 
 Bridge::PortState Bridge::state_of(const std::optional<Link>& link) const {
@@ -314,9 +356,11 @@ void Bridge::say_state(const Port& port, PortState now) {
 // Everything unknown goes to the uplink and nothing of it to a user port without a router.
 void Bridge::keep_port_settings(Port& port, const Link& link) {
     const std::uint8_t wanted = gets_everything(port) ? kRouter : kNoRouter;
-    if (!port.router_before) port.router_before = link.port->multicast_router;
+    const bool was_set = port.router_before.has_value();
+    if (!was_set) port.router_before = link.port->multicast_router;
     if (link.port->multicast_router == wanted) return;
     set_router(port, wanted);
+    if (was_set) routers_changed_.push_back(port.interface);
 }
 
 void Bridge::set_router(const Port& port, std::uint8_t wanted) {
@@ -324,8 +368,22 @@ void Bridge::set_router(const Port& port, std::uint8_t wanted) {
     if (error != 0) say_(port.called + ": its settings cannot be changed: " + std::strerror(error));
 }
 
-// Nothing, or why not.
-std::string Bridge::put_up_guard() {
+void Bridge::look_at_rules() {
+    const std::string rules = wanted_rules();
+    const bool is_touched =
+        std::exchange(rules_touched_, false) && rules == rules_ && !guard_.is_untouched();
+    if (rules == rules_ && !is_touched) return;
+    const std::string error = guard_.put_up(rules);
+    rules_ = error.empty() ? rules : "";
+    if (!error.empty()) {
+        say_("nftables: " + error);
+    } else if (is_touched) {
+        say_less(outside_.rules,
+                 "somebody has changed the mc_node tables of nftables; the node has put them back");
+    }
+}
+
+std::string Bridge::wanted_rules() const {
     GuardedBridge guarded{bridge_ ? name_ : "", is_flooding_, {}};
     for (const auto& port : ports_) {
         if (!port) continue;
@@ -337,10 +395,7 @@ std::string Bridge::put_up_guard() {
     for (const auto& port : ports_) {
         if (port) rules += "# " + port->interface + " " + std::to_string(port->index) + "\n";
     }
-    if (rules == rules_) return {};
-    std::string error = guard_.put_up(rules);
-    rules_ = error.empty() ? rules : "";
-    return error;
+    return rules;
 }
 
 }  // namespace live

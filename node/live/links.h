@@ -36,6 +36,11 @@ enum class BridgeSetting : std::uint8_t {
 
 inline constexpr std::size_t kBridgeSettings = 5;
 
+// As people know them, from ip and from /sys.
+inline constexpr std::array<const char*, kBridgeSettings> kBridgeSettingNames{
+    "mcast_snooping", "mcast_igmp_version", "mcast_mld_version", "mcast_query_response_interval",
+    "mcast_querier"};
+
 using BridgeSettings = std::array<std::uint64_t, kBridgeSettings>;
 
 struct Link {

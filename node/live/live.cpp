@@ -32,7 +32,7 @@
 #include "node/live/live_driver.h"
 #include "node/live/live_error.h"
 #include "node/live/live_summary.h"
-#include "node/live/netlink.h"
+#include "node/live/news.h"
 #include "node/live/own_address.h"
 #include "node/report/console.h"
 
@@ -96,7 +96,8 @@ class Supervisor {
           own_address_(own_address),
           clock_(clock),
           signals_(signals),
-          queue_lost_(queue_lost) {}
+          queue_lost_(queue_lost),
+          news_(driver.news_reader()) {}
 
     // Until a signal, or until the command queue is lost.
     void run() {
@@ -121,7 +122,7 @@ class Supervisor {
     }
 
     void take_news() {
-        news_.take();
+        if (!news_.take()) return;
         if (!look_at_us_) look_at_us_ = CoreClock::now_us() + kNewsSettleUs;
     }
 
@@ -139,7 +140,7 @@ class Supervisor {
     const CoreClock& clock_;
     int signals_;
     int queue_lost_;
-    LinkNews news_;
+    News news_;
     std::optional<std::uint64_t> look_at_us_;
 };
 
