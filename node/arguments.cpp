@@ -104,6 +104,8 @@ Parser& declare_live(Parser& program, LiveWords& words, BoundWords& bounds) {
     live.once({"--bridge", "INTERFACE", "The bridge that switches the streams"}, words.bridge);
     live.each({"--port", "PORT=INTERFACE", "Interface of a user port, 0 to 5"}, words.ports);
     live.each({"--uplink", "INTERFACE", "Interface towards the network"}, words.uplinks);
+    live.flag("--restore", words.restore,
+              "Give the bridge back as a node that was killed had found it, and end");
     declare_common(live, words);
     declare_bounds(live, bounds);
     live.footer(kLiveFooter);

@@ -1,6 +1,6 @@
 #include "node/live/bridge.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -11,20 +11,10 @@
 namespace live {
 namespace {
 
-// What makes a bridge heed its database: a querier, and the time that the querier gives for answers
-// gone by. The queries do not leave the bridge, only this machine hears them: hence in versions
-// that it need not fall back for, and with a tenth of a second for the answer, as less would make
-// an IGMP query one of version 1. Ten hundredths are whole ticks of any kernel.
-constexpr BridgeSettings kWanted{1, 3, 2, 10, 1};
 constexpr std::chrono::milliseconds kUntilHeeded{150};
 
 constexpr std::chrono::seconds kAddressPatience{3};
 constexpr std::chrono::milliseconds kAddressLook{50};
-
-LiveError refusal(const std::string& what, int error) {
-    const char* const hint = error == EPERM ? " (CAP_NET_ADMIN is needed)" : "";
-    return LiveError(what + ": " + std::strerror(error) + hint);
-}
 
 // "lan1, lan2"
 std::string joined(const std::vector<std::string>& words) {
@@ -40,7 +30,8 @@ Bridge::Bridge(std::string name, const std::vector<PortInterface>& ports, Say sa
     : name_(std::move(name)),
       say_(std::move(say)),
       port_is_new_(std::move(port_is_new)),
-      entries_(database_, say_) {
+      entries_(database_, say_),
+      state_(name_, say_) {
     for (const PortInterface& each : ports) {
         Port port;
         port.interface = each.interface;
@@ -73,19 +64,20 @@ void Bridge::require_everything() {
             throw LiveError(port->called + ": is no port of " + name_);
         }
     }
-    // Asks for what is there already: only to see whether it may be changed.
-    const int error =
-        set_bridge(netlink_, bridge->index, BridgeSetting::kSnooping, bridge->bridged->front());
-    if (error != 0) throw refusal(name_ + ": its settings cannot be changed", error);
+    require_right_to_change(netlink_, name_, *bridge);
 }
 
 void Bridge::begin() {
     require_everything();
     const auto bridge = find_link(netlink_, name_);
     if (!bridge || !bridge->bridged) throw LiveError(name_ + ": has just gone");
+    left_ = state_.read();
     take_bridge(*bridge);
+    take_what_was_left();
     entries_.take_back(true);
     look_at_ports();
+    left_.reset();
+    keep_record();
     link_changes_.clear();  // who is there from the beginning is asked when the core starts
     look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
@@ -104,6 +96,7 @@ void Bridge::end() {
     entries_.take_back(false);
     give_back_settings();
     guard_.take_down();
+    state_.remove();
 }
 
 Bridge::Port* Bridge::port_at(std::size_t slot) { return ports_[slot] ? &*ports_[slot] : nullptr; }
@@ -112,7 +105,8 @@ Bridge::Port* Bridge::port_at(std::size_t slot) { return ports_[slot] ? &*ports_
 
 void Bridge::take_bridge(const Link& link) {
     bridge_ = link;
-    before_ = link.bridged;
+    before_ = original_settings(link, left_);
+    keep_record();
     settings_kept_ = false;
     // One that asks already is not to be interrupted.
     const bool asks = (*link.bridged)[static_cast<std::size_t>(BridgeSetting::kQuerier)] != 0;
@@ -160,15 +154,44 @@ void Bridge::keep_settings() {
 }
 
 void Bridge::give_back_settings() {
+    give_back(netlink_, originals());
     for (auto& port : ports_) {
-        if (!port || !port->router_before) continue;
-        static_cast<void>(set_multicast_router(netlink_, port->index, *port->router_before));
-        port->router_before.reset();
+        if (port) port->router_before.reset();
     }
-    if (!bridge_ || !before_) return;
-    for (std::size_t i = kBridgeSettings; i-- > 0;) {
-        static_cast<void>(
-            set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), (*before_)[i]));
+}
+
+// Of the ports that a killed node had, those count that this one has not looked at yet.
+Originals Bridge::originals() const {
+    Originals originals;
+    if (left_ && bridge_ && left_->bridge == bridge_->index) originals.ports = left_->ports;
+    for (const auto& port : ports_) {
+        if (!port || !port->router_before) continue;
+        originals.ports[port->interface] = {port->index, *port->router_before};
+    }
+    if (!bridge_ || !before_) return originals;
+    originals.bridge = bridge_->index;
+    originals.settings = *before_;
+    return originals;
+}
+
+// To be called whenever there is something new to be given back, before it is changed.
+void Bridge::keep_record() {
+    if (bridge_ && before_) state_.write(originals());
+}
+
+// Ports that the killed node had and this one does not have get back theirs at once.
+void Bridge::take_what_was_left() {
+    if (!left_ || left_->bridge != bridge_->index) return;
+    say_(name_ + ": a node was killed; what it had found, as " + state_.path() +
+         " says, is given back at the end");
+    for (const auto& [interface, port] : left_->ports) {
+        const auto is_called = [&name = interface](const std::optional<Port>& one) {
+            return one && one->interface == name;
+        };
+        const auto link = find_link(netlink_, interface);
+        if (!link || !link->port || std::ranges::any_of(ports_, is_called)) continue;
+        const std::uint8_t before = original_router(interface, *link, left_);
+        static_cast<void>(set_multicast_router(netlink_, link->index, before));
     }
 }
 
@@ -357,7 +380,10 @@ void Bridge::say_state(const Port& port, PortState now) {
 void Bridge::keep_port_settings(Port& port, const Link& link) {
     const std::uint8_t wanted = gets_everything(port) ? kRouter : kNoRouter;
     const bool was_set = port.router_before.has_value();
-    if (!was_set) port.router_before = link.port->multicast_router;
+    if (!was_set) {
+        port.router_before = original_router(port.interface, link, left_);
+        keep_record();
+    }
     if (link.port->multicast_router == wanted) return;
     set_router(port, wanted);
     if (was_set) routers_changed_.push_back(port.interface);

@@ -21,7 +21,9 @@
 #include "node/live/guard.h"
 #include "node/live/links.h"
 #include "node/live/netlink.h"
+#include "node/live/originals.h"
 #include "node/live/say.h"
+#include "node/live/state_file.h"
 #include "node/report/recurring.h"
 
 namespace live {
@@ -100,6 +102,9 @@ class Bridge {
     void hold_back();
     [[nodiscard]] std::chrono::milliseconds until_heeded() const;
     void keep_settings();
+    [[nodiscard]] Originals originals() const;
+    void keep_record();
+    void take_what_was_left();
     void give_back_settings();
     void look_whether_on();
     void look_at_vlan_filtering();
@@ -128,9 +133,11 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
-    std::vector<LinkChange> link_changes_;      // not taken yet
-    std::optional<Link> bridge_;                // as it was at the last look
-    std::optional<BridgeSettings> before_;      // of this bridge, to be given back
+    std::vector<LinkChange> link_changes_;  // not taken yet
+    std::optional<Link> bridge_;            // as it was at the last look
+    std::optional<BridgeSettings> before_;  // of this bridge, to be given back
+    StateFile state_;
+    std::optional<Originals> left_;             // of a killed node, at the beginning only
     std::string rules_;                         // in force
     bool rules_touched_ = false;                // perhaps, since the last look
     bool entries_gone_ = false;                 // likewise, perhaps by somebody else's doing

@@ -199,8 +199,10 @@ std::string Guard::list() {
 bool Guard::is_untouched() { return list() == listing_; }
 
 void Guard::take_down() {
-    if (std::exchange(is_up_, false)) static_cast<void>(run(kRemoval));
+    if (std::exchange(is_up_, false)) static_cast<void>(clear());
 }
+
+std::string Guard::clear() { return run(kRemoval); }
 
 std::string Guard::run(const std::string& commands) {
     if (nft_ == nullptr) return "nftables cannot be used";

@@ -50,6 +50,8 @@ class Guard {
     [[nodiscard]] bool is_untouched();
     // Does nothing when they are not in force.
     void take_down();
+    // Removes the tables, whoever has left them; nothing, or why not.
+    [[nodiscard]] std::string clear();
 
  private:
     struct Free {

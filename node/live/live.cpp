@@ -34,6 +34,7 @@
 #include "node/live/live_summary.h"
 #include "node/live/news.h"
 #include "node/live/own_address.h"
+#include "node/live/restore.h"
 #include "node/report/console.h"
 
 namespace live {
@@ -177,6 +178,11 @@ LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
+    if (arguments.restore) {
+        be_the_only_one();
+        restore(arguments.bridge, host.complain);
+        return kDone;
+    }
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
