@@ -47,6 +47,10 @@ void declare_common(Parser& parser, Words& words) {
                  "Diagnostics of the library: flow, errors, tx, rx, config, all, separated by "
                  "commas, or a mask such as 0x25"},
                 words.debug);
+    parser.last({"--ipc", "private|shared",
+                 "Take commands in an IPC namespace of the node's own, or where it is started "
+                 "(default, but for a replay without --hold, which takes none from outside)"},
+                words.ipc);
     parser.flag("--json", words.json, "Print the summary as one JSON object");
 }
 
@@ -138,8 +142,10 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
                          (live.is_named() ? "live" : "replay"));
     }
     const mcore::Bounds bounds = meaning_of(bound_words);
-    if (live.is_named()) return Arguments{meaning_of(live_words), bounds};
-    return Arguments{meaning_of(replay_words), bounds};
+    if (live.is_named()) {
+        return Arguments{meaning_of(live_words), bounds, ipc_place_of(live_words)};
+    }
+    return Arguments{meaning_of(replay_words), bounds, ipc_place_of(replay_words)};
 }
 
 }  // namespace node

@@ -65,4 +65,8 @@ live::Arguments meaning_of(const LiveWords& words) {
     return arguments;
 }
 
+IpcPlace ipc_place_of(const LiveWords& words) {
+    return parse_ipc_place(words.ipc, words.restore ? IpcPlace::kNone : IpcPlace::kShared);
+}
+
 }  // namespace node

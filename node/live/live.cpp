@@ -161,12 +161,14 @@ std::string uplink_of(const Arguments& arguments) {
     return "";
 }
 
-std::string ready_line(const Arguments& arguments, const OwnAddress& own_address) {
+std::string ready_line(const Arguments& arguments, const OwnAddress& own_address,
+                       const std::string& way_in) {
     std::string line = "live on " + arguments.bridge + ":";
     for (const PortInterface& port : arguments.ports) {
         line += (line.back() == ':' ? " " : ", ") + name_of(port) + " " + port.interface;
     }
-    return line + "; IGMP from " + own_address.text();
+    line += "; IGMP from " + own_address.text();
+    return way_in.empty() ? line : line + "; commands by " + way_in + " mcctl ...";
 }
 
 // Tasks of the library use it to the end of the process.
@@ -214,7 +216,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost);
     driver.start();
     await_command_queue();
-    host.complain(ready_line(arguments, own_address));
+    host.complain(ready_line(arguments, own_address, host.way_in));
     supervisor.run();
 
     const std::uint64_t end_us = CoreClock::now_us();
