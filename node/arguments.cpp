@@ -111,6 +111,9 @@ Parser& declare_live(Parser& program, LiveWords& words, BoundWords& bounds) {
     live.flag("--restore", words.restore,
               "Give the bridge back as a node that was killed had found it, and end");
     declare_common(live, words);
+    live.once({"--metrics", "ADDRESS:PORT",
+               "Serve numbers for monitoring over HTTP, at /metrics; 127.0.0.1:9550, say"},
+              words.metrics);
     declare_bounds(live, bounds);
     live.footer(kLiveFooter);
     return live;

@@ -62,7 +62,7 @@ bool has_segment(const std::string& process) {
 // Somebody else's, that does not let itself be looked at.
 bool is_hidden(pid_t process) {
     return process > 0 && kill(process, 0) != 0 && errno == EPERM &&
-           access(("/proc/" + std::to_string(process) + "/maps").c_str(), R_OK) != 0;
+           !std::ifstream("/proc/" + std::to_string(process) + "/maps");
 }
 
 Owner find_segment_owner() {

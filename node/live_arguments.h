@@ -19,6 +19,7 @@ struct LiveWords {
     std::string ipc;
     bool json = false;
     bool restore = false;
+    std::string metrics;
 };
 
 // Throws UsageError.

@@ -166,6 +166,11 @@ if [[ $EUID -eq 0 ]] && setpriv --reuid 65534 --clear-groups unshare --user --ip
         status=$?
     expect_status 0 "without privileges"
     cmp -s stdout result0 || fail "without privileges: another result"
+    # It may neither use the semaphore nor look at the node.
+    status=0
+    setpriv --reuid 65534 --clear-groups "${node[@]}" replay "$home" --ipc shared >stdout 2>stderr \
+        </dev/null || status=$?
+    expect_refusal "sharing without privileges" "$held"
 fi
 
 finish

@@ -119,6 +119,7 @@ void Bridge::lose_bridge() {
     hold_back();
     bridge_.reset();
     before_.reset();
+    forget_routers();
     entries_.use_bridge(0, name_, 0);
     say_(name_ + " is gone: streams are not switched until it is back");
 }
@@ -155,6 +156,10 @@ void Bridge::keep_settings() {
 
 void Bridge::give_back_settings() {
     give_back(netlink_, originals());
+    forget_routers();
+}
+
+void Bridge::forget_routers() {
     for (auto& port : ports_) {
         if (port) port->router_before.reset();
     }

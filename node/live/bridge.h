@@ -106,6 +106,7 @@ class Bridge {
     void keep_record();
     void take_what_was_left();
     void give_back_settings();
+    void forget_routers();
     void look_whether_on();
     void look_at_vlan_filtering();
     void look_at_link_local();

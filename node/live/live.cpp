@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,10 +32,12 @@
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
 #include "node/live/live_error.h"
+#include "node/live/live_metrics.h"
 #include "node/live/live_summary.h"
 #include "node/live/news.h"
 #include "node/live/own_address.h"
 #include "node/live/restore.h"
+#include "node/metrics/http_server.h"
 #include "node/report/console.h"
 
 namespace live {
@@ -177,6 +180,12 @@ LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
                            CoreClock::move);
 }
 
+std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, LiveDriver& driver) {
+    if (arguments.metrics.empty()) return nullptr;
+    return std::make_unique<metrics::HttpServer>(arguments.metrics,
+                                                 [&driver] { return metric_families(driver); });
+}
+
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
@@ -194,6 +203,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     draw_seed();
 
     LiveDriver& driver = make_driver(arguments, host);
+    const auto metrics =
+        serve_metrics(arguments, driver);  // or say why not before the bridge is taken
     try {
         driver.begin();
     } catch (const LiveError&) {
@@ -202,6 +213,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     }
     const std::uint64_t begin_us = CoreClock::now_us();
     CoreClock::move();
+    driver::know_own_frames({sys_mac, mld_sys_mac});
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
@@ -217,6 +229,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     driver.start();
     await_command_queue();
     host.complain(ready_line(arguments, own_address, host.way_in));
+    if (metrics) host.complain("metrics at " + metrics->url());
     supervisor.run();
 
     const std::uint64_t end_us = CoreClock::now_us();

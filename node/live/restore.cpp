@@ -29,6 +29,10 @@ void give_settings_back(Netlink& netlink, const Link& bridge, const Originals& l
 }  // namespace
 
 void restore(const std::string& bridge, const Say& say) {
+    // Of this network namespace, whether the bridge is there still or not.
+    if (const std::string error = Guard().clear(); !error.empty()) {
+        throw LiveError("nftables: " + error);
+    }
     Netlink netlink;
     const auto link = find_link(netlink, bridge);
     if (!link) throw LiveError(bridge + ": there is no such interface");
@@ -42,9 +46,6 @@ void restore(const std::string& bridge, const Say& say) {
     const auto left = state.read();
     const bool is_known = left && left->bridge == link->index;
     if (is_known) give_settings_back(netlink, *link, *left);
-    if (const std::string error = Guard().clear(); !error.empty()) {
-        throw LiveError("nftables: " + error);
-    }
     state.remove_left();
     say(bridge + (is_known ? ": given back as the node that was killed had found it"
                            : ": rules and entries of a node are gone; settings stay, as there is "

@@ -155,6 +155,13 @@ class Killed(LiveTest):
                                           "stay, as there is no record of what they were"])
         self.assertEqual((entries(self.switch), rules(self.switch)), ([], []))
 
+    def test_rules_go_even_where_the_bridge_has_gone(self):
+        self.kill()
+        self.home.take_bridge_away()
+        done = self.switch.run([self.node.mc_node, "live", "--restore", "--bridge", "br0"])
+        self.assertEqual((done.returncode, done.stderr), (2, "mc_node: br0: there is no such interface\n"))
+        self.assertEqual(rules(self.switch), [])
+
     def test_no_restoring_beside_a_node(self):
         self.node.start()
         done = self.switch.run([self.node.mc_node, "live", "--restore", "--bridge", "br0"])
