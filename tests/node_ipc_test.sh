@@ -57,7 +57,7 @@ holds() { [[ $(tail -n 1 "$1.out" 2>/dev/null) == "}" ]]; }
 
 replay() {
     status=0
-    "${node[@]}" replay "$@" >stdout 2>stderr </dev/null || status=$?
+    timeout 20 "${node[@]}" replay "$@" >stdout 2>stderr </dev/null || status=$?
 }
 
 # One line that names the process, and neither queue nor segment is touched.
@@ -109,6 +109,21 @@ wait_for eval '(holds a || holds b || holds c || holds d) && [[ $(cat [abcd].err
     fail "of four nodes not three are refused: $(cat [abcd].err)"
 stop_all
 
+echo "one that has only just started"
+# It has neither queue nor segment yet.
+python3 -c "
+import ctypes, time
+libc = ctypes.CDLL(None, use_errno=True)
+semaphore = libc.semget(81, 1, 0o1600)
+assert libc.semop(semaphore, (ctypes.c_short * 6)(0, 0, 0o4000, 0, 1, 0o10000), 2) == 0  # IPC_NOWAIT, SEM_UNDO
+print('taken', flush=True)
+time.sleep(60)" >taken &
+started+=($!)
+wait_for grep -qs taken taken || fail "the semaphore cannot be taken"
+replay "$home" --hold
+expect_refusal "one that has only just started" "$!"
+stop_all
+
 echo "what a dead node leaves"
 hold dead
 wait_for holds dead || fail "after four nodes: $(<dead.err)"
@@ -129,7 +144,7 @@ print('attached', flush=True)
 time.sleep(60)" >attached &
     attached=$!
     started+=("$attached")
-    wait_for grep -q attached attached
+    wait_for grep -qs attached attached
 }
 attach 0
 replay "$home" --hold
@@ -145,7 +160,7 @@ echo "a namespace of its own"
 hold first
 wait_for holds first || fail "first: $(<first.err)"
 hold second --ipc private --debug config
-wait_for grep -q 'holds; commands by' second.err || fail "--ipc private: $(<second.err)"
+wait_for grep -qs 'holds; commands by' second.err || fail "--ipc private: $(<second.err)"
 way=$(sed -n 's/^mc_node: holds; commands by \(.*\) mcctl \.\.\.$/\1/p' second.err)
 [[ $way == "nsenter "*"--ipc -t "* ]] || fail "--ipc private: no way in"
 $way "${mcctl[@]}" fast-leave all on || fail "--ipc private: no command gets in by '$way'"
