@@ -137,6 +137,7 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
     LiveWords live_words;
     BoundWords bound_words;
     Parser program("mc_node", "Runs the multicast adaptation layer on the multicast core.");
+    program.offer_texts();
     program.keep_unknown_words();
     program.footer("'mc_node replay --help' and 'mc_node live --help' tell more.");
     const Parser& replay = declare_replay(program, replay_words, bound_words);

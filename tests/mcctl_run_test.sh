@@ -115,7 +115,7 @@ expect "a port that is none" 2 "fast-leave: --port: '6' is not one of 0 to 5, up
     fast-leave --port 6 on
 expect "an unknown command" 2 "unknown command 'vlna'" vlna
 expect "half a command" 2 "'ssm' is followed by one of range, map" ssm
-expect "another shell" 2 "completion is followed by bash" completion fish
+expect "another shell" 2 "completion is followed by one of bash, zsh, fish" completion csh
 expect "a console with words" 2 "console stands alone" console now
 expect "a console that is not posted" 2 "console posts no record for --dry-run to print" console --dry-run
 expect "no arguments" 2 "no command: --help lists them"

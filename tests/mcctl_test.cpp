@@ -14,6 +14,7 @@
 #include "node/report/printable.h"
 #include "tools/command_line.h"
 #include "tools/command_table.h"
+#include "tools/completion.h"
 #include "tools/documents.h"
 #include "tools/rule_caution.h"
 #include "tools/values.h"
@@ -487,7 +488,7 @@ TEST(Help, IsFoundBehindACommandThatWasBegun) {
 }
 
 TEST(Completion, KnowsEveryPathAndOption) {
-    const std::string script = commands::bash_completion();
+    const std::string script = options::completion(commands::program_text(), "bash").value();
     for (const Command& command : commands::table()) {
         EXPECT_THAT(script, HasSubstr("\"" + commands::path_text(command) + "\") list="));
         for (const Field& field : command.fields) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
+#include <utility>
 
 #include "tools/command_line.h"
 #include "tools/values.h"
@@ -14,23 +15,27 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr std::string_view kOverview =
+constexpr std::string_view kPurpose =
     "mcctl posts commands to the multicast adaptation layer on message queue 81, and prints what\n"
-    "a node on this machine prints on them.\n"
+    "a node on this machine prints on them.\n";
+
+constexpr std::string_view kUsageLines =
     "\n"
     "Usage: mcctl [--dry-run] COMMAND ...\n"
     "       mcctl console            all that the node prints, as it prints it\n"
     "       mcctl COMMAND --help     the options of a command\n"
     "       mcctl --reference        all commands as Markdown\n"
-    "       mcctl completion bash    a script for: source <(mcctl completion bash)\n"
+    "       mcctl --man              the manual page\n"
+    "       mcctl --version          which version this is\n"
+    "       mcctl completion SHELL   a script for bash, zsh or fish: source <(mcctl completion bash)\n"
     "\n"
     "  --dry-run  prints the record instead of posting it\n"
-    "\n"
+    "\n";
+
+constexpr std::string_view kClosing =
     "Numbers are decimal, or hexadecimal behind 0x. Exit status: 0 the command was posted, and\n"
     "run where the node says so; 1 the queue is not there, full or not ours to write, or the node\n"
-    "was silent for 5 seconds or gone; 2 the command or a value is wrong, nothing was posted.\n"
-    "\n"
-    "Commands:\n";
+    "was silent for 5 seconds or gone; 2 the command or a value is wrong, nothing was posted.\n";
 
 constexpr std::string_view kRawHelp = "Any code with a payload in hexadecimal.";
 constexpr std::string_view kRawUsage =
@@ -156,16 +161,7 @@ std::string section(const Command& command) {
            code_block(example_of(command));
 }
 
-// ---- Completion ---------------------------------------------------------------------------------
-
-std::string join(const std::vector<std::string_view>& words) {
-    std::string text;
-    for (const std::string_view word : words) {
-        if (!text.empty()) text += ' ';
-        text += word;
-    }
-    return text;
-}
+// ---- Program ------------------------------------------------------------------------------------
 
 // Words that may stand for a value, and the numbers of a short range.
 std::vector<std::string> values_to_offer(const Field& field) {
@@ -181,41 +177,22 @@ std::vector<std::string> values_to_offer(const Field& field) {
     return values;
 }
 
-std::string offer(const std::vector<std::string>& words) {
-    return join({words.begin(), words.end()});
+options::OptionText option_text(const Field& field) {
+    const std::string otherwise = describe_default(field);
+    return {std::string(field.name), field.is_option() ? "VALUE" : "",
+            std::string(field.help) + ": " + describe_values(field) +
+                (otherwise.empty() ? "" : " (" + otherwise + ")"),
+            values_to_offer(field)};
 }
 
-// All paths and beginnings of paths, each once.
-std::vector<Words> all_prefixes() {
-    std::vector<Words> prefixes;
-    for (const Command& command : table()) {
-        for (std::size_t length = 1; length <= command.path.size(); ++length) {
-            Words prefix(command.path.begin(),
-                         command.path.begin() + static_cast<std::ptrdiff_t>(length));
-            if (std::ranges::find(prefixes, prefix) == prefixes.end()) prefixes.push_back(prefix);
-        }
-    }
-    return prefixes;
-}
-
-std::string text_of(const Words& words) { return join({words.begin(), words.end()}); }
-
-// What may follow a path: further words of paths, options, and the words of its arguments.
-std::string candidates(const Words& path) {
-    std::vector<std::string> words;
-    for (const std::string_view word : next_words(path)) words.emplace_back(word);
-    for (const Command& command : table()) {
-        if (command.path.size() != path.size() || !continues(command, path)) continue;
-        for (const Field& field : command.fields) {
-            if (field.is_option()) {
-                words.emplace_back(field.name);
-            } else {
-                std::ranges::move(values_to_offer(field), std::back_inserter(words));
-            }
-        }
-    }
-    words.emplace_back("--help");
-    return offer(words);
+// What the program itself understands, beside the commands of the table.
+void add_own_commands(options::ProgramText& program) {
+    program.commands.push_back({{"raw"}, std::string(kRawUsage)});
+    program.commands.push_back({{"console"}, std::string(kConsoleUsage)});
+    program.commands.push_back(
+        {{"completion"},
+         "Prints a script for completion in a shell.",
+         {{"SHELL", "", "The shell: bash, zsh or fish", {"bash", "zsh", "fish"}}}});
 }
 
 }  // namespace
@@ -232,7 +209,8 @@ std::vector<std::string_view> next_words(const std::vector<std::string>& path) {
 
 std::string help(const std::vector<std::string>& words) {
     if (words.empty()) {
-        return std::string(kOverview) + list_of({}) + "  raw                     " +
+        return std::string(kPurpose) + std::string(kUsageLines) + std::string(kClosing) +
+               "\nCommands:\n" + list_of({}) + "  raw                     " +
                std::string(kRawHelp.substr(0, kRawHelp.size() - 1)) + "\n";
     }
     if (words.front() == "raw") return std::string(kRawUsage);
@@ -265,47 +243,23 @@ std::string reference() {
     return text + std::string(kConsoleSection);
 }
 
-std::string bash_completion() {
-    std::string paths;
-    std::string values;
-    std::string lists;
-    for (const Words& path : all_prefixes()) {
-        paths += (paths.empty() ? "" : " | ") + ("\"" + text_of(path) + "\"");
-        lists += "    \"" + text_of(path) + "\") list=\"" + candidates(path) + "\" ;;\n";
-    }
+options::ProgramText program_text() {
+    options::ProgramText program{"mcctl",
+                                 std::string(kPurpose),
+                                 {{"--dry-run", "", "Print the record instead of posting it"},
+                                  {"--reference", "", "Print all commands as Markdown"},
+                                  {"--man", "", "Print the manual page, for man"},
+                                  {"--version", "", "Print which version this is"},
+                                  {"--help", "", "Print help on a command, or all"}}};
     for (const Command& command : table()) {
-        for (const Field& field : command.fields) {
-            if (!field.is_option()) continue;
-            values += "    \"" + path_text(command) + ":" + std::string(field.name) +
-                      "\") list=\"" + offer(values_to_offer(field)) + "\" ;;\n";
-        }
+        options::CommandText text{{command.path.begin(), command.path.end()},
+                                  std::string(command.help)};
+        for (const Field& field : command.fields) text.options.push_back(option_text(field));
+        program.commands.push_back(std::move(text));
     }
-    return "# Completion of mcctl for bash: source <(mcctl completion bash)\n"
-           "_mcctl() {\n"
-           "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}\n"
-           "    local path= list= word\n"
-           "    for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
-           "        [[ $word == --dry-run ]] && continue\n"
-           "        case \"${path:+$path }$word\" in\n"
-           "        " +
-           paths +
-           ") path=\"${path:+$path }$word\" ;;\n"
-           "        *) break ;;\n"
-           "        esac\n"
-           "    done\n"
-           "    COMPREPLY=()\n"
-           "    case \"$path:$prev\" in\n" +
-           values +
-           "    *)\n"
-           "    case \"$path\" in\n"
-           "    \"\") list=\"" +
-           join(next_words({})) + " raw console completion --dry-run --reference --help\" ;;\n" +
-           lists +
-           "    esac ;;\n"
-           "    esac\n"
-           "    mapfile -t COMPREPLY < <(compgen -W \"$list\" -- \"$cur\")\n"
-           "}\n"
-           "complete -F _mcctl mcctl\n";
+    add_own_commands(program);
+    program.closing = kClosing;
+    return program;
 }
 
 std::string hex_text(const std::vector<std::uint8_t>& bytes) {

@@ -1,4 +1,5 @@
-// Texts about the commands, made from the table: help, reference and shell completion.
+// Texts about the commands, made from the table: help and reference, and what manual page and
+// completion are made from.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "tools/command_table.h"
+#include "tools/program_text.h"
 
 namespace commands {
 
@@ -21,8 +23,8 @@ namespace commands {
 // All commands as Markdown: docs/commands.md.
 [[nodiscard]] std::string reference();
 
-// A script that bash reads.
-[[nodiscard]] std::string bash_completion();
+// The program mcctl, for its manual page and completion.
+[[nodiscard]] options::ProgramText program_text();
 
 // "00 00 00 01"
 [[nodiscard]] std::string hex_text(const std::vector<std::uint8_t>& bytes);

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,10 +21,13 @@
 #include "command/command.h"
 #include "node/report/printable.h"
 #include "tools/command_line.h"
+#include "tools/completion.h"
 #include "tools/console_client.h"
 #include "tools/documents.h"
+#include "tools/man_page.h"
 #include "tools/queue_reader.h"
 #include "tools/rule_caution.h"
+#include "tools/version.h"
 
 namespace {
 
@@ -97,6 +101,13 @@ void follow(const std::vector<std::string>& words, bool dry_run) {
     if (commands::follow_console()) say_note("the node has ended");
 }
 
+std::string completion(const std::vector<std::string>& words) {
+    const auto script =
+        words.size() == 2 ? options::completion(commands::program_text(), words[1]) : std::nullopt;
+    if (!script) throw commands::UsageError("completion is followed by one of bash, zsh, fish");
+    return *script;
+}
+
 void run(std::vector<std::string> words) {
     // These may stand anywhere: no value of a command looks like them.
     const bool dry_run = take(words, "--dry-run");
@@ -105,12 +116,9 @@ void run(std::vector<std::string> words) {
     if (words.empty()) throw commands::UsageError("no command: --help lists them");
     if (words.front() == "help") return print(commands::help({words.begin() + 1, words.end()}));
     if (words.front() == "--reference") return print(commands::reference());
-    if (words.front() == "completion") {
-        if (words.size() != 2 || words[1] != "bash") {
-            throw commands::UsageError("completion is followed by bash");
-        }
-        return print(commands::bash_completion());
-    }
+    if (words.front() == "--version") return print(options::version_line("mcctl") + "\n");
+    if (words.front() == "--man") return print(options::man_page(commands::program_text()));
+    if (words.front() == "completion") return print(completion(words));
     if (words.front() == "console") return follow(words, dry_run);
     const commands::Record record = commands::encode(words);
     if (dry_run) {

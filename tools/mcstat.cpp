@@ -56,6 +56,7 @@ void declare(options::Parser& parser, Arguments& arguments) {
                  "Description of what the core's records hold, in place of the built-in one"},
                 arguments.fields);
     parser.flag("--print-fields", arguments.print_fields, "Print the built-in description");
+    parser.offer_texts();
     parser.footer(
         "Exit status: 0 done; 1 the segment is missing or cannot be read, or nobody takes commands\n"
         "from the queue; 2 the command line or the description cannot be used.");

@@ -1,6 +1,12 @@
 #include "tools/option_parser.h"
 
 #include <CLI/CLI.hpp>
+#include <cstddef>
+#include <cstdio>
+
+#include "tools/completion.h"
+#include "tools/man_page.h"
+#include "tools/version.h"
 
 namespace options {
 namespace {
@@ -23,6 +29,32 @@ std::string unknown_option(const CLI::App& app, const std::vector<std::string>& 
     return "";
 }
 
+// The words of a value that is called one|other.
+std::vector<std::string> alternatives(const std::string& value) {
+    std::vector<std::string> words;
+    if (value.find('|') == std::string::npos) return words;
+    for (std::size_t begin = 0; begin <= value.size();) {
+        const std::size_t end = std::min(value.find('|', begin), value.size());
+        words.push_back(value.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return words;
+}
+
+// --help is the program's, and each sub-command's too.
+std::vector<OptionText> texts_of(const CLI::App& app) {
+    std::vector<OptionText> texts;
+    for (const CLI::Option* option : app.get_options()) {
+        if (option == app.get_help_ptr() && app.get_parent() != nullptr) continue;
+        const bool is_flag = option->get_items_expected_max() == 0;
+        const std::string value = is_flag ? "" : option->get_type_name();
+        const auto& names = option->get_lnames();
+        texts.push_back({names.empty() ? option->get_name() : "--" + names.front(), value,
+                         option->get_description(), alternatives(value)});
+    }
+    return texts;
+}
+
 }  // namespace
 
 Parser::Parser(std::string_view program, std::string_view help)
@@ -43,6 +75,12 @@ void Parser::footer(std::string_view text) { app_.footer(std::string(text)); }
 void Parser::without_help() { app_.set_help_flag(); }
 
 void Parser::keep_unknown_words() { app_.allow_extras(); }
+
+void Parser::offer_texts() {
+    app_.set_version_flag("--version", version_line(app_.get_name()));
+    flag("--man", wants_man_page_, "Print the manual page, for man");
+    once({"--completion", kShells, "Print a script for completion in this shell"}, shell_);
+}
 
 void Parser::flag(std::string_view name, bool& place, std::string_view help) {
     app_.add_flag(std::string(name), place, std::string(help));
@@ -76,6 +114,9 @@ bool Parser::parse(const std::vector<std::string>& words) {
     } catch (const CLI::CallForHelp& help) {
         app_.exit(help);
         return false;
+    } catch (const CLI::CallForVersion& line) {
+        app_.exit(line);
+        return false;
     } catch (const CLI::RequiredError& missing) {
         // What is missing is often there, misspelt.
         const std::string unknown = unknown_option(app_, words);
@@ -83,10 +124,33 @@ bool Parser::parse(const std::vector<std::string>& words) {
     } catch (const CLI::ParseError& wrong) {
         throw ParseError(wrong.what());
     }
-    return true;
+    return !print_text();
+}
+
+bool Parser::print_text() const {
+    if (wants_man_page_) {
+        std::fputs(man_page(text()).c_str(), stdout);
+    } else if (is_given("--completion")) {
+        const auto script = completion(text(), shell_);
+        if (!script)
+            throw ParseError("--completion: '" + shell_ + "' is not one of bash, zsh, fish");
+        std::fputs(script->c_str(), stdout);
+    }
+    return wants_man_page_ || !shell_.empty();
 }
 
 std::string Parser::help() const { return app_.help(); }
+
+ProgramText Parser::text() const {
+    ProgramText program{app_.get_name(), app_.get_description(), texts_of(app_)};
+    for (const auto& command : commands_) {
+        const CLI::App& app = command->app_;
+        program.commands.push_back(
+            {{app.get_name()}, app.get_description(), texts_of(app), app.get_footer()});
+    }
+    program.closing = app_.get_footer();
+    return program;
+}
 
 bool Parser::is_named() const { return app_.parsed(); }
 

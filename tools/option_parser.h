@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/program_text.h"
+
 namespace CLI {
 class App;
 }
@@ -45,6 +47,8 @@ class Parser {
     void footer(std::string_view text);
     void without_help();
     void keep_unknown_words();
+    // --version, --man and --completion, of a program.
+    void offer_texts();
 
     void flag(std::string_view name, bool& place, std::string_view help);
     void once(const Shown& shown, std::string& place);
@@ -56,11 +60,12 @@ class Parser {
     // May be given without a value, which is then the one that stands for it.
     void once_or_bare(const Shown& shown, std::string& place, std::string_view bare);
 
-    // Reads the words behind the program's name. False when they asked for help, which is printed
-    // then. Throws ParseError.
+    // Reads the words behind the program's name. False when they asked for help or another text,
+    // which is printed then. Throws ParseError.
     [[nodiscard]] bool parse(const std::vector<std::string>& words);
 
     [[nodiscard]] std::string help() const;
+    [[nodiscard]] ProgramText text() const;
     // Whether the command line named this sub-command.
     [[nodiscard]] bool is_named() const;
     [[nodiscard]] bool is_given(std::string_view name) const;
@@ -70,9 +75,13 @@ class Parser {
  private:
     explicit Parser(CLI::App& app);
 
+    [[nodiscard]] bool print_text() const;
+
     std::unique_ptr<CLI::App> own_;  // empty for a sub-command
     CLI::App& app_;
     std::vector<std::unique_ptr<Parser>> commands_;
+    bool wants_man_page_ = false;
+    std::string shell_;  // whose completion is asked for
 };
 
 }  // namespace options

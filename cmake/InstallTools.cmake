@@ -1,0 +1,38 @@
+# The programs, with what they say of themselves: manual pages and completions are their own output.
+set(mc_programs mc_node mcctl mcstat)
+file(RELATIVE_PATH mc_libraries_from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(${mc_programs} PROPERTIES INSTALL_RPATH "\$ORIGIN/${mc_libraries_from_programs}")
+install(TARGETS ${mc_programs} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+
+# The words that make a program print a text, the file that holds it, and where that belongs.
+function(mc_install_text program file folder)
+  set(made "${PROJECT_BINARY_DIR}/texts/${folder}/${file}")
+  get_filename_component(place "${made}" DIRECTORY)
+  file(MAKE_DIRECTORY "${place}")
+  add_custom_command(OUTPUT "${made}" COMMAND ${program} ${ARGN} > "${made}" DEPENDS ${program} VERBATIM)
+  install(FILES "${made}" DESTINATION "${folder}" COMPONENT tools)
+  set_property(GLOBAL APPEND PROPERTY mc_texts "${made}")
+endfunction()
+
+# Where texts are to be made of a foreign processor's programs, an emulator has to run them.
+if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+  message(STATUS "no emulator: manual pages and completions are left out")
+  set(mc_programs "")
+endif()
+foreach(program IN LISTS mc_programs)
+  set(word --completion)
+  if(program STREQUAL "mcctl")
+    set(word completion)
+  endif()
+  mc_install_text(${program} ${program}.1 "${CMAKE_INSTALL_MANDIR}/man1" --man)
+  mc_install_text(${program} ${program} "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+                  ${word} bash)
+  mc_install_text(${program} _${program} "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" ${word} zsh)
+  mc_install_text(${program} ${program}.fish "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d"
+                  ${word} fish)
+endforeach()
+get_property(mc_texts GLOBAL PROPERTY mc_texts)
+add_custom_target(mc_texts ALL DEPENDS ${mc_texts})
+
+install(FILES packaging/grafana/mc_node.json DESTINATION "${CMAKE_INSTALL_DATADIR}/multicast_adaptation/grafana"
+        COMPONENT tools)

@@ -1,0 +1,40 @@
+# Debian packages, by scripts/packages: libmc-hal1 to run a host process, libmc-hal-dev to build one, and
+# with MC_BUILD_NODE the programs.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "The maintainers <root@localhost>")
+set(CPACK_PACKAGE_VENDOR "The maintainers")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+set(mc_library_package "libmc-hal${PROJECT_VERSION_MAJOR}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "${mc_library_package}")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Multicast adaptation layer of an ONU, the library
+ Stands between the switch that traps IGMP and MLD frames, a protocol core and
+ management processes. The process that loads it supplies switch and core.")
+# What needs the library says so by its soname, and the loader is told of it.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmc-hal-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${mc_library_package} (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Multicast adaptation layer of an ONU, headers
+ C headers, and what pkg-config and CMake need to find them and the library.")
+
+if(MC_BUILD_NODE)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME mc-node)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION net)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${mc_library_package} (= ${PROJECT_VERSION})")
+  # Where dpkg-shlibdeps finds the library, which no package has installed yet.
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}")
+  set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Multicast adaptation layer of an ONU, node and tools
+ mc_node runs the library over captures or on the ports of a Linux bridge, mcctl
+ sends it commands, mcstat shows its status segment.")
+endif()
+include(CPack)
