@@ -67,4 +67,12 @@ std::pair<std::uint8_t, std::string> parse_port(const std::string& text, const s
     return {static_cast<std::uint8_t>(number), text.substr(equals + 1)};
 }
 
+void check_interface_name(const std::string& name) {
+    constexpr std::size_t kLongest = 15;
+    const bool is_odd = name.find_first_of("/\"\\ \t\r\n") != std::string::npos;
+    if (name.empty() || name.size() > kLongest || is_odd) {
+        throw UsageError("'" + name + "' is no name of an interface");
+    }
+}
+
 }  // namespace node

@@ -18,4 +18,7 @@ namespace node {
 [[nodiscard]] std::pair<std::uint8_t, std::string> parse_port(const std::string& text,
                                                               const std::string& what);
 
+// Throws UsageError for what no interface can be called.
+void check_interface_name(const std::string& name);
+
 }  // namespace node

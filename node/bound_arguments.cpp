@@ -9,15 +9,24 @@ namespace node {
 namespace {
 
 void take(const char* option, const std::string& text, std::uint32_t& bound) {
-    constexpr std::uint32_t kMost = 100'000'000;  // sums of it still fit
     if (text.empty()) return;
-    if (!commands::read_number(text, bound) || bound == 0 || bound > kMost) {
-        throw UsageError(std::string(option) + ": '" + text +
-                         "' is no bound: a number from 1 to 100000000 is needed");
+    try {
+        bound = parse_bound(text);
+    } catch (const UsageError& error) {
+        throw UsageError(std::string(option) + ": " + error.what());
     }
 }
 
 }  // namespace
+
+std::uint32_t parse_bound(const std::string& text) {
+    constexpr std::uint32_t kMost = 100'000'000;  // sums of it still fit
+    std::uint32_t bound = 0;
+    if (!commands::read_number(text, bound) || bound == 0 || bound > kMost) {
+        throw UsageError("'" + text + "' is no bound: a number from 1 to 100000000 is needed");
+    }
+    return bound;
+}
 
 mcore::Bounds meaning_of(const BoundWords& words) {
     mcore::Bounds bounds;

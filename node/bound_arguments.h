@@ -1,6 +1,7 @@
 // What the words for the bounds of the core mean; both sub-commands take them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "node/core/multicast_core.h"
@@ -16,6 +17,9 @@ struct BoundWords {
     std::string addresses;
     std::string ranges;
 };
+
+// The value of each of them. Throws UsageError.
+[[nodiscard]] std::uint32_t parse_bound(const std::string& text);
 
 // Throws UsageError.
 [[nodiscard]] mcore::Bounds meaning_of(const BoundWords& words);
