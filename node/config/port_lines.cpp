@@ -17,7 +17,9 @@ using std::to_string;
 }  // namespace
 
 std::uint32_t fast_leave_word() {
-    if (!mc::status_attached()) return 0;
+    // Nothing, or what shmat answers when it refuses.
+    const auto base = reinterpret_cast<std::uintptr_t>(mc_status_global);
+    if (base == 0 || base == ~std::uintptr_t{0}) return 0;
     return mc::load_be32(mc_status_global + mc::kStatusFastLeave);
 }
 
