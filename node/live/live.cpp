@@ -26,6 +26,7 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
+#include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/live/core_clock.h"
@@ -176,12 +177,13 @@ LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
+    const int signals = catch_signals();
+    be_the_only_one();
+    console::offer(host.complain, {});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const int signals = catch_signals();
-    be_the_only_one();
     draw_seed();
 
     LiveDriver& driver = make_driver(arguments, host);

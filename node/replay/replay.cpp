@@ -15,6 +15,7 @@
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
+#include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/replay/progress_line.h"
@@ -107,6 +108,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
+    if (arguments.hold) console::offer(host.complain, {});
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
         host.complain("standard output cannot be diverted");
