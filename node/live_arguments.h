@@ -16,6 +16,7 @@ struct LiveWords {
     std::string debug;
     std::string onu_id = "1";
     bool json = false;
+    std::string config;
 };
 
 // Throws UsageError.

@@ -18,6 +18,7 @@ struct ReplayWords {
     std::string onu_id = "1";
     double tail_s = 0;
     std::string commands;
+    std::string config;
     bool json = false;
     bool hold = false;
 };

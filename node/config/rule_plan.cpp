@@ -87,6 +87,11 @@ bool is_of_service(const Rule& rule) {
            rule.out_up_vlan == network && rule.in_dn_vlan == network;
 }
 
+// A rule without an upstream VLAN leaves untagged everywhere.
+bool is_of_add(const Rule& rule) {
+    return rule.in_up_vlan != 0 || (rule.out_dn_vlan == 0 && rule.out_data_vlan == 0);
+}
+
 // Its upstream half follows from the downstream one.
 bool is_of_web(const Rule& rule) {
     const bool is_tagged = rule.prodntagmode == MC_TAG_MODE_TAG;
@@ -184,6 +189,9 @@ class Planner {
         if (port.igmp.empty()) return std::nullopt;
         const std::size_t times = port.times_in_mld();
         const std::size_t by_add = is_listed(port.next().in_data_vlan) ? 0 : 1;
+        if (times == 0 && begun_[p].empty() && is_of_web(port.next()) && !is_of_add(port.next())) {
+            return Step{p, How::kWeb, 0};
+        }
         if (times > by_add && is_of_service(port.next())) {
             return Step{p, How::kService, by_add + 1};
         }
@@ -191,14 +199,15 @@ class Planner {
         return std::nullopt;
     }
 
-    // First what needs no new VLAN, then the VLANs in the order of the list.
+    // First what needs no new VLAN, then the VLANs in the order of the list. Of the rules of a new
+    // VLAN one that service-set can make on both sides later comes last.
     [[nodiscard]] std::optional<Step> exact_step() const {
         std::optional<Step> best;
         std::size_t best_rank = 0;
         for (std::size_t p = 0; p < MC_PORTS; ++p) {
             const auto step = exact_step_of(p);
             if (!step) continue;
-            const std::size_t rank = rank_of(ports_[p].next().in_data_vlan);
+            const std::size_t rank = rank_of(ports_[p].next());
             if (best && best_rank <= rank) continue;
             best = step;
             best_rank = rank;
@@ -206,10 +215,11 @@ class Planner {
         return best;
     }
 
-    [[nodiscard]] std::size_t rank_of(std::uint16_t vlan) const {
-        if (is_listed(vlan)) return 0;
-        const auto found = std::ranges::find(tables_.listed, vlan);
-        return 1 + static_cast<std::size_t>(found - tables_.listed.begin());
+    [[nodiscard]] std::size_t rank_of(const Rule& rule) const {
+        if (is_listed(rule.in_data_vlan)) return 0;
+        const auto found = std::ranges::find(tables_.listed, rule.in_data_vlan);
+        const auto place = static_cast<std::size_t>(found - tables_.listed.begin());
+        return 1 + 2 * place + (is_of_service(rule) ? 1 : 0);
     }
 
     [[nodiscard]] Step closest_step() const {
@@ -221,6 +231,7 @@ class Planner {
     void make(const Step& step) {
         Progress& port = ports_[step.port];
         const Rule& rule = port.next();
+        begun_[step.port].insert(rule.in_up_vlan);
         switch (step.how) {
             case How::kAdd:
                 made_.lines.push_back(add_line(rule));
@@ -242,9 +253,11 @@ class Planner {
     // The first rule that the MLD side has and the IGMP side will not: added while its VLAN is new,
     // and deleted. False when there is none, or none that can be made so.
     bool make_lone_mld_rule() {
-        for (Progress& port : ports_) {
+        for (std::size_t p = 0; p < MC_PORTS; ++p) {
+            Progress& port = ports_[p];
             if (port.mld.empty()) continue;
             const Rule& rule = port.mld.front();
+            if (begun_[p].contains(rule.in_up_vlan)) continue;  // another one would be deleted
             const bool is_coming = std::ranges::any_of(
                 port.igmp, [&](const Rule& other) { return is_same(rule, other); });
             if (is_coming || is_listed(rule.in_data_vlan)) continue;
@@ -263,6 +276,7 @@ class Planner {
 
     const RuleTables& tables_;
     std::array<Progress, MC_PORTS> ports_;
+    std::array<std::set<std::uint16_t>, MC_PORTS> begun_;  // by the VLANs that deletes go by
     std::set<std::uint16_t> listed_;
     RulePlan made_;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace driver {
@@ -11,6 +12,11 @@ struct Host {
     void (*complain)(const std::string& line);
     // A descriptor that can be read once the command queue is of no use any more, to the end.
     int queue_lost;
+    // The running configuration, for whoever asks (node/config/snapshot.h); from any task.
+    std::function<std::string()> configuration;
+    // Has the command task run what is configured, before it takes a record; false when there is
+    // something and it takes none.
+    bool (*run_first_commands)();
 };
 
 // Whether it is by now, or becomes so within that time; a signal ends the wait too.

@@ -1,7 +1,6 @@
 #include "node/live/live.h"
 
 #include <poll.h>
-#include <sys/msg.h>
 #include <sys/random.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -11,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
@@ -20,11 +18,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
-#include "command/command.h"
 #include "mld/record.h"
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
@@ -144,15 +140,6 @@ class Supervisor {
     std::optional<std::uint64_t> look_at_us_;
 };
 
-// The command task makes it; whoever reads that the node is live sends commands.
-void await_command_queue() {
-    constexpr int kLooks = 200;
-    constexpr std::chrono::milliseconds kBetween{10};
-    for (int i = 0; i < kLooks && msgget(MC_QUEUE_KEY, 0) < 0; ++i) {
-        std::this_thread::sleep_for(kBetween);
-    }
-}
-
 std::string uplink_of(const Arguments& arguments) {
     for (const PortInterface& port : arguments.ports) {
         if (port.port == driver::kUplinkPort) return port.interface;
@@ -179,7 +166,7 @@ LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
 int run(const Arguments& arguments, const driver::Host& host) {
     const int signals = catch_signals();
     be_the_only_one();
-    console::offer(host.complain, {});
+    console::offer(host.complain, {{"config", host.configuration}});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
@@ -207,8 +194,12 @@ int run(const Arguments& arguments, const driver::Host& host) {
     own_address.begin();
     const CoreClock clock;
     Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost);
+    // No frame meets half a configuration, and whoever reads that the node is live sends commands.
+    if (!host.run_first_commands()) {
+        driver.end();
+        throw LiveError("the library takes no commands");
+    }
     driver.start();
-    await_command_queue();
     host.complain(ready_line(arguments, own_address));
     supervisor.run();
 

@@ -108,7 +108,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
-    if (arguments.hold) console::offer(host.complain, {});
+    if (arguments.hold) console::offer(host.complain, {{"config", host.configuration}});
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
         host.complain("standard output cannot be diverted");
