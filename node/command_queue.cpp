@@ -97,12 +97,6 @@ void run_first() {
     for (;;) pause();
 }
 
-// Known for sure when nothing is behind the message on the queue: then it was the last one sent.
-pid_t poster_of_last(int queue) {
-    msqid_ds now{};
-    return msgctl(queue, IPC_STAT, &now) == 0 && now.msg_qnum == 0 ? now.msg_lspid : 0;
-}
-
 // All bytes of the record, whose code came as the type.
 std::string record_text(const Message& message, std::size_t length) {
     std::string record;
@@ -112,11 +106,10 @@ std::string record_text(const Message& message, std::size_t length) {
     return record.append(message.text, length);
 }
 
-void begin_record(int queue, const Message& message, std::size_t length) {
+void begin_record(const Message& message, std::size_t length) {
     is_record_out = true;
     config::records_lock().lock();
-    if (!console::is_followed()) return;
-    console::record_taken(record_text(message, length), poster_of_last(queue));
+    if (console::is_followed()) console::record_taken(record_text(message, length));
 }
 
 // Rules are looked at only after a record: without one nothing has changed them, and a story that
@@ -143,7 +136,7 @@ ssize_t receive_record(int queue, void* record, long type) {
             // Behind a short message the library keeps what was there.
             const auto size = static_cast<std::size_t>(length);
             std::memcpy(record, &message, offsetof(Message, text) + size);
-            begin_record(queue, message, size);
+            begin_record(message, size);
             return length;
         }
     }

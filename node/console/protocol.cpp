@@ -29,11 +29,11 @@ std::optional<Address> address() {
     return address;
 }
 
-Peer peer_of(int connection) {
+bool is_trusted(int connection) {
     ucred peer{};
     socklen_t size = sizeof peer;
-    if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return {false, 0};
-    return {peer.uid == 0 || peer.uid == geteuid(), peer.pid};
+    if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
+    return peer.uid == 0 || peer.uid == geteuid();
 }
 
 std::string frame(Kind kind, std::string_view text) {

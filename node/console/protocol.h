@@ -58,13 +58,8 @@ struct Address {
 // Where the node of this IPC namespace listens; nothing when the namespace is not to be learnt.
 [[nodiscard]] std::optional<Address> address();
 
-struct Peer {
-    bool is_trusted;  // our own user, or root
-    pid_t process;    // as this side counts them; of a listener, the one that made the socket
-};
-
-// Who is at the other end of a connection.
-[[nodiscard]] Peer peer_of(int connection);
+// Whether our own user, or root, is at the other end of a connection.
+[[nodiscard]] bool is_trusted(int connection);
 
 // A frame as it is sent.
 [[nodiscard]] std::string frame(Kind kind, std::string_view text = {});

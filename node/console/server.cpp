@@ -43,7 +43,6 @@ enum class State {
 // lock. What others change, and read, is behind the lock.
 struct Connection {
     int descriptor = -1;
-    pid_t process = 0;
     // The console's task alone:
     std::string received;
     std::string sending;  // what the socket has not taken yet
@@ -88,11 +87,12 @@ void add_printed(Connection& connection, std::string_view text) {
     }
 }
 
-// Of several that await the same bytes the first one has posted this record as well as any other.
-Connection* awaiting(std::string_view record, pid_t poster) {
+// Of several that await the same bytes each gets one of the answers, in turn. Whoever else posts
+// such a record gives one of them its answer early: it is to the same command, and no older than
+// the request.
+Connection* awaiting(std::string_view record) {
     const auto found = std::ranges::find_if(connections, [&](const Connection& connection) {
-        return connection.state == State::kAwaiting && connection.record == record &&
-               (poster == 0 || poster == connection.process);
+        return connection.state == State::kAwaiting && connection.record == record;
     });
     return found == connections.end() ? nullptr : &*found;
 }
@@ -224,13 +224,11 @@ void take_connection() {
         if (errno != EAGAIN) std::this_thread::sleep_for(std::chrono::milliseconds(100));
         return;
     }
-    const Peer peer = peer_of(descriptor);
-    if (!peer.is_trusted) return turn_away(descriptor, "the console is for the node's own user");
+    if (!is_trusted(descriptor))
+        return turn_away(descriptor, "the console is for the node's own user");
     if (!make_room()) return turn_away(descriptor, "too many processes follow the console");
     const std::lock_guard lock(guard);
-    Connection& connection = connections.emplace_back();
-    connection.descriptor = descriptor;
-    connection.process = peer.process;
+    connections.emplace_back().descriptor = descriptor;
     connected = connections.size();
 }
 
@@ -288,11 +286,11 @@ void offer(void (*complain)(const std::string& line), std::vector<TextRequest> r
 bool is_followed() { return connected != 0; }
 
 // What the buffer of stdout holds was printed before the record, or by it.
-void record_taken(std::string_view record, pid_t poster) {
+void record_taken(std::string_view record) {
     if (!is_followed()) return;
     std::fflush(stdout);
     const std::lock_guard lock(guard);
-    Connection* const connection = awaiting(record, poster);
+    Connection* const connection = awaiting(record);
     if (connection != nullptr) connection->state = State::kAnswering;
 }
 

@@ -5,8 +5,6 @@
 // cut off when too much is waiting for it.
 #pragma once
 
-#include <sys/types.h>
-
 #include <functional>
 #include <string>
 #include <string_view>
@@ -25,8 +23,8 @@ struct TextRequest {
 void offer(void (*complain)(const std::string& line), std::vector<TextRequest> requests);
 
 // For whoever takes records off the queue: one was taken, and the library is about to run it. A
-// record is all its bytes from the code on; poster is 0 where it is not known.
-void record_taken(std::string_view record, pid_t poster);
+// record is all its bytes from the code on.
+void record_taken(std::string_view record);
 void record_done();
 
 // Whether anybody is connected, so that it is worth while to find out about a record.
