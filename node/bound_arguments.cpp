@@ -8,12 +8,13 @@
 namespace node {
 namespace {
 
-void take(const char* option, const std::string& text, std::uint32_t& bound) {
+void take(const BoundOption& option, const BoundWords& words, mcore::Bounds& bounds) {
+    const std::string& text = words.*option.word;
     if (text.empty()) return;
     try {
-        bound = parse_bound(text);
+        bounds.*option.bound = parse_bound(text);
     } catch (const UsageError& error) {
-        throw UsageError(std::string(option) + ": " + error.what());
+        throw UsageError(std::string("--") + option.name + ": " + error.what());
     }
 }
 
@@ -28,14 +29,17 @@ std::uint32_t parse_bound(const std::string& text) {
     return bound;
 }
 
+std::string fresh_bound(const std::string& name) {
+    constexpr mcore::Bounds kFresh;
+    for (const BoundOption& option : kBoundOptions) {
+        if (name == option.name) return std::to_string(kFresh.*option.bound);
+    }
+    return "";
+}
+
 mcore::Bounds meaning_of(const BoundWords& words) {
     mcore::Bounds bounds;
-    take("--most-sources", words.sources, bounds.sources_per_host);
-    take("--most-group-sources", words.group_sources, bounds.sources_per_group);
-    take("--most-hosts", words.hosts, bounds.hosts_per_group);
-    take("--most-groups", words.groups, bounds.groups_per_port);
-    take("--most-addresses", words.addresses, bounds.addresses_per_port);
-    take("--most-ranges", words.ranges, bounds.control_list_ranges);
+    for (const BoundOption& option : kBoundOptions) take(option, words, bounds);
     return bounds;
 }
 

@@ -69,27 +69,12 @@ struct OptionsOf {
     }
 };
 
-// ---- Bounds -------------------------------------------------------------------------------------
-
-struct BoundOption {
-    const char* name;
-    std::string BoundWords::*word;
-    std::uint32_t mcore::Bounds::*bound;
-};
-
-constexpr std::array<BoundOption, 6> kBounds{{
-    {"most-sources", &BoundWords::sources, &mcore::Bounds::sources_per_host},
-    {"most-group-sources", &BoundWords::group_sources, &mcore::Bounds::sources_per_group},
-    {"most-hosts", &BoundWords::hosts, &mcore::Bounds::hosts_per_group},
-    {"most-groups", &BoundWords::groups, &mcore::Bounds::groups_per_port},
-    {"most-addresses", &BoundWords::addresses, &mcore::Bounds::addresses_per_port},
-    {"most-ranges", &BoundWords::ranges, &mcore::Bounds::control_list_ranges},
-}};
-
 }  // namespace
 
 void take_bounds(const File& file, const IsGiven& is_given, BoundWords& words) {
-    for (const BoundOption& option : kBounds) take(file, is_given, option.name, words.*option.word);
+    for (const BoundOption& option : kBoundOptions) {
+        take(file, is_given, option.name, words.*option.word);
+    }
 }
 
 void take_options(const File& file, const IsGiven& is_given, LiveWords& words) {
@@ -109,7 +94,7 @@ void take_options(const File& file, const IsGiven& is_given, ReplayWords& words)
 Lines options_of(const Arguments& arguments) {
     constexpr mcore::Bounds kFresh;
     Lines lines = std::visit(OptionsOf{}, arguments.run);
-    for (const BoundOption& option : kBounds) {
+    for (const BoundOption& option : kBoundOptions) {
         const std::uint32_t bound = arguments.bounds.*option.bound;
         if (bound == kFresh.*option.bound) continue;
         lines.push_back(option.name + (" " + std::to_string(bound)));

@@ -158,6 +158,18 @@ std::string take_answer(Conversation& conversation) {
                        std::to_string(kPatience) + " seconds and is not done");
 }
 
+std::string ask_node(const std::string& word) {
+    Conversation conversation = ask(word);
+    if (conversation.connection < 0) throw ConsoleError("no console of a node is there for us");
+    std::string answer;
+    while (const auto words = listen_to(conversation)) {
+        if (words->kind == Kind::kDone) return answer;
+        if (words->kind == Kind::kRefused) throw ConsoleError(std::string(words->text));
+        if (words->kind == Kind::kText) answer += words->text;
+    }
+    throw ConsoleError("the node has not answered");
+}
+
 bool follow_console() {
     Conversation conversation = ask(console::kConsoleWord);
     std::string why;

@@ -30,6 +30,9 @@ struct Conversation {
 // come to it, or is gone before.
 [[nodiscard]] std::string take_answer(Conversation& conversation);
 
+// What the node answers to a request of one word (node/console/protocol.h). Throws ConsoleError.
+[[nodiscard]] std::string ask_node(const std::string& word);
+
 // Prints what the node prints: true when it has ended, false when nobody reads standard output any
 // more. Throws ConsoleError when there is no console for us, or the node is gone without a word.
 [[nodiscard]] bool follow_console();

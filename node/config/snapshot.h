@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "node/config/config_file.h"
 #include "node/config/facts.h"
 #include "node/config/words.h"
 
@@ -42,6 +43,9 @@ struct Snapshot {
 
 // For the command task, or while no command runs.
 [[nodiscard]] Snapshot take_snapshot(Lines options);
+
+// Whether the node was started with an option of a file, or has the value without it.
+[[nodiscard]] bool holds_already(const Option& option, const Snapshot& running);
 
 // As a file; what it cannot say is told in a comment line each.
 [[nodiscard]] std::string file_text(const Snapshot& snapshot, const Lines& not_expressible);
