@@ -64,17 +64,37 @@ RuleKey key_of(const std::string& line) {
     return {fields[Rule::port], up_in, fields[Rule::in_data]};
 }
 
-// The one command that deletes on both sides says the upstream VLAN by a tag mode; it cannot say an
-// untagged data VLAN.
-std::string delete_line(const RuleKey& key, bool on_both_sides) {
-    const std::string port = port_option(key.port);
-    const std::string data = vlan_word(key.data);
-    if (!on_both_sides || key.data == 0) {
-        return "vlan delete " + port + " --up-in " + vlan_word(key.up_in) + " --data-in " + data;
+std::string delete_line(const RuleKey& key) {
+    return "vlan delete " + port_option(key.port) + " --up-in " + vlan_word(key.up_in) +
+           " --data-in " + vlan_word(key.data);
+}
+
+// The one command that deletes on both sides; a tag mode says the upstream VLAN.
+std::string service_line(const RuleKey& key, std::uint16_t data) {
+    const std::string line = "vlan service-remove " + port_option(key.port);
+    if (key.up_in == 0) return line + " --mode tag --vlan " + vlan_word(data);
+    return line + " --mode translate --vlan " + vlan_word(key.up_in) + " --second-vlan " +
+           vlan_word(data);
+}
+
+void write_deletion(const RuleKey& key, bool is_shared, std::uint16_t default_vlan, Lines& posted) {
+    if (!is_shared) {
+        posted.push_back(delete_line(key));
+    } else if (key.data != 0) {
+        posted.push_back(service_line(key, key.data));
+    } else {
+        // It cannot say an untagged data VLAN, so the default one stands there, which is withdrawn
+        // from no list.
+        posted.push_back(delete_line(key));
+        posted.push_back(service_line(key, default_vlan));
     }
-    if (key.up_in == 0) return "vlan service-remove " + port + " --mode tag --vlan " + data;
-    return "vlan service-remove " + port + " --mode translate --vlan " + vlan_word(key.up_in) +
-           " --second-vlan " + data;
+}
+
+std::uint16_t default_vlan_in(const Lines& lines) {
+    for (const std::string& line : lines) {
+        if (line.starts_with("default-vlan ")) return RecordFields(line)[mc::SetDefaultVlan::vlan];
+    }
+    return MC_DEFAULT_VLAN;
 }
 
 // Whether the MLD side has it too: with a VLAN that the rows before it have, it has not.
@@ -132,11 +152,13 @@ void change_rules(const Lines& running, const Lines& wanted, bool anew, Lines& p
     const RuleLines shall_be = rules_in(wanted);
     if (are == shall_be && !anew) return;
     const std::vector<bool> shared = shared_rules(are);
+    const std::uint16_t default_vlan = default_vlan_in(wanted);
     std::size_t stay = 0;
     const std::vector<bool> stays =
         anew ? std::vector<bool>(are.size()) : staying(are, shall_be, stay);
     for (std::size_t i = are.size(); i-- > 0;) {
-        if (!stays[i]) posted.push_back(delete_line(key_of(are[i].front()), shared[i]));
+        if (stays[i]) continue;
+        write_deletion(key_of(are[i].front()), shared[i], default_vlan, posted);
     }
     for (; stay < shall_be.size(); ++stay) {
         posted.insert(posted.end(), shall_be[stay].begin(), shall_be[stay].end());

@@ -200,14 +200,15 @@ class Planner {
     }
 
     // First what needs no new VLAN, then the VLANs in the order of the list. Of the rules of a new
-    // VLAN one that service-set can make on both sides later comes last.
+    // VLAN the one comes first that the MLD side shows twice, and the one last that service-set can
+    // make on both sides later.
     [[nodiscard]] std::optional<Step> exact_step() const {
         std::optional<Step> best;
         std::size_t best_rank = 0;
         for (std::size_t p = 0; p < MC_PORTS; ++p) {
             const auto step = exact_step_of(p);
             if (!step) continue;
-            const std::size_t rank = rank_of(ports_[p].next());
+            const std::size_t rank = rank_of(ports_[p]);
             if (best && best_rank <= rank) continue;
             best = step;
             best_rank = rank;
@@ -215,11 +216,13 @@ class Planner {
         return best;
     }
 
-    [[nodiscard]] std::size_t rank_of(const Rule& rule) const {
+    [[nodiscard]] std::size_t rank_of(const Progress& port) const {
+        const Rule& rule = port.next();
         if (is_listed(rule.in_data_vlan)) return 0;
         const auto found = std::ranges::find(tables_.listed, rule.in_data_vlan);
         const auto place = static_cast<std::size_t>(found - tables_.listed.begin());
-        return 1 + 2 * place + (is_of_service(rule) ? 1 : 0);
+        const bool can_wait = is_of_service(rule) && port.times_in_mld() < 2;
+        return 1 + 3 * place + (can_wait ? 2 : is_of_service(rule) ? 0 : 1);
     }
 
     [[nodiscard]] Step closest_step() const {
