@@ -3,8 +3,8 @@
 
 namespace commands {
 
-// True when no process has the status segment attached, as the library has for life. False also
-// when that is not known.
+// True when no process has the status segment attached, as the library of a privileged node has for
+// life, and no console of a node is there. False also when that is not known.
 [[nodiscard]] bool is_surely_unread();
 
 }  // namespace commands
