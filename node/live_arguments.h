@@ -17,6 +17,7 @@ struct LiveWords {
     std::string onu_id = "1";
     bool json = false;
     std::string config;
+    std::string metrics;
 };
 
 // Throws UsageError.

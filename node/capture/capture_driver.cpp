@@ -84,6 +84,7 @@ Progress Driver::progress() {
 
 std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
     wait_for_start();
+    count_last_frame();
     while (!stopping_) {
         const std::optional<MergedFrame> merged = merge_.next();
         if (!merged) break;
@@ -91,6 +92,7 @@ std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
         const CapturedFrame& frame = merged->frame;
         advance_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
         std::ranges::copy(frame.bytes, buf.begin());
+        driver::take_in_hand(*driver::slot_of_port(merged->port), frame.bytes);
         return driver::Delivery{merged->port, frame.length};
     }
     finish();
@@ -98,6 +100,7 @@ std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
 }
 
 bool Driver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
+    driver::note_sent();
     const std::lock_guard lock(mutex_);
     const std::optional<std::size_t> slot = driver::slot_of_port(port);
     if (!slot) {
@@ -137,6 +140,14 @@ void Driver::wait_for_start() {
     asked_for_frames_ = true;
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return started_; });
+}
+
+// Whoever asks for a frame is done with the one before.
+void Driver::count_last_frame() {
+    const auto fate = driver::put_down();
+    if (!fate) return;
+    const std::lock_guard lock(mutex_);
+    driver::count(*fate, counters_.in[fate->slot].fates);
 }
 
 // Counts a frame as it comes off its capture; true if the trap passes it on.

@@ -25,6 +25,7 @@ struct Arguments {
     std::uint8_t onu_id = 1;
     std::uint32_t debug = 0;  // for mc_debug and mld_debug
     bool json = false;
+    std::string metrics;  // address and port to serve them at; empty: not at all
 };
 
 }  // namespace live

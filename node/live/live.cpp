@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,9 +29,11 @@
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
 #include "node/live/live_error.h"
+#include "node/live/live_metrics.h"
 #include "node/live/live_summary.h"
 #include "node/live/netlink.h"
 #include "node/live/own_address.h"
+#include "node/metrics/http_server.h"
 #include "node/report/console.h"
 
 namespace live {
@@ -161,6 +164,12 @@ LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
                            CoreClock::move);
 }
 
+std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, LiveDriver& driver) {
+    if (arguments.metrics.empty()) return nullptr;
+    return std::make_unique<metrics::HttpServer>(arguments.metrics,
+                                                 [&driver] { return metric_families(driver); });
+}
+
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
@@ -174,6 +183,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     draw_seed();
 
     LiveDriver& driver = make_driver(arguments, host);
+    const auto metrics =
+        serve_metrics(arguments, driver);  // or say why not before the bridge is taken
     try {
         driver.begin();
     } catch (const LiveError&) {
@@ -182,6 +193,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     }
     const std::uint64_t begin_us = CoreClock::now_us();
     CoreClock::move();
+    driver::know_own_frames({sys_mac, mld_sys_mac});
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
@@ -201,6 +213,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     }
     driver.start();
     host.complain(ready_line(arguments, own_address));
+    if (metrics) host.complain("metrics at " + metrics->url());
     supervisor.run();
 
     const std::uint64_t end_us = CoreClock::now_us();

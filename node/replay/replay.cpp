@@ -78,6 +78,7 @@ capture::Replay replay_of(const Arguments& arguments) {
 // Runs the library over the captures. False when it never came for the frames.
 bool run_replay(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
+    driver::know_own_frames({sys_mac, mld_sys_mac});
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
