@@ -32,8 +32,8 @@ std::optional<Address> address() {
 bool is_trusted(int connection) {
     ucred peer{};
     socklen_t size = sizeof peer;
-    if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return false;
-    return peer.uid == 0 || peer.uid == geteuid();
+    const bool is_known = getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
+    return is_known && (peer.uid == 0 || peer.uid == geteuid());
 }
 
 std::string frame(Kind kind, std::string_view text) {
