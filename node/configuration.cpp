@@ -60,6 +60,7 @@ struct OptionsOf {
             lines.push_back(live::name_of(port) + " " + port.interface);
         }
         add_common(arguments, lines);
+        if (!arguments.metrics.empty()) lines.push_back("metrics " + arguments.metrics);
         return lines;
     }
     Lines operator()(const replay::Arguments& arguments) const {
@@ -81,6 +82,7 @@ void take_options(const File& file, const IsGiven& is_given, LiveWords& words) {
     take(file, is_given, "bridge", words.bridge);
     take(file, is_given, "onu-id", words.onu_id);
     take(file, is_given, "debug", words.debug);
+    take(file, is_given, "metrics", words.metrics);
     take_ports(file, words.ports);
     const Option* const uplink = find(file, "uplink");
     if (uplink != nullptr && !is_given("--uplink")) words.uplinks.push_back(uplink->value);

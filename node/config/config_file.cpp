@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -14,6 +15,7 @@
 #include "node/bound_arguments.h"
 #include "node/mld_mode.h"
 #include "node/usage_error.h"
+#include "tools/values.h"
 
 namespace config {
 namespace {
@@ -32,18 +34,28 @@ void check_mld_mode(const std::string& value) { static_cast<void>(node::parse_ml
 void check_debug(const std::string& value) { static_cast<void>(node::parse_debug_mask(value)); }
 void check_bound(const std::string& value) { static_cast<void>(node::parse_bound(value)); }
 
+// ADDRESS:PORT; whether the address is one of this machine shows when it is served at.
+void check_metrics(const std::string& value) {
+    const std::size_t colon = value.rfind(':');
+    std::uint32_t port = 0;
+    const bool is_good = colon != std::string::npos && colon != 0 &&
+                         commands::read_number(value.substr(colon + 1), port) && port <= 65535;
+    if (!is_good) throw UsageError("metrics: '" + value + "' is not of the form ADDRESS:PORT");
+}
+
 struct Known {
     std::string_view name;
     void (*check)(const std::string& value);
 };
 
-constexpr std::array<Known, 12> kOptions{{
+constexpr std::array<Known, 13> kOptions{{
     {"bridge", check_interface},
     {"uplink", check_interface},
     {"port", check_port},
     {"onu-id", check_onu_id},
     {"mld-mode", check_mld_mode},
     {"debug", check_debug},
+    {"metrics", check_metrics},
     {"most-sources", check_bound},
     {"most-group-sources", check_bound},
     {"most-hosts", check_bound},
