@@ -55,9 +55,9 @@ void add_common(const Words& arguments, Lines& lines) {
 
 struct OptionsOf {
     Lines operator()(const live::Arguments& arguments) const {
-        Lines lines{"bridge " + arguments.bridge};
+        Lines lines{"bridge " + config::quoted(arguments.bridge)};
         for (const live::PortInterface& port : arguments.ports) {
-            lines.push_back(live::name_of(port) + " " + port.interface);
+            lines.push_back(live::name_of(port) + " " + config::quoted(port.interface));
         }
         add_common(arguments, lines);
         if (!arguments.metrics.empty()) lines.push_back("metrics " + arguments.metrics);

@@ -185,6 +185,30 @@ TEST(ConfigFile, HoldsOptionsAndCommands) {
     EXPECT_EQ(file.commands[0].line, 4u);
 }
 
+TEST(ConfigFile, ReadsTheNamesOfInterfacesThatItHasWritten) {
+    for (const std::string& name :
+         {std::string("eth0"), std::string("#1"), std::string("it's"), std::string("a=b")}) {
+        const config::Option port{"port", "0=" + name, 0};
+        const config::File file = config::read_text("FILE", config::line_of(port));
+        ASSERT_EQ(file.options.size(), 1u) << name;
+        EXPECT_EQ(file.options[0].value, port.value);
+    }
+}
+
+TEST(ConfigFile, OptionsHoldInWhateverWayTheyAreWritten) {
+    Snapshot running = after({});
+    running.options = {"bridge br0", "port 0 eth1", "debug 0x4", "onu-id 7"};
+    const auto holds = [&](const char* name, const char* value) {
+        return config::holds_already({name, value, 0}, running);
+    };
+    EXPECT_TRUE(holds("bridge", "br0") && holds("port", "0=eth1") && holds("debug", "errors"));
+    EXPECT_TRUE(holds("onu-id", "0x7") && holds("most-groups", "4096"));
+    EXPECT_TRUE(holds("mld-mode", "snooping"));
+    EXPECT_FALSE(holds("bridge", "br1") || holds("port", "0=eth2") || holds("debug", "rx"));
+    EXPECT_FALSE(holds("onu-id", "1") || holds("most-groups", "512"));
+    EXPECT_FALSE(holds("mld-mode", "control") || holds("uplink", "eth0"));
+}
+
 TEST(ConfigFile, SaysWhereItIsWrongAndWhy) {
     EXPECT_THAT(complaint_about("\nmode fast\n"), HasSubstr("FILE:2:6: mode: MODE: 'fast'"));
     EXPECT_THAT(complaint_about("  swim\n"), HasSubstr("FILE:1:3: unknown command 'swim'"));

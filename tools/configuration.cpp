@@ -22,6 +22,7 @@
 #include "node/config/difference.h"
 #include "node/config/fresh_node.h"
 #include "node/config/snapshot.h"
+#include "node/report/printable.h"
 #include "node/usage_error.h"
 #include "tools/command_line.h"
 #include "tools/console_client.h"
@@ -164,7 +165,7 @@ Notes apply_configuration(const std::string& file, bool dry_run) {
     if (changes.empty()) std::puts("nothing to change");
     for (const std::string& line : changes) {
         if (!dry_run) post_patiently(encode(split(line)));
-        std::puts(line.c_str());
+        std::puts(report::printable(line).c_str());
     }
     if (!dry_run && !changes.empty()) add_notes_on_what_is_left(wanted, notes);
     return notes;

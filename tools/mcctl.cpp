@@ -36,7 +36,7 @@ bool take(std::vector<std::string>& words, std::string_view word) {
 }
 
 void say_note(const std::string& line) {
-    if (!line.empty()) std::fprintf(stderr, "mcctl: note: %s\n", line.c_str());
+    if (!line.empty()) std::fprintf(stderr, "mcctl: note: %s\n", report::printable(line).c_str());
 }
 
 // The answer to a command that is there for it would be missed.

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "node/argument_values.h"
@@ -190,16 +191,23 @@ File read_file(const std::filesystem::path& file) {
     std::ifstream stream(file);
     std::string text{std::istreambuf_iterator<char>(stream), {}};
     // A folder opens and cannot be read; a file that is not there does not open.
-    if (!stream.is_open() || stream.bad() || std::filesystem::is_directory(file)) {
+    std::error_code unknown;
+    if (!stream.is_open() || stream.bad() || std::filesystem::is_directory(file, unknown)) {
         throw UsageError(file.string() + ": cannot be read");
     }
     return read_text(file.string(), text);
 }
 
+// Names of interfaces hold nothing that ends such quotes.
+std::string quoted(const std::string& word) {
+    return word.find_first_of("#'") == std::string::npos ? word : '"' + word + '"';
+}
+
 std::string line_of(const Option& option) {
-    std::string value = option.value;
-    if (option.name == kPort) std::ranges::replace(value, '=', ' ');
-    return option.name + " " + value;
+    if (option.name != kPort) return option.name + " " + quoted(option.value);
+    const std::size_t equals = option.value.find('=');
+    return option.name + " " + option.value.substr(0, equals) + " " +
+           quoted(option.value.substr(equals + 1));
 }
 
 }  // namespace config

@@ -44,6 +44,9 @@ struct File {
 [[nodiscard]] File read_text(const std::string& name, const std::string& text);
 [[nodiscard]] File read_file(const std::filesystem::path& file);
 
+// The name of an interface as a word of a line: it may begin like a comment.
+[[nodiscard]] std::string quoted(const std::string& word);
+
 // What is written for an option in a file: "port 0 eth1".
 [[nodiscard]] std::string line_of(const Option& option);
 

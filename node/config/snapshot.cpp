@@ -105,26 +105,23 @@ Snapshot take_snapshot(Lines options) {
 
 // The running lines leave out what a node has anyway, and say numbers in one way.
 bool holds_already(const Option& option, const Snapshot& running) {
-    if (option.name == "port") {
-        return std::ranges::find(running.options, line_of(option)) != running.options.end();
+    const auto stands_in = [&](const Lines& lines) {
+        return std::ranges::find(lines, line_of(option)) != lines.end();
+    };
+    if (option.name == "mld-mode") {
+        return stands_in(running.commands()) ||
+               option.value == node::name_of_mld_mode(MLD_MODE_SNOOPING);
     }
     std::string now = running.option(option.name);
     if (option.name == "debug") {
         return node::parse_debug_mask(now) == node::parse_debug_mask(option.value);
     }
-    if (option.name == "mld-mode") {
-        const Lines commands = running.commands();
-        const bool is_there = std::ranges::find(commands, line_of(option)) != commands.end();
-        return is_there || option.value == node::name_of_mld_mode(MLD_MODE_SNOOPING);
-    }
-    if (now.empty() && option.name == "onu-id") now = "1";
-    if (now.empty()) now = node::fresh_bound(option.name);
+    if (now.empty()) now = option.name == "onu-id" ? "1" : node::fresh_bound(option.name);
     std::uint32_t is = 0;
     std::uint32_t shall_be = 0;
-    if (!commands::read_number(now, is) || !commands::read_number(option.value, shall_be)) {
-        return now == option.value;
-    }
-    return is == shall_be;
+    const bool are_numbers =
+        commands::read_number(now, is) && commands::read_number(option.value, shall_be);
+    return are_numbers ? is == shall_be : stands_in(running.options);
 }
 
 std::string file_text(const Snapshot& snapshot, const Lines& not_expressible) {
