@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <optional>
 #include <span>
 #include <string>
+#include <tuple>
 
 #include "common/ethernet.h"
 
@@ -16,7 +16,14 @@ namespace {
 using Rule = PortVlanCfgEntry;
 using Rules = std::span<const Rule>;
 
-bool is_same(const Rule& a, const Rule& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+// All that a command says; the padding of a record says nothing.
+auto said_of(const Rule& rule) {
+    return std::tie(rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan,
+                    rule.prodntagmode, rule.in_dn_vlan, rule.out_dn_vlan, rule.datedntagmode,
+                    rule.in_data_vlan, rule.out_data_vlan);
+}
+
+bool is_same(const Rule& a, const Rule& b) { return said_of(a) == said_of(b); }
 
 std::uint32_t port_of(const Rule& rule) { return static_cast<std::uint8_t>(rule.portNO); }
 
