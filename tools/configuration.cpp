@@ -129,6 +129,18 @@ Notes notes_on_options(const std::string& file, const config::File& wanted,
     return notes;
 }
 
+// Nothing but a file names the mode of MLD, so one that is not named there any more is to go.
+void add_note_on_mld_mode(const config::File& wanted, const Snapshot& running, Notes& notes) {
+    if (std::ranges::find(wanted.options, "mld-mode", &config::Option::name) !=
+        wanted.options.end()) {
+        return;
+    }
+    for (const std::string& line : running.commands()) {
+        if (!line.starts_with("mld-mode ")) continue;
+        notes.push_back("'" + line + "' holds until the node ends");
+    }
+}
+
 void add_notes_on_what_is_left(const Lines& wanted, Notes& notes) {
     await_empty_queue();
     const Snapshot now = ask_for_configuration();
@@ -162,6 +174,7 @@ Notes apply_configuration(const std::string& file, bool dry_run) {
         fresh_node_after(config::started_as(running), lines_of(checked)).commands();
     const Lines changes = config::plan_changes(running, wanted);
     Notes notes = notes_on_options(file, checked, running);
+    add_note_on_mld_mode(checked, running, notes);
     if (changes.empty()) std::puts("nothing to change");
     for (const std::string& line : changes) {
         if (!dry_run) post_patiently(encode(split(line)));

@@ -83,7 +83,7 @@ std::string web_line(const Rule& rule) {
 
 // A port, a tag mode and one or two VLANs say all of it.
 bool is_of_service(const Rule& rule) {
-    const int mode = rule.prouptagmode;
+    const std::int8_t mode = rule.prouptagmode;
     const bool is_translated = mode == MC_TAG_MODE_TRANSLATE;
     const bool is_tagged = mode == MC_TAG_MODE_TAG;
     if (mode != MC_TAG_MODE_UNTAG && !is_translated && !is_tagged) return false;
