@@ -124,7 +124,7 @@ wait "$held" || fail "the node ends with $?"
 held=
 run apply second.conf
 expect_status 1 "no node"
-expect_text stderr "mcctl: no console of a node is there for us" "no node"
+expect_text stderr "mcctl: no node tells us its configuration" "no node"
 
 status=0
 "${node[@]}" replay "$root/scenario/home" --config wrong.conf >stdout 2>stderr </dev/null || status=$?

@@ -22,6 +22,7 @@
 #include "node/config/difference.h"
 #include "node/config/fresh_node.h"
 #include "node/config/snapshot.h"
+#include "node/console/protocol.h"
 #include "node/report/printable.h"
 #include "node/usage_error.h"
 #include "tools/command_line.h"
@@ -38,9 +39,9 @@ constexpr std::chrono::milliseconds kBetweenLooks{10};
 constexpr int kLooks = 500;  // at a queue on which nothing moves
 
 Snapshot ask_for_configuration() {
-    Snapshot snapshot = config::read_answer(ask_node("config"));
-    if (snapshot.facts.empty()) throw ConsoleError("the node does not tell its configuration");
-    return snapshot;
+    const auto answer = ask_for_text(console::kConfigWord);
+    if (!answer) throw ConsoleError("no node tells us its configuration");
+    return config::read_answer(*answer);
 }
 
 // ---- Saving -------------------------------------------------------------------------------------

@@ -158,16 +158,17 @@ std::string take_answer(Conversation& conversation) {
                        std::to_string(kPatience) + " seconds and is not done");
 }
 
-std::string ask_node(const std::string& word) {
+std::optional<std::string> ask_for_text(std::string_view word) {
     Conversation conversation = ask(word);
-    if (conversation.connection < 0) throw ConsoleError("no console of a node is there for us");
-    std::string answer;
-    while (const auto words = listen_to(conversation)) {
-        if (words->kind == Kind::kDone) return answer;
-        if (words->kind == Kind::kRefused) throw ConsoleError(std::string(words->text));
-        if (words->kind == Kind::kText) answer += words->text;
+    if (conversation.connection < 0 && errno != EAGAIN) return std::nullopt;
+    std::string text;
+    while (const auto words =
+               conversation.connection < 0 ? std::nullopt : listen_to(conversation)) {
+        if (words->kind == Kind::kRefused) return std::nullopt;
+        if (words->kind == Kind::kDone) return text;
+        text += words->text;
     }
-    throw ConsoleError("the node has not answered");
+    throw ConsoleError("the node has not answered for " + std::to_string(kPatience) + " seconds");
 }
 
 bool follow_console() {

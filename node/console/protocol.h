@@ -18,6 +18,9 @@
 //    answer RECORD   kReady: the record may be posted now; once it was taken off the queue, kText
 //    for
 //                    all that is printed until it is done, then kDone. RECORD is all its bytes.
+//    metrics         a live node's numbers for monitoring, families of OpenMetrics: kText, then
+//                    kDone
+//    config          what the node is configured to (node/config/snapshot.h): kText, then kDone
 //    another word    what the node offers beside these: kText, then kDone
 //
 // kRefused may come at any time: its text says why nothing more comes.
@@ -35,6 +38,8 @@ namespace console {
 
 inline constexpr std::string_view kConsoleWord = "console";
 inline constexpr std::string_view kAnswerWord = "answer";
+inline constexpr std::string_view kMetricsWord = "metrics";
+inline constexpr std::string_view kConfigWord = "config";
 
 enum class Kind : char {
     kRequest = 'q',

@@ -23,6 +23,7 @@
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "mld/record.h"
+#include "node/console/protocol.h"
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
@@ -175,16 +176,18 @@ std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, L
 int run(const Arguments& arguments, const driver::Host& host) {
     const int signals = catch_signals();
     be_the_only_one();
-    console::offer(host.complain, {{"config", host.configuration}});
+    LiveDriver& driver = make_driver(arguments, host);
+    console::offer(host.complain,
+                   {{console::kMetricsWord, [&driver] { return metric_families(driver); }},
+                    {console::kConfigWord, host.configuration}});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     draw_seed();
 
-    LiveDriver& driver = make_driver(arguments, host);
-    const auto metrics =
-        serve_metrics(arguments, driver);  // or say why not before the bridge is taken
+    // Or say why not before the bridge is taken.
+    const auto metrics = serve_metrics(arguments, driver);
     try {
         driver.begin();
     } catch (const LiveError&) {

@@ -149,7 +149,7 @@ class AsAService(Configured):
         self.assertIn("robustness 3", self.saved(user=nobody))
         # Root posts to any node, and hears from its own and root's only.
         self.mcctl("robustness", "4")
-        self.assertIn("no console of a node is there for us", self.mcctl("save", status=1).stderr)
+        self.assertIn("no node tells us its configuration", self.mcctl("save", status=1).stderr)
         self.assertIn("robustness 4", self.saved(user=nobody))
 
     def test_the_example_is_a_configuration(self):
