@@ -313,7 +313,7 @@ Lines random_lines(Draw& draw, const std::vector<commands::Command>& all, std::u
 TEST(RunningConfig, OfAnyCommandsIsTheSameOnceMore) {
     const auto all = lasting(true);
     ASSERT_EQ(all.size(), 45u);
-    for (std::uint32_t seed = 0; seed < 120; ++seed) {
+    for (std::uint32_t seed = 0; seed < 60; ++seed) {
         Draw draw(seed);
         const Lines lines = random_lines(draw, all, 1 + draw.below(25));
         const Lines once = written(lines);
@@ -323,7 +323,7 @@ TEST(RunningConfig, OfAnyCommandsIsTheSameOnceMore) {
 
 TEST(RunningConfig, MakesTheSameRecordsAndSettings) {
     const auto all = lasting(false);
-    for (std::uint32_t seed = 0; seed < 120; ++seed) {
+    for (std::uint32_t seed = 0; seed < 60; ++seed) {
         Draw draw(seed);
         const Lines lines = random_lines(draw, all, 1 + draw.below(25));
         const Snapshot once = after(lines);
@@ -343,7 +343,7 @@ TEST(RunningConfig, OfRulesSaysWhatBothSidesHave) {
         return path != "vlan add" && path != "vlan service-set";
     });
     ASSERT_EQ(all.size(), 2u);
-    for (std::uint32_t seed = 0; seed < 100; ++seed) {
+    for (std::uint32_t seed = 0; seed < 60; ++seed) {
         Draw draw(seed);
         const Lines lines = random_lines(draw, all, 1 + draw.below(8));
         const Snapshot once = after(lines);
@@ -358,7 +358,7 @@ TEST(RunningConfig, OfRulesSaysWhatBothSidesHave) {
 
 TEST(RunningConfig, BecomesAnyOtherByThePlan) {
     const auto all = lasting(true);
-    for (std::uint32_t seed = 0; seed < 50; ++seed) {
+    for (std::uint32_t seed = 0; seed < 30; ++seed) {
         Draw draw(1000 + seed);
         const Snapshot running = after(random_lines(draw, all, draw.below(20)));
         const Lines wanted = written(written(random_lines(draw, all, draw.below(20))));
