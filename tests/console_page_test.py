@@ -105,6 +105,10 @@ class TheScript(unittest.TestCase):
     def test_complains_of_a_text_that_it_does_not_see_printed(self):
         self.assertIn("a text that no known call prints", complaints(SOURCE + 'auto f = say("x\\r\\n");\n')[0])
 
+    def test_complains_of_another_way_to_print(self):
+        self.assertIn("prints by a call that is not looked at",
+                      complaints(SOURCE + 'void f() { std::fputs("f is in", stdout); }\n')[0])
+
     def test_complains_of_a_page_that_it_did_not_make(self):
         page = run("")[2]
         self.assertEqual(run("--check", page=page)[:2], (0, ["4 texts"]))
