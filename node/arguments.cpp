@@ -18,6 +18,8 @@ namespace {
 using options::Parser;
 
 constexpr const char* kReplayFooter =
+    "Captures are pcap or pcapng, as they are or in gzip; - is the standard input.\n"
+    "\n"
     "With --json the diagnostics of the library and what commands show go to standard error, so\n"
     "that standard output holds the JSON object alone; it leaves out how long the replay took, so\n"
     "that equal replays print equal objects.\n"
@@ -82,6 +84,15 @@ Parser& declare_replay(Parser& program, ReplayWords& words, BoundWords& bounds) 
                 words.ports);
     replay.each({"--uplink", "FILE", "Capture of the frames that come in at the uplink"},
                 words.uplinks);
+    replay.once({"--capture", "FILE",
+                 "One capture of all ports, as of a mirror port, to be split by who sent what: "
+                 "routers are at the uplink"},
+                words.capture);
+    replay.once(
+        {"--hosts-from", "HOW",
+         "What tells the hosts of --capture apart: mac (default) or vlan, a port each; or a "
+         "file of lines MAC PORT, vlan VID PORT, uplink MAC"},
+        words.hosts_from);
     replay.last({"--out", "DIR", "Write the frames sent to one capture a port in this folder"},
                 words.output);
     replay.last({"--commands", "FILE",

@@ -13,6 +13,8 @@ struct ReplayWords {
     std::string scenario;
     std::vector<std::string> ports;
     std::vector<std::string> uplinks;
+    std::string capture;
+    std::string hosts_from;
     std::string output;
     std::string debug;
     std::string onu_id = "1";

@@ -27,6 +27,8 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
+#include "node/console/protocol.h"
+#include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/live/core_clock.h"
@@ -185,17 +187,19 @@ std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, L
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
+    const int signals = catch_signals();
+    be_the_only_one();
+    LiveDriver& driver = make_driver(arguments, host);
+    console::offer(host.complain,
+                   {{console::kMetricsWord, [&driver] { return metric_families(driver); }}});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const int signals = catch_signals();
-    be_the_only_one();
     draw_seed();
 
-    LiveDriver& driver = make_driver(arguments, host);
-    const auto metrics =
-        serve_metrics(arguments, driver);  // or say why not before the bridge is taken
+    // Or say why not before the bridge is taken.
+    const auto metrics = serve_metrics(arguments, driver);
     try {
         driver.begin();
     } catch (const LiveError&) {

@@ -6,15 +6,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <utility>
-#include <vector>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
+#include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/replay/progress_line.h"
@@ -55,23 +53,14 @@ void hold_until_interrupted(const driver::Host& host) {
     }
 }
 
-std::uint64_t total_bytes(const std::vector<capture::Input>& inputs) {
-    std::uint64_t total = 0;
-    for (const capture::Input& input : inputs) {
-        std::error_code unknown;
-        const std::uintmax_t size = std::filesystem::file_size(input.file, unknown);
-        if (!unknown) total += size;
-    }
-    return total;
-}
-
 capture::Replay replay_of(const Arguments& arguments) {
     return {arguments.inputs,
             arguments.output,
             arguments.onu_id,
             arguments.tail_us,
             {mcore::set_clock, mcore::next_timer},
-            events_of(arguments.commands, [] { ++commands_run; })};
+            events_of(arguments.commands, [] { ++commands_run; }),
+            arguments.split};
 }
 
 // Runs the library over the captures. False when it never came for the frames.
@@ -85,7 +74,7 @@ bool run_replay(const Arguments& arguments, const driver::Host& host) {
 
     // Diagnostics on the same terminal would tear the progress line apart.
     const bool silent = arguments.debug == 0 && arguments.commands.empty();
-    ProgressLine progress(total_bytes(arguments.inputs), silent);
+    ProgressLine progress(silent);
     const auto start = steady_clock::now();
     bool started = true;
     while (!interrupted && started && !driver.wait_until_finished(kLook)) {
@@ -108,6 +97,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
+    if (arguments.hold) console::offer(host.complain, {});
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
         host.complain("standard output cannot be diverted");
