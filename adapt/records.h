@@ -21,6 +21,7 @@
 
 MC_C_BEGIN
 
+/* How large the records are, and the numbers that stand for something. */
 enum {
     MC_PORTS = 7,              /* logical ports 0 to 6: six user ports, then the uplink */
     MC_RULES = 10,             /* multicast VLAN rules a port */
