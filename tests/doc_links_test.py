@@ -65,6 +65,9 @@ class ThePages(unittest.TestCase):
     def test_are_all_in_the_index(self):
         self.assertEqual(not_in_index(ROOT / "docs"), [])
 
+    def test_are_reached_from_the_readme(self):
+        self.assertIn("docs/index.md", links_of((ROOT / "README.md").read_text()))
+
     def test_of_the_headers_are_made_of_all_that_c_may_include(self):
         included = re.findall(r'#include "(.+)"', (ROOT / "tests/headers_in_c.c").read_text())
         doxyfile = (ROOT / "docs/Doxyfile").read_text()
