@@ -75,4 +75,13 @@ void check_interface_name(const std::string& name) {
     }
 }
 
+IpcPlace parse_ipc_place(const std::string& text, IpcPlace usual) {
+    const bool is_private = text == "private";
+    if (!text.empty() && !is_private && text != "shared") {
+        throw UsageError("--ipc: '" + text + "' is neither private nor shared");
+    }
+    if (text.empty() || usual == IpcPlace::kNone) return usual;
+    return is_private ? IpcPlace::kPrivate : IpcPlace::kShared;
+}
+
 }  // namespace node

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "node/ipc_place.h"
+
 namespace node {
 
 // 0 to 255, where 255 is none; throws UsageError.
@@ -20,5 +22,8 @@ namespace node {
 
 // Throws UsageError for what no interface can be called.
 void check_interface_name(const std::string& name);
+
+// "private" or "shared"; the usual one without a word.
+[[nodiscard]] IpcPlace parse_ipc_place(const std::string& text, IpcPlace usual);
 
 }  // namespace node

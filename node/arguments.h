@@ -6,6 +6,7 @@
 
 #include "node/config/config_file.h"
 #include "node/core/multicast_core.h"
+#include "node/ipc_place.h"
 #include "node/live/arguments.h"
 #include "node/replay/arguments.h"
 
@@ -14,6 +15,7 @@ namespace node {
 struct Arguments {
     std::variant<replay::Arguments, live::Arguments> run;
     mcore::Bounds bounds;
+    IpcPlace ipc = IpcPlace::kShared;
     config::File configuration;  // its commands are still to be run
 };
 

@@ -14,6 +14,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "node/arguments.h"
@@ -25,6 +26,7 @@
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
+#include "node/ipc_place.h"
 #include "node/live/live.h"
 #include "node/mld_mode.h"
 #include "node/replay/replay.h"
@@ -55,10 +57,11 @@ std::function<std::string()> teller_of(const node::Arguments& arguments) {
     };
 }
 
-driver::Host make_host(const node::Arguments& arguments) {
+driver::Host make_host(const node::Arguments& arguments, std::string way_in) {
     const int queue_lost = node::guard_command_queue(complain);
     if (queue_lost < 0) throw std::runtime_error(std::string("eventfd: ") + std::strerror(errno));
-    return {complain, queue_lost, teller_of(arguments), node::run_first_commands};
+    return {complain, queue_lost, std::move(way_in), teller_of(arguments),
+            node::run_first_commands};
 }
 
 // A live node runs them at its start, a replay at the time 0 of its captures.
@@ -79,7 +82,10 @@ int run(int argc, char** argv) {
         plan_configured(*arguments);
         mcore::set_bounds(arguments->bounds);
         node::let_mld_follow_igmp_proxy();
-        return std::visit(Runner{make_host(*arguments)}, arguments->run);
+        const bool is_live = std::holds_alternative<live::Arguments>(arguments->run);
+        // A node in a user namespace of its own has no rights over the interfaces of this one.
+        const std::string way_in = node::take_ipc_place(arguments->ipc, is_live);
+        return std::visit(Runner{make_host(*arguments, way_in)}, arguments->run);
     } catch (const std::exception& error) {
         complain(error.what());
     }

@@ -11,27 +11,25 @@
 
 namespace commands {
 
-namespace {
-
 // The table of the kernel is for everyone to read, the segment is not.
-bool is_segment_attached() {
+std::optional<SegmentUse> segment_use() {
     std::ifstream table("/proc/sysvipc/shm");
     std::string heading;
-    if (!std::getline(table, heading)) return true;
+    if (!std::getline(table, heading)) return std::nullopt;
     long key = 0;
     long id = 0;
     std::string permissions;
     unsigned long size = 0;
-    long creator = 0;
-    long last = 0;
-    unsigned long attached = 0;
+    SegmentUse use;
     std::string rest;
-    while (table >> key >> id >> permissions >> size >> creator >> last >> attached &&
+    while (table >> key >> id >> permissions >> size >> use.creator >> use.last >> use.attached &&
            std::getline(table, rest)) {
-        if (key == mc::kStatusSegmentKey && attached > 0) return true;
+        if (key == mc::kStatusSegmentKey) return use;
     }
-    return false;
+    return SegmentUse{};
 }
+
+namespace {
 
 // A node that is not privileged has no segment attached, and its console all the same.
 bool is_console_there() {
@@ -46,6 +44,9 @@ bool is_console_there() {
 
 }  // namespace
 
-bool is_surely_unread() { return !is_segment_attached() && !is_console_there(); }
+bool is_surely_unread() {
+    const auto use = segment_use();
+    return use && use->attached == 0 && !is_console_there();
+}
 
 }  // namespace commands

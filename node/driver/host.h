@@ -12,6 +12,8 @@ struct Host {
     void (*complain)(const std::string& line);
     // A descriptor that can be read once the command queue is of no use any more, to the end.
     int queue_lost;
+    // What has to stand in front of mcctl where the queue is in an IPC namespace of the node's own.
+    std::string way_in;
     // The running configuration, for whoever asks (node/config/snapshot.h); from any task.
     std::function<std::string()> configuration;
     // Has the command task run what is configured, before it takes a record; false when there is
