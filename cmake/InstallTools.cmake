@@ -34,5 +34,19 @@ endforeach()
 get_property(mc_texts GLOBAL PROPERTY mc_texts)
 add_custom_target(mc_texts ALL DEPENDS ${mc_texts})
 
-install(FILES packaging/grafana/mc_node.json DESTINATION "${CMAKE_INSTALL_DATADIR}/multicast_adaptation/grafana"
-        COMPONENT tools)
+# The service runs the programs that are installed with it. Its configuration is where systemd looks for it
+# when the prefix is the system's; elsewhere it is an example.
+set(mc_shared "${CMAKE_INSTALL_DATADIR}/multicast_adaptation")
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(mc_configuration_dir /etc/mc_node)
+else()
+  set(mc_configuration_dir "${mc_shared}")
+endif()
+install(FILES packaging/mc_node.conf DESTINATION "${mc_configuration_dir}" COMPONENT tools)
+install(CODE "
+  get_filename_component(programs \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}\" ABSOLUTE)
+  file(READ \"${PROJECT_SOURCE_DIR}/packaging/mc_node.service\" unit)
+  string(REPLACE /usr/local/bin \"\${programs}\" unit \"\${unit}\")
+  file(WRITE \"${PROJECT_BINARY_DIR}/mc_node.service\" \"\${unit}\")" COMPONENT tools)
+install(FILES "${PROJECT_BINARY_DIR}/mc_node.service" DESTINATION lib/systemd/system COMPONENT tools)
+install(FILES packaging/grafana/mc_node.json DESTINATION "${mc_shared}/grafana" COMPONENT tools)

@@ -31,6 +31,9 @@ if(MC_BUILD_NODE)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME mc-node)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION net)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${mc_library_package} (= ${PROJECT_VERSION})")
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA
+    "${PROJECT_SOURCE_DIR}/packaging/debian/conffiles;${PROJECT_SOURCE_DIR}/packaging/debian/postinst"
+    "${PROJECT_SOURCE_DIR}/packaging/debian/prerm;${PROJECT_SOURCE_DIR}/packaging/debian/postrm")
   # Where dpkg-shlibdeps finds the library, which no package has installed yet.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}")
   set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Multicast adaptation layer of an ONU, node and tools

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "node/bound_arguments.h"
+#include "node/configuration.h"
 #include "node/core/multicast_core.h"
 #include "node/live_arguments.h"
 #include "node/replay_arguments.h"
@@ -49,6 +51,10 @@ void declare_common(Parser& parser, Words& words) {
                  "Diagnostics of the library: flow, errors, tx, rx, config, all, separated by "
                  "commas, or a mask such as 0x25"},
                 words.debug);
+    parser.last({"--config", "FILE",
+                 "Configuration: options without dashes and commands in the words of mcctl, a line "
+                 "each; options of the command line overrule the file's"},
+                words.config);
     parser.last({"--ipc", "private|shared",
                  "Take commands in an IPC namespace of the node's own, or where it is started "
                  "(default, but for a replay without --hold, which takes none from outside)"},
@@ -156,11 +162,19 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
         throw UsageError("'" + unknown.front() + "' is not an option of " +
                          (live.is_named() ? "live" : "replay"));
     }
+    const Parser& named = live.is_named() ? live : replay;
+    config::File file;
+    const std::string& name = live.is_named() ? live_words.config : replay_words.config;
+    if (!name.empty()) file = config::read_file(name);
+    const auto is_given = [&named](const std::string& option) { return named.is_given(option); };
+    take_bounds(file, is_given, bound_words);
     const mcore::Bounds bounds = meaning_of(bound_words);
     if (live.is_named()) {
-        return Arguments{meaning_of(live_words), bounds, ipc_place_of(live_words)};
+        take_options(file, is_given, live_words);
+        return Arguments{meaning_of(live_words), bounds, ipc_place_of(live_words), std::move(file)};
     }
-    return Arguments{meaning_of(replay_words), bounds, ipc_place_of(replay_words)};
+    take_options(file, is_given, replay_words);
+    return Arguments{meaning_of(replay_words), bounds, ipc_place_of(replay_words), std::move(file)};
 }
 
 }  // namespace node

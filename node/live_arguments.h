@@ -18,6 +18,7 @@ struct LiveWords {
     std::string onu_id = "1";
     std::string ipc;
     bool json = false;
+    std::string config;
     bool restore = false;
     std::string metrics;
 };

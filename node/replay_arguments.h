@@ -21,6 +21,7 @@ struct ReplayWords {
     std::string onu_id = "1";
     double tail_s = 0;
     std::string commands;
+    std::string config;
     std::string ipc;
     bool json = false;
     bool hold = false;

@@ -23,13 +23,15 @@ constexpr std::string_view kUsageLines =
     "\n"
     "Usage: mcctl [--dry-run] COMMAND ...\n"
     "       mcctl console            all that the node prints, as it prints it\n"
+    "       mcctl save [FILE]        the running configuration as a file\n"
+    "       mcctl apply FILE         makes the running node what a file says\n"
     "       mcctl COMMAND --help     the options of a command\n"
     "       mcctl --reference        all commands as Markdown\n"
     "       mcctl --man              the manual page\n"
     "       mcctl --version          which version this is\n"
     "       mcctl completion SHELL   a script for bash, zsh or fish: source <(mcctl completion bash)\n"
     "\n"
-    "  --dry-run  prints the record instead of posting it\n"
+    "  --dry-run  prints the record instead of posting it; with apply, the commands\n"
     "\n";
 
 constexpr std::string_view kClosing =
@@ -62,6 +64,36 @@ constexpr std::string_view kConsoleSection =
     "An interrupt ends it as any program (a shell shows status 130); when nobody reads its output any\n"
     "more it ends with status 0 and without a word. Whoever reads too slowly, so that 4 MB are waiting, is\n"
     "cut off: what was waiting comes, then a line, status 1. The node never waits.\n";
+
+constexpr std::string_view kSaveUsage =
+    "Writes the configuration that the node has now, as commands that make it again: to the file,\n"
+    "which is there as a whole or not at all, or to standard output. What no command makes again is\n"
+    "named in a comment line each, and a note. Posts nothing.\n"
+    "Usage: mcctl save [FILE]\n";
+
+constexpr std::string_view kApplyUsage =
+    "Makes the running node what a configuration file says: posts what the two differ in, and prints\n"
+    "it. What the file does not name goes back to its default. A file that is wrong posts nothing,\n"
+    "status 2. With --dry-run the commands are printed and not posted.\n"
+    "Usage: mcctl apply FILE [--dry-run]\n";
+
+constexpr std::string_view kConfigurationSections =
+    "\n"
+    "## save\n"
+    "\n"
+    "Writes the configuration that the node has now; [configuration.md](configuration.md) tells more.\n"
+    "\n"
+    "```\n"
+    "save [FILE]\n"
+    "```\n"
+    "\n"
+    "## apply\n"
+    "\n"
+    "Posts what the running node and a configuration file differ in, and prints it.\n"
+    "\n"
+    "```\n"
+    "apply FILE\n"
+    "```\n";
 
 constexpr std::string_view kReferenceHead =
     "# Commands\n"
@@ -189,6 +221,9 @@ options::OptionText option_text(const Field& field) {
 void add_own_commands(options::ProgramText& program) {
     program.commands.push_back({{"raw"}, std::string(kRawUsage)});
     program.commands.push_back({{"console"}, std::string(kConsoleUsage)});
+    const std::vector<options::OptionText> file{{"FILE", "FILE", "The configuration"}};
+    program.commands.push_back({{"save"}, std::string(kSaveUsage), file});
+    program.commands.push_back({{"apply"}, std::string(kApplyUsage), file});
     program.commands.push_back(
         {{"completion"},
          "Prints a script for completion in a shell.",
@@ -215,6 +250,8 @@ std::string help(const std::vector<std::string>& words) {
     }
     if (words.front() == "raw") return std::string(kRawUsage);
     if (words.front() == "console") return std::string(kConsoleUsage);
+    if (words.front() == "save") return std::string(kSaveUsage);
+    if (words.front() == "apply") return std::string(kApplyUsage);
     std::string text;
     // Help on a command that was begun already: what follows its path does not matter.
     for (std::size_t length = words.size(); length > 0 && text.empty(); --length) {
@@ -240,17 +277,18 @@ std::string reference() {
             code_block("raw CODE [HEX ...]\n") + "\n" +
             code_block("$ mcctl --dry-run raw 9999 0a0b\n" +
                        hex_text(encode({"raw", "9999", "0a0b"}).bytes) + "\n");
-    return text + std::string(kConsoleSection);
+    return text + std::string(kConsoleSection) + std::string(kConfigurationSections);
 }
 
 options::ProgramText program_text() {
-    options::ProgramText program{"mcctl",
-                                 std::string(kPurpose),
-                                 {{"--dry-run", "", "Print the record instead of posting it"},
-                                  {"--reference", "", "Print all commands as Markdown"},
-                                  {"--man", "", "Print the manual page, for man"},
-                                  {"--version", "", "Print which version this is"},
-                                  {"--help", "", "Print help on a command, or all"}}};
+    options::ProgramText program{
+        "mcctl",
+        std::string(kPurpose),
+        {{"--dry-run", "", "Print the record instead of posting it; with apply, the commands"},
+         {"--reference", "", "Print all commands as Markdown"},
+         {"--man", "", "Print the manual page, for man"},
+         {"--version", "", "Print which version this is"},
+         {"--help", "", "Print help on a command, or all"}}};
     for (const Command& command : table()) {
         options::CommandText text{{command.path.begin(), command.path.end()},
                                   std::string(command.help)};

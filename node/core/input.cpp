@@ -20,6 +20,7 @@ bool is_known_vlan(const Packet& packet) {
     if (is_served_vlan(packet)) return true;
     if (!settings.vlan_learning || packet.vlan() > kLastVid) return false;
     settings.vlans.insert(packet.vlan());
+    settings.learnt_vlans.insert(packet.vlan());
     return true;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace driver {
@@ -13,6 +14,11 @@ struct Host {
     int queue_lost;
     // What has to stand in front of mcctl where the queue is in an IPC namespace of the node's own.
     std::string way_in;
+    // The running configuration, for whoever asks (node/config/snapshot.h); from any task.
+    std::function<std::string()> configuration;
+    // Has the command task run what is configured, before it takes a record; false when there is
+    // something and it takes none.
+    bool (*run_first_commands)();
 };
 
 // Whether it is by now, or becomes so within that time; a signal ends the wait too.

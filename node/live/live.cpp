@@ -1,7 +1,6 @@
 #include "node/live/live.h"
 
 #include <poll.h>
-#include <sys/msg.h>
 #include <sys/random.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -11,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
@@ -21,11 +19,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
-#include "command/command.h"
 #include "mld/record.h"
 #include "node/console/protocol.h"
 #include "node/console/server.h"
@@ -150,15 +146,6 @@ class Supervisor {
     std::optional<std::uint64_t> look_at_us_;
 };
 
-// The command task makes it; whoever reads that the node is live sends commands.
-void await_command_queue() {
-    constexpr int kLooks = 200;
-    constexpr std::chrono::milliseconds kBetween{10};
-    for (int i = 0; i < kLooks && msgget(MC_QUEUE_KEY, 0) < 0; ++i) {
-        std::this_thread::sleep_for(kBetween);
-    }
-}
-
 std::string uplink_of(const Arguments& arguments) {
     for (const PortInterface& port : arguments.ports) {
         if (port.port == driver::kUplinkPort) return port.interface;
@@ -200,7 +187,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     be_the_only_one();
     LiveDriver& driver = make_driver(arguments, host);
     console::offer(host.complain,
-                   {{console::kMetricsWord, [&driver] { return metric_families(driver); }}});
+                   {{console::kMetricsWord, [&driver] { return metric_families(driver); }},
+                    {console::kConfigWord, host.configuration}});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
@@ -230,8 +218,12 @@ int run(const Arguments& arguments, const driver::Host& host) {
     own_address.begin();
     const CoreClock clock;
     Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost);
+    // No frame meets half a configuration, and whoever reads that the node is live sends commands.
+    if (!host.run_first_commands()) {
+        driver.end();
+        throw LiveError("the library takes no commands");
+    }
     driver.start();
-    await_command_queue();
     host.complain(ready_line(arguments, own_address, host.way_in));
     if (metrics) host.complain("metrics at " + metrics->url());
     supervisor.run();

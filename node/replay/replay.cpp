@@ -12,6 +12,7 @@
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
+#include "node/console/protocol.h"
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
@@ -98,7 +99,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
-    if (arguments.hold) console::offer(host.complain, {});
+    if (arguments.hold) console::offer(host.complain, {{console::kConfigWord, host.configuration}});
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
         host.complain("standard output cannot be diverted");
