@@ -13,9 +13,10 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(mc_library_package "libmc-hal${PROJECT_VERSION_MAJOR}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME "${mc_library_package}")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Multicast adaptation layer of an ONU, the library
- Stands between the switch that traps IGMP and MLD frames, a protocol core and
- management processes. The process that loads it supplies switch and core.")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION 
+    "The library: it stands between the switch that traps IGMP and MLD frames, a
+protocol core and management processes. The process that loads it supplies
+switch and core.")
 # What needs the library says so by its soname, and the loader is told of it.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
 
@@ -23,8 +24,9 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libmc-hal-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${mc_library_package} (= ${PROJECT_VERSION})")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Multicast adaptation layer of an ONU, headers
- C headers, and what pkg-config and CMake need to find them and the library.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION 
+    "Headers for C, and what pkg-config and CMake need to find them and the
+library.")
 
 if(MC_BUILD_NODE)
   list(APPEND CPACK_COMPONENTS_ALL tools)
@@ -36,8 +38,9 @@ if(MC_BUILD_NODE)
     "${PROJECT_SOURCE_DIR}/packaging/debian/prerm;${PROJECT_SOURCE_DIR}/packaging/debian/postrm")
   # Where dpkg-shlibdeps finds the library, which no package has installed yet.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}")
-  set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Multicast adaptation layer of an ONU, node and tools
- mc_node runs the library over captures or on the ports of a Linux bridge, mcctl
- sends it commands, mcstat shows its status segment.")
+  set(CPACK_COMPONENT_TOOLS_DESCRIPTION 
+    "The node and its tools: mc_node runs the library over captures or on the ports
+of a Linux bridge, mcctl sends it commands, mcstat shows its status
+segment.")
 endif()
 include(CPack)
