@@ -49,6 +49,7 @@ odd_shown='a\nb\x1b[31m\tc\r\x7f\xff'
 echo "mcstat"
 expect "unknown option" "${mcstat[@]}" "--$odd"
 expect "seconds" "${mcstat[@]}" --watch "$odd"
+expect "shell" "${mcstat[@]}" --completion "$odd"
 expect "name of a file" "${mcstat[@]}" --fields "$odd"
 # White space parts the words of a line, so the odd one has none.
 printf 'port groups 0 4 number\nport groups \x1b[31m\x7f\xff 4 number\n' >"$odd"
@@ -64,6 +65,7 @@ odd_shown='a\nb\x1b[31m\tc\r\x7f\xff'
 
 echo "mc_node"
 home=$root/scenario/home
+expect "shell" "${node[@]}" --completion "$odd"
 expect "sub-command" "${node[@]}" replay "$home" "--$odd"
 expect "folder" "${node[@]}" replay "$odd-absent"
 expect "capture" "${node[@]}" replay --uplink "$odd-absent"

@@ -77,6 +77,7 @@ void Parser::without_help() { app_.set_help_flag(); }
 void Parser::keep_unknown_words() { app_.allow_extras(); }
 
 void Parser::offer_texts() {
+    offers_texts_ = true;
     app_.set_version_flag("--version", version_line(app_.get_name()));
     flag("--man", wants_man_page_, "Print the manual page, for man");
     once({"--completion", kShells, "Print a script for completion in this shell"}, shell_);
@@ -128,15 +129,16 @@ bool Parser::parse(const std::vector<std::string>& words) {
 }
 
 bool Parser::print_text() const {
+    if (!offers_texts_) return false;
     if (wants_man_page_) {
         std::fputs(man_page(text()).c_str(), stdout);
-    } else if (is_given("--completion")) {
-        const auto script = completion(text(), shell_);
-        if (!script)
-            throw ParseError("--completion: '" + shell_ + "' is not one of bash, zsh, fish");
-        std::fputs(script->c_str(), stdout);
+        return true;
     }
-    return wants_man_page_ || !shell_.empty();
+    if (!is_given("--completion")) return false;
+    const auto script = completion(text(), shell_);
+    if (!script) throw ParseError("--completion: '" + shell_ + "' is not one of bash, zsh, fish");
+    std::fputs(script->c_str(), stdout);
+    return true;
 }
 
 std::string Parser::help() const { return app_.help(); }

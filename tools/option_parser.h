@@ -80,6 +80,7 @@ class Parser {
     std::unique_ptr<CLI::App> own_;  // empty for a sub-command
     CLI::App& app_;
     std::vector<std::unique_ptr<Parser>> commands_;
+    bool offers_texts_ = false;
     bool wants_man_page_ = false;
     std::string shell_;  // whose completion is asked for
 };

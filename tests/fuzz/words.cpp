@@ -259,8 +259,9 @@ void check_run(const Words& words) {
 
 // The words are a command, and nothing that the program itself understands stands among them.
 bool is_plain(const Words& words) {
-    constexpr std::string_view kOwn[] = {"--help",     "-h",      "--dry-run", "--reference",
-                                         "completion", "console", "help"};
+    constexpr std::string_view kOwn[] = {"--help",      "-h",        "--dry-run",
+                                         "--reference", "--version", "--man",
+                                         "completion",  "console",   "help"};
     return !words.empty() && std::ranges::none_of(words, [&](const std::string& word) {
         return std::ranges::find(kOwn, word) != std::end(kOwn);
     });
