@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "command/command.h"
+#include "node/queue_events.h"
 #include "node/rule_check.h"
 
 namespace node {
@@ -73,6 +74,7 @@ ssize_t receive_record(int queue, void* record, long type) {
             std::memcpy(record, &message,
                         offsetof(Message, text) + static_cast<std::size_t>(length));
             is_record_out = true;
+            if (say != nullptr) tell_queue_command(static_cast<std::uint32_t>(message.type));
             return length;
         }
     }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "node/live/arguments.h"
+#include "node/recorded_arguments.h"
 
 namespace node {
 
@@ -16,6 +17,7 @@ struct LiveWords {
     std::string debug;
     std::string onu_id = "1";
     bool json = false;
+    RecordedWords recorded;
 };
 
 // Throws UsageError.

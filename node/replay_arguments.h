@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "node/recorded_arguments.h"
 #include "node/replay/arguments.h"
 
 namespace node {
@@ -19,6 +20,7 @@ struct ReplayWords {
     double tail_s = 0;
     std::string commands;
     bool json = false;
+    RecordedWords recorded;
     bool hold = false;
 };
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "node/driver/frame_in_hand.h"
 #include "node/driver/trap_filter.h"
 
 namespace capture {
@@ -83,6 +84,7 @@ Progress Driver::progress() {
 }
 
 std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
+    driver::lay_down_frame();
     wait_for_start();
     while (!stopping_) {
         const std::optional<MergedFrame> merged = merge_.next();
@@ -91,6 +93,7 @@ std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
         const CapturedFrame& frame = merged->frame;
         advance_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
         std::ranges::copy(frame.bytes, buf.begin());
+        driver::take_frame_in_hand(merged->file, merged->number, frame.bytes);
         return driver::Delivery{merged->port, frame.length};
     }
     finish();

@@ -25,7 +25,8 @@ std::optional<MergedFrame> CaptureMerge::next() {
     if (delivered_ != nullptr) delivered_->drop();
     delivered_ = earliest();
     if (delivered_ == nullptr) return std::nullopt;
-    return MergedFrame{delivered_->port(), *delivered_->head()};
+    return MergedFrame{delivered_->port(), *delivered_->head(), delivered_->file().native(),
+                       delivered_->frames_read()};
 }
 
 std::vector<std::string> CaptureMerge::damage() const {

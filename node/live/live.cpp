@@ -17,10 +17,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
@@ -35,6 +37,7 @@
 #include "node/live/netlink.h"
 #include "node/live/own_address.h"
 #include "node/report/console.h"
+#include "node/timeline/recording.h"
 
 namespace live {
 namespace {
@@ -52,7 +55,8 @@ int catch_signals() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGHUP);  // the terminal is gone: the bridge must not be left as it is
+    sigaddset(&signals, SIGUSR1);  // for a timeline up to now
+    sigaddset(&signals, SIGHUP);   // the terminal is gone: the bridge must not be left as it is
     static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, nullptr));
     const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
     if (descriptor < 0) throw LiveError(std::string("signalfd: ") + std::strerror(errno));
@@ -91,12 +95,13 @@ void draw_seed() {
 class Supervisor {
  public:
     Supervisor(LiveDriver& driver, OwnAddress& own_address, const CoreClock& clock, int signals,
-               int queue_lost)
+               int queue_lost, std::function<void()> write_page)
         : driver_(driver),
           own_address_(own_address),
           clock_(clock),
           signals_(signals),
-          queue_lost_(queue_lost) {}
+          queue_lost_(queue_lost),
+          write_page_(std::move(write_page)) {}
 
     // Until a signal, or until the command queue is lost.
     void run() {
@@ -106,7 +111,8 @@ class Supervisor {
                                           {news_.descriptor(), POLLIN, 0},
                                           {queue_lost_, POLLIN, 0}}};
             static_cast<void>(poll(wanted.data(), wanted.size(), patience_ms()));
-            if (wanted[0].revents != 0 || wanted[3].revents != 0) return;
+            if (wanted[3].revents != 0) return;
+            if (wanted[0].revents != 0 && !is_for_page()) return;
             if (wanted[1].revents != 0) CoreClock::move();
             if (wanted[2].revents != 0) take_news();
             look_when_settled();
@@ -114,6 +120,16 @@ class Supervisor {
     }
 
  private:
+    // Whether the signal that has come only asks for a page.
+    [[nodiscard]] bool is_for_page() {
+        signalfd_siginfo signal{};
+        if (read(signals_, &signal, sizeof signal) != sizeof signal) return true;
+        if (signal.ssi_signo != SIGUSR1) return false;
+        CoreClock::move();
+        write_page_();
+        return true;
+    }
+
     [[nodiscard]] int patience_ms() const {
         if (!look_at_us_) return -1;
         const std::uint64_t now = CoreClock::now_us();
@@ -139,6 +155,7 @@ class Supervisor {
     const CoreClock& clock_;
     int signals_;
     int queue_lost_;
+    std::function<void()> write_page_;
     LinkNews news_;
     std::optional<std::uint64_t> look_at_us_;
 };
@@ -173,6 +190,13 @@ LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
                            CoreClock::move);
 }
 
+// The core's clock began with the machine.
+std::uint64_t wall_offset_us() {
+    const auto wall = std::chrono::system_clock::now().time_since_epoch();
+    const auto wall_us = std::chrono::duration_cast<std::chrono::microseconds>(wall).count();
+    return static_cast<std::uint64_t>(wall_us) - CoreClock::now_us();
+}
+
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
@@ -183,6 +207,9 @@ int run(const Arguments& arguments, const driver::Host& host) {
     const int signals = catch_signals();
     be_the_only_one();
     draw_seed();
+    CoreClock::move();
+    timeline::Recording recording(arguments.recorded,
+                                  {events::FrameSource::kInterface, wall_offset_us()});
 
     LiveDriver& driver = make_driver(arguments, host);
     try {
@@ -193,6 +220,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     }
     const std::uint64_t begin_us = CoreClock::now_us();
     CoreClock::move();
+    driver::set_before_command(CoreClock::move);
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
@@ -204,7 +232,9 @@ int run(const Arguments& arguments, const driver::Host& host) {
     OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
     own_address.begin();
     const CoreClock clock;
-    Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost);
+    Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost, [&] {
+        if (const auto failure = recording.write_page()) host.complain(*failure);
+    });
     driver.start();
     await_command_queue();
     host.complain(ready_line(arguments, own_address));
@@ -214,11 +244,13 @@ int run(const Arguments& arguments, const driver::Host& host) {
     const Summary summary{arguments.bridge, driver.report(), report::core_report(end_us),
                           static_cast<double>(end_us - begin_us) / 1e6};
     driver.end();
+    const std::vector<std::string> unwritten = recording.end();
     const std::string text = arguments.json ? as_json(summary) : as_text(summary);
     const bool is_written = std::fputs(text.c_str(), out) >= 0 && std::fflush(out) == 0;
     if (!is_written) host.complain("the summary could not be written");
+    for (const std::string& line : unwritten) host.complain(line);
     if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
-    return is_written ? kDone : kFailed;
+    return is_written && unwritten.empty() ? kDone : kFailed;
 }
 
 }  // namespace live

@@ -15,6 +15,7 @@
 
 #include "adapt/records.h"
 #include "node/core/multicast_core.h"
+#include "node/driver/frame_in_hand.h"
 #include "node/driver/trap_filter.h"
 #include "node/live/live_error.h"
 
@@ -172,6 +173,7 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
         started_.wait(false);
         is_prepared_ = true;
     }
+    driver::lay_down_frame();
     while (true) {
         epoll_event event{};
         if (epoll_wait(epoll_, &event, 1, -1) < 1) continue;  // a signal, for a debugger's sake
@@ -179,6 +181,9 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
         const std::uint32_t length = take_frame(event.data.u64, buf);
         if (length == 0) continue;
         now_();
+        const PortCounters& counters = counters_[event.data.u64];
+        driver::take_frame_in_hand(counters.interface, counters.igmp + counters.mld,
+                                   buf.first(length));
         return driver::Delivery{driver::port_of_slot(event.data.u64), length};
     }
 }

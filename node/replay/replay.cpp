@@ -21,6 +21,7 @@
 #include "node/replay/replay_summary.h"
 #include "node/replay/timed_commands.h"
 #include "node/report/console.h"
+#include "node/timeline/recording.h"
 
 namespace replay {
 namespace {
@@ -107,6 +108,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
+    timeline::Recording recording(arguments.recorded, {events::FrameSource::kCapture, {}});
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
         host.complain("standard output cannot be diverted");
@@ -133,6 +135,10 @@ int run(const Arguments& arguments, const driver::Host& host) {
         complete = false;
     }
     for (const std::string& line : summary.report.failures) host.complain(line);
+    for (const std::string& line : recording.end()) {
+        host.complain(line);
+        complete = false;
+    }
     if (arguments.hold && !summary.interrupted) hold_until_interrupted(host);
     if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
     if (summary.interrupted) return kInterrupted;
