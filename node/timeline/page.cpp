@@ -32,6 +32,7 @@ void put_lines(std::FILE* file, const std::vector<events::Line>& lines) {
 // The lines are those of --events, and hold no '<' that could end the element they stand in.
 void put_events(std::FILE* file, const events::Kept& kept, std::uint64_t now_us) {
     put(file, "{\"forgotten\":" + std::to_string(kept.forgotten) +
+                  ",\"standing\":" + std::to_string(kept.standing.size()) +
                   ",\"now_us\":" + std::to_string(now_us) + ",\n\"events\":[\n");
     put(file, kept.begin);
     put_lines(file, kept.standing);
