@@ -74,12 +74,18 @@ function bytesOf(model, event) {
 
 // ---- What can be pointed at ---------------------------------------------------------------------
 
+function endText({ over }) {
+  if (!over) return "no, it was there to the end";
+  if (over.event !== "changed") return titleOf(over);
+  return over.reporters.length ? "it changed" : "its last host left, and others were asked";
+}
+
 const spanTerms = (model, span) => [
   ["from", momentText(model, span.begin.time_us < model.origin ? span.begin.time_us - model.origin : span.start)],
   ["to", momentText(model, span.end)],
   ["length", timeText(span.end - span.start)],
   ["began with", frameText(span.begin)],
-  ["ended", span.over ? (span.over.event === "changed" ? "changed" : titleOf(span.over)) : "no, it was there to the end"],
+  ["ended", endText(span)],
   ["ended with", span.over && frameText(span.over)],
 ];
 

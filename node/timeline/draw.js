@@ -49,7 +49,7 @@ function fillFor(context, paints, version) {
 
 function makeBrush(context, paints) {
   const fills = Object.fromEntries(VERSIONS.map((v) => [v, fillFor(context, paints, v)]));
-  return { context, paints, fills };
+  return { context, paints, fills, stamps: new Map() };
 }
 
 // ---- Signs --------------------------------------------------------------------------------------
@@ -144,9 +144,8 @@ const SIGNS = {
 };
 
 // With a rim of the ground, so that it stands out from a bar.
-function drawSign({ context, paints }, name, x, y) {
-  const sign = SIGNS[name];
-  sign.path(context, x, y);
+function paintSign(context, paints, sign) {
+  sign.path(context, 0, 0);
   context.lineJoin = "round";
   context.strokeStyle = paints.ground;
   context.lineWidth = sign.isFilled ? 3 : 4.5;
@@ -161,6 +160,28 @@ function drawSign({ context, paints }, name, x, y) {
     context.lineWidth = 2;
     context.stroke();
   }
+}
+
+const STAMP = 24;  // pixels, with room for the widest sign
+
+// A sign is painted once, at the resolution of the canvas, and stamped from then on.
+function stampOf({ context, paints, stamps }, name) {
+  if (!stamps.has(name)) {
+    const ratio = context.getTransform().a;
+    const canvas = document.createElement("canvas");
+    canvas.width = canvas.height = Math.ceil(STAMP * ratio);
+    const stamp = canvas.getContext("2d");
+    stamp.setTransform(ratio, 0, 0, ratio, STAMP * ratio / 2, STAMP * ratio / 2);
+    paintSign(stamp, paints, SIGNS[name]);
+    stamps.set(name, canvas);
+  }
+  return stamps.get(name);
+}
+
+// On whole pixels, or it would be smeared.
+function drawSign(brush, name, x, y) {
+  const left = Math.round(x) - STAMP / 2;
+  brush.context.drawImage(stampOf(brush, name), left, Math.round(y) - STAMP / 2, STAMP, STAMP);
 }
 
 // ---- Time ---------------------------------------------------------------------------------------
@@ -289,6 +310,7 @@ function drawBarText({ context, paints }, bar, left, width, y) {
   if (STRIPES[bar.version] && !bar.isWaiting) {
     context.strokeStyle = paints[bar.version];
     context.lineWidth = 3;
+    context.lineJoin = "round";
     context.strokeText(text, left + 7, y);
   }
   context.fillText(text, left + 7, y);

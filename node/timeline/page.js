@@ -212,6 +212,7 @@ function showTip(found, x, y) {
 function itemsOf(row) {
   row.items ??= [
     ...row.bars.map((span) => ({ row, span, isEntry: false, at: span.start })),
+    ...row.entries.map((span) => ({ row, span, isEntry: true, at: span.start })),
     ...row.marks.map((mark) => ({ row, marks: [mark], at: mark.start })),
   ].sort((a, b) => a.at - b.at);
   return row.items;
