@@ -12,8 +12,8 @@
 namespace events {
 namespace {
 
-std::FILE* open(const std::filesystem::path& file) {
-    std::FILE* const opened = std::fopen(file.c_str(), "we");
+std::FILE* open(const std::filesystem::path& file, const char* mode) {
+    std::FILE* const opened = std::fopen(file.c_str(), mode);
     if (opened == nullptr) {
         throw std::runtime_error(file.string() + ": cannot be written: " + std::strerror(errno));
     }
@@ -45,11 +45,15 @@ std::optional<Course> course_of(const mcore::Happening& what) {
 
 }  // namespace
 
+void check_writable(const std::filesystem::path& file) {
+    static_cast<void>(std::fclose(open(file, "ae")));
+}
+
 Journal::Journal(const Wanted& wanted, const Run& run, std::size_t most_kept)
     : wanted_(wanted), run_(run), most_kept_(most_kept) {
     // Whoever reads a pipe may go away; that is a failure like others, and not the program's end.
     std::signal(SIGPIPE, SIG_IGN);
-    if (wanted.file) file_.reset(open(*wanted.file));
+    if (wanted.file) file_.reset(open(*wanted.file, "we"));
     const bool is_live = run.source == FrameSource::kInterface;
     if (file_ && is_live) std::setvbuf(file_.get(), nullptr, _IOLBF, 0);
 }

@@ -43,6 +43,10 @@ struct Kept {
     std::uint64_t forgotten = 0;  // events before these
 };
 
+// Throws std::runtime_error when the file cannot be opened to be written at the end of a run; what
+// it holds stays.
+void check_writable(const std::filesystem::path& file);
+
 class Journal {
  public:
     // Throws std::runtime_error when the file cannot be opened.

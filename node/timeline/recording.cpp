@@ -9,6 +9,7 @@ namespace timeline {
 Recording::Recording(const events::Wanted& wanted, const events::Run& run) : wanted_(wanted) {
     if (!wanted.file && !wanted.page) return;
     journal_ = std::make_unique<events::Journal>(wanted, run);
+    if (wanted.page) events::check_writable(*wanted.page);
     journal_->begin(mcore::clock_us());
     mcore::watch_events([this](const mcore::Event& event) { journal_->take(event); });
 }
