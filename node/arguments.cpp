@@ -111,6 +111,9 @@ Parser& declare_live(Parser& program, LiveWords& words, BoundWords& bounds) {
     live.each({"--port", "PORT=INTERFACE", "Interface of a user port, 0 to 5"}, words.ports);
     live.each({"--uplink", "INTERFACE", "Interface towards the network"}, words.uplinks);
     declare_common(live, words);
+    live.once({"--metrics", "ADDRESS:PORT",
+               "Serve numbers for monitoring over HTTP, at /metrics; 127.0.0.1:9550, say"},
+              words.metrics);
     declare_bounds(live, bounds);
     live.footer(kLiveFooter);
     return live;

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "command/command.h"
+#include "node/console/server.h"
 #include "node/queue_events.h"
 #include "node/rule_check.h"
 
@@ -57,10 +58,31 @@ void say_too_long() {
     for (;;) pause();
 }
 
+// All bytes of the record, whose code came as the type.
+std::string record_text(const Message& message, std::size_t length) {
+    std::string record;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        record += static_cast<char>(static_cast<unsigned long>(message.type) >> shift & 0xFF);
+    }
+    return record.append(message.text, length);
+}
+
+void begin_record(const Message& message, std::size_t length) {
+    is_record_out = true;
+    if (say != nullptr) tell_queue_command(static_cast<std::uint32_t>(message.type));
+    if (console::is_followed()) console::record_taken(record_text(message, length));
+}
+
+// Rules are looked at only after a record: without one nothing has changed them, and a story that
+// runs beside may be about to.
+void end_record() {
+    if (!std::exchange(is_record_out, false)) return;
+    if (say != nullptr) look_at_rules(say);
+    console::record_done();
+}
+
 ssize_t receive_record(int queue, void* record, long type) {
-    // Whoever asks for a record is done with the one before. Without one it has changed no rules,
-    // and a story that runs beside it may be about to.
-    if (say != nullptr && std::exchange(is_record_out, false)) look_at_rules(say);
+    end_record();  // whoever asks for a record is done with the one before
     Message message;
     for (;;) {
         const ssize_t length =
@@ -71,10 +93,9 @@ ssize_t receive_record(int queue, void* record, long type) {
             say_too_long();
         } else {
             // Behind a short message the library keeps what was there.
-            std::memcpy(record, &message,
-                        offsetof(Message, text) + static_cast<std::size_t>(length));
-            is_record_out = true;
-            if (say != nullptr) tell_queue_command(static_cast<std::uint32_t>(message.type));
+            const auto size = static_cast<std::size_t>(length);
+            std::memcpy(record, &message, offsetof(Message, text) + size);
+            begin_record(message, size);
             return length;
         }
     }

@@ -18,6 +18,7 @@ struct LiveWords {
     std::string onu_id = "1";
     bool json = false;
     RecordedWords recorded;
+    std::string metrics;
 };
 
 // Throws UsageError.

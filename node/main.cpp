@@ -16,6 +16,7 @@
 
 #include "node/arguments.h"
 #include "node/command_queue.h"
+#include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/live/live.h"
@@ -64,6 +65,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     const int status = run(argc, argv);
     std::fflush(stdout);  // not all streams: a capture that is still being read would be waited for
+    console::end();
     // Not exit: it would destroy what the library's tasks still use.
     _exit(status);
 }

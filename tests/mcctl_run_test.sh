@@ -116,6 +116,8 @@ expect "a port that is none" 2 "fast-leave: --port: '6' is not one of 0 to 5, up
 expect "an unknown command" 2 "unknown command 'vlna'" vlna
 expect "half a command" 2 "'ssm' is followed by one of range, map" ssm
 expect "another shell" 2 "completion is followed by bash" completion fish
+expect "a console with words" 2 "console stands alone" console now
+expect "a console that is not posted" 2 "console posts no record for --dry-run to print" console --dry-run
 expect "no arguments" 2 "no command: --help lists them"
 run --help
 [[ $status -eq 0 ]] || fail "--help: status $status"
@@ -151,6 +153,7 @@ expect_offer() {
     [[ $(offers "$@") == "$wanted" ]] || fail "completion of '$*': '$(offers "$@")'"
 }
 expect_offer "vlan version" v
+expect_offer "control-list console" con
 expect_offer "add delete web-set service-set service-remove --help" vlan ""
 expect_offer "--data-mode --data-in --data-out" vlan add --port 1 --da
 expect_offer "untag tag translate" vlan add --mode ""
@@ -161,6 +164,7 @@ expect_offer "errors" debug e
 
 if [[ $queue_is_ours == yes ]]; then
     echo "no queue"
+    expect "no console" 1 "no console of a node is there for us" console
     expect "no queue" 1 "no node is running: queue 81 is not there" version 3
     queue exists && fail "mcctl created the queue"
 
@@ -173,7 +177,8 @@ if [[ $queue_is_ours == yes ]]; then
     coproc reader { attach; }
     read -r <&"${reader[0]}"
     expect "post" 0 "" version 3
-    expect "post without a payload" 0 "" show config
+    # Nobody offers a console here: the answer would be missed, the command is posted nevertheless.
+    expect "post without a payload" 0 "note: the answer is on the console of the node" show config
     expect "post a rule" 0 "" vlan delete --port 1 --up-in 100 --data-in 4000
     expect "post raw" 0 "" raw 0x12345678 0a 0b
     expect "a wrong value" 2 "version: VERSION: '4' is not one of 1 to 3" version 4

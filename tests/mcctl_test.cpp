@@ -482,6 +482,7 @@ TEST(Help, IsFoundBehindACommandThatWasBegun) {
     EXPECT_THAT(commands::help({"vlan", "add", "--port", "1"}), HasSubstr("--data-in"));
     EXPECT_THAT(commands::help({"debug"}), AllOf(HasSubstr("CATEGORY"), HasSubstr("debug level")));
     EXPECT_THAT(commands::help({"raw"}), HasSubstr("raw CODE"));
+    EXPECT_THAT(commands::help({"console"}), HasSubstr("mcctl console"));
     EXPECT_THROW(static_cast<void>(commands::help({"vlna"})), UsageError);
 }
 

@@ -117,12 +117,69 @@ for line in '^Mode +snooping' '^Fast leave  on \(2\)$' '^Ports$' '^  port5 +7 +2
     expect_stdout "$line" tables
 done
 
+echo "numbers for monitoring"
+show --openmetrics
+expect_status 0 --openmetrics
+for line in '^mc_status_mode\{mode="snooping"\} 1$' '^mc_status_group_limit\{port="port5"\} 7$' \
+    '^mc_status_groups\{port="port5"\} 2$' '^mc_status_port\{port="port5",field="core-limit"\} 7$'; do
+    expect_stdout "$line" --openmetrics
+done
+[[ $(tail -n 1 stdout) == "# EOF" ]] || fail "--openmetrics: no end"
+python3 - stdout <<'PYTHON' || fail "--openmetrics: a strict reader does not take it"
+import sys
+sys.path.append("/usr/lib/python3/dist-packages")  # where Debian has the reader
+from prometheus_client.openmetrics import parser
+assert len(list(parser.text_string_to_metric_families(open(sys.argv[1]).read()))) == 5
+PYTHON
+show --openmetrics --json
+expect_complaint "--openmetrics --json" 2 "one of them"
+
 echo "again and again"
 status=0
 timeout --signal=KILL 20 "${mcstat[@]}" --watch 0.1 > >(head -n 60 >watched) 2>stderr || status=$?
 [[ $status -ne 0 ]] || fail "--watch: it ended by itself"
 [[ $(grep -c '^Mode' watched) -ge 2 ]] || fail "--watch: shown once only"
 ! grep -q $'\x1b' watched || fail "--watch: escapes in a file"
+
+echo "a terminal"
+cat >on_terminal.py <<'PYTHON'
+"""on_terminal.py COLUMNS LINES SECONDS COMMAND...: what it writes to a terminal of this size."""
+import fcntl, os, pty, select, struct, sys, termios, time
+
+columns, lines, seconds = int(sys.argv[1]), int(sys.argv[2]), float(sys.argv[3])
+child, terminal = pty.fork()
+if child == 0:
+    time.sleep(0.2)
+    os.execvp(sys.argv[4], sys.argv[4:])
+fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", lines, columns, 0, 0))
+end = time.monotonic() + seconds
+while time.monotonic() < end and select.select([terminal], [], [], end - time.monotonic())[0]:
+    try:
+        sys.stdout.buffer.write(os.read(terminal, 65536).replace(b"\r\n", b"\n"))
+    except OSError:
+        break
+os.kill(child, 9)
+PYTHON
+on_terminal() { python3 on_terminal.py "$@" >stdout; }
+on_terminal 40 100 10 "${mcstat[@]}" --no-refresh
+[[ $(wc -L <stdout) -le 40 ]] || fail "40 columns: a line of $(wc -L <stdout)"
+# What does not fit stands below, each row with what it is about.
+expect_stdout "^  port +vlan +group +version" "40 columns"
+expect_stdout "^  port +vlan +group +last reporter" "40 columns"
+[[ $(grep -c '^  port3 +4088 +239\.2\.1\.1 ' -E stdout) -ge 2 ]] || fail "40 columns: rows are not told"
+on_terminal 200 100 10 "${mcstat[@]}" --no-refresh
+[[ $(grep -c '^  port3 +4088 +239\.2\.1\.1 ' -E stdout) -eq 1 ]] || fail "200 columns: folded"
+# The heading stays on the screen: what is written is never higher.
+on_terminal 80 10 2 "${mcstat[@]}" --no-refresh --watch 0.2
+python3 - <<'PYTHON' || fail "--watch in 10 lines: the heading is lost"
+screens = open("stdout").read().split("\x1b[H\x1b[J")[1:]
+whole = screens[:-1]
+assert len(whole) >= 2, screens
+for screen in whole:
+    assert screen.startswith("Mode "), screen
+    assert screen.count("\n") <= 9, screen
+    assert screen.rstrip().splitlines()[-1].endswith("more lines)"), screen
+PYTHON
 
 echo "descriptions"
 "${mcstat[@]}" --print-fields | cmp - "$root/tools/mcstat-fields.txt" ||

@@ -18,7 +18,7 @@
 
 #include "node/core/events.h"
 #include "node/core/multicast_core.h"
-#include "node/driver/frame_in_hand.h"
+#include "node/driver/frame_origin.h"
 #include "node/events/event_line.h"
 #include "node/events/journal.h"
 #include "node/events/json_line.h"
@@ -347,7 +347,7 @@ class EventLines : public Events {
     Texts lines(events::FrameSource source = events::FrameSource::kCapture) {
         Texts all;
         for (const Event& event : std::exchange(all_, {})) {
-            all.push_back(events::lines_of(event, source, driver::frame_in_hand()).for_file);
+            all.push_back(events::lines_of(event, source, driver::origin_in_hand()).for_file);
         }
         return all;
     }
@@ -394,20 +394,20 @@ TEST_P(EventLines, HaveTheSameFieldsInBothFamilies) {
 
 TEST_P(EventLines, NameTheFrameThatTheyComeFrom) {
     const Bytes frame(200, 0xAB);
-    driver::take_frame_in_hand("port2.pcap", 17, frame);
+    driver::note_origin("port2.pcap", 17, frame);
     join();
     const Event received = all_.front();
     for (const std::string& line : lines()) {
         EXPECT_THAT(line, EndsWith(R"(,"capture":"port2.pcap","frame":17})"));
     }
     const auto both =
-        events::lines_of(received, events::FrameSource::kInterface, driver::frame_in_hand());
+        events::lines_of(received, events::FrameSource::kInterface, driver::origin_in_hand());
     EXPECT_THAT(both.for_file, EndsWith(R"(,"interface":"port2.pcap","frame":17})"));
     std::string beginning;
-    for (std::size_t i = 0; i < driver::kBytesInHand; ++i) beginning += "ab";
+    for (std::size_t i = 0; i < driver::kOriginBytes; ++i) beginning += "ab";
     EXPECT_THAT(both.for_page,
                 EndsWith(R"(,"frame":17,"frame_bytes":200,"beginning":")" + beginning + "\"}"));
-    driver::lay_down_frame();
+    driver::forget_origin();
     wait_seconds(kAgeingTime);
     for (const std::string& line : lines()) EXPECT_THAT(line, Not(HasSubstr("\"frame\"")));
 }

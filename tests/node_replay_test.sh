@@ -43,6 +43,8 @@ report_frame() {
 report_frame >frame
 file_header 01 >empty.pcap
 cat empty.pcap frame >report.pcap
+# The same to the MAC address of a single host.
+{ cat empty.pcap; head -c 16 frame; octets 02; tail -c +18 frame; } >unicast.pcap
 { cat report.pcap; head -c 30 frame; } >broken.pcap
 { cat empty.pcap; head -c 30 frame; } >damaged.pcap
 { file_header 71; cat frame; } >cooked.pcap
@@ -67,6 +69,19 @@ expect_status 0 "an odd name"
 expect_stdout 'a\\x1b\[31m\\nb.pcap' "an odd name"
 expect_stdout 'o\\x1b/port0.pcap to' "an odd folder"
 ! grep -q $'\x1b' stdout || fail "an odd name: a control byte on standard output"
+
+echo "a report of which the library makes nothing"
+replay --port 0=unicast.pcap
+expect_status 0 unicast
+expect_stdout '^  port0 *1 *0 *0 *0 *1$' unicast
+expect_stdout '^  library *IGMP to a MAC address of no IPv4 group *1$' unicast
+replay --port 0=unicast.pcap --json
+grep -q '"IGMP to a MAC address of no IPv4 group": 1' stdout || fail "unicast: no reason in the JSON"
+
+echo "the network's queries alone"
+replay --uplink "$home/uplink.pcap"
+expect_status 0 "uplink alone"
+expect_stdout '^  sent on only: in snooping' "uplink alone"
 
 echo "the summary against the captures"
 python3 - "$home" once first.json <<'PYTHON' || fail "the summary does not fit the captures"
@@ -97,6 +112,10 @@ for row in summary["frames_in"]:
     check(row["name"], row["total"], len(captured[row["name"]]))
     kinds = ("igmp", "mld", "not_trapped", "too_long", "truncated", "refused")
     check(row["name"] + " kinds", sum(row[kind] for kind in kinds), row["total"])
+    check(row["name"] + " taken", sum(row["taken"].values()), row["igmp"] + row["mld"])
+    # Snooping: hosts' frames go both ways, the network's are kept from the core.
+    way = "sent_only" if row["name"] == "uplink" else "core_and_sent"
+    check(row["name"] + " " + way, row["taken"][way], row["igmp"] + row["mld"])
     # Only port 5 saw frames that the switch keeps to itself.
     check(row["name"] + " not trapped", row["not_trapped"] > 0, row["name"] == "port5")
 check("ports", len(captured), 7)

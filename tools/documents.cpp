@@ -15,17 +15,20 @@ namespace {
 using Words = std::vector<std::string>;
 
 constexpr std::string_view kOverview =
-    "mcctl posts commands to the multicast adaptation layer on message queue 81.\n"
+    "mcctl posts commands to the multicast adaptation layer on message queue 81, and prints what\n"
+    "a node on this machine prints on them.\n"
     "\n"
     "Usage: mcctl [--dry-run] COMMAND ...\n"
+    "       mcctl console            all that the node prints, as it prints it\n"
     "       mcctl COMMAND --help     the options of a command\n"
     "       mcctl --reference        all commands as Markdown\n"
     "       mcctl completion bash    a script for: source <(mcctl completion bash)\n"
     "\n"
     "  --dry-run  prints the record instead of posting it\n"
     "\n"
-    "Numbers are decimal, or hexadecimal behind 0x. Exit status: 0 posted; 1 the queue is not\n"
-    "there, full or not ours to write; 2 the command or a value is wrong, nothing was posted.\n"
+    "Numbers are decimal, or hexadecimal behind 0x. Exit status: 0 the command was posted, and\n"
+    "run where the node says so; 1 the queue is not there, full or not ours to write, or the node\n"
+    "was silent for 5 seconds or gone; 2 the command or a value is wrong, nothing was posted.\n"
     "\n"
     "Commands:\n";
 
@@ -34,6 +37,26 @@ constexpr std::string_view kRawUsage =
     "Any code, 1 to 2147483647, with up to 124 bytes of payload in hexadecimal. Nothing is "
     "checked.\n"
     "Usage: mcctl raw CODE [HEX ...]\n";
+
+constexpr std::string_view kConsoleUsage =
+    "Prints what the node prints, as it prints it, until the node ends. Posts nothing.\n"
+    "Usage: mcctl console\n";
+
+constexpr std::string_view kConsoleSection =
+    "\n"
+    "## console\n"
+    "\n"
+    "Follows the console of a node on this machine: prints what the library, the core and commands\n"
+    "print there from now on, byte for byte, whoever posts the commands. Nothing is posted.\n"
+    "\n"
+    "```\n"
+    "console\n"
+    "```\n"
+    "\n"
+    "It goes on until the node ends: status 0 with a note, or 1 when the node was killed.\n"
+    "An interrupt ends it as any program (a shell shows status 130); when nobody reads its output any\n"
+    "more it ends with status 0 and without a word. Whoever reads too slowly, so that 4 MB are waiting, is\n"
+    "cut off: what was waiting comes, then a line, status 1. The node never waits.\n";
 
 constexpr std::string_view kReferenceHead =
     "# Commands\n"
@@ -51,8 +74,16 @@ constexpr std::string_view kReferenceHead =
     "\n"
     "The receiver checks almost nothing, so `mcctl` does: it ends with status 2 and one line when\n"
     "a command or a value is wrong, with 1 when the queue is not there, full, or not ours to\n"
-    "write, otherwise with 0. Nothing comes back: what a command did shows on the console of the\n"
-    "node.\n";
+    "write, otherwise with 0.\n"
+    "\n"
+    "The queue carries nothing back. A node (`mc_node live`, `mc_node replay --hold`) offers its\n"
+    "console besides, and `mcctl` prints from there what the node prints on the command, from the\n"
+    "moment that the record was taken until it is done; what other tasks print meanwhile, a trace of a\n"
+    "frame, say, stands between. So `mcctl` ends when the command was run. When the node says\n"
+    "nothing for 5 seconds, or is gone before it is done, there is one line and status 1. The console is for\n"
+    "the user that the node runs as, and root, in the same IPC and network namespace. Without it (a device, a\n"
+    "node of another user, 16 processes that follow it already) a command is posted and not waited\n"
+    "for, and `show` commands come with a note that the answer is on the node's console.\n";
 
 bool continues(const Command& command, const Words& prefix) {
     return command.path.size() >= prefix.size() &&
@@ -205,6 +236,7 @@ std::string help(const std::vector<std::string>& words) {
                std::string(kRawHelp.substr(0, kRawHelp.size() - 1)) + "\n";
     }
     if (words.front() == "raw") return std::string(kRawUsage);
+    if (words.front() == "console") return std::string(kConsoleUsage);
     std::string text;
     // Help on a command that was begun already: what follows its path does not matter.
     for (std::size_t length = words.size(); length > 0 && text.empty(); --length) {
@@ -230,7 +262,7 @@ std::string reference() {
             code_block("raw CODE [HEX ...]\n") + "\n" +
             code_block("$ mcctl --dry-run raw 9999 0a0b\n" +
                        hex_text(encode({"raw", "9999", "0a0b"}).bytes) + "\n");
-    return text;
+    return text + std::string(kConsoleSection);
 }
 
 std::string bash_completion() {
@@ -267,7 +299,8 @@ std::string bash_completion() {
            "    *)\n"
            "    case \"$path\" in\n"
            "    \"\") list=\"" +
-           join(next_words({})) + " raw completion --dry-run --reference --help\" ;;\n" + lists +
+           join(next_words({})) + " raw console completion --dry-run --reference --help\" ;;\n" +
+           lists +
            "    esac ;;\n"
            "    esac\n"
            "    mapfile -t COMPREPLY < <(compgen -W \"$list\" -- \"$cur\")\n"

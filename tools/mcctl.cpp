@@ -1,4 +1,5 @@
-// mcctl: posts one command on the command queue, by its name.
+// mcctl: posts one command on the command queue, by its name, and prints what the node prints on
+// it; or follows the console of the node.
 //
 // The queue belongs to the node. It is never created here: a command that nobody takes would wait
 // for a node that starts much later.
@@ -19,6 +20,7 @@
 #include "command/command.h"
 #include "node/report/printable.h"
 #include "tools/command_line.h"
+#include "tools/console_client.h"
 #include "tools/documents.h"
 #include "tools/queue_reader.h"
 #include "tools/rule_caution.h"
@@ -26,7 +28,7 @@
 namespace {
 
 constexpr int kDone = 0;
-constexpr int kNotPosted = 1;
+constexpr int kFailed = 1;
 constexpr int kUnusable = 2;
 
 struct QueueError : std::runtime_error {
@@ -75,9 +77,24 @@ bool take(std::vector<std::string>& words, std::string_view word) {
     return std::erase(words, word) != 0;
 }
 
-void say_caution(const commands::Record& record) {
-    const std::string line = commands::caution(record);
+void say_note(const std::string& line) {
     if (!line.empty()) std::fprintf(stderr, "mcctl: note: %s\n", line.c_str());
+}
+
+// The answer to a command that is there for it would be missed.
+bool is_for_its_answer(const std::vector<std::string>& words) { return words.front() == "show"; }
+
+void carry_out(const commands::Record& record, const std::vector<std::string>& words) {
+    auto conversation = commands::await_answer(record);
+    post(record);
+    if (conversation) return print(commands::take_answer(*conversation));
+    if (is_for_its_answer(words)) say_note("the answer is on the console of the node");
+}
+
+void follow(const std::vector<std::string>& words, bool dry_run) {
+    if (dry_run) throw commands::UsageError("console posts no record for --dry-run to print");
+    if (words.size() != 1) throw commands::UsageError("console stands alone");
+    if (commands::follow_console()) say_note("the node has ended");
 }
 
 void run(std::vector<std::string> words) {
@@ -94,13 +111,14 @@ void run(std::vector<std::string> words) {
         }
         return print(commands::bash_completion());
     }
+    if (words.front() == "console") return follow(words, dry_run);
     const commands::Record record = commands::encode(words);
     if (dry_run) {
         print(commands::hex_text(record.bytes) + "\n");
     } else {
-        post(record);
+        carry_out(record, words);
     }
-    say_caution(record);
+    say_note(commands::caution(record));
 }
 
 int complain(const std::exception& error, int status) {
@@ -116,11 +134,11 @@ int main(int argc, char** argv) {
     } catch (const commands::UsageError& error) {
         return complain(error, kUnusable);
     } catch (const std::exception& error) {
-        return complain(error, kNotPosted);
+        return complain(error, kFailed);
     }
     if (std::fflush(stdout) != 0) {
         std::fprintf(stderr, "mcctl: standard output: %s\n", std::strerror(errno));
-        return kNotPosted;
+        return kFailed;
     }
     return kDone;
 }

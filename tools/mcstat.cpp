@@ -1,7 +1,5 @@
 // mcstat: what the library knows about ports and groups, from outside. It reads the status segment
 // as a management process does; what the records in it mean is mcstat_fields.h's.
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -11,11 +9,14 @@
 #include <string>
 #include <thread>
 
+#include "node/metrics/exposition.h"
 #include "node/report/printable.h"
+#include "node/report/table.h"
 #include "tools/mcstat_fields.h"
 #include "tools/mcstat_ipc.h"
 #include "tools/mcstat_report.h"
 #include "tools/option_parser.h"
+#include "tools/screen.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ struct Arguments {
     std::string fields;
     std::string watch;
     bool json = false;
+    bool openmetrics = false;
     bool no_refresh = false;
     bool print_fields = false;
 };
@@ -42,6 +44,8 @@ void complain(const std::string& line) {
 
 void declare(options::Parser& parser, Arguments& arguments) {
     parser.flag("--json", arguments.json, "Print one JSON object");
+    parser.flag("--openmetrics", arguments.openmetrics,
+                "Print numbers for monitoring, for the text files of node_exporter, say");
     parser.once_or_bare({"--watch", "[SECONDS]", "Print again every so many seconds (default 1)"},
                         arguments.watch, "1");
     parser.flag("--no-refresh", arguments.no_refresh,
@@ -66,25 +70,35 @@ std::optional<double> pause_of(const options::Parser& parser, const Arguments& a
     return known && seconds > 0 && seconds <= kLongestPause ? seconds : -1;
 }
 
-bool show(const mcstat::Fields& fields, const Arguments& arguments) {
+std::string fresh_report(const mcstat::Fields& fields, const Arguments& arguments) {
     const mcstat::Segment segment;
     if (!arguments.no_refresh) mcstat::refresh(kPatience);
     const mcstat::Contents contents = segment.read();
-    const std::string text = arguments.json ? mcstat::report_json(contents, fields)
-                                            : mcstat::report_text(contents, fields);
+    if (arguments.json) return mcstat::report_json(contents, fields);
+    if (arguments.openmetrics) {
+        return mcstat::report_metrics(contents, fields) + std::string(metrics::kEnd);
+    }
+    const auto screen = tools::screen();
+    return mcstat::report_text(contents, fields,
+                               screen ? screen->columns : report::Table::kAnyWidth);
+}
+
+bool write(const std::string& text) {
     return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+}
+
+// What is at the top of the screen stays there, however much comes behind it.
+std::string in_place(const std::string& text, const tools::Screen& screen) {
+    return kClearScreen + tools::first_lines(text, screen.lines);
 }
 
 // Until it fails; an interrupt ends the program, which has nothing to put in order.
 bool watch(const mcstat::Fields& fields, const Arguments& arguments, double pause_s) {
-    const bool on_terminal = isatty(STDOUT_FILENO) != 0;
-    for (bool first = true;; first = false) {
-        if (on_terminal) {
-            std::fputs(kClearScreen, stdout);
-        } else if (!first) {
-            std::fputs("\n", stdout);
-        }
-        if (!show(fields, arguments)) return false;
+    for (bool is_first = true;; is_first = false) {
+        const std::string text = fresh_report(fields, arguments);
+        const auto screen = tools::screen();
+        const char* const gap = is_first ? "" : "\n";
+        if (!write(screen ? in_place(text, *screen) : gap + text)) return false;
         std::this_thread::sleep_for(std::chrono::duration<double>(pause_s));
     }
 }
@@ -93,6 +107,10 @@ int show_as_told(const options::Parser& parser, const Arguments& arguments) {
     if (arguments.print_fields) {
         std::fputs(mcstat::default_description().c_str(), stdout);
         return kDone;
+    }
+    if (arguments.json && arguments.openmetrics) {
+        complain("--json or --openmetrics: one of them");
+        return kUnusable;
     }
     const std::optional<double> pause_s = pause_of(parser, arguments);
     if (pause_s && *pause_s < 0) {
@@ -103,7 +121,8 @@ int show_as_told(const options::Parser& parser, const Arguments& arguments) {
         arguments.fields.empty()
             ? mcstat::parse_fields(mcstat::default_description(), "built-in description")
             : mcstat::read_fields(arguments.fields);
-    const bool written = pause_s ? watch(fields, arguments, *pause_s) : show(fields, arguments);
+    const bool written =
+        pause_s ? watch(fields, arguments, *pause_s) : write(fresh_report(fields, arguments));
     if (!written) complain("standard output takes nothing");
     return written ? kDone : kFailed;
 }

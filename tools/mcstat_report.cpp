@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/bytes.h"
+#include "node/metrics/exposition.h"
 #include "node/report/json.h"
 #include "node/report/table.h"
 
@@ -88,7 +89,8 @@ Json as_json(const Field& field, Bytes record) {
     }
 }
 
-std::string ports_text(const Contents& contents, const Fields& fields) {
+std::string ports_text(const Contents& contents, const Fields& fields, std::size_t width) {
+    constexpr std::size_t kPortColumn = 1;
     std::vector<report::Column> columns{{"port", report::Align::kLeft}, {"group limit"}};
     for (const Field& field : fields.port) columns.push_back(column_of(field));
     report::Table table("Ports", columns);
@@ -101,10 +103,16 @@ std::string ports_text(const Contents& contents, const Fields& fields) {
         }
         table.add(row);
     }
-    return table.text();
+    return table.text(width, kPortColumn);
 }
 
-std::string groups_text(const Contents& contents, const Fields& fields) {
+// As far as the group's address, before which are the port and what else tells groups apart.
+std::size_t columns_of_key(const std::vector<Field>& fields) {
+    const auto address = std::ranges::find(fields, Format::kIp, &Field::format);
+    return address == fields.end() ? 0 : static_cast<std::size_t>(address - fields.begin()) + 1;
+}
+
+std::string groups_text(const Contents& contents, const Fields& fields, std::size_t width) {
     std::vector<report::Column> columns;
     for (const Field& field : fields.group) columns.push_back(column_of(field));
     report::Table table("IGMP groups", columns);
@@ -115,7 +123,7 @@ std::string groups_text(const Contents& contents, const Fields& fields) {
         }
         table.add(row);
     }
-    return table.text();
+    return table.text(width, columns_of_key(fields.group));
 }
 
 Json fields_json(const std::vector<Field>& fields, Bytes record) {
@@ -132,13 +140,24 @@ Json port_json(const Contents& contents, const Fields& fields, std::uint32_t log
                          {"status", fields_json(fields.port, port_record(contents, logical))}});
 }
 
+// Of the groups that are listed; those of no port are left out.
+std::uint64_t groups_of_port(const Contents& contents, const Fields& fields, std::uint32_t port) {
+    const auto field = std::ranges::find(fields.group, Format::kPort, &Field::format);
+    if (field == fields.group.end()) return 0;
+    std::uint64_t groups = 0;
+    for (std::uint32_t i = 0; i < group_count(contents); ++i) {
+        if (value_of(*field, group_record(contents, i)) == port) ++groups;
+    }
+    return groups;
+}
+
 }  // namespace
 
-std::string report_text(const Contents& contents, const Fields& fields) {
+std::string report_text(const Contents& contents, const Fields& fields, std::size_t width) {
     const std::uint32_t fast_leave = word(contents, mc::kStatusFastLeave);
     return "Mode        " + mode_name(word(contents, mc::kStatusMode)) + "\nFast leave  " +
-           fast_leave_name(fast_leave) + "\n\n" + ports_text(contents, fields) + "\n" +
-           groups_text(contents, fields) + "\nGroups of MLD are not in the segment.\n";
+           fast_leave_name(fast_leave) + "\n\n" + ports_text(contents, fields, width) + "\n" +
+           groups_text(contents, fields, width) + "\nGroups of MLD are not in the segment.\n";
 }
 
 std::string report_json(const Contents& contents, const Fields& fields) {
@@ -156,6 +175,33 @@ std::string report_json(const Contents& contents, const Fields& fields) {
                                       {"ports", ports},
                                       {"groups", groups}});
     return object.text();
+}
+
+// What a field of a description is called is its user's choice, so it is a label and no name.
+std::string report_metrics(const Contents& contents, const Fields& fields) {
+    metrics::Exposition text;
+    text.gauge("mc_status_mode", "Multicast mode of the IGMP side: 1 where it is this one.");
+    text.sample({{"mode", mode_name(word(contents, mc::kStatusMode))}}, 1);
+    text.gauge("mc_status_fast_leave", "The global fast leave, as the command set it.");
+    text.sample({}, word(contents, mc::kStatusFastLeave));
+    text.gauge("mc_status_group_limit", "How many groups a port may join; 0 is not set.");
+    for (std::uint32_t logical = 0; logical < MC_PORTS; ++logical) {
+        text.sample({{"port", port_name(port_number(logical))}}, group_limit(contents, logical));
+    }
+    text.gauge("mc_status_port", "What the core tells about a port.");
+    for (std::uint32_t logical = 0; logical < MC_PORTS; ++logical) {
+        for (const Field& field : fields.port) {
+            const auto value = value_of(field, port_record(contents, logical));
+            if (!value) continue;
+            text.sample({{"port", port_name(port_number(logical))}, {"field", field.name}}, *value);
+        }
+    }
+    text.gauge("mc_status_groups", "IGMP groups in the status segment.");
+    for (std::uint32_t logical = 0; logical < MC_PORTS; ++logical) {
+        const std::uint32_t port = port_number(logical);
+        text.sample({{"port", port_name(port)}}, groups_of_port(contents, fields, port));
+    }
+    return text.families();
 }
 
 }  // namespace mcstat

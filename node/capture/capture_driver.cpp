@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "node/driver/frame_in_hand.h"
+#include "node/driver/frame_origin.h"
 #include "node/driver/trap_filter.h"
 
 namespace capture {
@@ -84,8 +84,9 @@ Progress Driver::progress() {
 }
 
 std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
-    driver::lay_down_frame();
+    driver::forget_origin();
     wait_for_start();
+    count_last_frame();
     while (!stopping_) {
         const std::optional<MergedFrame> merged = merge_.next();
         if (!merged) break;
@@ -93,7 +94,8 @@ std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
         const CapturedFrame& frame = merged->frame;
         advance_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
         std::ranges::copy(frame.bytes, buf.begin());
-        driver::take_frame_in_hand(merged->file, merged->number, frame.bytes);
+        driver::note_origin(merged->file, merged->number, frame.bytes);
+        driver::take_in_hand(*driver::slot_of_port(merged->port), frame.bytes);
         return driver::Delivery{merged->port, frame.length};
     }
     finish();
@@ -101,6 +103,7 @@ std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
 }
 
 bool Driver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
+    driver::note_sent();
     const std::lock_guard lock(mutex_);
     const std::optional<std::size_t> slot = driver::slot_of_port(port);
     if (!slot) {
@@ -140,6 +143,14 @@ void Driver::wait_for_start() {
     asked_for_frames_ = true;
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return started_; });
+}
+
+// Whoever asks for a frame is done with the one before.
+void Driver::count_last_frame() {
+    const auto fate = driver::put_down();
+    if (!fate) return;
+    const std::lock_guard lock(mutex_);
+    driver::count(*fate, counters_.in[fate->slot].fates);
 }
 
 // Counts a frame as it comes off its capture; true if the trap passes it on.

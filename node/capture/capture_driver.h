@@ -32,6 +32,7 @@
 #include "node/capture/switch_table.h"
 #include "node/driver/driver.h"
 #include "node/driver/frame_check.h"
+#include "node/driver/frame_fate.h"
 #include "node/driver/ports.h"
 
 namespace capture {
@@ -69,6 +70,7 @@ struct FramesIn {
     driver::RefusalCounts refused{};
 
     std::uint64_t out_of_order = 0;  // of all these: older than a frame before it
+    driver::FateCounts fates{};      // of those that the library took, IGMP and MLD
 
     [[nodiscard]] std::uint64_t total() const {
         return igmp + mld + not_trapped + too_long + truncated + refused.total();
@@ -145,6 +147,7 @@ class Driver final : public driver::Driver {
 
  private:
     void wait_for_start();
+    void count_last_frame();
     [[nodiscard]] bool admit(const MergedFrame& merged);
     void note_stamp(std::uint64_t stamp_us, FramesIn& counters);
     void advance_to(std::uint64_t target_us);

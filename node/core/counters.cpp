@@ -102,6 +102,24 @@ std::string_view name(Drop reason) { return text_of(kDropNames, reason); }
 
 std::string_view name(Sent kind) { return text_of(kSentNames, kind); }
 
+bool is_refused_join(Drop reason) {
+    switch (reason) {
+        case Drop::kSourceNeeded:
+        case Drop::kSsmOlderVersion:
+        case Drop::kNotAuthorised:
+        case Drop::kGroupLimit:
+        case Drop::kBandwidthLimit:
+        case Drop::kSourceBound:
+        case Drop::kGroupSourceBound:
+        case Drop::kHostBound:
+        case Drop::kGroupBound:
+        case Drop::kAddressBound:
+            return true;
+        default:
+            return false;
+    }
+}
+
 Counters counters() {
     const Lock lock;
     return core().counters;

@@ -26,6 +26,7 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/handed.h"
 #include "node/core/input.h"
 #include "node/core/message.h"
 #include "node/core/relay.h"
@@ -122,6 +123,7 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
 int32_t igmp_pkt_recv(uint8_t* ip_packet, uint16_t ip_total_length, uint32_t port,
                       uint32_t group_vlan, void* /*record*/) {
     if (ip_packet == nullptr) return 1;
+    const mcore::Handing handing;
     const mcore::Lock lock;
     mcore::Packet packet = mcore::packet_from(mcore::Family::kIpv4, port, group_vlan);
     const auto drop = mcore::take_packet({ip_packet, ip_total_length}, packet);

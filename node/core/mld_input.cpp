@@ -19,6 +19,7 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/handed.h"
 #include "node/core/input.h"
 #include "node/core/message.h"
 #include "node/core/relay.h"
@@ -142,6 +143,7 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
 int32_t mld_pkt_recv(uint8_t* ip_packet, uint32_t length, uint32_t port, uint32_t group_vlan,
                      MldReceiveRecord* /*record*/) {
     if (ip_packet == nullptr) return 1;
+    const mcore::Handing handing;
     const mcore::Lock lock;
     mcore::Packet packet = mcore::packet_from(mcore::Family::kIpv6, port, group_vlan);
     const auto drop = mcore::take_packet({ip_packet, length}, packet);

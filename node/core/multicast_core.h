@@ -258,6 +258,9 @@ inline constexpr std::size_t kSentKinds = static_cast<std::size_t>(Sent::kMldRel
 [[nodiscard]] std::string_view name(Drop reason);
 [[nodiscard]] std::string_view name(Sent kind);
 
+// Whether it was a host's wish, whole or in part, that was understood and not granted.
+[[nodiscard]] bool is_refused_join(Drop reason);
+
 struct Counters {
     std::array<std::uint64_t, kReceivedKinds> received{};
     std::array<std::uint64_t, kDropReasons> drops{};

@@ -157,7 +157,7 @@ bool is_frame_itself(const mcore::Event& event) {
 
 }  // namespace
 
-Lines lines_of(const mcore::Event& event, FrameSource source, const driver::FrameInHand* frame) {
+Lines lines_of(const mcore::Event& event, FrameSource source, const driver::FrameOrigin* frame) {
     Writer writer(event);
     std::visit(writer, event.what);
     JsonLine& line = writer.line();

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "node/core/events.h"
-#include "node/driver/frame_in_hand.h"
+#include "node/driver/frame_origin.h"
 
 namespace events {
 
@@ -19,6 +19,6 @@ struct Lines {
 
 // The frame is the one that the event comes from, or null.
 [[nodiscard]] Lines lines_of(const mcore::Event& event, FrameSource source,
-                             const driver::FrameInHand* frame);
+                             const driver::FrameOrigin* frame);
 
 }  // namespace events

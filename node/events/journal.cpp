@@ -69,7 +69,7 @@ void Journal::begin(std::uint64_t now_us) {
 }
 
 void Journal::take(const mcore::Event& event) {
-    const Lines lines = lines_of(event, run_.source, driver::frame_in_hand());
+    const Lines lines = lines_of(event, run_.source, driver::origin_in_hand());
     const auto course = course_of(event.what);
     std::optional<Subject> subject;
     if (course) {

@@ -27,6 +27,7 @@ struct Arguments {
     std::uint32_t debug = 0;  // for mc_debug and mld_debug
     bool json = false;
     events::Wanted recorded;
+    std::string metrics;  // address and port to serve them at; empty: not at all
 };
 
 }  // namespace live

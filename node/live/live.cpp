@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,14 +29,17 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
+#include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/live/core_clock.h"
 #include "node/live/live_driver.h"
 #include "node/live/live_error.h"
+#include "node/live/live_metrics.h"
 #include "node/live/live_summary.h"
 #include "node/live/netlink.h"
 #include "node/live/own_address.h"
+#include "node/metrics/http_server.h"
 #include "node/report/console.h"
 #include "node/timeline/recording.h"
 
@@ -197,21 +201,30 @@ std::uint64_t wall_offset_us() {
     return static_cast<std::uint64_t>(wall_us) - CoreClock::now_us();
 }
 
+std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, LiveDriver& driver) {
+    if (arguments.metrics.empty()) return nullptr;
+    return std::make_unique<metrics::HttpServer>(arguments.metrics,
+                                                 [&driver] { return metric_families(driver); });
+}
+
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
+    const int signals = catch_signals();
+    be_the_only_one();
+    console::offer(host.complain, {});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    const int signals = catch_signals();
-    be_the_only_one();
     draw_seed();
     CoreClock::move();
     timeline::Recording recording(arguments.recorded,
                                   {events::FrameSource::kInterface, wall_offset_us()});
 
     LiveDriver& driver = make_driver(arguments, host);
+    const auto metrics =
+        serve_metrics(arguments, driver);  // or say why not before the bridge is taken
     try {
         driver.begin();
     } catch (const LiveError&) {
@@ -221,6 +234,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     const std::uint64_t begin_us = CoreClock::now_us();
     CoreClock::move();
     driver::set_before_command(CoreClock::move);
+    driver::know_own_frames({sys_mac, mld_sys_mac});
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
@@ -238,6 +252,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     driver.start();
     await_command_queue();
     host.complain(ready_line(arguments, own_address));
+    if (metrics) host.complain("metrics at " + metrics->url());
     supervisor.run();
 
     const std::uint64_t end_us = CoreClock::now_us();

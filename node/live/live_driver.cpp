@@ -6,16 +6,18 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <utility>
 
 #include "adapt/records.h"
 #include "node/core/multicast_core.h"
-#include "node/driver/frame_in_hand.h"
+#include "node/driver/frame_origin.h"
 #include "node/driver/trap_filter.h"
 #include "node/live/live_error.h"
 
@@ -44,6 +46,24 @@ void listen_to(int epoll, int descriptor, std::uint64_t number) {
     if (epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) != 0) {
         throw LiveError(std::string("epoll: ") + std::strerror(errno));
     }
+}
+
+std::uint64_t realtime_ns() {
+    constexpr std::uint64_t kSecond = 1'000'000'000;
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * kSecond +
+           static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+// Of an entry that a report makes: others follow from no frame. The machine's time of day may be
+// set back meanwhile.
+void note_latency(metrics::Histogram& latency) {
+    constexpr std::uint64_t kNanosecondsPerMicrosecond = 1000;
+    const auto arrived_ns = driver::arrival_in_hand();
+    if (!arrived_ns || *arrived_ns == 0) return;
+    const std::uint64_t now_ns = realtime_ns();
+    latency.count((now_ns - std::min(now_ns, *arrived_ns)) / kNanosecondsPerMicrosecond);
 }
 
 Group group_of(const mcore::EntryOwner& owner) { return {owner.family, owner.group}; }
@@ -123,12 +143,20 @@ driver::MacAddress LiveDriver::bridge_mac() {
     return bridge_.mac();
 }
 
+// Under the mutex.
+Report LiveDriver::counts_now() {
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) note_drops(slot);
+    return {counters_, {}, send_invalid_port_, entry_latency_};
+}
+
+Report LiveDriver::counts() {
+    const std::lock_guard lock(mutex_);
+    return counts_now();
+}
+
 Report LiveDriver::report() {
     const std::lock_guard lock(mutex_);
-    Report report;
-    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) note_drops(slot);
-    report.ports = counters_;
-    report.send_invalid_port = send_invalid_port_;
+    Report report = counts_now();
     for (const auto& [key, entry] : bridge_.entries().entries()) {
         const bool is_ours = entry.state == EntryState::kOurs;
         EntryReport row{driver::port_of_slot(key.slot),
@@ -173,47 +201,58 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
         started_.wait(false);
         is_prepared_ = true;
     }
-    driver::lay_down_frame();
+    driver::forget_origin();
+    count_last_frame();
     while (true) {
         epoll_event event{};
         if (epoll_wait(epoll_, &event, 1, -1) < 1) continue;  // a signal, for a debugger's sake
         if (event.data.u64 == kWake) return std::nullopt;
-        const std::uint32_t length = take_frame(event.data.u64, buf);
-        if (length == 0) continue;
+        const auto arrival = take_frame(event.data.u64, buf);
+        if (!arrival) continue;
         now_();
         const PortCounters& counters = counters_[event.data.u64];
-        driver::take_frame_in_hand(counters.interface, counters.igmp + counters.mld,
-                                   buf.first(length));
-        return driver::Delivery{driver::port_of_slot(event.data.u64), length};
+        const auto frame = buf.first(arrival->length);
+        driver::note_origin(counters.interface, counters.igmp + counters.mld, frame);
+        driver::take_in_hand(event.data.u64, frame, arrival->stamp_ns);
+        return driver::Delivery{driver::port_of_slot(event.data.u64), arrival->length};
     }
 }
 
-// 0 when the port has none, or one that does not go to the library.
-std::uint32_t LiveDriver::take_frame(std::size_t slot, std::span<std::uint8_t> buf) {
+// Whoever asks for a frame is done with the one before.
+void LiveDriver::count_last_frame() {
+    const auto fate = driver::put_down();
+    if (!fate) return;
     const std::lock_guard lock(mutex_);
-    if (ended_ || !sockets_[slot]) return 0;
-    const auto size = sockets_[slot]->receive(buf);
-    if (!size) return 0;
+    driver::count(*fate, counters_[fate->slot].fates);
+}
+
+// Nothing when the port has none, or one that does not go to the library.
+std::optional<Arrival> LiveDriver::take_frame(std::size_t slot, std::span<std::uint8_t> buf) {
+    const std::lock_guard lock(mutex_);
+    if (ended_ || !sockets_[slot]) return std::nullopt;
+    const auto arrival = sockets_[slot]->receive(buf);
+    if (!arrival) return std::nullopt;
     PortCounters& counters = counters_[slot];
-    if (*size > driver::kLongestFrame) {
+    if (arrival->length > driver::kLongestFrame) {
         ++counters.too_long;
-        return 0;
+        return std::nullopt;
     }
-    const auto frame = buf.first(*size);
+    const auto frame = buf.first(arrival->length);
     const driver::TrapVerdict verdict = driver::classify(frame);
     if (verdict != driver::TrapVerdict::kIgmp && verdict != driver::TrapVerdict::kMld) {
         ++counters.not_trapped;
-        return 0;
+        return std::nullopt;
     }
     if (const auto refused = driver::refuse(frame, slot == driver::kUplinkSlot)) {
         counters.refused.count(*refused);
-        return 0;
+        return std::nullopt;
     }
     ++(verdict == driver::TrapVerdict::kIgmp ? counters.igmp : counters.mld);
-    return *size;
+    return arrival;
 }
 
 bool LiveDriver::send(std::int64_t port, std::span<const std::uint8_t> frame) {
+    driver::note_sent();
     const std::lock_guard lock(mutex_);
     const auto slot = driver::slot_of_port(port);
     if (!slot) {
@@ -250,6 +289,7 @@ bool LiveDriver::set_entry(std::int64_t port, const driver::MacAddress& mac, std
     const auto owner = owner_in_hand(mac);
     if (!slot || !owner || ended_) return false;
     const bool done = bridge_.entries().set(*slot, group_of(*owner), vlan, owner->filter);
+    if (done) note_latency(entry_latency_);
     if (bridge_.entries().take_overflow()) bridge_.recover_from_overflow();
     return done;
 }

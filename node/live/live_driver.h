@@ -25,10 +25,12 @@
 
 #include "node/driver/driver.h"
 #include "node/driver/frame_check.h"
+#include "node/driver/frame_fate.h"
 #include "node/driver/ports.h"
 #include "node/live/bridge.h"
 #include "node/live/port_socket.h"
 #include "node/live/say.h"
+#include "node/metrics/exposition.h"
 
 namespace live {
 
@@ -39,6 +41,7 @@ struct PortCounters {
     std::uint64_t not_trapped = 0;  // let through by the socket's filter, refused on a closer look
     std::uint64_t too_long = 0;     // above driver::kLongestFrame
     driver::RefusalCounts refused{};
+    driver::FateCounts fates{};        // of what the library took, but for a frame in hand
     std::uint64_t socket_dropped = 0;  // came when the socket had no room
     std::uint64_t sent = 0;
     std::uint64_t send_failed = 0;
@@ -56,6 +59,7 @@ struct Report {
     driver::PerPort<PortCounters> ports;
     std::vector<EntryReport> entries;
     std::uint64_t send_invalid_port = 0;
+    metrics::Histogram entry_latency;  // from a report's arrival to the entry that it makes
 };
 
 class LiveDriver final : public driver::Driver {
@@ -80,6 +84,8 @@ class LiveDriver final : public driver::Driver {
 
     [[nodiscard]] driver::MacAddress bridge_mac();
     [[nodiscard]] Report report();
+    // The same without the entries, of which there may be many.
+    [[nodiscard]] Report counts();
 
     // ---- What the L2_multicast_ functions do ----
 
@@ -94,7 +100,9 @@ class LiveDriver final : public driver::Driver {
 
  private:
     void open_port(std::size_t slot, int index);
-    [[nodiscard]] std::uint32_t take_frame(std::size_t slot, std::span<std::uint8_t> buf);
+    void count_last_frame();
+    [[nodiscard]] std::optional<Arrival> take_frame(std::size_t slot, std::span<std::uint8_t> buf);
+    [[nodiscard]] Report counts_now();
     void note_drops(std::size_t slot);
     [[nodiscard]] std::optional<mcore::EntryOwner> owner_in_hand(const driver::MacAddress& mac);
 
@@ -113,6 +121,7 @@ class LiveDriver final : public driver::Driver {
     driver::PerPort<std::unique_ptr<PortSocket>> sockets_;
     driver::PerPort<PortCounters> counters_;
     std::uint64_t send_invalid_port_ = 0;
+    metrics::Histogram entry_latency_;
     bool said_no_group_ = false;
 
     std::atomic<bool> started_ = false;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "node/report/fates.h"
 #include "node/report/json.h"
 #include "node/report/table.h"
 #include "node/report/values.h"
@@ -35,25 +36,6 @@ std::string vlans_text(const EntryReport& entry) {
     return text;
 }
 
-// The frames that the driver kept from the library, and the sends that came to nothing.
-std::vector<report::Count> driver_drops(const Report& report) {
-    PortCounters sum;
-    for (const PortCounters& port : report.ports) {
-        sum.not_trapped += port.not_trapped;
-        sum.too_long += port.too_long;
-        sum.refused += port.refused;
-        sum.socket_dropped += port.socket_dropped;
-        sum.send_failed += port.send_failed;
-    }
-    std::vector<report::Count> drops{{"not trapped", sum.not_trapped},
-                                     {"longer than 2000 bytes", sum.too_long},
-                                     {"no room in the socket", sum.socket_dropped},
-                                     {"not sent", sum.send_failed},
-                                     {"sent to an unknown port", report.send_invalid_port}};
-    report::add_refusals(drops, sum.refused);
-    return drops;
-}
-
 std::string ports_text(const Report& report) {
     Table table("Ports", {{"port", Align::kLeft},
                           {"interface", Align::kLeft},
@@ -69,6 +51,15 @@ std::string ports_text(const Report& report) {
                    number(port.socket_dropped), number(port.sent), number(port.send_failed)});
     }
     return table.text();
+}
+
+std::string frames_taken_text(const Report& report) {
+    std::vector<report::PortFates> ports;
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        const PortCounters& port = report.ports[slot];
+        if (!port.interface.empty()) ports.push_back({driver::name_of_slot(slot), port.fates});
+    }
+    return report::fates_text(ports);
 }
 
 std::string entries_text(const Summary& summary) {
@@ -100,6 +91,7 @@ Json ports_json(const Report& report) {
                                {"not_trapped", port.not_trapped},
                                {"too_long", port.too_long},
                                {"refused", port.refused.total()},
+                               {"taken", report::fates_json(port.fates)},
                                {"socket_dropped", port.socket_dropped},
                                {"sent", port.sent},
                                {"send_failed", port.send_failed}}));
@@ -130,10 +122,30 @@ Json entries_json(const Report& report) {
 
 }  // namespace
 
+report::Drops drops_of(const Report& report) {
+    PortCounters sum;
+    for (const PortCounters& port : report.ports) {
+        sum.not_trapped += port.not_trapped;
+        sum.too_long += port.too_long;
+        sum.refused += port.refused;
+        sum.fates += port.fates;
+        sum.socket_dropped += port.socket_dropped;
+        sum.send_failed += port.send_failed;
+    }
+    std::vector<report::Count> drops{{"not trapped", sum.not_trapped},
+                                     {"longer than 2000 bytes", sum.too_long},
+                                     {"no room in the socket", sum.socket_dropped},
+                                     {"not sent", sum.send_failed},
+                                     {"sent to an unknown port", report.send_invalid_port}};
+    report::add_refusals(drops, sum.refused);
+    return {drops, report::library_drops(sum.fates)};
+}
+
 std::string as_text(const Summary& summary) {
     const std::string upstream = report::upstream_text(summary.core);
-    return ports_text(summary.report) + "\n" + report::messages_text(summary.core) + "\n" +
-           report::drops_text(driver_drops(summary.report), summary.core) + "\n" +
+    return ports_text(summary.report) + "\n" + frames_taken_text(summary.report) + "\n" +
+           report::messages_text(summary.core) + "\n" +
+           report::drops_text(drops_of(summary.report), summary.core) + "\n" +
            report::memberships_text(summary.core) + "\n" + upstream +
            (upstream.empty() ? "" : "\n") + report::router_ports_text(summary.core) + "\n" +
            entries_text(summary) + "\nRan for " + report::fixed(summary.ran_s, 1) + " s\n";
@@ -146,7 +158,7 @@ std::string as_json(const Summary& summary) {
                                {"ports", ports_json(summary.report)},
                                {"entries", entries_json(summary.report)}})},
         {"core", report::core_json(summary.core)},
-        {"drops", report::drops_json(driver_drops(summary.report), summary.core)},
+        {"drops", report::drops_json(drops_of(summary.report), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
         {"upstream", report::upstream_json(summary.core)},
         {"router_ports", report::router_ports_json(summary.core)},

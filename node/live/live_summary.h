@@ -15,6 +15,10 @@ struct Summary {
     double ran_s;
 };
 
+// The frames that the driver kept from the library, those of which the library made nothing, and
+// the sends that came to nothing.
+[[nodiscard]] report::Drops drops_of(const Report& report);
+
 [[nodiscard]] std::string as_text(const Summary& summary);
 // Ends with a line feed.
 [[nodiscard]] std::string as_json(const Summary& summary);

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 
 #include "common/bytes.h"
 #include "common/ethernet.h"
@@ -47,7 +48,8 @@ bool prepare(int descriptor, int index) {
         return false;
     }
     static_cast<void>(
-        set(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBuffer));  // smaller works too
+        set(descriptor, SOL_SOCKET, SO_RCVBUFFORCE, kReceiveBuffer));     // smaller works too
+    static_cast<void>(set(descriptor, SOL_SOCKET, SO_TIMESTAMPNS, kOn));  // and so does none
     sockaddr_ll address{};
     address.sll_family = AF_PACKET;
     address.sll_protocol = htons(ETH_P_ALL);
@@ -55,21 +57,48 @@ bool prepare(int descriptor, int index) {
     return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-// The tag that the kernel has taken off, as the four bytes on the wire.
-std::optional<std::array<std::uint8_t, mc::kTagLength>> taken_tag(msghdr& message) {
+// What the kernel hands over beside a frame.
+template <class Value>
+std::optional<Value> beside(msghdr& message, int level, int type) {
     for (const cmsghdr* one = CMSG_FIRSTHDR(&message); one != nullptr;
          one = CMSG_NXTHDR(&message, const_cast<cmsghdr*>(one))) {
-        if (one->cmsg_level != SOL_PACKET || one->cmsg_type != PACKET_AUXDATA) continue;
-        tpacket_auxdata data;
-        std::memcpy(&data, CMSG_DATA(one), sizeof data);
-        if ((data.tp_status & TP_STATUS_VLAN_VALID) == 0) return std::nullopt;
-        const bool has_tpid = (data.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
-        std::array<std::uint8_t, mc::kTagLength> tag{};
-        mc::store_be16(tag.data(), has_tpid ? data.tp_vlan_tpid : ETH_P_8021Q);
-        mc::store_be16(tag.data() + 2, data.tp_vlan_tci);
-        return tag;
+        if (one->cmsg_level != level || one->cmsg_type != type) continue;
+        Value value;
+        std::memcpy(&value, CMSG_DATA(one), sizeof value);
+        return value;
     }
     return std::nullopt;
+}
+
+// The tag that it has taken off, as the four bytes on the wire.
+std::optional<std::array<std::uint8_t, mc::kTagLength>> taken_tag(msghdr& message) {
+    const auto data = beside<tpacket_auxdata>(message, SOL_PACKET, PACKET_AUXDATA);
+    if (!data || (data->tp_status & TP_STATUS_VLAN_VALID) == 0) return std::nullopt;
+    const bool has_tpid = (data->tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
+    std::array<std::uint8_t, mc::kTagLength> tag{};
+    mc::store_be16(tag.data(), has_tpid ? data->tp_vlan_tpid : ETH_P_8021Q);
+    mc::store_be16(tag.data() + 2, data->tp_vlan_tci);
+    return tag;
+}
+
+std::uint64_t stamp_ns(msghdr& message) {
+    constexpr std::uint64_t kSecond = 1'000'000'000;
+    const auto stamp = beside<timespec>(message, SOL_SOCKET, SCM_TIMESTAMPNS);
+    if (!stamp) return 0;
+    return static_cast<std::uint64_t>(stamp->tv_sec) * kSecond +
+           static_cast<std::uint64_t>(stamp->tv_nsec);
+}
+
+// Behind the MACs of a frame of so many bytes. The length that this makes.
+std::uint32_t put_back(const std::array<std::uint8_t, mc::kTagLength>& tag,
+                       std::span<std::uint8_t> buf, std::uint32_t length) {
+    if (buf.size() < mc::kMacsLength + mc::kTagLength || length < mc::kMacsLength) return length;
+    const std::size_t behind = std::min<std::size_t>(length - mc::kMacsLength,
+                                                     buf.size() - mc::kMacsLength - mc::kTagLength);
+    std::memmove(buf.data() + mc::kMacsLength + mc::kTagLength, buf.data() + mc::kMacsLength,
+                 behind);
+    std::memcpy(buf.data() + mc::kMacsLength, tag.data(), mc::kTagLength);
+    return length + mc::kTagLength;
 }
 
 }  // namespace
@@ -85,9 +114,11 @@ PortSocket::PortSocket(const std::string& interface, int index)
 
 PortSocket::~PortSocket() { close(descriptor_); }
 
-std::optional<std::uint32_t> PortSocket::receive(std::span<std::uint8_t> buf) const {
+std::optional<Arrival> PortSocket::receive(std::span<std::uint8_t> buf) const {
     iovec part{buf.data(), buf.size()};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(tpacket_auxdata))> control;
+    constexpr std::size_t kControl =
+        CMSG_SPACE(sizeof(tpacket_auxdata)) + CMSG_SPACE(sizeof(timespec));
+    alignas(cmsghdr) std::array<char, kControl> control;
     msghdr message{};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
@@ -95,17 +126,9 @@ std::optional<std::uint32_t> PortSocket::receive(std::span<std::uint8_t> buf) co
     message.msg_controllen = control.size();
     const ssize_t size = recvmsg(descriptor_, &message, MSG_TRUNC);
     if (size < 0) return std::nullopt;
-    const auto length = static_cast<std::uint32_t>(size);
-    const auto tag = taken_tag(message);
-    if (!tag || buf.size() < mc::kMacsLength + mc::kTagLength || length < mc::kMacsLength) {
-        return length;
-    }
-    const std::size_t behind = std::min<std::size_t>(length - mc::kMacsLength,
-                                                     buf.size() - mc::kMacsLength - mc::kTagLength);
-    std::memmove(buf.data() + mc::kMacsLength + mc::kTagLength, buf.data() + mc::kMacsLength,
-                 behind);
-    std::memcpy(buf.data() + mc::kMacsLength, tag->data(), mc::kTagLength);
-    return length + mc::kTagLength;
+    auto length = static_cast<std::uint32_t>(size);
+    if (const auto tag = taken_tag(message)) length = put_back(*tag, buf, length);
+    return Arrival{length, stamp_ns(message)};
 }
 
 bool PortSocket::send(std::span<const std::uint8_t> frame, std::uint16_t default_vid) const {

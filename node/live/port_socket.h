@@ -10,6 +10,11 @@
 
 namespace live {
 
+struct Arrival {
+    std::uint32_t length;    // on the wire, which may be more than what fits
+    std::uint64_t stamp_ns;  // CLOCK_REALTIME, as the kernel took it; 0 when it did not
+};
+
 class PortSocket {
  public:
     // Throws LiveError.
@@ -20,9 +25,9 @@ class PortSocket {
 
     [[nodiscard]] int descriptor() const { return descriptor_; }
 
-    // The next frame, in buf, without waiting: its length on the wire, which may be more than what
-    // fits. Nothing when there is none, or when the interface has gone down.
-    [[nodiscard]] std::optional<std::uint32_t> receive(std::span<std::uint8_t> buf) const;
+    // The next frame, in buf, without waiting. Nothing when there is none, or when the interface
+    // has gone down.
+    [[nodiscard]] std::optional<Arrival> receive(std::span<std::uint8_t> buf) const;
 
     // As a switch whose untagged frames belong to the default VLAN: see node/live/egress.h.
     [[nodiscard]] bool send(std::span<const std::uint8_t> frame, std::uint16_t default_vid) const;

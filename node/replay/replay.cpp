@@ -15,6 +15,7 @@
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
+#include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
 #include "node/replay/progress_line.h"
@@ -78,6 +79,7 @@ capture::Replay replay_of(const Arguments& arguments) {
 // Runs the library over the captures. False when it never came for the frames.
 bool run_replay(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
+    driver::know_own_frames({sys_mac, mld_sys_mac});
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
     mld_debug = arguments.debug;
@@ -109,6 +111,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     driver.prepare(replay_of(arguments));
 
     timeline::Recording recording(arguments.recorded, {events::FrameSource::kCapture, {}});
+    if (arguments.hold) console::offer(host.complain, {});
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
         host.complain("standard output cannot be diverted");

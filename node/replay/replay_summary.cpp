@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "node/driver/ports.h"
+#include "node/report/fates.h"
 #include "node/report/json.h"
 #include "node/report/table.h"
 #include "node/report/values.h"
@@ -61,6 +62,7 @@ FramesIn total_in(const Counters& counters) {
         sum.truncated += port.truncated;
         sum.refused += port.refused;
         sum.out_of_order += port.out_of_order;
+        sum.fates += port.fates;
     }
     return sum;
 }
@@ -130,6 +132,14 @@ std::string frames_in_text(const Counters& counters) {
     return table.text();
 }
 
+std::string frames_taken_text(const Counters& counters) {
+    std::vector<report::PortFates> ports;
+    for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
+        ports.push_back({driver::name_of_slot(slot), counters.in[slot].fates});
+    }
+    return report::fates_text(ports);
+}
+
 std::string frames_out_text(const Counters& counters) {
     Table table("Frames out", {{"port", Align::kLeft}, {"sent"}, {"failed"}});
     FramesOut sum;
@@ -147,8 +157,9 @@ std::string frames_out_text(const Counters& counters) {
 
 // ---- What the core knows ----
 
-// The frames that the driver kept from the library, and the sends that it refused.
-std::vector<report::Count> driver_drops(const Counters& counters) {
+// The frames that the driver kept from the library, those of which the library made nothing, and
+// the sends that were refused.
+report::Drops drops_of(const Counters& counters) {
     const FramesIn in = total_in(counters);
     std::vector<report::Count> drops{{"not trapped", in.not_trapped},
                                      {"longer than 2000 bytes", in.too_long},
@@ -156,7 +167,7 @@ std::vector<report::Count> driver_drops(const Counters& counters) {
                                      {"sent to an unknown port", counters.send_invalid_port},
                                      {"sent without bytes", counters.send_empty}};
     report::add_refusals(drops, in.refused);
-    return drops;
+    return {drops, report::library_drops(in.fates)};
 }
 
 // The MAC address that the frames of the group carry (RFC 1112, RFC 2464).
@@ -253,7 +264,8 @@ Json frames_in_json(const Counters& counters) {
                                {"too_long", in.too_long},
                                {"truncated", in.truncated},
                                {"refused", in.refused.total()},
-                               {"out_of_order", in.out_of_order}}));
+                               {"out_of_order", in.out_of_order},
+                               {"taken", report::fates_json(in.fates)}}));
     }
     return rows;
 }
@@ -297,9 +309,10 @@ std::string as_text(const Summary& summary) {
         time_text(summary),
         commands_text(summary),
         frames_in_text(counters),
+        frames_taken_text(counters),
         frames_out_text(counters),
         report::messages_text(summary.core),
-        report::drops_text(driver_drops(counters), summary.core),
+        report::drops_text(drops_of(counters), summary.core),
         report::memberships_text(summary.core),
         report::upstream_text(summary.core),
         report::router_ports_text(summary.core),
@@ -327,7 +340,7 @@ std::string as_json(const Summary& summary) {
         {"frames_in", frames_in_json(counters)},
         {"frames_out", frames_out_json(counters)},
         {"core", report::core_json(summary.core)},
-        {"drops", report::drops_json(driver_drops(counters), summary.core)},
+        {"drops", report::drops_json(drops_of(counters), summary.core)},
         {"memberships", report::memberships_json(summary.core)},
         {"upstream", report::upstream_json(summary.core)},
         {"router_ports", report::router_ports_json(summary.core)},

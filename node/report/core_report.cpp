@@ -118,14 +118,15 @@ std::string messages_text(const CoreReport& core) {
            counts_text("Sent by the core", "messages", named<mcore::Sent>(core.counters.sent));
 }
 
-std::string drops_text(const std::vector<Count>& driver, const CoreReport& core) {
+std::string drops_text(const Drops& drops, const CoreReport& core) {
     Table table("Drops", {{"by", Align::kLeft}, {"reason", Align::kLeft}, {"count"}});
     const auto add = [&table](const char* by, const std::vector<Count>& counts) {
         for (const Count& count : counts) {
             if (count.value > 0) table.add({by, std::string(count.name), number(count.value)});
         }
     };
-    add("driver", driver);
+    add("driver", drops.driver);
+    add("library", drops.library);
     add("core", named<mcore::Drop>(core.counters.drops));
     return table.text();
 }
@@ -193,9 +194,10 @@ Json core_json(const CoreReport& core) {
                          {"remove_failures", core.counters.remove_failures}});
 }
 
-Json drops_json(const std::vector<Count>& driver, const CoreReport& core) {
-    return Json::object(
-        {{"driver", json_of(driver)}, {"core", json_of(named<mcore::Drop>(core.counters.drops))}});
+Json drops_json(const Drops& drops, const CoreReport& core) {
+    return Json::object({{"driver", json_of(drops.driver)},
+                         {"library", json_of(drops.library)},
+                         {"core", json_of(named<mcore::Drop>(core.counters.drops))}});
 }
 
 Json memberships_json(const CoreReport& core) {

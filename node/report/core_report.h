@@ -30,6 +30,12 @@ struct Count {
     std::uint64_t value;
 };
 
+// What became of nothing before it came to the core.
+struct Drops {
+    std::vector<Count> driver;
+    std::vector<Count> library;
+};
+
 // A row for each reason to refuse a frame, for the drops of a driver.
 void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refused);
 
@@ -45,8 +51,8 @@ void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refuse
 
 // Two tables: messages received and sent.
 [[nodiscard]] std::string messages_text(const CoreReport& core);
-// Driver and core, with their reasons; those that are 0 are left out.
-[[nodiscard]] std::string drops_text(const std::vector<Count>& driver, const CoreReport& core);
+// Driver, library and core, with their reasons; those that are 0 are left out.
+[[nodiscard]] std::string drops_text(const Drops& drops, const CoreReport& core);
 [[nodiscard]] std::string memberships_text(const CoreReport& core);
 // Groups that proxy mode reports; empty when there are none.
 [[nodiscard]] std::string upstream_text(const CoreReport& core);
@@ -55,7 +61,7 @@ void add_refusals(std::vector<Count>& drops, const driver::RefusalCounts& refuse
 [[nodiscard]] std::string entry_changes_text(const CoreReport& core);
 
 [[nodiscard]] Json core_json(const CoreReport& core);
-[[nodiscard]] Json drops_json(const std::vector<Count>& driver, const CoreReport& core);
+[[nodiscard]] Json drops_json(const Drops& drops, const CoreReport& core);
 [[nodiscard]] Json memberships_json(const CoreReport& core);
 [[nodiscard]] Json upstream_json(const CoreReport& core);
 [[nodiscard]] Json router_ports_json(const CoreReport& core);

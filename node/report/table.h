@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,10 +23,18 @@ class Table {
     void add(std::vector<std::string> row);
 
     // Title, header, rows; "(none)" in place of them when there is no row.
-    [[nodiscard]] std::string text() const;
+    [[nodiscard]] std::string text() const { return text(kAnyWidth, 0); }
+    // The same in lines of at most so many bytes, as far as single cells allow: what does not fit
+    // stands below, behind the first columns once more, which say what a row is about.
+    [[nodiscard]] std::string text(std::size_t width, std::size_t repeated) const;
+
+    static constexpr std::size_t kAnyWidth = SIZE_MAX;
 
  private:
-    [[nodiscard]] std::string line(const std::vector<std::string>& cells) const;
+    using Shown = std::vector<std::size_t>;  // indices of columns
+
+    [[nodiscard]] std::vector<Shown> fold(std::size_t width, std::size_t repeated) const;
+    [[nodiscard]] std::string line(const std::vector<std::string>& cells, const Shown& shown) const;
 
     std::string title_;
     std::vector<Column> columns_;

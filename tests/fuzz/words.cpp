@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <numeric>
@@ -23,6 +24,7 @@
 #include "tests/fuzz/streams.h"
 #include "tools/command_line.h"
 #include "tools/command_table.h"
+#include "tools/console_client.h"
 #include "tools/documents.h"
 #include "tools/queue_reader.h"
 #include "tools/values.h"
@@ -56,6 +58,37 @@ bool fails(unsigned n) {
 
 // In place of the look at what runs on this machine.
 bool commands::is_surely_unread() { return sum % 13 == 0; }
+
+// ---- The console --------------------------------------------------------------------------------
+
+namespace {
+
+constexpr std::string_view kAnswer = "what the node prints\n";
+std::optional<Record> awaited;
+bool is_gone = false;  // the node, behind a record
+
+}  // namespace
+
+std::optional<commands::Conversation> commands::await_answer(const Record& record) {
+    must(!posted && !awaited, "an answer is awaited before the record is posted, and once");
+    if (sum % 17 == 0) throw ConsoleError("silent");
+    if (sum % 3 == 0) return std::nullopt;
+    awaited = record;
+    return Conversation{-1, {}, 0};
+}
+
+std::string commands::take_answer(Conversation& /*conversation*/) {
+    must(posted.has_value(), "an answer to what was posted");
+    is_gone = sum % 5 == 0;
+    if (is_gone) throw ConsoleError("gone");
+    return sum % 2 == 0 ? std::string(kAnswer) : "";
+}
+
+bool commands::follow_console() {
+    if (sum % 5 == 0) throw ConsoleError("none");
+    std::fwrite(kAnswer.data(), 1, kAnswer.size(), stdout);
+    return sum % 2 == 0;
+}
 
 extern "C" {
 
@@ -194,6 +227,8 @@ bool is_dry_run(const Words& words) { return std::ranges::count(words, "--dry-ru
 // One record or one complaint; what is no command prints something.
 void check_run(const Words& words) {
     posted.reset();
+    awaited.reset();
+    is_gone = false;
     const fuzz::Ran ran = fuzz::run_program(mcctl_main, "mcctl", words);
     must(ran.status >= 0 && ran.status <= 2, "the status of the program");
     const bool has_note = ran.status == 0 && ran.complaint.starts_with("mcctl: note: ");
@@ -201,17 +236,20 @@ void check_run(const Words& words) {
     if (has_note) fuzz::check_complaint(ran.complaint);
     if (ran.status != 0) {
         fuzz::check_complaint(ran.complaint);
-        must(!posted && ran.output.empty(), "a complaint, and something else");
+        must(posted.has_value() == is_gone && ran.output.empty(),
+             "a complaint, and something else");
         return;
     }
-    must(posted.has_value() == ran.output.empty(), "a command is silent, and nothing else is");
+    const bool is_answered = awaited && ran.output == kAnswer;
+    must(posted.has_value() == (ran.output.empty() || is_answered),
+         "a command prints its answer, and anything else something");
     if (posted) must(!is_dry_run(words), "a dry run posts nothing");
 }
 
 // The words are a command, and nothing that the program itself understands stands among them.
 bool is_plain(const Words& words) {
-    constexpr std::string_view kOwn[] = {"--help",      "-h",         "--dry-run",
-                                         "--reference", "completion", "help"};
+    constexpr std::string_view kOwn[] = {"--help",     "-h",      "--dry-run", "--reference",
+                                         "completion", "console", "help"};
     return !words.empty() && std::ranges::none_of(words, [&](const std::string& word) {
         return std::ranges::find(kOwn, word) != std::end(kOwn);
     });
@@ -220,6 +258,7 @@ bool is_plain(const Words& words) {
 void check_posted(const Record& record) {
     if (!posted) return;  // the queue failed
     must(posted->code == record.code, "the type of what is posted");
+    must(!awaited || equal(*awaited, record), "the record whose answer is awaited");
     must(std::ranges::equal(posted->bytes, record.text()), "the bytes of what is posted");
 }
 
