@@ -80,10 +80,15 @@ class Timeline(unittest.TestCase):
         cls.story = Run(events)
         cls.browser = browser.Browser()
         cls.addClassCleanup(cls.browser.close)
+        cls.shown = None
 
     def setUp(self):
         self.browser.prefer("light")
-        self.open(self.page)
+        if self.shown != self.page:
+            self.open(self.page)
+        self.run_in_page("for (const name of ['port', 'vlan', 'group']) document.getElementById(name).value = '';"
+                         "filter(); showWhole()")
+        self.settle()
 
     def tearDown(self):
         self.assertEqual(self.browser.complaints(), [])
@@ -92,6 +97,7 @@ class Timeline(unittest.TestCase):
 
     def open(self, page):
         self.browser.open(page)
+        type(self).shown = page
         self.run_in_page("document.getElementById('canvas').focus()")
         self.settle()
 
