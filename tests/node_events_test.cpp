@@ -188,6 +188,21 @@ TEST_P(Events, OfASecondHostAndOfAnOlderOneAreChanges) {
     EXPECT_THAT(told(), ElementsAre("received report", "changed, exclude 0, of 2"));
 }
 
+TEST_P(Events, OfAnOlderMessageNameItsVersionAndItsGroup) {
+    const auto expect_older = [this] {
+        const auto message = last<mcore::MessageReceived>().message;
+        EXPECT_EQ(message.version, is_igmp() ? 2 : 1);
+        ASSERT_THAT(message.groups, SizeIs(1));
+        EXPECT_EQ(message.groups[0].record_type, 0);
+        EXPECT_EQ(mcore::text(GetParam(), message.groups[0].group),
+                  is_igmp() ? "239.1.1.1" : "ff1e::101");
+    };
+    hear(v2_report(kHostA, kGroup), mld_report(kHostA6, kGroup6));
+    expect_older();
+    hear(leave(kHostA, kGroup), mld_done(kHostA6, kGroup6));
+    expect_older();
+}
+
 TEST_P(Events, OfSourcesAreChanges) {
     join_sources(kAllow, 1);
     EXPECT_THAT(last<mcore::MembershipJoined>().state.filter.sources, SizeIs(1));
