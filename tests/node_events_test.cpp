@@ -382,7 +382,6 @@ TEST_P(EventLines, HaveTheSameFieldsInBothFamilies) {
     const std::string group = is_igmp() ? "239.1.1.1" : "ff1e::101";
     const std::string source = is_igmp() ? "198.51.100.7" : "2001:db8:7::7";
     const std::string host = is_igmp() ? "192.0.2.20" : "fe80::ff:fe00:a";
-    const std::string own = is_igmp() ? "10.25.14.20" : "fe80::a19:e14";
     const std::string kind = is_igmp() ? "IGMPv3 report" : "MLDv2 report";
     const std::string query =
         is_igmp() ? "IGMP group-and-source query" : "MLD group-and-source query";

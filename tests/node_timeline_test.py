@@ -301,7 +301,7 @@ class Timeline(unittest.TestCase):
         shown = self.run_in_page(
             "window.dispatchEvent(new Event('beforeprint'));"
             "const sheets = [...document.querySelectorAll('#paper canvas')];"
-            "const ground = sheets[0].getContext('2d').getImageData(220 * devicePixelRatio, 2, 1, 1).data;"
+            "const ground = sheets[0].getContext('2d').getImageData(280 * devicePixelRatio, 2, 1, 1).data;"
             "const heights = sheets.map(sheet => sheet.height / devicePixelRatio);"
             "window.dispatchEvent(new Event('afterprint'));"
             "return [[...ground].slice(0, 3), heights, document.querySelectorAll('#paper canvas').length]")

@@ -50,7 +50,7 @@ std::string hex(std::span<const std::uint8_t> bytes) {
 // One line, from its name to what is said of this kind of event alone.
 class Writer {
  public:
-    Writer(const mcore::Event& event) : event_(event) {}
+    explicit Writer(const mcore::Event& event) : event_(event) {}
 
     [[nodiscard]] JsonLine& line() { return line_; }
 

@@ -105,7 +105,7 @@ function labelOf(row, index) {
   if (view.chosen?.row === row) label.classList.add("chosen");
   if (row.kind === "group") {
     label.append(make("span", row.group, "group"), make("span", `VLAN ${row.vlan}`, "vlan"));
-    label.title = row.group;
+    label.title = `${portName(row.port)}, VLAN ${row.vlan}, ${row.group}`;
   } else {
     label.textContent = row.kind === "node" ? "Node" : portName(row.port);
   }
@@ -470,7 +470,7 @@ function showRun() {
 
 // ---- Paper --------------------------------------------------------------------------------------
 
-const PAPER = { width: 1080, labels: 210, firstRows: 14, rows: 18, most: 400 };
+const PAPER = { width: 1080, labels: 270, firstRows: 14, rows: 18, most: 400 };
 
 // A figure holds as many rows as go on a page, and has an axis of its own.
 function figureOf(rows, isLast) {
@@ -508,11 +508,12 @@ function drawPaperLabel({ context, paints }, row, top) {
   context.font = `${isGroup ? "" : "bold "}12.5px system-ui, 'DejaVu Sans', sans-serif`;
   context.textBaseline = "middle";
   const text = isGroup ? row.group : row.kind === "node" ? "Node" : portName(row.port);
-  context.fillText(text, isGroup ? 16 : 4, top + ROW_HEIGHT / 2);
+  const room = PAPER.labels - 144;
+  context.fillText(text, isGroup ? 16 : 4, top + ROW_HEIGHT / 2, room);
   if (!isGroup) return;
   context.fillStyle = paints.faint;
   context.textAlign = "right";
-  context.fillText(`VLAN ${row.vlan}`, PAPER.labels - 8, top + ROW_HEIGHT / 2);
+  context.fillText(`${portName(row.port)}, VLAN ${row.vlan}`, PAPER.labels - 8, top + ROW_HEIGHT / 2);
   context.textAlign = "left";
 }
 
