@@ -18,6 +18,8 @@ namespace {
 using options::Parser;
 
 constexpr const char* kReplayFooter =
+    "Captures are pcap or pcapng, as they are or in gzip; - is the standard input.\n"
+    "\n"
     "With --json the diagnostics of the library and what commands show go to standard error, so\n"
     "that standard output holds the JSON object alone; it leaves out how long the replay took, so\n"
     "that equal replays print equal objects.\n"
@@ -47,6 +49,10 @@ void declare_common(Parser& parser, Words& words) {
                  "Diagnostics of the library: flow, errors, tx, rx, config, all, separated by "
                  "commas, or a mask such as 0x25"},
                 words.debug);
+    parser.last({"--ipc", "private|shared",
+                 "Take commands in an IPC namespace of the node's own, or where it is started "
+                 "(default, but for a replay without --hold, which takes none from outside)"},
+                words.ipc);
     parser.flag("--json", words.json, "Print the summary as one JSON object");
     parser.last({"--events", "FILE", "Write what happens to this file, a JSON object a line"},
                 words.recorded.events);
@@ -88,6 +94,15 @@ Parser& declare_replay(Parser& program, ReplayWords& words, BoundWords& bounds) 
                 words.ports);
     replay.each({"--uplink", "FILE", "Capture of the frames that come in at the uplink"},
                 words.uplinks);
+    replay.once({"--capture", "FILE",
+                 "One capture of all ports, as of a mirror port, to be split by who sent what: "
+                 "routers are at the uplink"},
+                words.capture);
+    replay.once(
+        {"--hosts-from", "HOW",
+         "What tells the hosts of --capture apart: mac (default) or vlan, a port each; or a "
+         "file of lines MAC PORT, vlan VID PORT, uplink MAC"},
+        words.hosts_from);
     replay.last({"--out", "DIR", "Write the frames sent to one capture a port in this folder"},
                 words.output);
     replay.last({"--commands", "FILE",
@@ -110,6 +125,8 @@ Parser& declare_live(Parser& program, LiveWords& words, BoundWords& bounds) {
     live.once({"--bridge", "INTERFACE", "The bridge that switches the streams"}, words.bridge);
     live.each({"--port", "PORT=INTERFACE", "Interface of a user port, 0 to 5"}, words.ports);
     live.each({"--uplink", "INTERFACE", "Interface towards the network"}, words.uplinks);
+    live.flag("--restore", words.restore,
+              "Give the bridge back as a node that was killed had found it, and end");
     declare_common(live, words);
     live.once({"--metrics", "ADDRESS:PORT",
                "Serve numbers for monitoring over HTTP, at /metrics; 127.0.0.1:9550, say"},
@@ -145,8 +162,10 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
                          (live.is_named() ? "live" : "replay"));
     }
     const mcore::Bounds bounds = meaning_of(bound_words);
-    if (live.is_named()) return Arguments{meaning_of(live_words), bounds};
-    return Arguments{meaning_of(replay_words), bounds};
+    if (live.is_named()) {
+        return Arguments{meaning_of(live_words), bounds, ipc_place_of(live_words)};
+    }
+    return Arguments{meaning_of(replay_words), bounds, ipc_place_of(replay_words)};
 }
 
 }  // namespace node

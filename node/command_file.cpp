@@ -6,15 +6,14 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <utility>
 
 #include "command/command.h"
+#include "node/line_file.h"
 #include "node/node_words.h"
 #include "node/usage_error.h"
 #include "tools/command_line.h"
@@ -52,10 +51,8 @@ std::function<void()> dispatch_of(const commands::Record& record) {
     return [image] { static_cast<void>(process_interface_msg(image.data())); };
 }
 
-// Nothing for a line that says nothing. Throws UsageError or commands::UsageError.
-std::optional<TimedCommand> parse_line(const std::string& line) {
-    std::vector<std::string> words = commands::split(line);
-    if (words.empty()) return std::nullopt;
+// Throws UsageError or commands::UsageError.
+TimedCommand parse_line(std::vector<std::string> words) {
     const auto after_s = parse_seconds(words.front());
     if (!after_s) {
         throw UsageError("'" + words.front() +
@@ -79,25 +76,10 @@ std::optional<TimedCommand> parse_line(const std::string& line) {
 }  // namespace
 
 std::vector<TimedCommand> read_commands(const std::filesystem::path& file) {
-    std::ifstream lines(file);
     std::vector<TimedCommand> commands;
-    std::size_t number = 0;
-    for (std::string line; std::getline(lines, line);) {
-        ++number;
-        if (line.ends_with('\r')) line.pop_back();
-        const auto complaint = [&](const std::runtime_error& error) {
-            return UsageError(file.string() + ":" + std::to_string(number) + ": " + error.what());
-        };
-        try {
-            if (auto command = parse_line(line)) commands.push_back(std::move(*command));
-        } catch (const UsageError& error) {
-            throw complaint(error);
-        } catch (const commands::UsageError& error) {
-            throw complaint(error);
-        }
-    }
-    // The end is the one thing that reading a whole file must come to; a folder does not even open.
-    if (!lines.eof()) throw UsageError(file.string() + ": cannot be read");
+    read_lines(file.string(), [&commands](const std::vector<std::string>& words, std::size_t) {
+        commands.push_back(parse_line(words));
+    });
     std::ranges::stable_sort(commands, {}, &TimedCommand::after_us);
     return commands;
 }

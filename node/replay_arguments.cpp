@@ -11,6 +11,7 @@
 #include "node/argument_values.h"
 #include "node/command_file.h"
 #include "node/driver/ports.h"
+#include "node/split_table.h"
 #include "node/usage_error.h"
 
 namespace node {
@@ -22,6 +23,12 @@ constexpr double kLongestTail = 1e9;  // seconds; far beyond use, and safe to ad
 void add_input(std::vector<capture::Input>& inputs, std::uint8_t port, std::filesystem::path file) {
     if (std::ranges::find(inputs, port, &capture::Input::port) != inputs.end()) {
         throw UsageError("two captures for " + driver::name_of_slot(*driver::slot_of_port(port)));
+    }
+    const bool is_standard_input = capture::is_standard_input(file);
+    if (is_standard_input && std::ranges::any_of(inputs, [](const capture::Input& input) {
+            return capture::is_standard_input(input.file);
+        })) {
+        throw UsageError("standard input can be one capture only");
     }
     inputs.push_back({port, std::move(file)});
 }
@@ -42,6 +49,20 @@ void add_scenario(std::vector<capture::Input>& inputs, const std::filesystem::pa
     }
 }
 
+// The one capture of all ports, whose hosts --hosts-from tells apart. Its port says nothing.
+void add_capture(replay::Arguments& arguments, const ReplayWords& words) {
+    if (!words.scenario.empty() || !words.ports.empty() || !words.uplinks.empty()) {
+        throw UsageError("--capture holds all ports: not with a folder, --port or --uplink");
+    }
+    arguments.inputs.push_back({0, words.capture});
+    const std::string& how = words.hosts_from;
+    if (how.empty() || how == "mac" || how == "vlan") {
+        arguments.split.emplace().hosts_by_vlan = how == "vlan";
+    } else {
+        arguments.split = read_split_table(how);
+    }
+}
+
 std::vector<capture::Input> inputs_of(const ReplayWords& words) {
     std::vector<capture::Input> inputs;
     if (!words.scenario.empty()) add_scenario(inputs, words.scenario);
@@ -50,9 +71,21 @@ std::vector<capture::Input> inputs_of(const ReplayWords& words) {
         add_input(inputs, port, std::move(file));
     }
     for (const std::string& uplink : words.uplinks) add_input(inputs, driver::kUplinkPort, uplink);
-    if (inputs.empty()) throw UsageError("no captures: give a folder, --port or --uplink");
+    if (inputs.empty()) {
+        throw UsageError("no captures: give a folder, --port, --uplink or --capture");
+    }
     std::ranges::sort(inputs, {}, &capture::Input::port);
     return inputs;
+}
+
+void add_inputs(replay::Arguments& arguments, const ReplayWords& words) {
+    if (!words.capture.empty()) {
+        add_capture(arguments, words);
+    } else if (!words.hosts_from.empty()) {
+        throw UsageError("--hosts-from goes with --capture");
+    } else {
+        arguments.inputs = inputs_of(words);
+    }
 }
 
 // The file named, else the folder's own; a folder need not have one.
@@ -69,7 +102,7 @@ std::vector<replay::TimedCommand> commands_of(const ReplayWords& words) {
 
 replay::Arguments meaning_of(const ReplayWords& words) {
     replay::Arguments arguments;
-    arguments.inputs = inputs_of(words);
+    add_inputs(arguments, words);
     if (!words.output.empty()) arguments.output = words.output;
     arguments.onu_id = parse_onu_id(words.onu_id);
     arguments.debug = parse_debug_mask(words.debug);
@@ -83,6 +116,12 @@ replay::Arguments meaning_of(const ReplayWords& words) {
     arguments.hold = words.hold;
     arguments.commands = commands_of(words);
     return arguments;
+}
+
+// Without --hold no command comes from outside.
+IpcPlace ipc_place_of(const ReplayWords& words) {
+    return parse_ipc_place(words.ipc,
+                           words.hold ? IpcPlace::kShared : IpcPlace::kPrivateIfPossible);
 }
 
 }  // namespace node

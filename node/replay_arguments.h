@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "node/ipc_place.h"
 #include "node/recorded_arguments.h"
 #include "node/replay/arguments.h"
 
@@ -14,11 +15,14 @@ struct ReplayWords {
     std::string scenario;
     std::vector<std::string> ports;
     std::vector<std::string> uplinks;
+    std::string capture;
+    std::string hosts_from;
     std::string output;
     std::string debug;
     std::string onu_id = "1";
     double tail_s = 0;
     std::string commands;
+    std::string ipc;
     bool json = false;
     RecordedWords recorded;
     bool hold = false;
@@ -26,5 +30,6 @@ struct ReplayWords {
 
 // Throws UsageError.
 [[nodiscard]] replay::Arguments meaning_of(const ReplayWords& words);
+[[nodiscard]] IpcPlace ipc_place_of(const ReplayWords& words);
 
 }  // namespace node

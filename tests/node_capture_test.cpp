@@ -23,6 +23,7 @@
 #include "node/capture/capture_driver.h"
 #include "node/capture/capture_error.h"
 #include "platform/l2_multicast.h"
+#include "support/capture_files.h"
 #include "support/frame_pieces.h"
 
 namespace {
@@ -32,70 +33,12 @@ using capture::CaptureError;
 using capture::Driver;
 using capture::Input;
 using capture::Replay;
+using namespace capture_files;
 using namespace frame_pieces;
 
-constexpr std::uint64_t kSecond = 1'000'000;
 constexpr std::uint64_t kStart = 1'700'000'000 * kSecond;
 
 // ---- Capture files ------------------------------------------------------------------------------
-
-struct Stamped {
-    std::uint64_t stamp;  // in the file's resolution
-    Bytes bytes;
-    std::uint32_t wire_length = 0;  // 0: as many as there are bytes
-};
-
-void write_file(const fs::path& file, const Bytes& bytes) {
-    std::ofstream stream(file, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(bytes.data()),
-                 static_cast<std::streamsize>(bytes.size()));
-}
-
-Bytes be(std::uint64_t value, int bytes) {
-    Bytes out;
-    for (int i = bytes - 1; i >= 0; --i) out.push_back(static_cast<std::uint8_t>(value >> 8 * i));
-    return out;
-}
-
-Bytes le(std::uint64_t value, int bytes) {
-    Bytes out = be(value, bytes);
-    std::ranges::reverse(out);
-    return out;
-}
-
-/* pcap, byte by byte, so that either byte order and resolution can be had on any machine. */
-template <class Order>
-Bytes pcap_bytes(Order order, std::uint32_t magic, std::uint64_t per_second,
-                 const std::vector<Stamped>& frames, std::uint32_t link_type = DLT_EN10MB) {
-    Bytes out = order(magic, 4) + order(2, 2) + order(4, 2) + order(0, 4) + order(0, 4) +
-                order(65535, 4) + order(link_type, 4);
-    for (const Stamped& frame : frames) {
-        const std::uint64_t length =
-            frame.wire_length != 0 ? frame.wire_length : frame.bytes.size();
-        out = out + order(frame.stamp / per_second, 4) + order(frame.stamp % per_second, 4) +
-              order(frame.bytes.size(), 4) + order(length, 4) + frame.bytes;
-    }
-    return out;
-}
-
-Bytes pcap_bytes(const std::vector<Stamped>& frames, std::uint32_t link_type = DLT_EN10MB) {
-    return pcap_bytes(le, 0xA1B2C3D4, kSecond, frames, link_type);
-}
-
-/* pcapng: section header, interface, one enhanced packet block a frame, microseconds. */
-Bytes pcapng_bytes(const std::vector<Stamped>& frames) {
-    Bytes out = le(0x0A0D0D0A, 4) + le(28, 4) + le(0x1A2B3C4D, 4) + le(1, 2) + le(0, 2) +
-                Bytes(8, 0xFF) + le(28, 4);
-    out = out + le(1, 4) + le(20, 4) + le(DLT_EN10MB, 2) + le(0, 2) + le(0, 4) + le(20, 4);
-    for (const Stamped& frame : frames) {
-        const Bytes data = frame.bytes + Bytes((4 - frame.bytes.size() % 4) % 4, 0);
-        const std::size_t length = 32 + data.size();
-        out = out + le(6, 4) + le(length, 4) + le(0, 4) + le(frame.stamp >> 32, 4) +
-              le(frame.stamp, 4) + le(frame.bytes.size(), 4) + le(frame.bytes.size(), 4) + data +
-              le(length, 4);
-    }
-    return out;
-}
 
 std::vector<Stamped> read_capture(const fs::path& file) {
     std::array<char, PCAP_ERRBUF_SIZE> why{};

@@ -11,7 +11,6 @@ namespace capture {
 namespace {
 
 constexpr std::uint64_t kNanosecondsPerMicrosecond = 1000;
-constexpr std::uint64_t kRecordHeader = 16;  // in a pcap file, in front of each frame
 
 // Counts a frame by its kind; true if the trap passes it on.
 bool count(const MergedFrame& merged, FramesIn& counters) {
@@ -44,7 +43,9 @@ Driver& Driver::instance() {
 
 void Driver::prepare(Replay replay) {
     driver::use(*this);
-    merge_ = CaptureMerge(replay.inputs);
+    merge_ = replay.split ? CaptureMerge(replay.inputs.front().file, *replay.split)
+                          : CaptureMerge(replay.inputs);
+    progress_.total_bytes = merge_.size();
     if (replay.output) writer_.emplace(*replay.output, replay.inputs);
     replay_ = std::move(replay);
     std::ranges::stable_sort(replay_.events, {}, &Event::after_us);
@@ -69,7 +70,7 @@ bool Driver::wait_until_finished(std::chrono::milliseconds patience) {
 
 Report Driver::report() {
     const std::lock_guard lock(mutex_);
-    Report report{counters_, table_, span_, {}};
+    Report report{counters_, table_, span_, merge_.split(), {}};
     if (report.span) report.span->end_us = now_us_;
     if (finished_) report.failures = merge_.damage();
     if (writer_) {
@@ -158,7 +159,7 @@ bool Driver::admit(const MergedFrame& merged) {
     const CapturedFrame& frame = merged.frame;
     const std::lock_guard lock(mutex_);
     ++progress_.frames;
-    progress_.bytes += frame.bytes.size() + kRecordHeader;
+    progress_.bytes = merge_.position();
     FramesIn& counters = counters_.in[*driver::slot_of_port(merged.port)];
     note_stamp(frame.stamp_ns / kNanosecondsPerMicrosecond, counters);
     return count(merged, counters);

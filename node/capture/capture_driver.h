@@ -51,13 +51,14 @@ struct Event {
 };
 
 struct Replay {
-    std::vector<Input> inputs;  // no port twice
+    std::vector<Input> inputs;  // no port twice; to be split: one, whose port says nothing
     std::optional<std::filesystem::path>
         output;  // folder; without one, frames sent are only counted
     std::uint8_t onu_id = 1;
     std::uint64_t tail_us = 0;  // how long timers run on after the last frame
     CoreClock clock;
     std::vector<Event> events{};  // in any order; those behind the last frame run within the tail
+    std::optional<SplitRules> split{};
 };
 
 // Frames of one capture. Each is in exactly one of the six kinds.
@@ -98,13 +99,15 @@ struct TimeSpan {
 // How far a replay came.
 struct Progress {
     std::uint64_t frames = 0;
-    std::uint64_t bytes = 0;  // of the capture files, roughly
+    std::uint64_t bytes = 0;                     // of the capture files as they are stored, roughly
+    std::optional<std::uint64_t> total_bytes{};  // nothing when a file does not say, as a pipe
 };
 
 struct Report {
     Counters counters;
     SwitchTable table;
     std::optional<TimeSpan> span;       // nothing if no frame was read
+    std::optional<Split> split;         // of one capture
     std::vector<std::string> failures;  // captures that broke, outputs that are incomplete
 };
 

@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 #include "node/capture/capture_error.h"
@@ -31,21 +29,6 @@ std::uint64_t nanoseconds(const timeval& stamp) {
            static_cast<std::uint64_t>(stamp.tv_usec);
 }
 
-pcap_t* open_capture(const std::filesystem::path& file) {
-    // Opened here and not by libpcap, which would take the name "-" for the standard input.
-    std::FILE* stream = std::fopen(file.c_str(), "rb");
-    if (stream == nullptr) throw CaptureError(file.string() + ": " + std::strerror(errno));
-
-    std::array<char, PCAP_ERRBUF_SIZE> why{};
-    pcap_t* handle =
-        pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO, why.data());
-    if (handle == nullptr) {
-        std::fclose(stream);
-        throw CaptureError(file.string() + ": not a readable capture: " + why.data());
-    }
-    return handle;
-}
-
 std::string link_type_name(int type) {
     const char* name = pcap_datalink_val_to_name(type);
     return name != nullptr ? name : std::to_string(type);
@@ -55,15 +38,38 @@ std::string link_type_name(int type) {
 
 void CaptureReader::Close::operator()(pcap* handle) const { pcap_close(handle); }
 
-CaptureReader::CaptureReader(std::filesystem::path file, std::uint8_t port)
-    : file_(std::move(file)), port_(port), handle_(open_capture(file_)) {
+CaptureReader::CaptureReader(std::filesystem::path file, std::uint8_t port, Passes passes)
+    : file_(std::move(file)), port_(port), stream_(std::make_unique<CaptureStream>(file_, passes)) {
+    open();
+}
+
+void CaptureReader::rewind() {
+    end_ = End{frames_read_, std::move(damage_)};
+    damage_.reset();
+    frames_read_ = 0;
+    handle_.reset();
+    open();
+}
+
+void CaptureReader::open() {
+    std::FILE* stream = stream_->open();
+    std::array<char, PCAP_ERRBUF_SIZE> why{};
+    handle_.reset(
+        pcap_fopen_offline_with_tstamp_precision(stream, PCAP_TSTAMP_PRECISION_NANO, why.data()));
+    if (handle_ == nullptr) {
+        std::fclose(stream);
+        throw CaptureError(name_of(file_) +
+                           ": not a readable capture: " + stream_->damage().value_or(why.data()));
+    }
     const int type = pcap_datalink(handle_.get());
     if (type != DLT_EN10MB) {
-        throw CaptureError(file_.string() + ": holds " + link_type_name(type) +
+        throw CaptureError(name_of(file_) + ": holds " + link_type_name(type) +
                            " frames, only Ethernet can be replayed");
     }
     read_head();
-    if (damage_) throw CaptureError(file_.string() + ": damaged capture: " + *damage_);
+    if (damage_ && frames_read_ == 0) {
+        throw CaptureError(name_of(file_) + ": damaged capture: " + *damage_);
+    }
 }
 
 void CaptureReader::drop() { read_head(); }
@@ -71,13 +77,18 @@ void CaptureReader::drop() { read_head(); }
 void CaptureReader::read_head() {
     head_.reset();
     if (damage_) return;
+    if (end_ && frames_read_ == end_->frames) {
+        damage_ = end_->damage;
+        return;
+    }
 
     pcap_pkthdr* header = nullptr;
     const u_char* bytes = nullptr;
     const int result = pcap_next_ex(handle_.get(), &header, &bytes);
-    if (result == PCAP_ERROR_BREAK) return;  // libpcap's word for the end of the file
     if (result != 1) {
-        damage_ = pcap_geterr(handle_.get());
+        // What broke the stream is why libpcap finds a frame cut, or an end where there is none.
+        damage_ = stream_->damage();
+        if (!damage_ && result != PCAP_ERROR_BREAK) damage_ = pcap_geterr(handle_.get());
         return;
     }
     ++frames_read_;

@@ -32,7 +32,9 @@ void refuse_to_overwrite_inputs(const driver::PerPort<std::filesystem::path>& ou
     for (const std::filesystem::path& output : outputs) {
         for (const Input& input : inputs) {
             std::error_code absent;  // an output that is not there yet is no input
-            if (std::filesystem::equivalent(output, input.file, absent)) {
+            const std::filesystem::path file =
+                is_standard_input(input.file) ? "/dev/stdin" : input.file;
+            if (std::filesystem::equivalent(output, file, absent)) {
                 throw CaptureError(output.string() + ": is being replayed, choose another folder");
             }
         }

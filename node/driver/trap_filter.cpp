@@ -103,4 +103,12 @@ std::span<const std::uint8_t> packet_of(std::span<const std::uint8_t> frame) {
     return frame.subspan(find_payload(reader).at);
 }
 
+std::optional<std::span<const std::uint8_t>> ip_packet_of(std::span<const std::uint8_t> frame) {
+    Reader reader(frame);
+    const Payload payload = find_payload(reader);
+    const bool is_ip = payload.type == mc::kEtherTypeIpv4 || payload.type == mc::kEtherTypeIpv6;
+    if (!is_ip || payload.at >= frame.size()) return std::nullopt;
+    return frame.subspan(payload.at);
+}
+
 }  // namespace driver

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 namespace driver {
@@ -28,5 +29,10 @@ enum class TrapVerdict {
 
 // The IP packet of a frame that is trapped, with what pads the frame behind it.
 [[nodiscard]] std::span<const std::uint8_t> packet_of(std::span<const std::uint8_t> frame);
+
+// The IP packet of any frame that has one behind these headers, with what pads the frame; nothing
+// for another frame, and for one that ends before its packet.
+[[nodiscard]] std::optional<std::span<const std::uint8_t>> ip_packet_of(
+    std::span<const std::uint8_t> frame);
 
 }  // namespace driver

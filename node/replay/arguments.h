@@ -13,7 +13,8 @@
 namespace replay {
 
 struct Arguments {
-    std::vector<capture::Input> inputs;  // sorted; no port twice
+    std::vector<capture::Input> inputs;  // sorted; no port twice; to be split: one
+    std::optional<capture::SplitRules> split;
     std::optional<std::filesystem::path> output;
     std::uint8_t onu_id = 1;
     std::uint32_t debug = 0;  // for mc_debug and mld_debug

@@ -15,16 +15,19 @@ constexpr const char* kToLineStart = "\r\x1b[K";  // and clears the line
 
 }  // namespace
 
-ProgressLine::ProgressLine(std::uint64_t total_bytes, bool wanted)
-    : total_bytes_(std::max<std::uint64_t>(total_bytes, 1)),
-      wanted_(wanted && ::isatty(STDERR_FILENO) == 1) {}
+ProgressLine::ProgressLine(bool wanted) : wanted_(wanted && ::isatty(STDERR_FILENO) == 1) {}
 
 void ProgressLine::show(const capture::Progress& progress) {
     if (!wanted_ || Clock::now() - start_ < kWorthALine) return;
-    // The bytes are an estimate; only the end of the replay is "all".
-    const std::uint64_t percent = std::min<std::uint64_t>(progress.bytes * 100 / total_bytes_, 99);
-    std::fprintf(stderr, "%sreplaying: %" PRIu64 " %%, %" PRIu64 " frames", kToLineStart, percent,
-                 progress.frames);
+    if (progress.total_bytes) {
+        // Bytes are read ahead of their frames; only the end of the replay is "all".
+        const std::uint64_t total = std::max<std::uint64_t>(*progress.total_bytes, 1);
+        const std::uint64_t percent = std::min<std::uint64_t>(progress.bytes * 100 / total, 99);
+        std::fprintf(stderr, "%sreplaying: %" PRIu64 " %%, %" PRIu64 " frames", kToLineStart,
+                     percent, progress.frames);
+    } else {
+        std::fprintf(stderr, "%sreplaying: %" PRIu64 " frames", kToLineStart, progress.frames);
+    }
     std::fflush(stderr);
     shown_ = true;
 }

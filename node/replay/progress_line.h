@@ -3,7 +3,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 
 #include "node/capture/capture_driver.h"
 
@@ -13,14 +12,12 @@ class ProgressLine {
  public:
     using Clock = std::chrono::steady_clock;
 
-    // total_bytes: what capture::Progress::bytes comes to at the end, roughly.
-    ProgressLine(std::uint64_t total_bytes, bool wanted);
+    explicit ProgressLine(bool wanted);
 
     void show(const capture::Progress& progress);
     void erase();
 
  private:
-    std::uint64_t total_bytes_;
     bool wanted_;
     bool shown_ = false;
     Clock::time_point start_ = Clock::now();

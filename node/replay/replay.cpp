@@ -6,11 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <utility>
-#include <vector>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
@@ -53,18 +50,9 @@ void catch_interrupt(bool hold) {
 
 // The command task works on meanwhile.
 void hold_until_interrupted(const driver::Host& host) {
+    if (!host.way_in.empty()) host.complain("holds; commands by " + host.way_in + " mcctl ...");
     while (!interrupted && !driver::is_queue_lost(host, kLook.count())) {
     }
-}
-
-std::uint64_t total_bytes(const std::vector<capture::Input>& inputs) {
-    std::uint64_t total = 0;
-    for (const capture::Input& input : inputs) {
-        std::error_code unknown;
-        const std::uintmax_t size = std::filesystem::file_size(input.file, unknown);
-        if (!unknown) total += size;
-    }
-    return total;
 }
 
 capture::Replay replay_of(const Arguments& arguments) {
@@ -73,7 +61,8 @@ capture::Replay replay_of(const Arguments& arguments) {
             arguments.onu_id,
             arguments.tail_us,
             {mcore::set_clock, mcore::next_timer},
-            events_of(arguments.commands, [] { ++commands_run; })};
+            events_of(arguments.commands, [] { ++commands_run; }),
+            arguments.split};
 }
 
 // Runs the library over the captures. False when it never came for the frames.
@@ -87,7 +76,7 @@ bool run_replay(const Arguments& arguments, const driver::Host& host) {
 
     // Diagnostics on the same terminal would tear the progress line apart.
     const bool silent = arguments.debug == 0 && arguments.commands.empty();
-    ProgressLine progress(total_bytes(arguments.inputs), silent);
+    ProgressLine progress(silent);
     const auto start = steady_clock::now();
     bool started = true;
     while (!interrupted && started && !driver.wait_until_finished(kLook)) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "node/driver/ports.h"
+#include "node/replay/split_summary.h"
 #include "node/report/fates.h"
 #include "node/report/json.h"
 #include "node/report/table.h"
@@ -23,6 +24,7 @@ using driver::MacAddress;
 using report::Align;
 using report::fixed;
 using report::Json;
+using report::mac_text;
 using report::number;
 using report::port_text;
 using report::seconds;
@@ -42,13 +44,6 @@ std::string date(std::uint64_t stamp_us) {
     std::strftime(day.data(), day.size(), "%Y-%m-%d %H:%M:%S", &parts);
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "%s.%06u UTC", day.data(), fraction);
-    return text.data();
-}
-
-std::string mac_text(const MacAddress& mac) {
-    std::array<char, 24> text{};
-    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
-                  mac[3], mac[4], mac[5]);
     return text.data();
 }
 
@@ -72,7 +67,7 @@ FramesIn total_in(const Counters& counters) {
 std::string captures_text(const Summary& summary) {
     Table table("Captures", {{"port", Align::kLeft}, {"file", Align::kLeft}});
     for (const capture::Input& input : summary.arguments.inputs) {
-        table.add({port_text(input.port), input.file.string()});
+        table.add({summary.arguments.split ? "split" : port_text(input.port), input.file.string()});
     }
     if (const auto& output = summary.arguments.output) {
         table.add({"sent", (*output / "port0.pcap").string() + " to port5.pcap, uplink.pcap"});
@@ -223,8 +218,9 @@ Json texts_json(const std::vector<std::string>& texts) {
 Json captures_json(const Summary& summary) {
     Json rows = Json::array();
     for (const capture::Input& input : summary.arguments.inputs) {
-        rows.add(Json::object({{"port", input.port},
-                               {"name", port_text(input.port)},
+        const bool is_split = summary.arguments.split.has_value();
+        rows.add(Json::object({{"port", is_split ? Json() : Json(input.port)},
+                               {"name", is_split ? "split" : port_text(input.port)},
                                {"file", input.file.string()}}));
     }
     return rows;
@@ -306,6 +302,7 @@ std::string as_text(const Summary& summary) {
     // The library's own lines do not end in a line feed, so the first one may have to end theirs.
     const std::string parts[]{
         captures_text(summary),
+        split_text(summary.report.split),
         time_text(summary),
         commands_text(summary),
         frames_in_text(counters),
@@ -331,6 +328,7 @@ std::string as_json(const Summary& summary) {
     const auto& output = summary.arguments.output;
     const Json object = Json::object({
         {"captures", captures_json(summary)},
+        {"split", split_json(summary.report.split)},
         {"output", output ? Json(output->string()) : Json()},
         {"interrupted", summary.interrupted},
         {"failures", texts_json(summary.report.failures)},

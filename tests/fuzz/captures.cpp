@@ -2,7 +2,8 @@
 // library and the multicast core, up to the captures that it writes.
 //
 // An input is a byte of choices and then either the bytes of one to three files, or chances from
-// which files are made that can be read, with frames that hold IGMP and MLD.
+// which files are made that can be read, with frames that hold IGMP and MLD. Half of the inputs
+// replay their first file as one capture of all ports, which is split.
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include <cstdlib>
 #include <deque>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -168,9 +170,32 @@ Bytes pcapng_of(const std::vector<Stamped>& frames) {
     return file.bytes;
 }
 
-Bytes made_file() {
+// RFC 1952, 8.
+std::uint32_t crc_of(const Bytes& bytes) {
+    std::uint32_t crc = 0xFFFFFFFF;
+    for (const std::uint8_t byte : bytes) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (0xEDB88320 & (0 - (crc & 1)));
+    }
+    return ~crc;
+}
+
+// One member of one block that is not compressed (RFC 1951, 3.2.4).
+Bytes gzip_of(const Bytes& bytes) {
+    File file{false, {0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 0xFF, 1}};
+    const auto size = static_cast<std::uint32_t>(std::min<std::size_t>(bytes.size(), 0xFFFF));
+    file.half(size);
+    file.half(~size);
+    file.bytes.insert(file.bytes.end(), bytes.begin(), bytes.begin() + size);
+    file.word(crc_of({bytes.begin(), bytes.begin() + size}));
+    file.word(size);
+    return file.bytes;
+}
+
+Bytes made_file(bool is_in_gzip) {
     const auto frames = some_frames();
     Bytes file = one_in(3) ? pcapng_of(frames) : pcap_of(frames);
+    if (is_in_gzip) file = gzip_of(file);
     if (one_in(32)) file.resize(below(static_cast<std::uint32_t>(file.size()) + 1));
     return file;
 }
@@ -279,6 +304,94 @@ void check_merge(const std::vector<capture::Input>& inputs, const std::vector<Al
     must(merge.damage().size() == damaged, "a line for each capture that broke");
 }
 
+// ---- The split ----------------------------------------------------------------------------------
+
+// The sources of some_frame, more VLANs than it has, and lines that contradict nobody.
+capture::SplitRules some_rules(unsigned kind) {
+    capture::SplitRules rules;
+    rules.hosts_by_vlan = kind == 1;
+    if (kind != 2) return rules;
+    rules.table = "table";
+    for (std::uint32_t line = below(6); line > 0; --line) {
+        const std::uint8_t port = one_in(4) ? 29 : static_cast<std::uint8_t>(below(6));
+        const driver::MacAddress mac{0x02, 0, 0, 0, 0, static_cast<std::uint8_t>(below(5))};
+        if (one_in(3)) {
+            rules.vlans[static_cast<std::uint16_t>(below(2) * 100)] = {
+                static_cast<std::uint8_t>(below(6)), line};
+        } else {
+            rules.addresses[mac] = {port, line};
+        }
+    }
+    return rules;
+}
+
+// By party: what does not depend on the order of the frames.
+struct Side {
+    std::uint64_t frames;
+    std::uint64_t messages;
+    capture::RouterSigns signs;
+    capture::Why why;
+    bool is_uplink;
+
+    bool operator==(const Side&) const = default;
+};
+
+std::map<capture::Party, Side> sides_of(const capture::Split& split) {
+    std::map<capture::Party, Side> sides;
+    for (const capture::SplitRow& row : split.rows) {
+        const Side side{row.seen.frames, row.seen.messages, row.signs, row.why,
+                        row.port == driver::kUplinkPort};
+        must(sides.emplace(row.party, side).second, "a party has one row");
+    }
+    return sides;
+}
+
+// Each frame goes to one port, and a router's to the uplink.
+void check_ports(const capture::Split& split, const std::vector<Bytes>& frames) {
+    driver::PerPort<std::uint64_t> sent{};
+    for (const Bytes& frame : frames) {
+        const std::uint8_t port = capture::port_of(split, frame);
+        const auto slot = driver::slot_of_port(port);
+        must(slot.has_value(), "a frame goes to a port that is there");
+        ++sent[*slot];
+        const auto sender = capture::sender_of(frame);
+        must(sender || port == 0, "who is not known is at port 0");
+        if (!sender || split.rules.addresses.contains(sender->mac)) continue;
+        must(!capture::router_sign(frame) || port == driver::kUplinkPort, "a router is up");
+    }
+    for (const capture::SplitRow& row : split.rows) {
+        sent[*driver::slot_of_port(row.port)] -= row.seen.frames;
+    }
+    must(sent == driver::PerPort<std::uint64_t>{}, "the rows count what goes to their ports");
+}
+
+void check_split(const capture::Input& input, const capture::SplitRules& rules) {
+    std::vector<Bytes> frames;
+    capture::CaptureReader reader(input.file, input.port);
+    for (; reader.head(); reader.drop()) {
+        frames.emplace_back(reader.head()->bytes.begin(), reader.head()->bytes.end());
+    }
+    capture::Seen seen;
+    capture::Seen backwards;
+    for (const Bytes& frame : frames) capture::note(seen, frame);
+    for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
+        capture::note(backwards, *frame);
+    }
+    const capture::Split split = capture::settle(rules, seen);
+    check_ports(split, frames);
+    must(sides_of(split) == sides_of(capture::settle(rules, backwards)),
+         "sides do not depend on the order of frames");
+
+    capture::CaptureMerge merge(input.file, rules);
+    std::size_t next = 0;
+    for (; const auto merged = merge.next(); ++next) {
+        must(next < frames.size() && merged->port == capture::port_of(split, frames[next]),
+             "the second pass splits as the first one decided");
+    }
+    must(next == frames.size(), "a split capture has all its frames");
+    must(merge.damage().size() == (reader.damage() ? 1 : 0), "and breaks where it did");
+}
+
 // ---- The replay ---------------------------------------------------------------------------------
 
 // In memory where the machine has such a folder; taken away at the end.
@@ -309,11 +422,18 @@ void check_written(const capture::Report& report, bool is_made) {
 
 void check_counts(const std::vector<capture::Input>& inputs, const std::vector<Alone>& alone,
                   const capture::Report& report) {
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        const capture::FramesIn& in = report.counters.in[*driver::slot_of_port(inputs[i].port)];
-        must(in.total() == alone[i].frames, "each frame is counted once");
+    std::uint64_t total = 0;
+    for (const capture::FramesIn& in : report.counters.in) {
+        total += in.total();
         must(in.out_of_order <= in.total(), "the frames out of order");
     }
+    std::uint64_t expected = 0;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        const capture::FramesIn& in = report.counters.in[*driver::slot_of_port(inputs[i].port)];
+        expected += alone[i].frames;
+        must(report.split || in.total() == alone[i].frames, "each frame is counted once");
+    }
+    must(total == expected, "all frames are counted");
     for (const capture::FramesOut& out : report.counters.out) {
         must(out.failed == 0, "a frame was not written");
     }
@@ -343,13 +463,14 @@ struct Choices {
     std::uint64_t tail_us;
     std::uint32_t debug;
     std::vector<capture::Event> events;
+    std::optional<capture::SplitRules> split;
 };
 
 // Nothing happens between frames that may be years apart: the proxy would ask its hosts for years.
 Choices some_choices(bool is_made, capture::Driver& driver) {
     Choices choices{
         is_made, one_in(2), one_in(4), below(4) * 100 * mcore::kSecond, one_in(4) ? below(64) : 0,
-        {}};
+        {},      {}};
     if (is_made) choices.events = some_events(driver);
     return choices;
 }
@@ -360,13 +481,15 @@ void replay_all(capture::Driver& driver, const std::vector<capture::Input>& inpu
     arguments.inputs = inputs;
     if (choices.is_written) arguments.output = output_folder();
     arguments.tail_us = choices.tail_us;
+    arguments.split = choices.split;
     fuzz::start_node(driver, 0);
     driver.prepare({inputs,
                     arguments.output,
                     1,
                     arguments.tail_us,
                     {mcore::set_clock, mcore::next_timer},
-                    choices.events});
+                    choices.events,
+                    choices.split});
     mc_debug = mld_debug = choices.debug;
     driver.start();
     fuzz::run_packet_task();
@@ -385,13 +508,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static constexpr std::array<std::uint8_t, kMostFiles> kPorts{0, 29, 2};
     begin_chances(data, size);
     const std::uint8_t choice = next_byte();
+    // All by this byte, or the inputs of the corpus would mean something else.
     const bool is_made = choice < 128;
+    const bool is_in_gzip = choice / kMostFiles / 6 % 4 == 3;
     const std::size_t count = 1 + choice % kMostFiles;
     capture::Driver driver;
-    const Choices choices = some_choices(is_made, driver);
+    Choices choices = some_choices(is_made, driver);
     std::vector<capture::Input> inputs;
     for (std::size_t i = 0; i < count; ++i) {
-        const Bytes file = is_made ? made_file() : plain_file(size / count + 1);
+        const Bytes file = is_made ? made_file(is_in_gzip) : plain_file(size / count + 1);
         files[i].put({reinterpret_cast<const char*>(file.data()), file.size()});
         inputs.push_back({kPorts[i], files[i].path()});
     }
@@ -399,6 +524,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         std::vector<Alone> alone;
         for (const capture::Input& input : inputs) alone.push_back(read_alone(input));
         check_merge(inputs, alone);
+        const unsigned kind = choice / kMostFiles % 6;
+        const capture::SplitRules rules = some_rules(kind % 3);
+        check_split(inputs.front(), rules);
+        if (kind < 3) {
+            choices.split = rules;
+            inputs.resize(1);
+            alone.resize(1);
+        }
         replay_all(driver, inputs, alone, choices);
     } catch (const capture::CaptureError& error) {
         must(*error.what() != '\0', "a complaint says why");
