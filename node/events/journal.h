@@ -23,7 +23,7 @@
 
 namespace events {
 
-// What is kept for a page: 100 MB at most, in earnest a third of it.
+// What is kept for a page: some 75 MB of text when it is full.
 inline constexpr std::size_t kMostKept = 200'000;
 
 struct Run {
