@@ -39,7 +39,7 @@ constexpr const char* kLiveFooter =
     "taken from the queue (mcctl). At SIGINT, SIGTERM or SIGHUP the bridge is given back as it was\n"
     "and the summary printed. With --json what the library prints goes to standard error.\n"
     "\n"
-    "Exit status: 0 done; 1 the summary could not be written; 2 the command line, the bridge or an\n"
+    "Exit status: 0 done; 1 the summary, the events or the timeline could not be written; 2 the command line, the bridge or an\n"
     "interface cannot be used, or privileges are missing; 3 the command queue was removed, the bridge\n"
     "was given back.";
 
@@ -60,6 +60,12 @@ void declare_common(Parser& parser, Words& words) {
                  "(default, but for a replay without --hold, which takes none from outside)"},
                 words.ipc);
     parser.flag("--json", words.json, "Print the summary as one JSON object");
+    parser.last({"--events", "FILE", "Write what happens to this file, a JSON object a line"},
+                words.recorded.events);
+    parser.last({"--timeline", "FILE",
+                 "Write a page that shows it as a timeline, with SIGUSR1 of a "
+                 "live node at once, too"},
+                words.recorded.timeline);
 }
 
 void declare_bounds(Parser& parser, BoundWords& words) {

@@ -18,6 +18,7 @@
 #include "command/command.h"
 #include "node/config/records_lock.h"
 #include "node/console/server.h"
+#include "node/queue_events.h"
 #include "node/report/recurring.h"
 #include "node/rule_check.h"
 
@@ -107,6 +108,7 @@ std::string record_text(const Message& message, std::size_t length) {
 
 void begin_record(const Message& message, std::size_t length) {
     is_record_out = true;
+    if (say != nullptr) tell_queue_command(static_cast<std::uint32_t>(message.type));
     config::records_lock().lock();
     if (console::is_followed()) console::record_taken(record_text(message, length));
 }

@@ -52,6 +52,7 @@ live::Arguments meaning_of(const LiveWords& words) {
     arguments.onu_id = parse_onu_id(words.onu_id);
     arguments.debug = parse_debug_mask(words.debug);
     arguments.json = words.json;
+    arguments.recorded = meaning_of(words.recorded);
     arguments.metrics = words.metrics;
     return arguments;
 }

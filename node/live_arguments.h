@@ -6,6 +6,7 @@
 
 #include "node/ipc_place.h"
 #include "node/live/arguments.h"
+#include "node/recorded_arguments.h"
 
 namespace node {
 
@@ -19,6 +20,7 @@ struct LiveWords {
     std::string ipc;
     bool json = false;
     std::string config;
+    RecordedWords recorded;
     bool restore = false;
     std::string metrics;
 };

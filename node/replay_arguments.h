@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "node/ipc_place.h"
+#include "node/recorded_arguments.h"
 #include "node/replay/arguments.h"
 
 namespace node {
@@ -24,6 +25,7 @@ struct ReplayWords {
     std::string config;
     std::string ipc;
     bool json = false;
+    RecordedWords recorded;
     bool hold = false;
 };
 

@@ -33,4 +33,10 @@ inline constexpr int kQueueLost = 3;
 // waits for it.
 void start_without_signals(std::int32_t (*start)());
 
+// What is done before each command of the queue, on the command task: a node whose clock runs moves
+// it to the present, or what a command does would carry the time of the last frame or timer. To be
+// set before the library starts.
+void set_before_command(void (*prepare)());
+void before_command();
+
 }  // namespace driver
