@@ -42,9 +42,9 @@ MC_EXPORT void initIgmpGlobleParmeter(void);
  */
 MC_EXPORT void setIgmpAgeEnable(uint32_t value);
 
-MC_EXPORT IgmpGlobleParm* getIgmpGlobleParmeter(void);
-MC_EXPORT int32_t* getPortVlanConfigNumber(void); /* setVlanCfgNumber: MC_PORTS counters */
-MC_EXPORT int32_t getTemplateVlanNumber(void);
+MC_EXPORT IgmpGlobleParm* getIgmpGlobleParmeter(void); /* globle_parm */
+MC_EXPORT int32_t* getPortVlanConfigNumber(void);      /* setVlanCfgNumber: MC_PORTS counters */
+MC_EXPORT int32_t getTemplateVlanNumber(void);         /* setVlanNumber */
 
 /*
  * Treats a port as the uplink: its frames count as port 29's, and what is sent to port 29 leaves on
@@ -56,7 +56,7 @@ MC_EXPORT int32_t igmp_set_table_return(int32_t value);
 
 /* Entry points of other products of the family. Here they only trace, and return 0. */
 MC_EXPORT int32_t igmp_driver_enable(void);
-MC_EXPORT int32_t igmp_driver_disable(void);
+MC_EXPORT int32_t igmp_driver_disable(void); /* the same */
 /* Hook in front of a mode change. Does nothing and returns 0. */
 MC_EXPORT int32_t flood_trap(uint32_t mode);
 

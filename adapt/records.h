@@ -21,6 +21,7 @@
 
 MC_C_BEGIN
 
+/* How large the records are, and the numbers that stand for something. */
 enum {
     MC_PORTS = 7,              /* logical ports 0 to 6: six user ports, then the uplink */
     MC_RULES = 10,             /* multicast VLAN rules a port */
@@ -78,11 +79,11 @@ typedef struct PortVlanCfgEntry {
 
 /* A range of groups that a port may join. */
 typedef struct AuthGroupEntry {
-    uint32_t bandwidth;
+    uint32_t bandwidth;         /* bandwidth that a group of the range counts for */
     uint32_t start_groupAdress; /* IPv4 group address, host order */
-    uint32_t end_groupAdress;
-    uint16_t vlan; /* 0 = entry not in use */
-    uint8_t reserved[2];
+    uint32_t end_groupAdress;   /* the last one */
+    uint16_t vlan;              /* 0 = entry not in use */
+    uint8_t reserved[2];        /* padding */
 } AuthGroupEntry;
 
 /* What one port is set to. */
@@ -91,34 +92,34 @@ typedef struct IgmpPortParm {
     uint16_t grouplimit;    /* most groups on the port; 0 until it is first set */
     uint32_t max_bandwidth; /* bandwidth limit */
     uint8_t auth_group_num; /* entries of auth_group in use */
-    uint8_t reserved[5];
-    uint16_t sig_vlan;   /* signalling VLAN of the port; 0xFFFF = none */
-    uint16_t sig_vlan_a; /* first companion of sig_vlan */
+    uint8_t reserved[5];    /* padding */
+    uint16_t sig_vlan;      /* signalling VLAN of the port; 0xFFFF = none */
+    uint16_t sig_vlan_a;    /* first companion of sig_vlan */
     uint16_t sig_vlan_b; /* second companion; the snooping handler tags downstream frames with it */
-    AuthGroupEntry auth_group[MC_AUTH_GROUPS];
+    AuthGroupEntry auth_group[MC_AUTH_GROUPS]; /* ranges that the port may join */
 } IgmpPortParm;
 
 /* The global IGMP parameters. The time fields are in the unit of igmp_para_globle_set. */
 typedef struct IgmpGlobleParm {
-    IgmpPortParm port[MC_PORTS];
+    IgmpPortParm port[MC_PORTS];              /* by logical port */
     uint16_t TemplateVlan[MC_TEMPLATE_VLANS]; /* mirror of PortVlan */
-    uint16_t defaultVlan;
-    uint16_t multiMode;    /* MC_MODE_... */
-    uint16_t learningMode; /* VLAN learning switch */
-    uint8_t robustness;    /* RFC 3376, 8.1 */
-    uint8_t version;       /* IGMP version */
-    uint32_t query_interval;
-    uint32_t query_max_resp_time;
-    uint32_t last_member_query_interval;
-    uint32_t last_member_query_count;
-    uint32_t general_member_interval; /* group membership (ageing) interval */
-    uint32_t ssm_ip_start;
-    uint32_t ssm_ip_end;
-    uint32_t ssm_map[5];
-    uint32_t proxy_ip; /* IPv4 source of the core's own reports, host order */
-    char build_date[20];
-    char build_time[20];
-    char version_str[20];
+    uint16_t defaultVlan;                     /* default multicast VLAN */
+    uint16_t multiMode;                       /* MC_MODE_... */
+    uint16_t learningMode;                    /* VLAN learning switch */
+    uint8_t robustness;                       /* RFC 3376, 8.1 */
+    uint8_t version;                          /* IGMP version */
+    uint32_t query_interval;                  /* 8.2 */
+    uint32_t query_max_resp_time;             /* query response interval, 8.3 */
+    uint32_t last_member_query_interval;      /* 8.8 */
+    uint32_t last_member_query_count;         /* 8.9 */
+    uint32_t general_member_interval;         /* group membership (ageing) interval */
+    uint32_t ssm_ip_start;                    /* first SSM group (RFC 4607), host order */
+    uint32_t ssm_ip_end;                      /* the last one */
+    uint32_t ssm_map[5];                      /* words of the core */
+    uint32_t proxy_ip;    /* IPv4 source of the core's own reports, host order */
+    char build_date[20];  /* fixed text */
+    char build_time[20];  /* fixed text */
+    char version_str[20]; /* fixed text */
 } IgmpGlobleParm;
 
 /* What a search of the rules finds for one port. */
@@ -142,10 +143,10 @@ static_assert(offsetof(IgmpGlobleParm, proxy_ip) == 1112, "global fields");
 static_assert(offsetof(IgmpGlobleParm, version_str) == 1156, "global fields");
 static_assert(sizeof(IgmpGlobleParm) == 1176, "global fields");
 
-extern MC_EXPORT IgmpGlobleParm globle_parm;
-extern MC_EXPORT PortVlanCfgEntry PortVlanCfg[MC_PORTS][MC_RULES];
-extern MC_EXPORT int32_t setVlanCfgNumber[MC_PORTS]; /* rules in use, by logical port */
-extern MC_EXPORT PortStateEntry portState[MC_PORTS];
+extern MC_EXPORT IgmpGlobleParm globle_parm; /* what the IGMP side is set to */
+extern MC_EXPORT PortVlanCfgEntry PortVlanCfg[MC_PORTS][MC_RULES]; /* rules, by logical port */
+extern MC_EXPORT int32_t setVlanCfgNumber[MC_PORTS];   /* rules in use, by logical port */
+extern MC_EXPORT PortStateEntry portState[MC_PORTS];   /* the port table */
 extern MC_EXPORT uint16_t PortVlan[MC_TEMPLATE_VLANS]; /* template VLAN list; 0 = empty entry */
 extern MC_EXPORT int32_t setVlanNumber;                /* its entries in use */
 
@@ -178,6 +179,6 @@ extern MC_EXPORT uint8_t mld_sys_mac[6];
  * the router alert option, IGMPv2 membership report (RFC 2236) for 239.255.1.1, padded to 68 bytes.
  */
 enum { MC_JION_BUFFER_SIZE = 68 };
-extern MC_EXPORT uint8_t jion_buffer[MC_JION_BUFFER_SIZE];
+extern MC_EXPORT uint8_t jion_buffer[MC_JION_BUFFER_SIZE]; /* the report itself */
 
 MC_C_END

@@ -22,6 +22,7 @@ MC_EXPORT int32_t omci_add_auth_igmp_group_vlan_config(uint32_t group, uint32_t 
 /* The status of the core's last deletion. The copy keeps the group until the next clear. */
 MC_EXPORT int32_t omci_delete_auth_igmp_group_vlan_config(uint32_t group, uint32_t vlan,
                                                           uint32_t unused);
+/* Deletes all of them; 0, whatever the core says. */
 MC_EXPORT int32_t omci_clear_all_auth_igmp_group_vlan_config(void);
 
 /* ---- Requests for a port ---- */

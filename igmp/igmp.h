@@ -47,6 +47,7 @@ MC_EXPORT int32_t MuticastReceive(uint8_t* frame, uint32_t len, uint32_t port, u
  * length is dropped.
  */
 MC_EXPORT void igmp_adapt_snoop_handle(uint8_t* frame, uint32_t port, uint32_t len, uint32_t vid);
+/* The same in control mode. */
 MC_EXPORT void igmp_adapt_control_handle(uint8_t* frame, uint32_t port, uint32_t len, uint32_t vid);
 
 /*

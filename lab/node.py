@@ -1,5 +1,6 @@
 """mc_node on the switch, and the commands that mcctl sends it."""
 
+import os
 import re
 import signal
 import subprocess
@@ -28,6 +29,7 @@ class Node:
         self.lines = []          # of standard error, in order
         self.out = None
         self.reader = None
+        self.runtime = None      # in place of the machine's /run; a node that is killed leaves its record
 
     # ---- Process --------------------------------------------------------------------------------
 
@@ -54,10 +56,14 @@ class Node:
             self.out.close()
         self.out = tempfile.TemporaryFile("w+")
         self.process = self.home.switch.start(command, stdout=self.out, stderr=subprocess.PIPE,
-                                              text=True, errors="replace")
+                                              text=True, errors="replace", env=self.environment())
         self.reader = threading.Thread(target=self.read, args=(self.process.stderr, self.lines),
                                        daemon=True)
         self.reader.start()
+
+    def environment(self):
+        self.runtime = self.runtime or tempfile.TemporaryDirectory()
+        return {**os.environ, "RUNTIME_DIRECTORY": self.runtime.name}
 
     @staticmethod
     def read(stream, lines):
@@ -86,6 +92,9 @@ class Node:
         if self.out:
             self.out.close()
             self.out = None
+        if self.runtime:
+            self.runtime.cleanup()
+            self.runtime = None
 
     def output(self):
         self.out.seek(0)

@@ -45,7 +45,9 @@ MC_EXPORT void mld_adapt_globe(void);
  * frame, -1 for any other drop and for an uplink frame that the mode keeps from the core.
  */
 MC_EXPORT int32_t mldL2PktProc(uint8_t* frame, uint32_t len, uint32_t port);
+/* The counterparts of the IGMP side's handlers. */
 MC_EXPORT void mld_adapt_snoop_handle(uint8_t* frame, uint32_t port, uint32_t len, uint32_t vid);
+/* The same in control mode. */
 MC_EXPORT void mld_adapt_control_handle(uint8_t* frame, uint32_t port, uint32_t len, uint32_t vid);
 
 /* Call-backs of the core. The tag is not read: packets leave with the tag of the last frame. */
@@ -53,6 +55,6 @@ MC_EXPORT void send_pkt_mld(uint8_t* packet, uint16_t port, void* tag, uint16_t 
 /* The driver's status; on failure with errors traced, what the trace printed: not 0 either way. */
 MC_EXPORT int32_t mld_l2_igmp_send_pkt(uint8_t* frame, uint16_t len, uint16_t port);
 MC_EXPORT int32_t mld_add_grp(MldGroupEntry* group); /* the driver's status */
-MC_EXPORT int32_t mld_del_grp(MldGroupEntry* group);
+MC_EXPORT int32_t mld_del_grp(MldGroupEntry* group); /* the driver's status */
 
 MC_C_END

@@ -67,4 +67,13 @@ std::pair<std::uint8_t, std::string> parse_port(const std::string& text, const s
     return {static_cast<std::uint8_t>(number), text.substr(equals + 1)};
 }
 
+IpcPlace parse_ipc_place(const std::string& text, IpcPlace usual) {
+    const bool is_private = text == "private";
+    if (!text.empty() && !is_private && text != "shared") {
+        throw UsageError("--ipc: '" + text + "' is neither private nor shared");
+    }
+    if (text.empty() || usual == IpcPlace::kNone) return usual;
+    return is_private ? IpcPlace::kPrivate : IpcPlace::kShared;
+}
+
 }  // namespace node

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "node/ipc_place.h"
+
 namespace node {
 
 // 0 to 255, where 255 is none; throws UsageError.
@@ -17,5 +19,8 @@ namespace node {
 // UsageError.
 [[nodiscard]] std::pair<std::uint8_t, std::string> parse_port(const std::string& text,
                                                               const std::string& what);
+
+// "private" or "shared"; the usual one without a word.
+[[nodiscard]] IpcPlace parse_ipc_place(const std::string& text, IpcPlace usual);
 
 }  // namespace node

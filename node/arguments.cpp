@@ -49,6 +49,10 @@ void declare_common(Parser& parser, Words& words) {
                  "Diagnostics of the library: flow, errors, tx, rx, config, all, separated by "
                  "commas, or a mask such as 0x25"},
                 words.debug);
+    parser.last({"--ipc", "private|shared",
+                 "Take commands in an IPC namespace of the node's own, or where it is started "
+                 "(default, but for a replay without --hold, which takes none from outside)"},
+                words.ipc);
     parser.flag("--json", words.json, "Print the summary as one JSON object");
 }
 
@@ -115,6 +119,8 @@ Parser& declare_live(Parser& program, LiveWords& words, BoundWords& bounds) {
     live.once({"--bridge", "INTERFACE", "The bridge that switches the streams"}, words.bridge);
     live.each({"--port", "PORT=INTERFACE", "Interface of a user port, 0 to 5"}, words.ports);
     live.each({"--uplink", "INTERFACE", "Interface towards the network"}, words.uplinks);
+    live.flag("--restore", words.restore,
+              "Give the bridge back as a node that was killed had found it, and end");
     declare_common(live, words);
     live.once({"--metrics", "ADDRESS:PORT",
                "Serve numbers for monitoring over HTTP, at /metrics; 127.0.0.1:9550, say"},
@@ -150,8 +156,10 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
                          (live.is_named() ? "live" : "replay"));
     }
     const mcore::Bounds bounds = meaning_of(bound_words);
-    if (live.is_named()) return Arguments{meaning_of(live_words), bounds};
-    return Arguments{meaning_of(replay_words), bounds};
+    if (live.is_named()) {
+        return Arguments{meaning_of(live_words), bounds, ipc_place_of(live_words)};
+    }
+    return Arguments{meaning_of(replay_words), bounds, ipc_place_of(replay_words)};
 }
 
 }  // namespace node

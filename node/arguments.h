@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "node/core/multicast_core.h"
+#include "node/ipc_place.h"
 #include "node/live/arguments.h"
 #include "node/replay/arguments.h"
 
@@ -13,6 +14,7 @@ namespace node {
 struct Arguments {
     std::variant<replay::Arguments, live::Arguments> run;
     mcore::Bounds bounds;
+    IpcPlace ipc = IpcPlace::kShared;
 };
 
 // Reads the command line. Nothing comes back when help was asked for, or no sub-command given: the

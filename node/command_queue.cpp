@@ -5,7 +5,6 @@
 #include <sys/msg.h>
 #include <unistd.h>
 
-#include <bit>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +13,7 @@
 
 #include "command/command.h"
 #include "node/console/server.h"
+#include "node/report/recurring.h"
 #include "node/rule_check.h"
 
 namespace node {
@@ -27,7 +27,7 @@ struct Message {
 
 void (*say)(const std::string& line) = nullptr;
 int lost = -1;
-std::uint64_t too_long = 0;  // the command task's alone, and so is
+report::Recurring too_long;  // the command task's alone, and so is
 bool is_record_out = false;  // whether it has a record of the queue
 
 std::string queue_name() { return "queue " + std::to_string(MC_QUEUE_KEY); }
@@ -39,12 +39,11 @@ Receive* receive_of_c_library() {
     return found;
 }
 
-// Whoever posts one can post millions: the first is said, then the second, the fourth and so on.
+// Whoever posts one can post millions.
 void say_too_long() {
-    ++too_long;
-    if (say == nullptr || !std::has_single_bit(too_long)) return;
+    if (!too_long.is_due() || say == nullptr) return;
     say("took a message of more than " + std::to_string(MC_RECORD_TEXT) + " bytes off " +
-        queue_name() + ", number " + std::to_string(too_long));
+        queue_name() + ", number " + std::to_string(too_long.times()));
 }
 
 // To go back to the library would be to run the last record once more.

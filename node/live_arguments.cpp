@@ -40,6 +40,12 @@ live::Arguments meaning_of(const LiveWords& words) {
     if (words.bridge.empty()) throw UsageError("which bridge? Give --bridge");
     check_name(words.bridge);
     arguments.bridge = words.bridge;
+    arguments.restore = words.restore;
+    if (words.restore) {
+        const bool has_ports = !words.ports.empty() || !words.uplinks.empty();
+        if (has_ports) throw UsageError("--restore takes no ports: it gives the bridge back");
+        return arguments;
+    }
     for (const std::string& text : words.ports) {
         auto [port, interface] = parse_port(text, "INTERFACE");
         add(arguments.ports, port, std::move(interface));
@@ -58,6 +64,10 @@ live::Arguments meaning_of(const LiveWords& words) {
     arguments.json = words.json;
     arguments.metrics = words.metrics;
     return arguments;
+}
+
+IpcPlace ipc_place_of(const LiveWords& words) {
+    return parse_ipc_place(words.ipc, words.restore ? IpcPlace::kNone : IpcPlace::kShared);
 }
 
 }  // namespace node

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "node/ipc_place.h"
 #include "node/live/arguments.h"
 
 namespace node {
@@ -15,11 +16,14 @@ struct LiveWords {
     std::vector<std::string> uplinks;
     std::string debug;
     std::string onu_id = "1";
+    std::string ipc;
     bool json = false;
+    bool restore = false;
     std::string metrics;
 };
 
 // Throws UsageError.
 [[nodiscard]] live::Arguments meaning_of(const LiveWords& words);
+[[nodiscard]] IpcPlace ipc_place_of(const LiveWords& words);
 
 }  // namespace node

@@ -12,6 +12,7 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <variant>
 
 #include "node/arguments.h"
@@ -19,6 +20,7 @@
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
+#include "node/ipc_place.h"
 #include "node/live/live.h"
 #include "node/mld_mode.h"
 #include "node/replay/replay.h"
@@ -41,10 +43,10 @@ struct Runner {
     int operator()(const live::Arguments& arguments) const { return live::run(arguments, host); }
 };
 
-driver::Host make_host() {
+driver::Host make_host(std::string way_in) {
     const int queue_lost = node::guard_command_queue(complain);
     if (queue_lost < 0) throw std::runtime_error(std::string("eventfd: ") + std::strerror(errno));
-    return {complain, queue_lost};
+    return {complain, queue_lost, std::move(way_in)};
 }
 
 int run(int argc, char** argv) {
@@ -53,7 +55,10 @@ int run(int argc, char** argv) {
         if (!arguments) return kDone;
         mcore::set_bounds(arguments->bounds);
         node::let_mld_follow_igmp_proxy();
-        return std::visit(Runner{make_host()}, arguments->run);
+        const bool is_live = std::holds_alternative<live::Arguments>(arguments->run);
+        // A node in a user namespace of its own has no rights over the interfaces of this one.
+        const std::string way_in = node::take_ipc_place(arguments->ipc, is_live);
+        return std::visit(Runner{make_host(way_in)}, arguments->run);
     } catch (const std::exception& error) {
         complain(error.what());
     }

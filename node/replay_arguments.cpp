@@ -117,4 +117,10 @@ replay::Arguments meaning_of(const ReplayWords& words) {
     return arguments;
 }
 
+// Without --hold no command comes from outside.
+IpcPlace ipc_place_of(const ReplayWords& words) {
+    return parse_ipc_place(words.ipc,
+                           words.hold ? IpcPlace::kShared : IpcPlace::kPrivateIfPossible);
+}
+
 }  // namespace node

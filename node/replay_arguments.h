@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "node/ipc_place.h"
 #include "node/replay/arguments.h"
 
 namespace node {
@@ -20,11 +21,13 @@ struct ReplayWords {
     std::string onu_id = "1";
     double tail_s = 0;
     std::string commands;
+    std::string ipc;
     bool json = false;
     bool hold = false;
 };
 
 // Throws UsageError.
 [[nodiscard]] replay::Arguments meaning_of(const ReplayWords& words);
+[[nodiscard]] IpcPlace ipc_place_of(const ReplayWords& words);
 
 }  // namespace node

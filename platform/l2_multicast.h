@@ -13,7 +13,7 @@ MC_C_BEGIN
 
 /* A MAC address as the driver takes it: by value. */
 typedef struct L2MulticastMac {
-    uint8_t byte[6];
+    uint8_t byte[6]; /* in the order of the wire */
 } L2MulticastMac;
 
 /* Opens the driver. Called once, during start-up. */
@@ -37,8 +37,9 @@ int32_t L2_multicast_read_msg(uint8_t* buf, uint8_t* port, uint32_t* len);
 int32_t L2_multicast_send_msg(uint8_t* frame, uint8_t port, uint16_t len, uint8_t src_port,
                               uint32_t vlan);
 
-/* Adds, or takes away, the port from the forwarding entry of a group MAC address in a VLAN. */
+/* Adds the port to the forwarding entry of a group MAC address in a VLAN. */
 int32_t L2_multicast_set_port_iptv_entry(int16_t port, L2MulticastMac mac, uint16_t vlan);
+/* Takes the port away from it. */
 int32_t L2_multicast_remove_port_iptv_entry(int16_t port, L2MulticastMac mac, uint16_t vlan);
 
 /* The ONU id of a node that was given none: it runs in EPON mode. */

@@ -20,8 +20,9 @@ int32_t pal_task_create(uint32_t* task_id, const char* name, uint32_t priority, 
 
 /* Memory displays and statistics. They print on the console and return 0. */
 int32_t pal_mem_show(void);
-int32_t pal_mem_reset(void);
-int32_t pal_mtype_show(uint32_t type);
+int32_t pal_mem_reset(void);           /* sets the statistics back */
+int32_t pal_mtype_show(uint32_t type); /* one type of memory */
+/* The range of types that is recorded. */
 int32_t pal_mrecord_range_set(uint32_t first, uint32_t second);
 
 MC_C_END

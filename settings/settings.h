@@ -37,8 +37,9 @@ MC_EXPORT int32_t omci_set_igmp_global_parmeter(uint32_t robustness, uint32_t qu
                                                 uint32_t last_member_query_interval,
                                                 uint32_t last_member_query_count);
 MC_EXPORT int32_t omci_igmp_version_globle_set(uint32_t version); /* 8 bits: IGMP 1, 2 or 3 */
-/* Source-specific multicast (RFC 4607): address range, host order, and five mapping words. */
+/* Range of source-specific multicast (RFC 4607): first and last address, host order. */
 MC_EXPORT int32_t omci_igmp_ssm_ip_globle_set(uint32_t start, uint32_t end);
+/* Five words that map groups to sources, passed on. */
 MC_EXPORT int32_t omci_igmp_ssm_map_globle_set(uint32_t w0, uint32_t w1, uint32_t w2, uint32_t w3,
                                                uint32_t w4);
 MC_EXPORT int32_t omci_set_igmp_dynamic_enable(uint32_t enable); /* 8 bits: VLAN learning */
@@ -54,9 +55,9 @@ MC_EXPORT int32_t omci_clear_igmp_all_parmeter(void);
 
 /* Entry points without a function: they trace and return 0. */
 MC_EXPORT int32_t omci_set_igmp_vid(void);
-MC_EXPORT int32_t omci_get_voip_igmp_vid(void);
-MC_EXPORT int32_t omci_set_multicast_vlan(void);
-MC_EXPORT int32_t omci_set_igmp_age_time(void);
+MC_EXPORT int32_t omci_get_voip_igmp_vid(void);  /* no function */
+MC_EXPORT int32_t omci_set_multicast_vlan(void); /* no function */
+MC_EXPORT int32_t omci_set_igmp_age_time(void);  /* no function */
 
 /* ---- Settings of one port. port: a port number, 8 bits ---- */
 
@@ -64,6 +65,7 @@ MC_EXPORT int32_t omci_set_igmp_age_time(void);
 MC_EXPORT int32_t omci_set_port_igmp_leave_mode(uint32_t port, uint32_t mode);
 /* Ports below 7, so never the uplink. limit: 16 bits; 0 means no limit and is kept as 1024. */
 MC_EXPORT int32_t omci_set_port_igmpgroup_limit(uint32_t port, uint32_t limit);
+/* The same, as the standard's command asks for it. */
 MC_EXPORT int32_t onu_std_omci_set_port_igmpgroup_limit(uint32_t port, uint32_t limit);
 /* enable 8 bits, extra 16 bits, only passed on. 0 for a good port, even when the core fails. */
 MC_EXPORT int32_t onu_std_max_multi_bandwidth_limit(uint32_t port, uint32_t enable,

@@ -224,7 +224,7 @@ if [[ $queue_is_ours == yes ]]; then
         '\x01\x00\x5e\x01\x02\x03\x02\x00\x00\x00\x00\x07\x08\x00' \
         '\x45\x00\x00\x1c\x00\x00\x00\x00\x01\x02\x07\x2d\xc0\xa8\x01\x07\xef\x01\x02\x03' \
         '\x16\x00\xf8\xfa\xef\x01\x02\x03' >&"$feed"
-    "${node[@]}" replay --port 2=endless >node.out 2>node.err </dev/null &
+    "${node[@]}" replay --port 2=endless --ipc shared >node.out 2>node.err </dev/null &
     node_process=$!
     for ((i = 0; i < 200; i++)); do
         if queue exists || ! kill -0 "$node_process" 2>/dev/null; then break; fi

@@ -158,6 +158,19 @@ std::string take_answer(Conversation& conversation) {
                        std::to_string(kPatience) + " seconds and is not done");
 }
 
+std::optional<std::string> ask_for_text(std::string_view word) {
+    Conversation conversation = ask(word);
+    if (conversation.connection < 0 && errno != EAGAIN) return std::nullopt;
+    std::string text;
+    while (const auto words =
+               conversation.connection < 0 ? std::nullopt : listen_to(conversation)) {
+        if (words->kind == Kind::kRefused) return std::nullopt;
+        if (words->kind == Kind::kDone) return text;
+        text += words->text;
+    }
+    throw ConsoleError("the node has not answered for " + std::to_string(kPatience) + " seconds");
+}
+
 bool follow_console() {
     Conversation conversation = ask(console::kConsoleWord);
     std::string why;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "tools/command_line.h"
 
@@ -29,6 +30,10 @@ struct Conversation {
 // What the node prints on the record, once it is done. Throws ConsoleError when the node does not
 // come to it, or is gone before.
 [[nodiscard]] std::string take_answer(Conversation& conversation);
+
+// What the node answers to a word with a text. Nothing where no console is for us, or it does not
+// know the word. Throws ConsoleError when the node is silent, or gone before it has answered.
+[[nodiscard]] std::optional<std::string> ask_for_text(std::string_view word);
 
 // Prints what the node prints: true when it has ended, false when nobody reads standard output any
 // more. Throws ConsoleError when there is no console for us, or the node is gone without a word.

@@ -9,9 +9,11 @@
 #include <string>
 #include <thread>
 
+#include "node/console/protocol.h"
 #include "node/metrics/exposition.h"
 #include "node/report/printable.h"
 #include "node/report/table.h"
+#include "tools/console_client.h"
 #include "tools/mcstat_fields.h"
 #include "tools/mcstat_ipc.h"
 #include "tools/mcstat_report.h"
@@ -76,7 +78,9 @@ std::string fresh_report(const mcstat::Fields& fields, const Arguments& argument
     const mcstat::Contents contents = segment.read();
     if (arguments.json) return mcstat::report_json(contents, fields);
     if (arguments.openmetrics) {
-        return mcstat::report_metrics(contents, fields) + std::string(metrics::kEnd);
+        const auto of_node = commands::ask_for_text(console::kMetricsWord);
+        return mcstat::report_metrics(contents, fields) + of_node.value_or("") +
+               std::string(metrics::kEnd);
     }
     const auto screen = tools::screen();
     return mcstat::report_text(contents, fields,

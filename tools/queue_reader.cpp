@@ -8,23 +8,26 @@
 namespace commands {
 
 // The table of the kernel is for everyone to read, the segment is not.
-bool is_surely_unread() {
+std::optional<SegmentUse> segment_use() {
     std::ifstream table("/proc/sysvipc/shm");
     std::string heading;
-    if (!std::getline(table, heading)) return false;
+    if (!std::getline(table, heading)) return std::nullopt;
     long key = 0;
     long id = 0;
     std::string permissions;
     unsigned long size = 0;
-    long creator = 0;
-    long last = 0;
-    unsigned long attached = 0;
+    SegmentUse use;
     std::string rest;
-    while (table >> key >> id >> permissions >> size >> creator >> last >> attached &&
+    while (table >> key >> id >> permissions >> size >> use.creator >> use.last >> use.attached &&
            std::getline(table, rest)) {
-        if (key == mc::kStatusSegmentKey && attached > 0) return false;
+        if (key == mc::kStatusSegmentKey) return use;
     }
-    return true;
+    return SegmentUse{};
+}
+
+bool is_surely_unread() {
+    const auto use = segment_use();
+    return use && use->attached == 0;
 }
 
 }  // namespace commands

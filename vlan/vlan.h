@@ -24,6 +24,7 @@ MC_C_BEGIN
 
 /* ---- Packing -------------------------------------------------------------------------------- */
 
+/* The rules of one logical port. */
 typedef PortVlanCfgEntry McRuleBlock[MC_RULES];
 
 /*
@@ -79,6 +80,7 @@ MC_EXPORT int32_t onu_std_omci_web_set_vlan(PortVlanCfgEntry* rule);
  * returned.
  */
 MC_EXPORT int32_t mld_onu_std_omci_set_multicast_vlan(PortVlanCfgEntry* rule);
+/* Deletes a rule as onu_std_omci_delete_multicast_vlan does, with the MLD side's tables. */
 MC_EXPORT int32_t mld_onu_std_omci_delete_multicast_vlan(PortVlanCfgEntry* rule);
 /* Packs the rules of a port of the MLD port table where they are, and returns the table. */
 MC_EXPORT McRuleBlock* mldsortPortVlanCfg(McRuleBlock* table, uint32_t port);

@@ -18,7 +18,8 @@
 //    answer RECORD   kReady: the record may be posted now; once it was taken off the queue, kText
 //    for
 //                    all that is printed until it is done, then kDone. RECORD is all its bytes.
-//    another word    what the node offers beside these: kText, then kDone
+//    metrics         a live node's numbers for monitoring, families of OpenMetrics: kText, then
+//    kDone another word    what the node offers beside these: kText, then kDone
 //
 // kRefused may come at any time: its text says why nothing more comes.
 #pragma once
@@ -35,6 +36,7 @@ namespace console {
 
 inline constexpr std::string_view kConsoleWord = "console";
 inline constexpr std::string_view kAnswerWord = "answer";
+inline constexpr std::string_view kMetricsWord = "metrics";
 
 enum class Kind : char {
     kRequest = 'q',

@@ -11,6 +11,8 @@ struct Host {
     void (*complain)(const std::string& line);
     // A descriptor that can be read once the command queue is of no use any more, to the end.
     int queue_lost;
+    // What has to stand in front of mcctl where the queue is in an IPC namespace of the node's own.
+    std::string way_in;
 };
 
 // Whether it is by now, or becomes so within that time; a signal ends the wait too.

@@ -25,7 +25,8 @@ struct Arguments {
     std::uint8_t onu_id = 1;
     std::uint32_t debug = 0;  // for mc_debug and mld_debug
     bool json = false;
-    std::string metrics;  // address and port to serve them at; empty: not at all
+    bool restore = false;  // give back what a killed node has left, with the bridge alone
+    std::string metrics;   // address and port to serve them at; empty: not at all
 };
 
 }  // namespace live

@@ -1,6 +1,6 @@
 #include "node/live/bridge.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -11,19 +11,16 @@
 namespace live {
 namespace {
 
-// What makes a bridge heed its database: a querier, and the time that the querier gives for answers
-// gone by. The queries do not leave the bridge, only this machine hears them: hence in versions
-// that it need not fall back for, and with a tenth of a second for the answer, as less would make
-// an IGMP query one of version 1. Ten hundredths are whole ticks of any kernel.
-constexpr BridgeSettings kWanted{1, 3, 2, 10, 1};
 constexpr std::chrono::milliseconds kUntilHeeded{150};
 
 constexpr std::chrono::seconds kAddressPatience{3};
 constexpr std::chrono::milliseconds kAddressLook{50};
 
-LiveError refusal(const std::string& what, int error) {
-    const char* const hint = error == EPERM ? " (CAP_NET_ADMIN is needed)" : "";
-    return LiveError(what + ": " + std::strerror(error) + hint);
+// "lan1, lan2"
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
 }
 
 }  // namespace
@@ -33,7 +30,8 @@ Bridge::Bridge(std::string name, const std::vector<PortInterface>& ports, Say sa
     : name_(std::move(name)),
       say_(std::move(say)),
       port_is_new_(std::move(port_is_new)),
-      entries_(database_, say_) {
+      entries_(database_, say_),
+      state_(name_, say_) {
     for (const PortInterface& each : ports) {
         Port port;
         port.interface = each.interface;
@@ -51,6 +49,13 @@ void Bridge::require_everything() {
     const auto bridge = find_link(netlink_, name_);
     if (!bridge) throw LiveError(name_ + ": there is no such interface");
     if (!bridge->bridged) throw LiveError(name_ + ": is no bridge");
+    // The node's entries have no VLAN, and a bridge that filters VLANs looks for none without.
+    if (bridge->filters_vlans) {
+        throw LiveError(name_ +
+                        ": with vlan_filtering on it heeds no entry of the node; switch it off: "
+                        "ip link set dev " +
+                        name_ + " type bridge vlan_filtering 0");
+    }
     for (const auto& port : ports_) {
         if (!port) continue;
         const auto link = find_link(netlink_, port->interface);
@@ -59,24 +64,27 @@ void Bridge::require_everything() {
             throw LiveError(port->called + ": is no port of " + name_);
         }
     }
-    // Asks for what is there already: only to see whether it may be changed.
-    const int error =
-        set_bridge(netlink_, bridge->index, BridgeSetting::kSnooping, bridge->bridged->front());
-    if (error != 0) throw refusal(name_ + ": its settings cannot be changed", error);
+    require_right_to_change(netlink_, name_, *bridge);
 }
 
 void Bridge::begin() {
     require_everything();
     const auto bridge = find_link(netlink_, name_);
     if (!bridge || !bridge->bridged) throw LiveError(name_ + ": has just gone");
+    left_ = state_.read();
     take_bridge(*bridge);
+    take_what_was_left();
     entries_.take_back(true);
     look_at_ports();
+    left_.reset();
+    keep_record();
     link_changes_.clear();  // who is there from the beginning is asked when the core starts
     look_whether_on();
     // Before the bridge becomes a querier: no query of it must reach a host.
-    const std::string error = put_up_guard();
-    if (!error.empty()) throw LiveError("nftables: " + error);
+    rules_ = wanted_rules();
+    if (const std::string error = guard_.put_up(rules_); !error.empty()) {
+        throw LiveError("nftables: " + error);
+    }
     await_link_local();
     keep_settings();
     look_at_link_local();
@@ -88,6 +96,7 @@ void Bridge::end() {
     entries_.take_back(false);
     give_back_settings();
     guard_.take_down();
+    state_.remove();
 }
 
 Bridge::Port* Bridge::port_at(std::size_t slot) { return ports_[slot] ? &*ports_[slot] : nullptr; }
@@ -96,7 +105,9 @@ Bridge::Port* Bridge::port_at(std::size_t slot) { return ports_[slot] ? &*ports_
 
 void Bridge::take_bridge(const Link& link) {
     bridge_ = link;
-    before_ = link.bridged;
+    before_ = original_settings(link, left_);
+    keep_record();
+    settings_kept_ = false;
     // One that asks already is not to be interrupted.
     const bool asks = (*link.bridged)[static_cast<std::size_t>(BridgeSetting::kQuerier)] != 0;
     link_local_ = asks ? LinkLocal::kUsable : LinkLocal::kTentative;
@@ -108,6 +119,7 @@ void Bridge::lose_bridge() {
     hold_back();
     bridge_.reset();
     before_.reset();
+    forget_routers();
     entries_.use_bridge(0, name_, 0);
     say_(name_ + " is gone: streams are not switched until it is back");
 }
@@ -123,28 +135,68 @@ std::chrono::milliseconds Bridge::until_heeded() const {
     return link_local_ == LinkLocal::kTentative ? kAddressPatience : kUntilHeeded;
 }
 
-// Sets what is not as the node needs it.
+// Sets what is not as the node needs it. Once it has been, it is somebody else who has changed it.
 void Bridge::keep_settings() {
+    std::vector<std::string> changed;
     for (std::size_t i = 0; i < kBridgeSettings; ++i) {
         if ((*bridge_->bridged)[i] == kWanted[i]) continue;
         const int error =
             set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), kWanted[i]);
-        if (error == 0) continue;
-        say_(name_ + ": its settings cannot be changed: " + std::strerror(error));
-        return;
+        if (error != 0) {
+            say_(name_ + ": its settings cannot be changed: " + std::strerror(error));
+            return;
+        }
+        changed.emplace_back(kBridgeSettingNames[i]);
+    }
+    if (std::exchange(settings_kept_, true) && !changed.empty()) {
+        say_less(outside_.settings, name_ + ": somebody has changed " + joined(changed) +
+                                        "; the node has set it back");
     }
 }
 
 void Bridge::give_back_settings() {
+    give_back(netlink_, originals());
+    forget_routers();
+}
+
+void Bridge::forget_routers() {
     for (auto& port : ports_) {
-        if (!port || !port->router_before) continue;
-        static_cast<void>(set_multicast_router(netlink_, port->index, *port->router_before));
-        port->router_before.reset();
+        if (port) port->router_before.reset();
     }
-    if (!bridge_ || !before_) return;
-    for (std::size_t i = kBridgeSettings; i-- > 0;) {
-        static_cast<void>(
-            set_bridge(netlink_, bridge_->index, static_cast<BridgeSetting>(i), (*before_)[i]));
+}
+
+// Of the ports that a killed node had, those count that this one has not looked at yet.
+Originals Bridge::originals() const {
+    Originals originals;
+    if (left_ && bridge_ && left_->bridge == bridge_->index) originals.ports = left_->ports;
+    for (const auto& port : ports_) {
+        if (!port || !port->router_before) continue;
+        originals.ports[port->interface] = {port->index, *port->router_before};
+    }
+    if (!bridge_ || !before_) return originals;
+    originals.bridge = bridge_->index;
+    originals.settings = *before_;
+    return originals;
+}
+
+// To be called whenever there is something new to be given back, before it is changed.
+void Bridge::keep_record() {
+    if (bridge_ && before_) state_.write(originals());
+}
+
+// Ports that the killed node had and this one does not have get back theirs at once.
+void Bridge::take_what_was_left() {
+    if (!left_ || left_->bridge != bridge_->index) return;
+    say_(name_ + ": a node was killed; what it had found, as " + state_.path() +
+         " says, is given back at the end");
+    for (const auto& [interface, port] : left_->ports) {
+        const auto is_called = [&name = interface](const std::optional<Port>& one) {
+            return one && one->interface == name;
+        };
+        const auto link = find_link(netlink_, interface);
+        if (!link || !link->port || std::ranges::any_of(ports_, is_called)) continue;
+        const std::uint8_t before = original_router(interface, *link, left_);
+        static_cast<void>(set_multicast_router(netlink_, link->index, before));
     }
 }
 
@@ -154,6 +206,15 @@ void Bridge::look_whether_on() {
     is_on_ = bridge_->on;
     if (!is_on_) hold_back();
     say_(name_ + (is_on_ ? " is up again" : " is down: streams are not switched until it is up"));
+}
+
+// Not switched off again: whoever has switched it on wants his VLANs apart.
+void Bridge::look_at_vlan_filtering() {
+    if (bridge_->filters_vlans == filters_vlans_) return;
+    filters_vlans_ = bridge_->filters_vlans;
+    say_(name_ + (filters_vlans_
+                      ? ": vlan_filtering is on now: streams are not switched until it is off"
+                      : ": vlan_filtering is off again"));
 }
 
 // An address of its own takes a machine a second or two to make sure of.
@@ -205,20 +266,42 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
     }
     look_at_ports();
     if (is_there) look_whether_on();
+    if (is_there) look_at_vlan_filtering();
     if (Clock::now() >= heeds_at_) is_flooding_ = false;
-    const std::string error = put_up_guard();
-    if (!error.empty()) say_("nftables: " + error);
+    look_at_rules();
     if (is_there) {
         keep_settings();
         look_at_link_local();
         if (is_flooding_ && is_on_) heeds_at_ = std::min(heeds_at_, Clock::now() + until_heeded());
     }
-    if (const std::size_t count = entries_.put_back(); count > 0) {
-        say_("put " + std::to_string(count) + " groups back into the multicast database of " +
-             name_);
-    }
+    put_entries_back();
     if (is_there && is_on_ && is_flooding_) return kUntilHeeded;
     return std::nullopt;
+}
+
+void Bridge::put_entries_back() {
+    const bool are_gone = std::exchange(entries_gone_, false);
+    const std::size_t count = entries_.put_back();
+    if (count == 0) return;
+    const std::string line =
+        "put " + std::to_string(count) + " groups back into the multicast database of " + name_;
+    if (are_gone) {
+        say_less(outside_.entries, line + ": somebody has removed entries of the node");
+    } else {
+        say_(line);
+    }
+}
+
+bool Bridge::note_removal(int bridge, const DatabaseEntry& gone) {
+    if (!bridge_ || bridge != bridge_->index || !entries_.is_needed(gone)) return false;
+    entries_gone_ = true;
+    return true;
+}
+
+void Bridge::say_less(report::Recurring& recurring, const std::string& line) {
+    if (!recurring.is_due()) return;
+    const std::uint64_t times = recurring.times();
+    say_(times == 1 ? line : line + " (" + std::to_string(times) + " times by now)");
 }
 
 std::vector<Bridge::LinkChange> Bridge::take_link_changes() {
@@ -229,6 +312,10 @@ void Bridge::look_at_ports() {
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         if (Port* const port = port_at(slot)) look_at_port(slot, *port);
     }
+    if (routers_changed_.empty()) return;
+    say_less(outside_.routers, "somebody has changed mcast_router of " + joined(routers_changed_) +
+                                   "; the node has set it back");
+    routers_changed_.clear();
 }
 
 Bridge::PortState Bridge::state_of(const std::optional<Link>& link) const {
@@ -297,9 +384,14 @@ void Bridge::say_state(const Port& port, PortState now) {
 // Everything unknown goes to the uplink and nothing of it to a user port without a router.
 void Bridge::keep_port_settings(Port& port, const Link& link) {
     const std::uint8_t wanted = gets_everything(port) ? kRouter : kNoRouter;
-    if (!port.router_before) port.router_before = link.port->multicast_router;
+    const bool was_set = port.router_before.has_value();
+    if (!was_set) {
+        port.router_before = original_router(port.interface, link, left_);
+        keep_record();
+    }
     if (link.port->multicast_router == wanted) return;
     set_router(port, wanted);
+    if (was_set) routers_changed_.push_back(port.interface);
 }
 
 void Bridge::set_router(const Port& port, std::uint8_t wanted) {
@@ -307,8 +399,22 @@ void Bridge::set_router(const Port& port, std::uint8_t wanted) {
     if (error != 0) say_(port.called + ": its settings cannot be changed: " + std::strerror(error));
 }
 
-// Nothing, or why not.
-std::string Bridge::put_up_guard() {
+void Bridge::look_at_rules() {
+    const std::string rules = wanted_rules();
+    const bool is_touched =
+        std::exchange(rules_touched_, false) && rules == rules_ && !guard_.is_untouched();
+    if (rules == rules_ && !is_touched) return;
+    const std::string error = guard_.put_up(rules);
+    rules_ = error.empty() ? rules : "";
+    if (!error.empty()) {
+        say_("nftables: " + error);
+    } else if (is_touched) {
+        say_less(outside_.rules,
+                 "somebody has changed the mc_node tables of nftables; the node has put them back");
+    }
+}
+
+std::string Bridge::wanted_rules() const {
     GuardedBridge guarded{bridge_ ? name_ : "", is_flooding_, {}};
     for (const auto& port : ports_) {
         if (!port) continue;
@@ -320,10 +426,7 @@ std::string Bridge::put_up_guard() {
     for (const auto& port : ports_) {
         if (port) rules += "# " + port->interface + " " + std::to_string(port->index) + "\n";
     }
-    if (rules == rules_) return {};
-    std::string error = guard_.put_up(rules);
-    rules_ = error.empty() ? rules : "";
-    return error;
+    return rules;
 }
 
 }  // namespace live

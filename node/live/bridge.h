@@ -21,7 +21,10 @@
 #include "node/live/guard.h"
 #include "node/live/links.h"
 #include "node/live/netlink.h"
+#include "node/live/originals.h"
 #include "node/live/say.h"
+#include "node/live/state_file.h"
+#include "node/report/recurring.h"
 
 namespace live {
 
@@ -42,6 +45,12 @@ class Bridge {
     // Looks at all links afresh, says what has changed, and puts in place what can be. When it
     // comes back with a time, it is to be called again after that.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();
+
+    // News: an entry is gone from the database of a bridge; whether it is time to look.
+    [[nodiscard]] bool note_removal(int bridge, const DatabaseEntry& gone);
+    void note_removals_lost() { entries_gone_ = true; }
+    // News: the rules may have been changed.
+    void note_rules_touched() { rules_touched_ = true; }
 
     // What has become of the links of ports since the last time it was asked, in that order. A port
     // that was taken out of the bridge has lost its link; one that was made again between two looks
@@ -78,6 +87,14 @@ class Bridge {
         std::optional<std::uint8_t> router_before;  // while ours is in force
     };
 
+    // By somebody else, each kind for itself.
+    struct OutsideChanges {
+        report::Recurring settings;
+        report::Recurring routers;
+        report::Recurring entries;
+        report::Recurring rules;
+    };
+
     [[nodiscard]] Port* port_at(std::size_t slot);
     void require_everything();
     void take_bridge(const Link& link);
@@ -85,8 +102,13 @@ class Bridge {
     void hold_back();
     [[nodiscard]] std::chrono::milliseconds until_heeded() const;
     void keep_settings();
+    [[nodiscard]] Originals originals() const;
+    void keep_record();
+    void take_what_was_left();
     void give_back_settings();
+    void forget_routers();
     void look_whether_on();
+    void look_at_vlan_filtering();
     void look_at_link_local();
     void await_link_local();
     [[nodiscard]] PortState state_of(const std::optional<Link>& link) const;
@@ -95,7 +117,10 @@ class Bridge {
     void say_state(const Port& port, PortState now);
     void keep_port_settings(Port& port, const Link& link);
     void set_router(const Port& port, std::uint8_t wanted);
-    [[nodiscard]] std::string put_up_guard();
+    void look_at_rules();
+    [[nodiscard]] std::string wanted_rules() const;
+    void put_entries_back();
+    void say_less(report::Recurring& recurring, const std::string& line);
 
     [[nodiscard]] static bool gets_everything(const Port& port) {
         return !port.is_user || port.has_router;
@@ -109,11 +134,19 @@ class Bridge {
     EntryTable entries_;
     Guard guard_;
     driver::PerPort<std::optional<Port>> ports_;
-    std::vector<LinkChange> link_changes_;       // not taken yet
-    std::optional<Link> bridge_;                 // as it was at the last look
-    std::optional<BridgeSettings> before_;       // of this bridge, to be given back
-    std::string rules_;                          // in force
+    std::vector<LinkChange> link_changes_;  // not taken yet
+    std::optional<Link> bridge_;            // as it was at the last look
+    std::optional<BridgeSettings> before_;  // of this bridge, to be given back
+    StateFile state_;
+    std::optional<Originals> left_;             // of a killed node, at the beginning only
+    std::string rules_;                         // in force
+    bool rules_touched_ = false;                // perhaps, since the last look
+    bool entries_gone_ = false;                 // likewise, perhaps by somebody else's doing
+    bool settings_kept_ = false;                // those of this bridge have been set once
+    std::vector<std::string> routers_changed_;  // ports that somebody else has set, not yet said
+    OutsideChanges outside_;
     bool is_on_ = true;                          // as far as has been said
+    bool filters_vlans_ = false;                 // likewise
     LinkLocal link_local_ = LinkLocal::kUsable;  // at the last look
     bool said_no_link_local_ = false;
     bool is_flooding_ = false;    // would, were it not kept from it

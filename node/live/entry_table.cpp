@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <set>
+#include <tuple>
 #include <utility>
 
 #include "node/live/source_filter.h"
@@ -17,6 +18,11 @@ constexpr std::chrono::seconds kCountAtMostEvery{1};
 using mcore::Filter;
 
 const Filter kAll{true, {}};
+
+bool lists(const Entry& entry, const mcore::Address& source) {
+    return entry.state == EntryState::kOurs &&
+           std::ranges::binary_search(entry.filter.sources, source);
+}
 
 std::string text(const Group& group) { return mcore::text(group.family, group.address); }
 
@@ -255,28 +261,61 @@ void EntryTable::count_others() {
     others_ = others.size();
 }
 
-void EntryTable::note_absences() {
-    std::set<std::pair<int, Group>> there;
+bool EntryTable::is_needed(const DatabaseEntry& gone) const {
+    return std::ranges::any_of(entries_, [&](const auto& one) {
+        const auto& [key, entry] = one;
+        if (entry.state == EntryState::kAbsent || key.group != gone.group) return false;
+        if (ports_[key.slot].index != gone.port) return false;
+        return gone.source == mcore::Address{} || lists(entry, gone.source);
+    });
+}
+
+// Those whose sources are not all there are what comes back.
+std::vector<EntryKey> EntryTable::note_absences() {
+    using Place = std::tuple<int, Group, mcore::Address>;
+    std::set<Place> there;
     for (const DatabaseEntry& one : database_.entries(bridge_)) {
-        if (one.source == mcore::Address{}) there.insert({one.port, one.group});
+        there.insert({one.port, one.group, one.source});
     }
+    std::vector<EntryKey> incomplete;
     taken_.clear();
     for (auto& [key, entry] : entries_) {
-        if (!there.contains({ports_[key.slot].index, key.group})) {
+        const auto is_there = [&, port = ports_[key.slot].index,
+                               group = key.group](const mcore::Address& source) {
+            return there.contains({port, group, source});
+        };
+        if (!is_there({})) {
             entry.state = EntryState::kAbsent;
         } else if (entry.state == EntryState::kOurs) {
             take_room(key.group, entry.filter);
+            if (!std::ranges::all_of(entry.filter.sources, is_there)) incomplete.push_back(key);
         }
     }
+    return incomplete;
+}
+
+// Told the same filter again the kernel does nothing: it keeps the list, and only the entries that
+// it had made of it are gone.
+bool EntryTable::put_sources_back(const EntryKey& key, Entry& entry) {
+    const int port = ports_[key.slot].index;
+    if (database_.replace(bridge_, port, key.group, kAll) != 0) return false;
+    give_room_back(key.group, entry.filter);
+    take_room(key.group, kAll);
+    entry.filter = kAll;
+    refit(key, entry);
+    return true;
 }
 
 std::size_t EntryTable::put_back() {
-    note_absences();
+    const std::vector<EntryKey> incomplete = note_absences();
     count_others();
     std::size_t count = 0;
     for (auto& [key, entry] : entries_) {
         if (entry.state != EntryState::kAbsent || ports_[key.slot].index == 0) continue;
         if (program(key, entry) == 0) ++count;
+    }
+    for (const EntryKey& key : incomplete) {
+        if (put_sources_back(key, entries_.at(key))) ++count;
     }
     return count;
 }

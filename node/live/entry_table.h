@@ -70,6 +70,10 @@ class EntryTable {
     void change(std::size_t slot, const Group& group, std::uint16_t vlan,
                 const mcore::Filter& filter);
 
+    // Whether an entry that is gone from the database is one of those that should stand there, or
+    // belongs to one.
+    [[nodiscard]] bool is_needed(const DatabaseEntry& gone) const;
+
     // Compares with the database and puts back what is missing there; how many entries that were.
     std::size_t put_back();
 
@@ -104,7 +108,8 @@ class EntryTable {
     void count_others();
     void say_no_sources();
     void say_refused(const EntryKey& key, int error);
-    void note_absences();
+    [[nodiscard]] std::vector<EntryKey> note_absences();
+    [[nodiscard]] bool put_sources_back(const EntryKey& key, Entry& entry);
 
     MulticastDatabase& database_;
     Say say_;

@@ -177,13 +177,32 @@ Guard::Guard() : nft_(nft_ctx_new(NFT_CTX_DEFAULT)) {
 
 std::string Guard::put_up(const std::string& rules) {
     std::string error = run(rules);
-    if (error.empty()) is_up_ = true;
-    return error;
+    if (!error.empty()) return error;
+    is_up_ = true;
+    listing_ = list();
+    return {};
 }
 
-void Guard::take_down() {
-    if (std::exchange(is_up_, false)) static_cast<void>(run(kRemoval));
+// Each by a command of its own: of several at a time nft reads what the last one needs. Without one
+// of the tables there is nothing to list.
+std::string Guard::list() {
+    std::string listing;
+    bool is_there = true;
+    for (const char* const command :
+         {"list table bridge mc_node\n", "list table netdev mc_node\n"}) {
+        is_there = run(command).empty() && is_there;
+        listing += nft_ctx_get_output_buffer(nft_.get());
+    }
+    return is_there ? listing : "";
 }
+
+bool Guard::is_untouched() { return list() == listing_; }
+
+void Guard::take_down() {
+    if (std::exchange(is_up_, false)) static_cast<void>(clear());
+}
+
+std::string Guard::clear() { return run(kRemoval); }
 
 std::string Guard::run(const std::string& commands) {
     if (nft_ == nullptr) return "nftables cannot be used";

@@ -21,6 +21,9 @@ struct nft_ctx;
 
 namespace live {
 
+// Of both tables.
+inline constexpr const char* kTableName = "mc_node";
+
 struct GuardedPort {
     std::string interface;
     bool gets_everything = false;  // from the bridge: the uplink, and where routers are
@@ -43,8 +46,12 @@ class Guard {
 
     // Puts the rules in force, in place of earlier ones; nothing, or why not in one line.
     [[nodiscard]] std::string put_up(const std::string& rules);
+    // Whether they are in force as they were put up; somebody else may change them too.
+    [[nodiscard]] bool is_untouched();
     // Does nothing when they are not in force.
     void take_down();
+    // Removes the tables, whoever has left them; nothing, or why not.
+    [[nodiscard]] std::string clear();
 
  private:
     struct Free {
@@ -52,9 +59,11 @@ class Guard {
     };
 
     [[nodiscard]] std::string run(const std::string& commands);
+    [[nodiscard]] std::string list();
 
     std::unique_ptr<nft_ctx, Free> nft_;
     bool is_up_ = false;
+    std::string listing_;  // the tables as nftables shows them when they have just been put up
 };
 
 }  // namespace live

@@ -32,6 +32,7 @@ void read_bridge(const nlattr& data, Link& link) {
     each_nested(data, [&](const nlattr& one) {
         const std::uint16_t type = mnl_attr_get_type(&one);
         if (type == IFLA_BR_MCAST_HASH_MAX) link.hash_max = mnl_attr_get_u32(&one);
+        if (type == IFLA_BR_VLAN_FILTERING) link.filters_vlans = mnl_attr_get_u8(&one) != 0;
         for (std::size_t i = 0; i < kBridgeSettings; ++i) {
             if (kSettingAttributes[i].type != type) continue;
             settings[i] =

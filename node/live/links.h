@@ -36,6 +36,11 @@ enum class BridgeSetting : std::uint8_t {
 
 inline constexpr std::size_t kBridgeSettings = 5;
 
+// As people know them, from ip and from /sys.
+inline constexpr std::array<const char*, kBridgeSettings> kBridgeSettingNames{
+    "mcast_snooping", "mcast_igmp_version", "mcast_mld_version", "mcast_query_response_interval",
+    "mcast_querier"};
+
 using BridgeSettings = std::array<std::uint64_t, kBridgeSettings>;
 
 struct Link {
@@ -47,6 +52,7 @@ struct Link {
     std::optional<PortSettings> port;       // of a port of a bridge
     std::optional<BridgeSettings> bridged;  // of a bridge itself
     std::uint32_t hash_max = 0;             // likewise: the groups that its database holds
+    bool filters_vlans = false;             // likewise (vlan_filtering)
 };
 
 // Nothing when there is none of that name.

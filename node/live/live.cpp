@@ -27,6 +27,7 @@
 #include "adapt/records.h"
 #include "command/command.h"
 #include "mld/record.h"
+#include "node/console/protocol.h"
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
@@ -35,8 +36,9 @@
 #include "node/live/live_error.h"
 #include "node/live/live_metrics.h"
 #include "node/live/live_summary.h"
-#include "node/live/netlink.h"
+#include "node/live/news.h"
 #include "node/live/own_address.h"
+#include "node/live/restore.h"
 #include "node/metrics/http_server.h"
 #include "node/report/console.h"
 
@@ -100,7 +102,8 @@ class Supervisor {
           own_address_(own_address),
           clock_(clock),
           signals_(signals),
-          queue_lost_(queue_lost) {}
+          queue_lost_(queue_lost),
+          news_(driver.news_reader()) {}
 
     // Until a signal, or until the command queue is lost.
     void run() {
@@ -125,7 +128,7 @@ class Supervisor {
     }
 
     void take_news() {
-        news_.take();
+        if (!news_.take()) return;
         if (!look_at_us_) look_at_us_ = CoreClock::now_us() + kNewsSettleUs;
     }
 
@@ -143,7 +146,7 @@ class Supervisor {
     const CoreClock& clock_;
     int signals_;
     int queue_lost_;
-    LinkNews news_;
+    News news_;
     std::optional<std::uint64_t> look_at_us_;
 };
 
@@ -163,12 +166,14 @@ std::string uplink_of(const Arguments& arguments) {
     return "";
 }
 
-std::string ready_line(const Arguments& arguments, const OwnAddress& own_address) {
+std::string ready_line(const Arguments& arguments, const OwnAddress& own_address,
+                       const std::string& way_in) {
     std::string line = "live on " + arguments.bridge + ":";
     for (const PortInterface& port : arguments.ports) {
         line += (line.back() == ':' ? " " : ", ") + name_of(port) + " " + port.interface;
     }
-    return line + "; IGMP from " + own_address.text();
+    line += "; IGMP from " + own_address.text();
+    return way_in.empty() ? line : line + "; commands by " + way_in + " mcctl ...";
 }
 
 // Tasks of the library use it to the end of the process.
@@ -186,18 +191,24 @@ std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, L
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
+    if (arguments.restore) {
+        be_the_only_one();
+        restore(arguments.bridge, host.complain);
+        return kDone;
+    }
     const int signals = catch_signals();
     be_the_only_one();
-    console::offer(host.complain, {});
+    LiveDriver& driver = make_driver(arguments, host);
+    console::offer(host.complain,
+                   {{console::kMetricsWord, [&driver] { return metric_families(driver); }}});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     draw_seed();
 
-    LiveDriver& driver = make_driver(arguments, host);
-    const auto metrics =
-        serve_metrics(arguments, driver);  // or say why not before the bridge is taken
+    // Or say why not before the bridge is taken.
+    const auto metrics = serve_metrics(arguments, driver);
     try {
         driver.begin();
     } catch (const LiveError&) {
@@ -221,7 +232,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost);
     driver.start();
     await_command_queue();
-    host.complain(ready_line(arguments, own_address));
+    host.complain(ready_line(arguments, own_address, host.way_in));
     if (metrics) host.complain("metrics at " + metrics->url());
     supervisor.run();
 

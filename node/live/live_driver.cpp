@@ -123,6 +123,21 @@ std::optional<std::chrono::milliseconds> LiveDriver::look() {
     return again;
 }
 
+NewsReader LiveDriver::news_reader() {
+    return {[this](int bridge, const DatabaseEntry& gone) {
+                const std::lock_guard lock(mutex_);
+                return bridge_.note_removal(bridge, gone);
+            },
+            [this] {
+                const std::lock_guard lock(mutex_);
+                bridge_.note_removals_lost();
+            },
+            [this] {
+                const std::lock_guard lock(mutex_);
+                bridge_.note_rules_touched();
+            }};
+}
+
 void LiveDriver::set_router_port(std::uint32_t port, bool is_router) {
     const std::lock_guard lock(mutex_);
     const auto slot = driver::slot_of_port(port);

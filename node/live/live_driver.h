@@ -28,6 +28,7 @@
 #include "node/driver/frame_fate.h"
 #include "node/driver/ports.h"
 #include "node/live/bridge.h"
+#include "node/live/news.h"
 #include "node/live/port_socket.h"
 #include "node/live/say.h"
 #include "node/metrics/exposition.h"
@@ -77,6 +78,9 @@ class LiveDriver final : public driver::Driver {
 
     // For the supervisor, after news. The core hears of ports that are down.
     [[nodiscard]] std::optional<std::chrono::milliseconds> look();  // again after that, if any
+
+    // For the supervisor: who is asked about news.
+    [[nodiscard]] NewsReader news_reader();
 
     // For the core.
     void set_router_port(std::uint32_t port, bool is_router);

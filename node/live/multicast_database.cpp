@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <libmnl/libmnl.h>
+#include <linux/filter.h>
 #include <linux/if_bridge.h>
 #include <linux/rtnetlink.h>
 #include <netinet/in.h>
@@ -13,7 +14,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <optional>
+#include <string>
+
+#include "node/live/live_error.h"
 
 namespace live {
 namespace {
@@ -115,6 +120,38 @@ std::optional<DatabaseEntry> read_entry(const nlattr& info) {
     return entry;
 }
 
+// A message holds a table of groups of entries, whether it is an answer or news.
+void each_entry(const nlmsghdr& message, const std::function<void(const DatabaseEntry&)>& each) {
+    const Attribute each_info = [&each](const nlattr& info) {
+        if (const auto entry = read_entry(info)) each(*entry);
+    };
+    const Attribute each_group = [&](const nlattr& group) { each_nested(group, each_info); };
+    each_attribute(message, sizeof(br_port_msg), [&](const nlattr& table) {
+        if (mnl_attr_get_type(&table) == MDBA_MDB) each_nested(table, each_group);
+    });
+}
+
+int bridge_of(const nlmsghdr& message) {
+    return static_cast<int>(
+        static_cast<const br_port_msg*>(mnl_nlmsg_get_payload(&message))->ifindex);
+}
+
+// In the kernel, so that nobody is woken by the entries that joins make.
+void let_only_removals_through(int descriptor) {
+    // The filter reads in network byte order what stands there in the machine's.
+    const std::uint16_t removal = htons(RTM_DELMDB);
+    std::array<sock_filter, 4> steps{{
+        BPF_STMT(BPF_LD | BPF_H | BPF_ABS, offsetof(nlmsghdr, nlmsg_type)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, removal, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, 0xFFFFFFFF),
+        BPF_STMT(BPF_RET | BPF_K, 0),
+    }};
+    const sock_fprog program{steps.size(), steps.data()};
+    if (setsockopt(descriptor, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program) != 0) {
+        throw LiveError(std::string("SO_ATTACH_FILTER: ") + std::strerror(errno));
+    }
+}
+
 }  // namespace
 
 int MulticastDatabase::make_for_all(const Change& change, bool tells_protocol) {
@@ -175,24 +212,28 @@ int MulticastDatabase::remove(int bridge, int port, const Group& group) {
 
 std::vector<DatabaseEntry> MulticastDatabase::entries(int bridge) {
     std::vector<DatabaseEntry> entries;
-    // A table of groups of entries.
-    const Attribute each_entry = [&entries](const nlattr& info) {
-        if (const auto entry = read_entry(info)) entries.push_back(*entry);
-    };
-    const Attribute each_group = [&](const nlattr& group) { each_nested(group, each_entry); };
-    const Attribute each_table = [&](const nlattr& table) {
-        if (mnl_attr_get_type(&table) == MDBA_MDB) each_nested(table, each_group);
-    };
     Request request(RTM_GETMDB, NLM_F_DUMP, sizeof(br_port_msg));
     request.body<br_port_msg>().family = AF_BRIDGE;
     const int error = netlink_.ask(request, [&](const nlmsghdr& message) {
-        const auto& header = *static_cast<const br_port_msg*>(mnl_nlmsg_get_payload(&message));
-        if (static_cast<int>(header.ifindex) != bridge) return;
-        each_attribute(message, sizeof(br_port_msg), each_table);
+        if (bridge_of(message) != bridge) return;
+        each_entry(message, [&entries](const DatabaseEntry& one) { entries.push_back(one); });
     });
     // A bridge that is gone has none.
     if (error != 0) entries.clear();
     return entries;
+}
+
+RemovalNews::RemovalNews() : socket_(open_netlink(NETLINK_ROUTE, 1U << (RTNLGRP_MDB - 1))) {
+    let_only_removals_through(descriptor());
+}
+
+int RemovalNews::descriptor() const { return mnl_socket_get_fd(socket_.get()); }
+
+bool RemovalNews::take(const Removed& removed) {
+    return take_news(descriptor(), [&removed](const nlmsghdr& message) {
+        if (message.nlmsg_type != RTM_DELMDB) return;  // came before the filter did
+        each_entry(message, [&](const DatabaseEntry& one) { removed(bridge_of(message), one); });
+    });
 }
 
 }  // namespace live

@@ -7,6 +7,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "node/core/multicast_core.h"
@@ -73,6 +74,25 @@ class MulticastDatabase {
 
     Netlink& netlink_;
     Speech speech_ = Speech::kSources;
+};
+
+// The kernel's news of entries that are gone, whoever has removed them. Of those that are made,
+// which is what every join does, it tells nothing.
+class RemovalNews {
+ public:
+    using Removed = std::function<void(int bridge, const DatabaseEntry& entry)>;
+
+    // Throws LiveError.
+    RemovalNews();
+
+    // Readable when there is news.
+    [[nodiscard]] int descriptor() const;
+
+    // Takes what has come, without waiting. False: some were lost for want of room.
+    [[nodiscard]] bool take(const Removed& removed);
+
+ private:
+    NetlinkSocket socket_;
 };
 
 }  // namespace live

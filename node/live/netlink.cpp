@@ -17,14 +17,6 @@ constexpr std::size_t kLargestAnswer = 32768;  // what the kernel puts into one 
 
 constexpr std::size_t kLargestRefusal = 1024;
 
-NetlinkSocket open_rtnetlink(unsigned groups) {
-    NetlinkSocket socket(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC));
-    if (socket == nullptr || mnl_socket_bind(socket.get(), groups, MNL_SOCKET_AUTOPID) < 0) {
-        throw LiveError(std::string("rtnetlink cannot be opened: ") + std::strerror(errno));
-    }
-    return socket;
-}
-
 int hand_on(const nlmsghdr* message, void* each) {
     const auto& call = *static_cast<const Message*>(each);
     if (call) call(*message);
@@ -40,6 +32,15 @@ int hand_attribute_on(const nlattr* attribute, void* each) {
 void* as_data(const Attribute& each) { return const_cast<Attribute*>(&each); }
 
 }  // namespace
+
+NetlinkSocket open_netlink(int bus, unsigned groups) {
+    NetlinkSocket socket(mnl_socket_open2(bus, SOCK_CLOEXEC));
+    if (socket == nullptr || mnl_socket_bind(socket.get(), groups, MNL_SOCKET_AUTOPID) < 0) {
+        throw LiveError(std::string(bus == NETLINK_ROUTE ? "rtnetlink" : "nfnetlink") +
+                        " cannot be opened: " + std::strerror(errno));
+    }
+    return socket;
+}
 
 void each_attribute(const nlmsghdr& message, std::size_t body_size, const Attribute& each) {
     static_cast<void>(mnl_attr_parse(&message, static_cast<unsigned>(body_size), hand_attribute_on,
@@ -72,7 +73,8 @@ Request::Request(std::uint16_t type, std::uint16_t flags, std::size_t body_size)
     header_->nlmsg_flags = NLM_F_REQUEST | flags;
 }
 
-Netlink::Netlink() : socket_(open_rtnetlink(0)), descriptor_(mnl_socket_get_fd(socket_.get())) {}
+Netlink::Netlink()
+    : socket_(open_netlink(NETLINK_ROUTE, 0)), descriptor_(mnl_socket_get_fd(socket_.get())) {}
 
 int Netlink::ask(Request& request, const Message& each) {
     nlmsghdr* const header = request.header();
@@ -115,16 +117,32 @@ int Netlink::tell(nlmsghdr& request) {
 
 // ---- News ---------------------------------------------------------------------------------------
 
+bool take_news(int descriptor, const Message& each) {
+    bool is_whole = true;
+    alignas(nlmsghdr) std::array<std::byte, kLargestAnswer> news;
+    while (true) {
+        const ssize_t size = recv(descriptor, news.data(), news.size(), MSG_DONTWAIT);
+        if (size > 0) {
+            static_cast<void>(mnl_cb_run(news.data(), static_cast<std::size_t>(size), 0, 0, hand_on,
+                                         const_cast<Message*>(&each)));
+        } else if (size < 0 && errno == ENOBUFS) {
+            is_whole = false;
+        } else {
+            return is_whole;
+        }
+    }
+}
+
 LinkNews::LinkNews()
-    : socket_(open_rtnetlink(RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR)) {}
+    : socket_(open_netlink(NETLINK_ROUTE, RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR)) {}
 
 int LinkNews::descriptor() const { return mnl_socket_get_fd(socket_.get()); }
 
-void LinkNews::take() {
-    std::array<std::byte, kLargestAnswer> news;
-    // News that were lost for want of room are news as well.
-    while (recv(descriptor(), news.data(), news.size(), MSG_DONTWAIT) > 0 || errno == ENOBUFS) {
-    }
+bool LinkNews::take() {
+    bool is_any = false;
+    const bool is_whole =
+        take_news(descriptor(), [&is_any](const nlmsghdr& /*message*/) { is_any = true; });
+    return is_any || !is_whole;
 }
 
 }  // namespace live

@@ -21,6 +21,13 @@ using NetlinkSocket = std::unique_ptr<mnl_socket, CloseNetlink>;
 
 using Message = std::function<void(const nlmsghdr&)>;
 
+// A socket of a netlink bus (NETLINK_ROUTE) that hears of the groups in a mask. Throws LiveError.
+[[nodiscard]] NetlinkSocket open_netlink(int bus, unsigned groups);
+
+// Hands on what has come to a socket of news, without waiting. False: some were lost for want of
+// room.
+[[nodiscard]] bool take_news(int descriptor, const Message& each);
+
 // A request under construction, with room for what the node ever asks.
 class Request {
  public:
@@ -77,7 +84,7 @@ class LinkNews {
     [[nodiscard]] int descriptor() const;
 
     // Takes what has come, without waiting: that there was news says that it is time to look.
-    void take();
+    [[nodiscard]] bool take();
 
  private:
     NetlinkSocket socket_;

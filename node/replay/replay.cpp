@@ -49,6 +49,7 @@ void catch_interrupt(bool hold) {
 
 // The command task works on meanwhile.
 void hold_until_interrupted(const driver::Host& host) {
+    if (!host.way_in.empty()) host.complain("holds; commands by " + host.way_in + " mcctl ...");
     while (!interrupted && !driver::is_queue_lost(host, kLook.count())) {
     }
 }

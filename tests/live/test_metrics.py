@@ -14,6 +14,7 @@ from prometheus_client.openmetrics import parser as openmetrics     # noqa: E402
 
 from lab.messages import ethernet, igmp_v2_report, mld_v1_report    # noqa: E402
 from lab.state import groups_of                                      # noqa: E402
+import live_test                                                     # noqa: E402
 from live_test import ROOT, LiveTest                                 # noqa: E402
 
 DASHBOARD = os.path.join(ROOT, "packaging/grafana/mc_node.json")
@@ -89,6 +90,13 @@ class Metrics(LiveTest):
                          self.value("mc_joins_refused_total", reason=reason))
         self.assertEqual(self.value("mc_port_group_limit", port="port1"), 1)
         self.assertIsNone(self.value("mc_port_group_limit", port="port2"))
+
+    def test_mcstat_has_them_for_text_files(self):
+        mcstat = os.path.join(os.path.dirname(live_test.programs[1]), "mcstat")
+        text = self.switch.must([mcstat, "--openmetrics"])
+        names = {sample.name for family in openmetrics.text_string_to_metric_families(text)
+                 for sample in family.samples}
+        self.assertLessEqual({"mc_status_mode", "mc_messages_received_total"}, names)
 
     def test_old_readers_understand_it_too(self):
         kind, text = self.get()
