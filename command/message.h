@@ -25,7 +25,8 @@ typedef struct McMessage {
     uint8_t text[MC_RECORD_TEXT]; /* the record without its code, big-endian */
 } McMessage;
 
-#define MC_FIELD(offset, width) ((width) << 8 | (offset)) /* bytes; counted from the code on */
+/* A field of a record: its offset, counted from the record's begin, below its width in bytes. */
+#define MC_FIELD(offset, width) ((width) << 8 | (offset))
 
 /* Stores a big-endian number; offset counts from the begin of the record, code included. */
 static inline void mc_message_store(McMessage* message, uint32_t offset, uint32_t width,

@@ -9,8 +9,8 @@
  * input and from its timers, and holds no lock then that a setting needs.
  *
  * Addresses are IPv4 words in native order, 239.1.1.1 being 0xEF010101. Ports are port numbers;
- * 0xFFFF is the uplink here where the library says so. Times come in seconds from the defaults;
- * what commands give is passed through.
+ * 0xFFFF is the uplink here where the library says so. Times are in the core's own unit; what
+ * start-up gives are the seconds of RFC 3376: 125, 10, 1.
  */
 #include <stdio.h>
 #include <string.h>
@@ -106,9 +106,12 @@ int32_t mld_pkt_recv(uint8_t* ip_packet, uint32_t length, uint32_t port, uint32_
 
 /* ---- Settings of the whole node ---- */
 
-/* 1 snooping, 2 proxy, 3 control. Memberships are deleted by igmp_del_all_group, behind it. */
+/* 1 snooping, 2 proxy, 3 control. In proxy mode no frame is forwarded: the core alone answers. */
 int32_t igmp_mode_switch_globle(uint32_t mode) { return 0; }
-/* RFC 3376, 8.1 (robustness), 8.2, 8.3, 8.8, 8.9 and 8.4 (group membership interval; 0: none). */
+/*
+ * RFC 3376, 8.1 (robustness), 8.2, 8.3, 8.8, 8.9, and the ageing of memberships: 1 at the start,
+ * then what code 22 has stored; 0 is none.
+ */
 int32_t igmp_para_globle_set(uint8_t robustness, uint32_t query_interval,
                              uint32_t query_max_resp_time, uint32_t last_member_query_interval,
                              uint32_t last_member_query_count, uint32_t general_member_interval) {

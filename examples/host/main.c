@@ -3,7 +3,8 @@
  * (core.c), a driver over one packet socket (driver.c), tasks that are POSIX threads (pal.c), and
  * a guard of the command queue (queue.c).
  *
- *     host INTERFACE      until SIGINT or SIGTERM; needs CAP_NET_RAW, and 82 as a free segment key
+ *     host INTERFACE      until SIGINT or SIGTERM; needs CAP_NET_RAW and, for the segment,
+ * CAP_IPC_OWNER
  *
  * Status 0 after a signal, 1 when it cannot start, 2 for wrong words, 3 when the queue is removed.
  */
