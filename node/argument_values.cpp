@@ -67,6 +67,14 @@ std::pair<std::uint8_t, std::string> parse_port(const std::string& text, const s
     return {static_cast<std::uint8_t>(number), text.substr(equals + 1)};
 }
 
+void check_interface_name(const std::string& name) {
+    constexpr std::size_t kLongest = 15;
+    const bool is_odd = name.find_first_of("/\"\\ \t\r\n") != std::string::npos;
+    if (name.empty() || name.size() > kLongest || is_odd) {
+        throw UsageError("'" + name + "' is no name of an interface");
+    }
+}
+
 IpcPlace parse_ipc_place(const std::string& text, IpcPlace usual) {
     const bool is_private = text == "private";
     if (!text.empty() && !is_private && text != "shared") {

@@ -20,6 +20,9 @@ namespace node {
 [[nodiscard]] std::pair<std::uint8_t, std::string> parse_port(const std::string& text,
                                                               const std::string& what);
 
+// Throws UsageError for what no interface can be called.
+void check_interface_name(const std::string& name);
+
 // "private" or "shared"; the usual one without a word.
 [[nodiscard]] IpcPlace parse_ipc_place(const std::string& text, IpcPlace usual);
 

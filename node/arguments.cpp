@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include "node/bound_arguments.h"
+#include "node/configuration.h"
 #include "node/core/multicast_core.h"
 #include "node/live_arguments.h"
 #include "node/replay_arguments.h"
@@ -37,7 +39,7 @@ constexpr const char* kLiveFooter =
     "taken from the queue (mcctl). At SIGINT, SIGTERM or SIGHUP the bridge is given back as it was\n"
     "and the summary printed. With --json what the library prints goes to standard error.\n"
     "\n"
-    "Exit status: 0 done; 1 the summary could not be written; 2 the command line, the bridge or an\n"
+    "Exit status: 0 done; 1 the summary, the events or the timeline could not be written; 2 the command line, the bridge or an\n"
     "interface cannot be used, or privileges are missing; 3 the command queue was removed, the bridge\n"
     "was given back.";
 
@@ -49,11 +51,21 @@ void declare_common(Parser& parser, Words& words) {
                  "Diagnostics of the library: flow, errors, tx, rx, config, all, separated by "
                  "commas, or a mask such as 0x25"},
                 words.debug);
+    parser.last({"--config", "FILE",
+                 "Configuration: options without dashes and commands in the words of mcctl, a line "
+                 "each; options of the command line overrule the file's"},
+                words.config);
     parser.last({"--ipc", "private|shared",
                  "Take commands in an IPC namespace of the node's own, or where it is started "
                  "(default, but for a replay without --hold, which takes none from outside)"},
                 words.ipc);
     parser.flag("--json", words.json, "Print the summary as one JSON object");
+    parser.last({"--events", "FILE", "Write what happens to this file, a JSON object a line"},
+                words.recorded.events);
+    parser.last({"--timeline", "FILE",
+                 "Write a page that shows it as a timeline, with SIGUSR1 of a "
+                 "live node at once, too"},
+                words.recorded.timeline);
 }
 
 void declare_bounds(Parser& parser, BoundWords& words) {
@@ -155,11 +167,19 @@ std::optional<Arguments> parse_arguments(int argc, char** argv) {
         throw UsageError("'" + unknown.front() + "' is not an option of " +
                          (live.is_named() ? "live" : "replay"));
     }
+    const Parser& named = live.is_named() ? live : replay;
+    config::File file;
+    const std::string& name = live.is_named() ? live_words.config : replay_words.config;
+    if (!name.empty()) file = config::read_file(name);
+    const auto is_given = [&named](const std::string& option) { return named.is_given(option); };
+    take_bounds(file, is_given, bound_words);
     const mcore::Bounds bounds = meaning_of(bound_words);
     if (live.is_named()) {
-        return Arguments{meaning_of(live_words), bounds, ipc_place_of(live_words)};
+        take_options(file, is_given, live_words);
+        return Arguments{meaning_of(live_words), bounds, ipc_place_of(live_words), std::move(file)};
     }
-    return Arguments{meaning_of(replay_words), bounds, ipc_place_of(replay_words)};
+    take_options(file, is_given, replay_words);
+    return Arguments{meaning_of(replay_words), bounds, ipc_place_of(replay_words), std::move(file)};
 }
 
 }  // namespace node

@@ -8,25 +8,38 @@
 namespace node {
 namespace {
 
-void take(const char* option, const std::string& text, std::uint32_t& bound) {
-    constexpr std::uint32_t kMost = 100'000'000;  // sums of it still fit
+void take(const BoundOption& option, const BoundWords& words, mcore::Bounds& bounds) {
+    const std::string& text = words.*option.word;
     if (text.empty()) return;
-    if (!commands::read_number(text, bound) || bound == 0 || bound > kMost) {
-        throw UsageError(std::string(option) + ": '" + text +
-                         "' is no bound: a number from 1 to 100000000 is needed");
+    try {
+        bounds.*option.bound = parse_bound(text);
+    } catch (const UsageError& error) {
+        throw UsageError(std::string("--") + option.name + ": " + error.what());
     }
 }
 
 }  // namespace
 
+std::uint32_t parse_bound(const std::string& text) {
+    constexpr std::uint32_t kMost = 100'000'000;  // sums of it still fit
+    std::uint32_t bound = 0;
+    if (!commands::read_number(text, bound) || bound == 0 || bound > kMost) {
+        throw UsageError("'" + text + "' is no bound: a number from 1 to 100000000 is needed");
+    }
+    return bound;
+}
+
+std::string fresh_bound(const std::string& name) {
+    constexpr mcore::Bounds kFresh;
+    for (const BoundOption& option : kBoundOptions) {
+        if (name == option.name) return std::to_string(kFresh.*option.bound);
+    }
+    return "";
+}
+
 mcore::Bounds meaning_of(const BoundWords& words) {
     mcore::Bounds bounds;
-    take("--most-sources", words.sources, bounds.sources_per_host);
-    take("--most-group-sources", words.group_sources, bounds.sources_per_group);
-    take("--most-hosts", words.hosts, bounds.hosts_per_group);
-    take("--most-groups", words.groups, bounds.groups_per_port);
-    take("--most-addresses", words.addresses, bounds.addresses_per_port);
-    take("--most-ranges", words.ranges, bounds.control_list_ranges);
+    for (const BoundOption& option : kBoundOptions) take(option, words, bounds);
     return bounds;
 }
 

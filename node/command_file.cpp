@@ -1,18 +1,19 @@
 #include "node/command_file.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
 
-#include "command/command.h"
+#include "node/config/records_lock.h"
+#include "node/config/run_record.h"
 #include "node/line_file.h"
 #include "node/node_words.h"
 #include "node/usage_error.h"
@@ -42,13 +43,11 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-// The whole record goes to the dispatcher. Behind the fields are zeros: what a command finds there
-// must not depend on the command before it.
 std::function<void()> dispatch_of(const commands::Record& record) {
-    std::array<std::uint8_t, MC_RECORD_SIZE> image{};
-    std::copy_n(record.bytes.begin(), std::min(record.bytes.size(), image.size()), image.begin());
-    // It always returns 0.
-    return [image] { static_cast<void>(process_interface_msg(image.data())); };
+    return [record] {
+        const std::lock_guard lock(config::records_lock());
+        config::run_record(record);
+    };
 }
 
 // Throws UsageError or commands::UsageError.
@@ -81,6 +80,19 @@ std::vector<TimedCommand> read_commands(const std::filesystem::path& file) {
         commands.push_back(parse_line(words));
     });
     std::ranges::stable_sort(commands, {}, &TimedCommand::after_us);
+    return commands;
+}
+
+std::vector<TimedCommand> commands_at_once(const config::File& file) {
+    std::vector<TimedCommand> commands;
+    for (const config::Option& option : file.options) {
+        if (option.name != "mld-mode") continue;
+        const auto run = parse_node_words({option.name, option.value});
+        commands.push_back({0, config::line_of(option), std::nullopt, run});
+    }
+    for (const config::Command& command : file.commands) {
+        commands.push_back({0, command.words, command.record.code, dispatch_of(command.record)});
+    }
     return commands;
 }
 

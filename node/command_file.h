@@ -11,11 +11,15 @@
 #include <filesystem>
 #include <vector>
 
+#include "node/config/config_file.h"
 #include "node/replay/timed_commands.h"
 
 namespace node {
 
 // All lines, in the order of their times. Throws UsageError: "FILE:LINE: why".
 [[nodiscard]] std::vector<replay::TimedCommand> read_commands(const std::filesystem::path& file);
+
+// Those of a configuration, and the mode of MLD that it names: all of them at the time 0.
+[[nodiscard]] std::vector<replay::TimedCommand> commands_at_once(const config::File& file);
 
 }  // namespace node

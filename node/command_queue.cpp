@@ -6,13 +6,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <mutex>
 #include <utility>
 
 #include "command/command.h"
+#include "node/config/records_lock.h"
 #include "node/console/server.h"
+#include "node/queue_events.h"
 #include "node/report/recurring.h"
 #include "node/rule_check.h"
 
@@ -46,6 +52,41 @@ void say_too_long() {
         queue_name() + ", number " + std::to_string(too_long.times()));
 }
 
+// ---- The first commands -------------------------------------------------------------------------
+
+struct First {
+    std::mutex guard;
+    std::condition_variable changed;
+    std::function<void()> run;
+    bool has_come = false;  // the command task
+    bool may_run = true;
+    bool is_done = false;
+};
+
+First& first() {
+    static First* const the_first = new First;  // tasks use it to the end of the process
+    return *the_first;
+}
+
+bool is_first_over = false;  // the command task's alone
+
+void run_first() {
+    if (std::exchange(is_first_over, true)) return;
+    std::unique_lock lock(first().guard);
+    first().has_come = true;
+    first().changed.notify_all();
+    first().changed.wait(lock, [] { return first().may_run; });
+    if (first().run) {
+        const std::lock_guard records(config::records_lock());
+        first().run();
+        if (say != nullptr) look_at_rules(say);
+    }
+    first().is_done = true;
+    first().changed.notify_all();
+}
+
+// ---- Records ------------------------------------------------------------------------------------
+
 // To go back to the library would be to run the last record once more.
 [[noreturn]] void end_commands(int error) {
     const bool removed = error == EIDRM || error == EINVAL;
@@ -67,6 +108,8 @@ std::string record_text(const Message& message, std::size_t length) {
 
 void begin_record(const Message& message, std::size_t length) {
     is_record_out = true;
+    if (say != nullptr) tell_queue_command(static_cast<std::uint32_t>(message.type));
+    config::records_lock().lock();
     if (console::is_followed()) console::record_taken(record_text(message, length));
 }
 
@@ -75,10 +118,12 @@ void begin_record(const Message& message, std::size_t length) {
 void end_record() {
     if (!std::exchange(is_record_out, false)) return;
     if (say != nullptr) look_at_rules(say);
+    config::records_lock().unlock();
     console::record_done();
 }
 
 ssize_t receive_record(int queue, void* record, long type) {
+    run_first();
     end_record();  // whoever asks for a record is done with the one before
     Message message;
     for (;;) {
@@ -104,6 +149,22 @@ int guard_command_queue(void (*complain)(const std::string& line)) {
     say = complain;
     lost = eventfd(0, EFD_CLOEXEC);
     return lost;
+}
+
+void keep_first_commands(std::function<void()> run) {
+    first().run = std::move(run);
+    first().may_run = false;
+}
+
+bool run_first_commands() {
+    constexpr std::chrono::seconds kPatience{2};  // start-up takes milliseconds
+    std::unique_lock lock(first().guard);
+    first().may_run = true;
+    first().changed.notify_all();
+    if (!first().changed.wait_for(lock, kPatience, [] { return first().has_come; }))
+        return !first().run;
+    first().changed.wait(lock, [] { return first().is_done; });
+    return true;
 }
 
 }  // namespace node

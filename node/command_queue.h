@@ -14,6 +14,7 @@
 // the long message is gone with the call that finds it, and no kernel needs MSG_COPY.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace node {
@@ -21,5 +22,13 @@ namespace node {
 // To be called once, before the library starts. Lines go to complain; what comes back is readable
 // once the queue is of no use any more, or -1 when there are no descriptors (errno says why).
 [[nodiscard]] int guard_command_queue(void (*complain)(const std::string& line));
+
+// What is to run before the first record of the queue, on the task that takes them: to be called
+// once, before the library starts. The task then waits for run_first_commands.
+void keep_first_commands(std::function<void()> run);
+
+// Lets them run and waits until they are done. False when there are some and the task does not
+// come.
+[[nodiscard]] bool run_first_commands();
 
 }  // namespace node

@@ -1,7 +1,6 @@
 #include "node/live_arguments.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -12,17 +11,8 @@
 namespace node {
 namespace {
 
-constexpr std::size_t kLongestName = 15;  // of an interface
-
-void check_name(const std::string& name) {
-    const bool is_odd = name.find_first_of("/\"\\ \t\r\n") != std::string::npos;
-    if (name.empty() || name.size() > kLongestName || is_odd) {
-        throw UsageError("'" + name + "' is no name of an interface");
-    }
-}
-
 void add(std::vector<live::PortInterface>& ports, std::uint8_t port, std::string interface) {
-    check_name(interface);
+    check_interface_name(interface);
     for (const live::PortInterface& other : ports) {
         if (other.port == port) {
             throw UsageError("two interfaces for " +
@@ -38,7 +28,7 @@ void add(std::vector<live::PortInterface>& ports, std::uint8_t port, std::string
 live::Arguments meaning_of(const LiveWords& words) {
     live::Arguments arguments;
     if (words.bridge.empty()) throw UsageError("which bridge? Give --bridge");
-    check_name(words.bridge);
+    check_interface_name(words.bridge);
     arguments.bridge = words.bridge;
     arguments.restore = words.restore;
     if (words.restore) {
@@ -62,6 +52,7 @@ live::Arguments meaning_of(const LiveWords& words) {
     arguments.onu_id = parse_onu_id(words.onu_id);
     arguments.debug = parse_debug_mask(words.debug);
     arguments.json = words.json;
+    arguments.recorded = meaning_of(words.recorded);
     arguments.metrics = words.metrics;
     return arguments;
 }

@@ -6,6 +6,7 @@
 
 #include "node/ipc_place.h"
 #include "node/live/arguments.h"
+#include "node/recorded_arguments.h"
 
 namespace node {
 
@@ -18,6 +19,8 @@ struct LiveWords {
     std::string onu_id = "1";
     std::string ipc;
     bool json = false;
+    std::string config;
+    RecordedWords recorded;
     bool restore = false;
     std::string metrics;
 };

@@ -10,13 +10,19 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <functional>
+#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
 
 #include "node/arguments.h"
+#include "node/command_file.h"
 #include "node/command_queue.h"
+#include "node/config/records_lock.h"
+#include "node/config/snapshot.h"
+#include "node/configuration.h"
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
@@ -43,22 +49,43 @@ struct Runner {
     int operator()(const live::Arguments& arguments) const { return live::run(arguments, host); }
 };
 
-driver::Host make_host(std::string way_in) {
+// The library's records are read between two commands.
+std::function<std::string()> teller_of(const node::Arguments& arguments) {
+    return [options = node::options_of(arguments)] {
+        const std::lock_guard lock(config::records_lock());
+        return config::answer_text(config::take_snapshot(options));
+    };
+}
+
+driver::Host make_host(const node::Arguments& arguments, std::string way_in) {
     const int queue_lost = node::guard_command_queue(complain);
     if (queue_lost < 0) throw std::runtime_error(std::string("eventfd: ") + std::strerror(errno));
-    return {complain, queue_lost, std::move(way_in)};
+    return {complain, queue_lost, std::move(way_in), teller_of(arguments),
+            node::run_first_commands};
+}
+
+// A live node runs them at its start, a replay at the time 0 of its captures.
+void plan_configured(node::Arguments& arguments) {
+    if (arguments.configuration.options.empty() && arguments.configuration.commands.empty()) return;
+    if (auto* const replay = std::get_if<replay::Arguments>(&arguments.run)) {
+        const auto commands = node::commands_at_once(arguments.configuration);
+        replay->commands.insert(replay->commands.begin(), commands.begin(), commands.end());
+    } else {
+        node::keep_first_commands([file = arguments.configuration] { node::run_configured(file); });
+    }
 }
 
 int run(int argc, char** argv) {
     try {
-        const auto arguments = node::parse_arguments(argc, argv);
+        auto arguments = node::parse_arguments(argc, argv);
         if (!arguments) return kDone;
+        plan_configured(*arguments);
         mcore::set_bounds(arguments->bounds);
         node::let_mld_follow_igmp_proxy();
         const bool is_live = std::holds_alternative<live::Arguments>(arguments->run);
         // A node in a user namespace of its own has no rights over the interfaces of this one.
         const std::string way_in = node::take_ipc_place(arguments->ipc, is_live);
-        return std::visit(Runner{make_host(way_in)}, arguments->run);
+        return std::visit(Runner{make_host(*arguments, way_in)}, arguments->run);
     } catch (const std::exception& error) {
         complain(error.what());
     }

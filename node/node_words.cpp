@@ -1,8 +1,5 @@
 #include "node/node_words.h"
 
-#include <cstdint>
-
-#include "mld/record.h"
 #include "node/argument_values.h"
 #include "node/driver/driver.h"
 #include "node/mld_mode.h"
@@ -13,13 +10,6 @@ namespace {
 
 std::function<void()> register_as(const std::string& id) {
     return [onu_id = parse_onu_id(id)] { driver::chosen().set_onu_id(onu_id); };
-}
-
-std::uint16_t parse_mld_mode(const std::string& name) {
-    if (name == "snooping") return MLD_MODE_SNOOPING;
-    if (name == "control") return MLD_MODE_CONTROL;
-    if (name == "proxy") return kMldProxyMode;
-    throw UsageError("'" + name + "' is no mode of MLD: snooping, control or proxy");
 }
 
 std::function<void()> change_mld_mode(const std::string& name) {

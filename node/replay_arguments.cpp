@@ -112,6 +112,7 @@ replay::Arguments meaning_of(const ReplayWords& words) {
     }
     arguments.tail_us = static_cast<std::uint64_t>(std::llround(words.tail_s * kMicrosPerSecond));
     arguments.json = words.json;
+    arguments.recorded = meaning_of(words.recorded);
     arguments.hold = words.hold;
     arguments.commands = commands_of(words);
     return arguments;

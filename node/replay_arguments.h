@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "node/ipc_place.h"
+#include "node/recorded_arguments.h"
 #include "node/replay/arguments.h"
 
 namespace node {
@@ -21,8 +22,10 @@ struct ReplayWords {
     std::string onu_id = "1";
     double tail_s = 0;
     std::string commands;
+    std::string config;
     std::string ipc;
     bool json = false;
+    RecordedWords recorded;
     bool hold = false;
 };
 

@@ -97,7 +97,7 @@ class Examples(unittest.TestCase):
 
     def try_example(self, name, *words):
         return subprocess.run([*EMULATOR, self.work / name / name, *words], stdin=subprocess.DEVNULL, text=True,
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=PATIENCE, check=False)
 
     def start(self, *words):
         """A process that is ended at the end of the test, and where its output goes."""

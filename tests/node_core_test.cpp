@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "common/bytes.h"
+#include "node/core/configuration.h"
 #include "node/core/multicast_core.h"
 #include "platform/pal.h"
 #include "platform/protocol_core.h"
@@ -548,6 +549,30 @@ TEST_F(Core, AVlanMustBeTheDefaultOrListedOrLearnt) {
     igmp_vlan_learning_set(0);
     receive(2, v2_report(kHostA, kOther), 200);
     EXPECT_EQ(held(), (Texts{"2/100 239.1.1.1", "2/200 239.1.1.1", "2/200 239.1.1.2"}));
+}
+
+TEST_F(Core, ALearntVlanIsNotConfiguredUntilItIsAdded) {
+    using Vlans = std::set<std::uint16_t>;
+    igmp_vlan_add(100);
+    igmp_vlan_learning_set(1);
+    receive(2, v2_report(kHostA, kGroup), 200);
+    EXPECT_EQ(held(), (Texts{"2/200 239.1.1.1"}));
+    EXPECT_EQ(mcore::configuration().vlans, Vlans({100}));
+    igmp_vlan_add(200);
+    EXPECT_EQ(mcore::configuration().vlans, Vlans({100, 200}));
+    EXPECT_EQ(igmp_vlan_del(200), 0);
+    receive(2, v2_report(kHostA, kGroup), 200);
+    EXPECT_EQ(mcore::configuration().vlans, Vlans({100}));
+}
+
+TEST_F(Core, TheNodesOwnAddressIsToldFromOneThatIsSet) {
+    EXPECT_EQ(mcore::configuration().own_ip, std::nullopt);
+    ASSERT_TRUE(mcore::replace_proxy_ip(mcore::proxy_ip(), kHostA));
+    EXPECT_EQ(mcore::configuration().own_ip, kHostA);
+    igmp_globle_proxyip_set(kHostB);
+    EXPECT_FALSE(mcore::replace_proxy_ip(kHostA, kSource1));
+    EXPECT_EQ(mcore::configuration().own_ip, kHostA);
+    EXPECT_EQ(mcore::configuration().proxy_ip, kHostB);
 }
 
 TEST_F(Core, NoVlanStandsForTheDefaultOfTheFamily) {

@@ -222,34 +222,39 @@ Record encode(const std::vector<std::string>& words) {
     }
 }
 
-std::vector<std::string> split(const std::string& line) {
-    Words words;
-    std::optional<std::string> word;  // "" is a word too
+std::vector<PlacedWord> split_placed(const std::string& line) {
+    std::vector<PlacedWord> words;
+    std::optional<PlacedWord> word;  // "" is a word too
     char quote = 0;
     for (std::size_t i = 0; i < line.size(); ++i) {
         const char c = line[i];
         const bool last = i + 1 == line.size();
+        const bool is_blank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+        if (quote == 0 && c == '#' && !word) break;
+        if (!word && !is_blank) word = PlacedWord{"", i + 1};
         if (quote != 0 && c == quote) {
             quote = 0;
         } else if (quote == '"' && c == '\\' && !last &&
                    (line[i + 1] == '"' || line[i + 1] == '\\')) {
-            *word += line[++i];
+            word->text += line[++i];
         } else if (quote != 0) {
-            *word += c;
+            word->text += c;
         } else if (c == '\'' || c == '"') {
             quote = c;
-            if (!word) word.emplace();
-        } else if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+        } else if (is_blank) {
             if (word) words.push_back(*std::exchange(word, std::nullopt));
-        } else if (c == '#' && !word) {
-            break;
         } else {
-            if (!word) word.emplace();
-            *word += c == '\\' && !last ? line[++i] : c;
+            word->text += c == '\\' && !last ? line[++i] : c;
         }
     }
     if (quote != 0) throw UsageError(std::string("a ") + quote + " is not closed");
     if (word) words.push_back(*word);
+    return words;
+}
+
+std::vector<std::string> split(const std::string& line) {
+    Words words;
+    for (PlacedWord& word : split_placed(line)) words.push_back(std::move(word.text));
     return words;
 }
 

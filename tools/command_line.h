@@ -5,6 +5,7 @@
 // Link the target mc_commands. Nothing here touches the queue.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <stdexcept>
@@ -46,5 +47,12 @@ struct Record {
 // takes the next character as it is (inside "..." only before " and \), # at the start of a word
 // begins a comment. Throws UsageError when a quote is not closed.
 [[nodiscard]] std::vector<std::string> split(const std::string& line);
+
+// The same with the column in which each word begins, from 1.
+struct PlacedWord {
+    std::string text;
+    std::size_t column = 0;
+};
+[[nodiscard]] std::vector<PlacedWord> split_placed(const std::string& line);
 
 }  // namespace commands

@@ -20,11 +20,13 @@ constexpr std::string_view kOverview =
     "\n"
     "Usage: mcctl [--dry-run] COMMAND ...\n"
     "       mcctl console            all that the node prints, as it prints it\n"
+    "       mcctl save [FILE]        the running configuration as a file\n"
+    "       mcctl apply FILE         makes the running node what a file says\n"
     "       mcctl COMMAND --help     the options of a command\n"
     "       mcctl --reference        all commands as Markdown\n"
     "       mcctl completion bash    a script for: source <(mcctl completion bash)\n"
     "\n"
-    "  --dry-run  prints the record instead of posting it\n"
+    "  --dry-run  prints the record instead of posting it; with apply, the commands\n"
     "\n"
     "Numbers are decimal, or hexadecimal behind 0x. Exit status: 0 the command was posted, and\n"
     "run where the node says so; 1 the queue is not there, full or not ours to write, or the node\n"
@@ -57,6 +59,36 @@ constexpr std::string_view kConsoleSection =
     "An interrupt ends it as any program (a shell shows status 130); when nobody reads its output any\n"
     "more it ends with status 0 and without a word. Whoever reads too slowly, so that 4 MB are waiting, is\n"
     "cut off: what was waiting comes, then a line, status 1. The node never waits.\n";
+
+constexpr std::string_view kSaveUsage =
+    "Writes the configuration that the node has now, as commands that make it again: to the file,\n"
+    "which is there as a whole or not at all, or to standard output. What no command makes again is\n"
+    "named in a comment line each, and a note. Posts nothing.\n"
+    "Usage: mcctl save [FILE]\n";
+
+constexpr std::string_view kApplyUsage =
+    "Makes the running node what a configuration file says: posts what the two differ in, and prints\n"
+    "it. What the file does not name goes back to its default. A file that is wrong posts nothing,\n"
+    "status 2. With --dry-run the commands are printed and not posted.\n"
+    "Usage: mcctl apply FILE [--dry-run]\n";
+
+constexpr std::string_view kConfigurationSections =
+    "\n"
+    "## save\n"
+    "\n"
+    "Writes the configuration that the node has now; [configuration.md](configuration.md) tells more.\n"
+    "\n"
+    "```\n"
+    "save [FILE]\n"
+    "```\n"
+    "\n"
+    "## apply\n"
+    "\n"
+    "Posts what the running node and a configuration file differ in, and prints it.\n"
+    "\n"
+    "```\n"
+    "apply FILE\n"
+    "```\n";
 
 constexpr std::string_view kReferenceHead =
     "# Commands\n"
@@ -237,6 +269,8 @@ std::string help(const std::vector<std::string>& words) {
     }
     if (words.front() == "raw") return std::string(kRawUsage);
     if (words.front() == "console") return std::string(kConsoleUsage);
+    if (words.front() == "save") return std::string(kSaveUsage);
+    if (words.front() == "apply") return std::string(kApplyUsage);
     std::string text;
     // Help on a command that was begun already: what follows its path does not matter.
     for (std::size_t length = words.size(); length > 0 && text.empty(); --length) {
@@ -262,7 +296,7 @@ std::string reference() {
             code_block("raw CODE [HEX ...]\n") + "\n" +
             code_block("$ mcctl --dry-run raw 9999 0a0b\n" +
                        hex_text(encode({"raw", "9999", "0a0b"}).bytes) + "\n");
-    return text + std::string(kConsoleSection);
+    return text + std::string(kConsoleSection) + std::string(kConfigurationSections);
 }
 
 std::string bash_completion() {
@@ -299,8 +333,8 @@ std::string bash_completion() {
            "    *)\n"
            "    case \"$path\" in\n"
            "    \"\") list=\"" +
-           join(next_words({})) + " raw console completion --dry-run --reference --help\" ;;\n" +
-           lists +
+           join(next_words({})) +
+           " raw console save apply completion --dry-run --reference --help\" ;;\n" + lists +
            "    esac ;;\n"
            "    esac\n"
            "    mapfile -t COMPREPLY < <(compgen -W \"$list\" -- \"$cur\")\n"

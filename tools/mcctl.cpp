@@ -3,8 +3,6 @@
 //
 // The queue belongs to the node. It is never created here: a command that nobody takes would wait
 // for a node that starts much later.
-#include <sys/ipc.h>
-#include <sys/msg.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,12 +15,12 @@
 #include <string_view>
 #include <vector>
 
-#include "command/command.h"
 #include "node/report/printable.h"
 #include "tools/command_line.h"
+#include "tools/configuration.h"
 #include "tools/console_client.h"
 #include "tools/documents.h"
-#include "tools/queue_reader.h"
+#include "tools/post.h"
 #include "tools/rule_caution.h"
 
 namespace {
@@ -31,46 +29,6 @@ constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kUnusable = 2;
 
-struct QueueError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-struct Message {
-    long type;
-    char text[MC_RECORD_TEXT];
-};
-
-std::string reason_not_open() {
-    const int error = errno;
-    const std::string queue = "queue " + std::to_string(MC_QUEUE_KEY);
-    if (error == ENOENT) return "no node is running: " + queue + " is not there";
-    if (error == EACCES) return queue + " is not ours to write";
-    return queue + ": " + std::strerror(error);
-}
-
-std::string reason_not_sent() {
-    const int error = errno;
-    const std::string queue = "queue " + std::to_string(MC_QUEUE_KEY);
-    if (error == EAGAIN) return "the queue is full: the node does not take commands";
-    if (error == EACCES) return queue + " is not ours to write";
-    if (error == EIDRM) return "no node is running: " + queue + " was removed";
-    return queue + ": " + std::strerror(error);
-}
-
-void post(const commands::Record& record) {
-    const int queue = msgget(MC_QUEUE_KEY, 0);
-    if (queue == -1) throw QueueError(reason_not_open());
-    if (commands::is_surely_unread()) {
-        throw QueueError("no node is running: queue " + std::to_string(MC_QUEUE_KEY) +
-                         " is there, but nobody reads it");
-    }
-    Message message{};
-    message.type = static_cast<long>(record.code);
-    const auto text = record.text();
-    std::ranges::transform(text, message.text, [](std::uint8_t b) { return static_cast<char>(b); });
-    if (msgsnd(queue, &message, text.size(), IPC_NOWAIT) != 0) throw QueueError(reason_not_sent());
-}
-
 void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
 
 bool take(std::vector<std::string>& words, std::string_view word) {
@@ -78,7 +36,7 @@ bool take(std::vector<std::string>& words, std::string_view word) {
 }
 
 void say_note(const std::string& line) {
-    if (!line.empty()) std::fprintf(stderr, "mcctl: note: %s\n", line.c_str());
+    if (!line.empty()) std::fprintf(stderr, "mcctl: note: %s\n", report::printable(line).c_str());
 }
 
 // The answer to a command that is there for it would be missed.
@@ -86,7 +44,7 @@ bool is_for_its_answer(const std::vector<std::string>& words) { return words.fro
 
 void carry_out(const commands::Record& record, const std::vector<std::string>& words) {
     auto conversation = commands::await_answer(record);
-    post(record);
+    commands::post(record);
     if (conversation) return print(commands::take_answer(*conversation));
     if (is_for_its_answer(words)) say_note("the answer is on the console of the node");
 }
@@ -95,6 +53,20 @@ void follow(const std::vector<std::string>& words, bool dry_run) {
     if (dry_run) throw commands::UsageError("console posts no record for --dry-run to print");
     if (words.size() != 1) throw commands::UsageError("console stands alone");
     if (commands::follow_console()) say_note("the node has ended");
+}
+
+void save_running(const std::vector<std::string>& words, bool dry_run) {
+    if (dry_run) throw commands::UsageError("save posts no record for --dry-run to print");
+    if (words.size() > 2) throw commands::UsageError("save is followed by a file, or by nothing");
+    for (const std::string& note :
+         commands::save_configuration(words.size() == 2 ? words[1] : "")) {
+        say_note(note);
+    }
+}
+
+void apply_file(const std::vector<std::string>& words, bool dry_run) {
+    if (words.size() != 2) throw commands::UsageError("apply is followed by a file");
+    for (const std::string& note : commands::apply_configuration(words[1], dry_run)) say_note(note);
 }
 
 void run(std::vector<std::string> words) {
@@ -112,6 +84,8 @@ void run(std::vector<std::string> words) {
         return print(commands::bash_completion());
     }
     if (words.front() == "console") return follow(words, dry_run);
+    if (words.front() == "save") return save_running(words, dry_run);
+    if (words.front() == "apply") return apply_file(words, dry_run);
     const commands::Record record = commands::encode(words);
     if (dry_run) {
         print(commands::hex_text(record.bytes) + "\n");

@@ -17,7 +17,8 @@ struct SegmentUse {
 // Of the status segment of this IPC namespace; all 0 without one. Nothing when that is not known.
 [[nodiscard]] std::optional<SegmentUse> segment_use();
 
-// True when no process has the segment attached. False also when that is not known.
+// True when no process has the segment attached, as the library of a privileged node has for life,
+// and no console of a node is there. False also when that is not known.
 [[nodiscard]] bool is_surely_unread();
 
 }  // namespace commands

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "node/driver/frame_origin.h"
 #include "node/driver/trap_filter.h"
 
 namespace capture {
@@ -84,6 +85,7 @@ Progress Driver::progress() {
 }
 
 std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
+    driver::forget_origin();
     wait_for_start();
     count_last_frame();
     while (!stopping_) {
@@ -93,6 +95,7 @@ std::optional<driver::Delivery> Driver::read(std::span<std::uint8_t> buf) {
         const CapturedFrame& frame = merged->frame;
         advance_to(frame.stamp_ns / kNanosecondsPerMicrosecond);
         std::ranges::copy(frame.bytes, buf.begin());
+        driver::note_origin(merged->file, merged->number, frame.bytes);
         driver::take_in_hand(*driver::slot_of_port(merged->port), frame.bytes);
         return driver::Delivery{merged->port, frame.length};
     }

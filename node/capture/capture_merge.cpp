@@ -36,7 +36,8 @@ std::optional<MergedFrame> CaptureMerge::next() {
     delivered_ = earliest();
     if (delivered_ == nullptr) return std::nullopt;
     const CapturedFrame& frame = *delivered_->head();
-    return MergedFrame{split_ ? port_of(*split_, frame.bytes) : delivered_->port(), frame};
+    return MergedFrame{split_ ? port_of(*split_, frame.bytes) : delivered_->port(), frame,
+                       delivered_->file().native(), delivered_->frames_read()};
 }
 
 std::uint64_t CaptureMerge::position() const {

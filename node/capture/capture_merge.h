@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "node/capture/capture_reader.h"
@@ -24,6 +25,8 @@ struct Input {
 struct MergedFrame {
     std::uint8_t port;
     CapturedFrame frame;
+    std::string_view file;  // valid as long as the merge is
+    std::uint64_t number;   // in the file, from 1 on
 };
 
 class CaptureMerge {

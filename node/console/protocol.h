@@ -19,7 +19,9 @@
 //    for
 //                    all that is printed until it is done, then kDone. RECORD is all its bytes.
 //    metrics         a live node's numbers for monitoring, families of OpenMetrics: kText, then
-//    kDone another word    what the node offers beside these: kText, then kDone
+//                    kDone
+//    config          what the node is configured to (node/config/snapshot.h): kText, then kDone
+//    another word    what the node offers beside these: kText, then kDone
 //
 // kRefused may come at any time: its text says why nothing more comes.
 #pragma once
@@ -37,6 +39,7 @@ namespace console {
 inline constexpr std::string_view kConsoleWord = "console";
 inline constexpr std::string_view kAnswerWord = "answer";
 inline constexpr std::string_view kMetricsWord = "metrics";
+inline constexpr std::string_view kConfigWord = "config";
 
 enum class Kind : char {
     kRequest = 'q',

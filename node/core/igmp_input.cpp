@@ -108,7 +108,7 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
     const auto discovery = discovery_of(Family::kIpv4, packet.message[0]);
     if (!kind && !discovery) return Drop::kUnknownType;
     if (kind && packet.message.size() < kShortestMessage) return Drop::kBadLength;
-    note_received(packet.place, kind.value_or(Received::kIgmpDiscovery), packet.source);
+    note_message(packet, kind.value_or(Received::kIgmpDiscovery));
     if (discovery) return take_discovery(packet, *discovery);
     if (*kind == Received::kIgmpQuery) return take_query(packet);
     const auto drop = take_report_or_leave(packet, *kind);
@@ -127,6 +127,6 @@ int32_t igmp_pkt_recv(uint8_t* ip_packet, uint16_t ip_total_length, uint32_t por
     const mcore::Lock lock;
     mcore::Packet packet = mcore::packet_from(mcore::Family::kIpv4, port, group_vlan);
     const auto drop = mcore::take_packet({ip_packet, ip_total_length}, packet);
-    if (drop) mcore::note_drop(packet.place, *drop);
+    if (drop) mcore::note_dropped(packet, *drop);
     return drop ? 1 : 0;
 }

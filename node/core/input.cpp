@@ -5,6 +5,7 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/event_watch.h"
 #include "node/core/group_records.h"
 
 namespace mcore {
@@ -20,6 +21,7 @@ bool is_known_vlan(const Packet& packet) {
     if (is_served_vlan(packet)) return true;
     if (!settings.vlan_learning || packet.vlan() > kLastVid) return false;
     settings.vlans.insert(packet.vlan());
+    settings.learnt_vlans.insert(packet.vlan());
     return true;
 }
 
@@ -57,6 +59,16 @@ std::optional<Drop> refuse_place(const Packet& packet) {
     if (find_port(packet.place.port)->is_uplink) return Drop::kReportFromUplink;
     if (!is_known_vlan(packet)) return Drop::kUnknownVlan;
     return std::nullopt;
+}
+
+void note_message(const Packet& packet, Received kind) {
+    note_received(packet.place, kind, packet.source);
+    tell_event(packet.place, [&] { return MessageReceived{kind, message_of(packet)}; });
+}
+
+void note_dropped(const Packet& packet, Drop reason) {
+    note_drop(packet.place, reason);
+    tell_event(packet.place, [&] { return MessageDropped{reason, packet.source}; });
 }
 
 void take_older_message(const Packet& packet, std::uint8_t version, RecordType type,

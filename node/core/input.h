@@ -31,6 +31,10 @@ struct Packet {
 // Whether the VLAN of a packet is the default or listed.
 [[nodiscard]] bool is_served_vlan(const Packet& packet);
 
+// They count, and tell who watches.
+void note_message(const Packet& packet, Received kind);
+void note_dropped(const Packet& packet, Drop reason);
+
 // Hands a report of an older version to the engine, as the record that means the same.
 void take_older_message(const Packet& packet, std::uint8_t version, RecordType type,
                         const Address& group);

@@ -1,4 +1,5 @@
 // What the links of the ports tell the core.
+#include "node/core/event_watch.h"
 #include "node/core/multicast_core.h"
 #include "node/core/querier.h"
 
@@ -8,7 +9,9 @@ namespace mcore {
 void link_up(std::uint32_t port) {
     const Lock lock;
     const Port* const found = find_port(port);
-    if (found != nullptr) ask_port(*found);
+    if (found == nullptr) return;
+    tell_event({{}, port, 0}, [] { return LinkChanged{true}; });
+    ask_port(*found);
 }
 
 }  // namespace mcore

@@ -9,6 +9,7 @@
 #include "node/core/admission.h"
 #include "node/core/bounds.h"
 #include "node/core/entry_filter.h"
+#include "node/core/event_watch.h"
 #include "node/core/hosts.h"
 #include "node/core/last_members.h"
 #include "node/core/routers.h"
@@ -98,6 +99,7 @@ void note_programmed(const GroupKey& key, Group& group, bool programmed) {
     Counters& counters = core().counters;
     group.programmed = programmed;
     ++(programmed ? counters.entries_added : counters.add_failures);
+    tell_event(place_of(key), [&] { return EntryChanged{key.group, true, programmed}; });
     if (programmed) {
         trace(Trace::kEntries, place_of(key),
               [&] { return "entry of " + group_text(key) + " added"; });
@@ -111,6 +113,7 @@ void unprogram(const GroupKey& key) {
     Counters& counters = core().counters;
     const bool removed = change_entry(key, nullptr);
     ++(removed ? counters.entries_removed : counters.remove_failures);
+    tell_event(place_of(key), [&] { return EntryChanged{key.group, false, removed}; });
     trace(removed ? Trace::kEntries : Trace::kDrops, place_of(key),
           [&] { return "entry of " + group_text(key) + (removed ? " removed" : " not removed"); });
 }
@@ -138,7 +141,7 @@ Group& add_group(const GroupKey& key, const Record& record) {
     return group;
 }
 
-void remove_group(const GroupKey& key, const char* why) {
+void remove_group(const GroupKey& key, EndReason why) {
     const auto found = core().groups.find(key);
     if (found == core().groups.end()) return;
     core().timers.stop(found->second.age_timer);
@@ -155,7 +158,9 @@ void remove_group(const GroupKey& key, const char* why) {
     upstream_left(key);
     // Gone before a call-back can look.
     core().groups.erase(found);
-    trace(Trace::kMemberships, place_of(key), [&] { return group_text(key) + " " + why; });
+    trace(Trace::kMemberships, place_of(key),
+          [&] { return group_text(key) + " " + std::string(name(why)); });
+    tell_end(key, why);
     if (programmed) unprogram(key);
     upstream_changed(key);
 }
@@ -164,6 +169,7 @@ bool is_over(const Group& group) { return group.hosts.empty() && !group.last_mem
 
 // The hosts want something else together, perhaps.
 void tell_wants(const GroupKey& key, Group& group) {
+    tell_membership(key, group);
     tell_filter(key, group);
     upstream_changed(key);
 }
@@ -173,7 +179,7 @@ void refresh(const GroupKey& key, Group& group) {
     tell_wants(key, group);
 }
 
-void settle_as(const GroupKey& key, Group& group, const char* why) {
+void settle_as(const GroupKey& key, Group& group, EndReason why) {
     if (is_over(group)) {
         remove_group(key, why);
     } else {
@@ -182,7 +188,7 @@ void settle_as(const GroupKey& key, Group& group, const char* why) {
 }
 
 template <class IsAged>
-void end_aged(const GroupKey& key, Group& group, const char* why, const IsAged& is_aged) {
+void end_aged(const GroupKey& key, Group& group, EndReason why, const IsAged& is_aged) {
     age_hosts(books_of(key, group), is_aged);
     settle_as(key, group, why);
 }
@@ -191,7 +197,7 @@ void run_ageing(const GroupKey& key) {
     Group* const group = find_group(key);
     const auto rule = age_rule(key);
     if (group == nullptr || !rule) return;
-    end_aged(key, *group, "aged",
+    end_aged(key, *group, EndReason::kAged,
              [&rule](std::uint64_t heard_us) { return rule->aged_at(heard_us) <= core().now_us; });
 }
 
@@ -223,16 +229,25 @@ std::optional<Drop> refuse_without_source(const Reporter& from, const Record& re
     return std::nullopt;
 }
 
+void tell_refused(const Reporter& from, const Record& record, Drop reason, bool is_partly = false) {
+    tell_event({from.family, from.port, from.vlan}, [&] {
+        return RecordRefused{reason, record.group, from.host, joins(record), is_partly};
+    });
+}
+
 // A host's record, for a membership that is there.
 void update(const GroupKey& key, Group& group, const Reporter& from, const Record& record) {
     const bool is_join = joins(record);
     if (!is_join && !group.hosts.contains(from.host)) return;
     Applied applied = apply_record(books_of(key, group), from, record);
-    if (applied.refused) note_refusal(place_of(key), *applied.refused);
+    if (applied.refused) {
+        note_refusal(place_of(key), *applied.refused);
+        tell_refused(from, record, *applied.refused, true);
+    }
     if (is_join) group.last_reporter = from.host;
     if (applied.departure.gives_up()) ask_last_members(key, group, std::move(applied.departure));
     if (is_over(group)) {
-        remove_group(key, "left");
+        remove_group(key, EndReason::kLeft);
     } else {
         refresh(key, group);
     }
@@ -279,6 +294,7 @@ void take_record(const Reporter& from, const Record& received) {
     if (!drop) drop = refuse_without_source(from, record, mapped.has_value());
     if (drop) {
         note_drop(place, *drop);
+        tell_refused(from, record, *drop);
         return;
     }
     const GroupKey key{from.port, from.vlan, from.family, record.group};
@@ -286,14 +302,16 @@ void take_record(const Reporter& from, const Record& received) {
     if (group == nullptr && !joins(record)) return;
     if (group != nullptr && ignores_leaves(key, *group, record)) {
         note_drop(place, Drop::kOlderHostPresent);
+        tell_refused(from, record, Drop::kOlderHostPresent);
         return;
     }
     if (group != nullptr && joins(record)) make_room(key, *group);
     drop = refuse_record(key, group, from, record);
     if (drop) {
         note_refusal(place, *drop);
+        tell_refused(from, record, *drop);
         if (group != nullptr && is_over(*group)) {
-            remove_group(key, "left");
+            remove_group(key, EndReason::kLeft);
         } else if (group != nullptr) {
             tell_wants(key, *group);  // for a question that made room in vain
         }
@@ -308,21 +326,21 @@ void take_record(const Reporter& from, const Record& received) {
     update(key, *group, from, record);
 }
 
-void settle(const GroupKey& key, Group& group) { settle_as(key, group, "left, no host answered"); }
+void settle(const GroupKey& key, Group& group) { settle_as(key, group, EndReason::kNotAnswered); }
 
 void remove_groups_if(const std::function<bool(const GroupKey&)>& unwanted) {
     std::vector<GroupKey> keys;
     for (const auto& [key, group] : core().groups) {
         if (unwanted(key)) keys.push_back(key);
     }
-    for (const GroupKey& key : keys) remove_group(key, "taken away");
+    for (const GroupKey& key : keys) remove_group(key, EndReason::kTakenAway);
 }
 
 void end_unheard(const GroupKey& key, const Address& source, std::uint64_t since_us) {
     Group* const group = find_group(key);
     if (group == nullptr) return;
     end_unheard_pieces(books_of(key, *group), source, since_us);
-    settle_as(key, *group, "aged");
+    settle_as(key, *group, EndReason::kAged);
 }
 
 // One that is being left has a timer of its own.
@@ -338,14 +356,15 @@ void end_unheard(std::uint32_t port, std::uint64_t since_us) {
         const bool is_old = group != nullptr && !group->pieces.empty() &&
                             group->pieces.front().heard_us <= since_us;
         if (!is_old) continue;
-        end_aged(key, *group, "lost with the link",
+        end_aged(key, *group, EndReason::kLinkDown,
                  [since_us](std::uint64_t heard_us) { return heard_us <= since_us; });
     }
 }
 
-void remove_group_of(const GroupKey& key) { remove_group(key, "taken away"); }
+void remove_group_of(const GroupKey& key) { remove_group(key, EndReason::kTakenAway); }
 
 void forget_mld_groups() {
+    tell_all_ends(Family::kIpv6);
     Core& state = core();
     for (auto& [key, group] : state.groups) {
         if (key.family != Family::kIpv6) continue;

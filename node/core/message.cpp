@@ -7,6 +7,7 @@
 
 #include "common/bytes.h"
 #include "node/core/address.h"
+#include "node/core/event_watch.h"
 #include "node/core/trace.h"
 
 namespace mcore {
@@ -102,6 +103,7 @@ void send_packet(const Place& place, Sent kind, std::uint8_t priority, Bytes pac
         return "sent " + std::string(name(kind)) + " to " +
                text(place.family, load_address(place.family, &packet[at]));
     });
+    tell_event(place, [&] { return MessageSent{kind, sent_message_of(place, packet)}; });
     const auto port = static_cast<std::uint16_t>(place.port);
     const auto length = static_cast<std::uint16_t>(packet.size());
     IgmpVlanTag tag{0x8100, static_cast<std::uint16_t>(place.vlan), priority};

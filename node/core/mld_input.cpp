@@ -128,7 +128,7 @@ std::optional<Drop> take_packet(std::span<const std::uint8_t> ip, Packet& packet
     if (!kind && !discovery) return Drop::kUnknownType;
     if (kind && packet.message.size() < kShortestMessage) return Drop::kTruncated;
     if (const auto drop = disbelieve(ip, packet)) return drop;
-    note_received(packet.place, kind.value_or(Received::kMldDiscovery), packet.source);
+    note_message(packet, kind.value_or(Received::kMldDiscovery));
     if (discovery) return take_discovery(packet, *discovery);
     if (*kind == Received::kMldQuery) return take_query(packet);
     const auto drop = take_report_or_done(packet, *kind);
@@ -147,6 +147,6 @@ int32_t mld_pkt_recv(uint8_t* ip_packet, uint32_t length, uint32_t port, uint32_
     const mcore::Lock lock;
     mcore::Packet packet = mcore::packet_from(mcore::Family::kIpv6, port, group_vlan);
     const auto drop = mcore::take_packet({ip_packet, length}, packet);
-    if (drop) mcore::note_drop(packet.place, *drop);
+    if (drop) mcore::note_dropped(packet, *drop);
     return drop ? 1 : 0;
 }

@@ -25,6 +25,7 @@ namespace mcore {
 // otherwise. Moving it runs every timer that falls due on the way, in the order in which they are
 // due and each at its own time, before set_clock returns. A time in the past changes nothing.
 void set_clock(std::uint64_t now_us);
+[[nodiscard]] std::uint64_t clock_us();
 
 // When the next timer is due; nothing when none runs.
 [[nodiscard]] std::optional<std::uint64_t> next_timer();

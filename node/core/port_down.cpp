@@ -6,6 +6,7 @@
 //                             a link that flaps keeps nothing for ever
 #include <cstdint>
 
+#include "node/core/event_watch.h"
 #include "node/core/membership.h"
 #include "node/core/state.h"
 
@@ -37,7 +38,9 @@ void start_down_timer(Port& port) {
 void link_down(std::uint32_t port) {
     const Lock lock;
     Port* const found = find_port(port);
-    if (found == nullptr || found->is_uplink) return;
+    if (found == nullptr) return;
+    tell_event({{}, port, 0}, [] { return LinkChanged{false}; });
+    if (found->is_uplink) return;
     if (found->down_timer) end_unheard(found->number, found->down_us);
     core().timers.stop(found->down_timer);
     if (found->fast_leave || last_member_query_time() == 0) {

@@ -70,7 +70,21 @@ bool read_newest(Family family, Message behind_group, RouterQuery& query) {
     return true;
 }
 
-// Nothing when it is cut short.
+void take_uplink_query(const RouterQuery& query) {
+    if (!is_proxy(query.link.family)) return;
+    learn_router(query);
+    answer_query(query);
+}
+
+std::optional<Drop> take_user_query(const Packet& packet, const RouterQuery& query) {
+    if (!is_served_vlan(packet)) return Drop::kUnknownVlan;
+    const auto drop = hear_querier(packet.place, packet.source, query);
+    if (!drop) lower_timers(packet.place, query);
+    return drop;
+}
+
+}  // namespace
+
 std::optional<RouterQuery> read_query(const Packet& packet) {
     const Family family = packet.place.family;
     const QueryLayout& layout = layout_of(family);
@@ -90,21 +104,6 @@ std::optional<RouterQuery> read_query(const Packet& packet) {
     }
     return query;
 }
-
-void take_uplink_query(const RouterQuery& query) {
-    if (!is_proxy(query.link.family)) return;
-    learn_router(query);
-    answer_query(query);
-}
-
-std::optional<Drop> take_user_query(const Packet& packet, const RouterQuery& query) {
-    if (!is_served_vlan(packet)) return Drop::kUnknownVlan;
-    const auto drop = hear_querier(packet.place, packet.source, query);
-    if (!drop) lower_timers(packet.place, query);
-    return drop;
-}
-
-}  // namespace
 
 std::optional<Drop> take_query(const Packet& packet) {
     const auto query = read_query(packet);

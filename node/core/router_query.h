@@ -25,6 +25,9 @@ struct RouterQuery {
     [[nodiscard]] bool is_general() const { return group == Address{}; }
 };
 
+// Nothing when it is cut short.
+[[nodiscard]] std::optional<RouterQuery> read_query(const Packet& packet);
+
 [[nodiscard]] std::optional<Drop> take_query(const Packet& packet);
 
 }  // namespace mcore

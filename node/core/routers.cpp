@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "node/core/address.h"
+#include "node/core/event_watch.h"
 #include "node/core/querier.h"
 #include "node/core/router_query.h"
 #include "node/core/source_address.h"
@@ -56,14 +57,15 @@ UserRouters::const_iterator find_querier(const Place& segment) {
     });
 }
 
-void take_out(const RouterKey& key, const char* why) {
+void take_out(const RouterKey& key, EndReason why) {
     const Place segment = segment_of(key);
     const auto found = core().user_routers.find(key);
     if (found == core().user_routers.end()) return;
     core().timers.stop(found->second.timer);
     core().user_routers.erase(found);
     trace(Trace::kMemberships, segment,
-          [&] { return "router " + text(key.family, key.address) + " " + why; });
+          [&] { return "router " + text(key.family, key.address) + " " + std::string(name(why)); });
+    tell_event(segment, [&] { return RouterChanged{key.address, key.sign, false, why}; });
     tell_router_ports();
     if (wins_over_node(key) && !is_outvoted(segment)) take_over(segment);
 }
@@ -80,11 +82,13 @@ std::optional<Drop> hear(const RouterKey& key, std::uint64_t present_us,
     const auto about = [key] {
         return text(key.family, key.address) + " on port " + port_text(key.port);
     };
-    router.timer = core().timers.start(core().now_us + present_us,
-                                       {"router present", about, [key] { take_out(key, "aged"); }});
+    router.timer =
+        core().timers.start(core().now_us + present_us,
+                            {"router present", about, [key] { take_out(key, EndReason::kAged); }});
     if (is_new) {
         trace(Trace::kMemberships, segment_of(key),
               [&] { return "router " + text(key.family, key.address) + " heard"; });
+        tell_event(segment_of(key), [&] { return RouterChanged{key.address, key.sign, true, {}}; });
         tell_router_ports();
     }
     return std::nullopt;
@@ -160,7 +164,7 @@ void forget_routers_if(const std::function<bool(const RouterKey&)>& unwanted) {
     for (const auto& [key, router] : core().user_routers) {
         if (unwanted(key)) keys.push_back(key);
     }
-    for (const RouterKey& key : keys) take_out(key, "taken away");
+    for (const RouterKey& key : keys) take_out(key, EndReason::kTakenAway);
 }
 
 void tell_router_ports() {

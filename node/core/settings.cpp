@@ -231,12 +231,14 @@ int32_t igmp_vlan_add(uint16_t vlan) {
     const Lock lock;
     if (!is_vid(vlan)) return kRefused;
     settings().vlans.insert(vlan);
+    settings().learnt_vlans.erase(vlan);
     return kDone;
 }
 
 int32_t igmp_vlan_del(uint16_t vlan) {
     const Lock lock;
     if (settings().vlans.erase(vlan) == 0) return kRefused;
+    settings().learnt_vlans.erase(vlan);
     drop_lost_vlans();
     return kDone;
 }
@@ -244,6 +246,7 @@ int32_t igmp_vlan_del(uint16_t vlan) {
 int32_t igmp_vlan_del_all(void) {
     const Lock lock;
     settings().vlans.clear();
+    settings().learnt_vlans.clear();
     drop_lost_vlans();
     return kDone;
 }

@@ -37,6 +37,7 @@ bool replace_proxy_ip(std::uint32_t from, std::uint32_t to) {
     const Lock lock;
     if (core().settings.proxy_ip != from) return false;
     core().settings.proxy_ip = to;
+    core().settings.own_ip = to;
     return true;
 }
 

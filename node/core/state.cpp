@@ -5,6 +5,7 @@
 #include <mutex>
 #include <utility>
 
+#include "node/core/event_watch.h"
 #include "node/core/membership.h"
 #include "node/core/querier.h"
 #include "node/core/routers.h"
@@ -85,6 +86,7 @@ std::string port_text(std::uint32_t number) {
 
 void reset() {
     const Lock lock;
+    tell_all_ends({});
     core() = Core{};
     tell_router_ports();
     igmpv3_rcv = 0;

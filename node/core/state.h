@@ -173,7 +173,9 @@ struct Settings {
     std::uint16_t mld_default_vid = 4088;
     std::uint16_t mld_mode = 2;
     std::uint32_t proxy_ip = 0;
+    std::optional<std::uint32_t> own_ip;  // what the node itself has last put there
     std::set<std::uint16_t> vlans;
+    std::set<std::uint16_t> learnt_vlans;  // those of them that a report alone has put there
     std::set<VlanGroup> private_list;
 };
 

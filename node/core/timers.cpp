@@ -37,6 +37,11 @@ void set_clock(std::uint64_t now_us) {
     if (now_us > state.now_us) state.now_us = now_us;
 }
 
+std::uint64_t clock_us() {
+    const Lock lock;
+    return core().now_us;
+}
+
 std::optional<std::uint64_t> next_timer() {
     const Lock lock;
     return core().timers.next();

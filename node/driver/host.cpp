@@ -5,6 +5,11 @@
 #include <csignal>
 
 namespace driver {
+namespace {
+
+void (*prepare_for_command)() = nullptr;
+
+}  // namespace
 
 bool is_queue_lost(const Host& host, int patience_ms) {
     pollfd wanted{host.queue_lost, POLLIN, 0};
@@ -19,6 +24,12 @@ void start_without_signals(std::int32_t (*start)()) {
     static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, &before));
     static_cast<void>(start());  // what did not start is missed where it is waited for
     static_cast<void>(pthread_sigmask(SIG_SETMASK, &before, nullptr));
+}
+
+void set_before_command(void (*prepare)()) { prepare_for_command = prepare; }
+
+void before_command() {
+    if (prepare_for_command != nullptr) prepare_for_command();
 }
 
 }  // namespace driver

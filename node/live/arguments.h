@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "node/driver/ports.h"
+#include "node/events/wanted.h"
 
 namespace live {
 
@@ -25,6 +26,7 @@ struct Arguments {
     std::uint8_t onu_id = 1;
     std::uint32_t debug = 0;  // for mc_debug and mld_debug
     bool json = false;
+    events::Wanted recorded;
     bool restore = false;  // give back what a killed node has left, with the bridge alone
     std::string metrics;   // address and port to serve them at; empty: not at all
 };

@@ -1,7 +1,6 @@
 #include "node/live/live.h"
 
 #include <poll.h>
-#include <sys/msg.h>
 #include <sys/random.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
@@ -11,21 +10,20 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
+#include <utility>
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
-#include "command/command.h"
 #include "mld/record.h"
 #include "node/console/protocol.h"
 #include "node/console/server.h"
@@ -41,6 +39,7 @@
 #include "node/live/restore.h"
 #include "node/metrics/http_server.h"
 #include "node/report/console.h"
+#include "node/timeline/recording.h"
 
 namespace live {
 namespace {
@@ -58,7 +57,8 @@ int catch_signals() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGHUP);  // the terminal is gone: the bridge must not be left as it is
+    sigaddset(&signals, SIGUSR1);  // for a timeline up to now
+    sigaddset(&signals, SIGHUP);   // the terminal is gone: the bridge must not be left as it is
     static_cast<void>(pthread_sigmask(SIG_BLOCK, &signals, nullptr));
     const int descriptor = signalfd(-1, &signals, SFD_CLOEXEC);
     if (descriptor < 0) throw LiveError(std::string("signalfd: ") + std::strerror(errno));
@@ -97,12 +97,13 @@ void draw_seed() {
 class Supervisor {
  public:
     Supervisor(LiveDriver& driver, OwnAddress& own_address, const CoreClock& clock, int signals,
-               int queue_lost)
+               int queue_lost, std::function<void()> write_page)
         : driver_(driver),
           own_address_(own_address),
           clock_(clock),
           signals_(signals),
           queue_lost_(queue_lost),
+          write_page_(std::move(write_page)),
           news_(driver.news_reader()) {}
 
     // Until a signal, or until the command queue is lost.
@@ -113,7 +114,8 @@ class Supervisor {
                                           {news_.descriptor(), POLLIN, 0},
                                           {queue_lost_, POLLIN, 0}}};
             static_cast<void>(poll(wanted.data(), wanted.size(), patience_ms()));
-            if (wanted[0].revents != 0 || wanted[3].revents != 0) return;
+            if (wanted[3].revents != 0) return;
+            if (wanted[0].revents != 0 && !is_for_page()) return;
             if (wanted[1].revents != 0) CoreClock::move();
             if (wanted[2].revents != 0) take_news();
             look_when_settled();
@@ -121,6 +123,16 @@ class Supervisor {
     }
 
  private:
+    // Whether the signal that has come only asks for a page.
+    [[nodiscard]] bool is_for_page() {
+        signalfd_siginfo signal{};
+        if (read(signals_, &signal, sizeof signal) != sizeof signal) return true;
+        if (signal.ssi_signo != SIGUSR1) return false;
+        CoreClock::move();
+        write_page_();
+        return true;
+    }
+
     [[nodiscard]] int patience_ms() const {
         if (!look_at_us_) return -1;
         const std::uint64_t now = CoreClock::now_us();
@@ -146,18 +158,10 @@ class Supervisor {
     const CoreClock& clock_;
     int signals_;
     int queue_lost_;
+    std::function<void()> write_page_;
     News news_;
     std::optional<std::uint64_t> look_at_us_;
 };
-
-// The command task makes it; whoever reads that the node is live sends commands.
-void await_command_queue() {
-    constexpr int kLooks = 200;
-    constexpr std::chrono::milliseconds kBetween{10};
-    for (int i = 0; i < kLooks && msgget(MC_QUEUE_KEY, 0) < 0; ++i) {
-        std::this_thread::sleep_for(kBetween);
-    }
-}
 
 std::string uplink_of(const Arguments& arguments) {
     for (const PortInterface& port : arguments.ports) {
@@ -182,6 +186,13 @@ LiveDriver& make_driver(const Arguments& arguments, const driver::Host& host) {
                            CoreClock::move);
 }
 
+// The core's clock began with the machine.
+std::uint64_t wall_offset_us() {
+    const auto wall = std::chrono::system_clock::now().time_since_epoch();
+    const auto wall_us = std::chrono::duration_cast<std::chrono::microseconds>(wall).count();
+    return static_cast<std::uint64_t>(wall_us) - CoreClock::now_us();
+}
+
 std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, LiveDriver& driver) {
     if (arguments.metrics.empty()) return nullptr;
     return std::make_unique<metrics::HttpServer>(arguments.metrics,
@@ -200,12 +211,16 @@ int run(const Arguments& arguments, const driver::Host& host) {
     be_the_only_one();
     LiveDriver& driver = make_driver(arguments, host);
     console::offer(host.complain,
-                   {{console::kMetricsWord, [&driver] { return metric_families(driver); }}});
+                   {{console::kMetricsWord, [&driver] { return metric_families(driver); }},
+                    {console::kConfigWord, host.configuration}});
     std::FILE* const out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) throw LiveError("standard output cannot be diverted");
     // Whoever watches sees what the library prints when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     draw_seed();
+    CoreClock::move();
+    timeline::Recording recording(arguments.recorded,
+                                  {events::FrameSource::kInterface, wall_offset_us()});
 
     // Or say why not before the bridge is taken.
     const auto metrics = serve_metrics(arguments, driver);
@@ -217,6 +232,7 @@ int run(const Arguments& arguments, const driver::Host& host) {
     }
     const std::uint64_t begin_us = CoreClock::now_us();
     CoreClock::move();
+    driver::set_before_command(CoreClock::move);
     driver::know_own_frames({sys_mac, mld_sys_mac});
     driver::start_without_signals(IgmpInit);
     mc_debug = arguments.debug;
@@ -229,9 +245,15 @@ int run(const Arguments& arguments, const driver::Host& host) {
     OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
     own_address.begin();
     const CoreClock clock;
-    Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost);
+    Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost, [&] {
+        if (const auto failure = recording.write_page()) host.complain(*failure);
+    });
+    // No frame meets half a configuration, and whoever reads that the node is live sends commands.
+    if (!host.run_first_commands()) {
+        driver.end();
+        throw LiveError("the library takes no commands");
+    }
     driver.start();
-    await_command_queue();
     host.complain(ready_line(arguments, own_address, host.way_in));
     if (metrics) host.complain("metrics at " + metrics->url());
     supervisor.run();
@@ -240,11 +262,13 @@ int run(const Arguments& arguments, const driver::Host& host) {
     const Summary summary{arguments.bridge, driver.report(), report::core_report(end_us),
                           static_cast<double>(end_us - begin_us) / 1e6};
     driver.end();
+    const std::vector<std::string> unwritten = recording.end();
     const std::string text = arguments.json ? as_json(summary) : as_text(summary);
     const bool is_written = std::fputs(text.c_str(), out) >= 0 && std::fflush(out) == 0;
     if (!is_written) host.complain("the summary could not be written");
+    for (const std::string& line : unwritten) host.complain(line);
     if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
-    return is_written ? kDone : kFailed;
+    return is_written && unwritten.empty() ? kDone : kFailed;
 }
 
 }  // namespace live

@@ -17,6 +17,7 @@
 
 #include "adapt/records.h"
 #include "node/core/multicast_core.h"
+#include "node/driver/frame_origin.h"
 #include "node/driver/trap_filter.h"
 #include "node/live/live_error.h"
 
@@ -215,6 +216,7 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
         started_.wait(false);
         is_prepared_ = true;
     }
+    driver::forget_origin();
     count_last_frame();
     while (true) {
         epoll_event event{};
@@ -223,7 +225,10 @@ std::optional<driver::Delivery> LiveDriver::read(std::span<std::uint8_t> buf) {
         const auto arrival = take_frame(event.data.u64, buf);
         if (!arrival) continue;
         now_();
-        driver::take_in_hand(event.data.u64, buf.first(arrival->length), arrival->stamp_ns);
+        const PortCounters& counters = counters_[event.data.u64];
+        const auto frame = buf.first(arrival->length);
+        driver::note_origin(counters.interface, counters.igmp + counters.mld, frame);
+        driver::take_in_hand(event.data.u64, frame, arrival->stamp_ns);
         return driver::Delivery{driver::port_of_slot(event.data.u64), arrival->length};
     }
 }

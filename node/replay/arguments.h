@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "node/capture/capture_merge.h"
+#include "node/events/wanted.h"
 #include "node/replay/timed_commands.h"
 
 namespace replay {
@@ -19,6 +20,7 @@ struct Arguments {
     std::uint32_t debug = 0;  // for mc_debug and mld_debug
     std::uint64_t tail_us = 0;
     bool json = false;
+    events::Wanted recorded;
     bool hold = false;                   // stay for commands from the queue once the replay is over
     std::vector<TimedCommand> commands;  // in the order of their times
 };

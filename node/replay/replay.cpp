@@ -12,6 +12,7 @@
 #include "adapt/adapt.h"
 #include "adapt/records.h"
 #include "node/capture/capture_driver.h"
+#include "node/console/protocol.h"
 #include "node/console/server.h"
 #include "node/core/multicast_core.h"
 #include "node/driver/host.h"
@@ -19,6 +20,7 @@
 #include "node/replay/replay_summary.h"
 #include "node/replay/timed_commands.h"
 #include "node/report/console.h"
+#include "node/timeline/recording.h"
 
 namespace replay {
 namespace {
@@ -98,7 +100,8 @@ int run(const Arguments& arguments, const driver::Host& host) {
     Driver& driver = Driver::instance();
     driver.prepare(replay_of(arguments));
 
-    if (arguments.hold) console::offer(host.complain, {});
+    timeline::Recording recording(arguments.recorded, {events::FrameSource::kCapture, {}});
+    if (arguments.hold) console::offer(host.complain, {{console::kConfigWord, host.configuration}});
     std::FILE* out = arguments.json ? report::divert_library_output() : stdout;
     if (out == nullptr) {
         host.complain("standard output cannot be diverted");
@@ -125,6 +128,10 @@ int run(const Arguments& arguments, const driver::Host& host) {
         complete = false;
     }
     for (const std::string& line : summary.report.failures) host.complain(line);
+    for (const std::string& line : recording.end()) {
+        host.complain(line);
+        complete = false;
+    }
     if (arguments.hold && !summary.interrupted) hold_until_interrupted(host);
     if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
     if (summary.interrupted) return kInterrupted;

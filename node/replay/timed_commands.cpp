@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "node/core/events.h"
 #include "node/report/values.h"
 
 namespace replay {
@@ -10,6 +11,7 @@ namespace {
 void run(const TimedCommand& command) {
     // The library's lines begin with a line end instead of ending in one.
     std::printf("\n[%.3f s] %s\n", report::seconds(command.after_us), command.words.c_str());
+    mcore::tell_command({command.words, command.code});
     command.run();
 }
 

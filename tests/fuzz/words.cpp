@@ -24,6 +24,7 @@
 #include "tests/fuzz/streams.h"
 #include "tools/command_line.h"
 #include "tools/command_table.h"
+#include "tools/configuration.h"
 #include "tools/console_client.h"
 #include "tools/documents.h"
 #include "tools/queue_reader.h"
@@ -88,6 +89,16 @@ bool commands::follow_console() {
     if (sum % 5 == 0) throw ConsoleError("none");
     std::fwrite(kAnswer.data(), 1, kAnswer.size(), stdout);
     return sum % 2 == 0;
+}
+
+// ---- Configurations -----------------------------------------------------------------------------
+
+// They are files and processes, which words do not make.
+commands::Notes commands::save_configuration(const std::string& /*file*/) {
+    throw ConsoleError("none");
+}
+commands::Notes commands::apply_configuration(const std::string& /*file*/, bool /*dry_run*/) {
+    throw ConsoleError("none");
 }
 
 extern "C" {

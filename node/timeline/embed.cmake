@@ -1,0 +1,15 @@
+# Writes OUTPUT, a C++ source with the parts of the page that page_parts.h names. FOLDER has their sources.
+set(html page.html)
+set(css page.css)
+set(js model.js draw.js details.js page.js)  # each uses what stands before it
+file(WRITE "${OUTPUT}.new" "#include \"node/timeline/page_parts.h\"\n\nnamespace timeline {\n")
+foreach(part html css js)
+  file(APPEND "${OUTPUT}.new" "const std::string_view page_${part} =")
+  foreach(source ${${part}})
+    file(READ "${FOLDER}/${source}" text)
+    file(APPEND "${OUTPUT}.new" "\nR\"page_part(${text})page_part\"")
+  endforeach()
+  file(APPEND "${OUTPUT}.new" ";\n")
+endforeach()
+file(APPEND "${OUTPUT}.new" "}  // namespace timeline\n")
+file(RENAME "${OUTPUT}.new" "${OUTPUT}")
