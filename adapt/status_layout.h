@@ -32,6 +32,7 @@
  */
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "adapt/records.h"
@@ -93,6 +94,6 @@ static inline uint32_t mc_status_group_count(const uint8_t* segment) {
 }
 
 /* A group record, MC_STATUS_GROUP_SIZE bytes; index is below mc_status_group_count. */
-static inline const uint8_t* mc_status_group(const uint8_t* segment, uint32_t index) {
+static inline const uint8_t* mc_status_group(const uint8_t* segment, size_t index) {
     return segment + MC_STATUS_GROUP_TABLE + index * MC_STATUS_GROUP_SIZE;
 }

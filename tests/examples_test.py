@@ -75,9 +75,10 @@ class Examples(unittest.TestCase):
         for name in ("host", "sender", "status"):
             shutil.copytree(SOURCE / "examples" / name, cls.work / name)
             (cls.work / name / name).unlink(missing_ok=True)
+            flags = headers + " " + library if name == "host" else headers
             done = subprocess.run(["make", "-s", "-C", cls.work / name, "CC=" + COMPILER, "CFLAGS=-O1 -Werror",
-                                   "MC_FLAGS=" + headers + (" " + library if name == "host" else "")], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                                  text=True, check=False)
+                                   "MC_FLAGS=" + flags], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                                  check=False)
             assert done.returncode == 0, done.stdout
 
     @classmethod

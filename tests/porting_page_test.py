@@ -19,10 +19,11 @@ def number(text):
 
 class ThePortingPage(unittest.TestCase):
     def test_has_the_tasks_as_they_are_started_and_what_they_take(self):
-        started = re.findall(r'\{"(tMC\w+)", (\d+), (\d+), ', (ROOT / "adapt/startup.cpp").read_text(encoding="utf-8"))
+        source = (ROOT / "adapt/startup.cpp").read_text(encoding="utf-8")
+        started = re.findall(r'\{"(tMC\w+)", (\d+), (\d+), ', source)
         stacks = json.loads((ROOT / "bench/paths/figures.json").read_text(encoding="utf-8"))["stacks"]
         rows = re.findall(r"^\| `(tMC\w+)` \| (\d+) \| ([\d,]+) \| ([\d,]+) \|$", PAGE, re.M)
-        self.assertEqual([(name, number(priority), number(asked), number(taken)) for name, priority, asked, taken in rows],
+        self.assertEqual([(name, *map(number, numbers)) for name, *numbers in rows],
                          [(name, int(priority), int(asked), stacks[name]) for name, priority, asked in started])
 
     def test_counts_what_the_library_imports(self):

@@ -53,30 +53,27 @@ std::string constant(std::string_view words) {
     return name;
 }
 
-// What the words say about a field of the record; null when they leave it at 0.
-const Field* argument_at(const Command& command, const mc::FieldPlace& place) {
-    const auto found = std::ranges::find(command.fields, place.offset,
-                                         [](const Field& field) { return field.at.offset; });
-    return found == command.fields.end() ? nullptr : &*found;
-}
-
 std::string meaning(const Field* field) {
     if (field == nullptr) return "0";
     return describe_values(*field) + ": " + std::string(field->help) +
            (field->added != 0 ? ", plus " + std::to_string(field->added) : "");
 }
 
+// A comment stands behind the comma of its constant, so it is written with the next one.
 std::string enumeration(const Command& command) {
     const std::string name = "MC_CMD_" + constant(path_text(command));
-    std::string text = "\n/* " + std::string(command.help) + " */\nenum {\n    " + name + " = " +
-                       std::to_string(command.record.code);
-    std::string behind = "/* the code */\n";
+    std::string text = "\n/* ";
+    text.append(command.help).append(" */\nenum {\n    ").append(name).append(" = ");
+    text.append(std::to_string(command.record.code));
+    std::string behind = "the code";
     for (const mc::FieldPlace& place : command.record.fields) {
-        text += ", " + behind + "    " + name + "_" + constant(place.name) + " = MC_FIELD(" +
-                std::to_string(place.offset) + ", " + std::to_string(place.width) + ")";
-        behind = "/* " + meaning(argument_at(command, place)) + " */\n";
+        text.append(", /* ").append(behind).append(" */\n    ").append(name).append("_");
+        text.append(constant(place.name)).append(" = MC_FIELD(");
+        text.append(std::to_string(place.offset)).append(", ");
+        text.append(std::to_string(place.width)).append(")");
+        behind = meaning(argument_at(command, place));
     }
-    return text + " " + behind + "};\n";
+    return text.append(" /* ").append(behind).append(" */\n};\n");
 }
 
 }  // namespace
