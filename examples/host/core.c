@@ -26,7 +26,7 @@ uint32_t igmpv3_snd;
 
 /* Empties groups, ports and settings. */
 int32_t igmp_data_init(void) { return 0; }
-/* Starts the timer tasks; the numbers are priorities, in the platform layer's terms. */
+/* Starts the timer tasks. What the two words mean is the core's own: 50 and 51 here, 50 for MLD. */
 int32_t igmp_task_init(uint32_t first, uint32_t second) { return 0; }
 /* The same two for MLD. */
 int32_t mld_data_init(void) { return 0; }
@@ -184,11 +184,11 @@ int32_t igmp_if_delete_auth_group_cfg(uint8_t port, uint32_t start, uint32_t end
 }
 int32_t igmp_if_delete_auth_group_cfg_all(uint8_t port, uint16_t vlan) { return 0; }
 int32_t igmp_if_grp_range_auth_enable(uint8_t port, uint8_t enable) { return 0; }
-/* The table without ports. */
+/* The table without ports. A deletion comes six times, five of them with VLAN 0. */
 int32_t add_to_auth_group_api(uint32_t group, uint16_t vlan) { return 0; }
 int32_t auth_group_delete_api(uint32_t group, uint16_t vlan) { return 0; }
 int32_t auth_group_delete_all_api(void) { return 0; }
-/* The control list of a port, an address a call; action 1 adds, 0 deletes, 2 clears. */
+/* The control list of a port, an address a call; action 1 adds, 0 deletes, 2 is anything else. */
 int32_t igmp_set_multicast_control(uint16_t port, uint32_t action, int16_t vlan, uint32_t group) {
     return 0;
 }
