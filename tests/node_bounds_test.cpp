@@ -172,6 +172,21 @@ TEST_F(Bounded, SourcesBeyondTheBoundOfAGroupAreRefusedAndNobodyIsCutOff) {
     EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 3U);
 }
 
+TEST_F(Bounded, AHostThatNamesItsSourceAnewKeepsItUnderALowerBound) {
+    receive(2, v3_report(kHost, kAllow, kGroup, {kSource + 9}));
+    receive(2, v3_report(kHost + 1, kAllow, kGroup, sources(3)));
+    mcore::set_bounds({.sources_per_group = 2});
+    receive(2, v3_report(kHost, kToIn, kGroup, {kSource + 9}));
+    EXPECT_EQ(drops(Drop::kGroupSourceBound), 1U);
+    EXPECT_EQ(mcore::memberships().at(0).sources.size(), 4U);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 2U);
+    // What somebody else names too stays counted meanwhile.
+    receive(2, v3_report(kHost, kToIn, kGroup, {kSource}));
+    EXPECT_EQ(drops(Drop::kGroupSourceBound), 1U);
+    EXPECT_EQ(mcore::memberships().at(0).sources.size(), 3U);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 2U);
+}
+
 /* The dearest that a host can do: in proxy mode all sources are reported anew, both ways. */
 TEST_F(Bounded, AHostThatChangesItsMindMakesABoundedReport) {
     igmp_mode_switch_globle(2);

@@ -93,6 +93,25 @@ bool any_fits_group(const Tally& tally, const Record& record) {
                                [&](const Address& source) { return fits_group(tally, source); });
 }
 
+bool is_named_besides(const Tally& tally, const Host& host, const Address& source) {
+    const Votes votes = votes_for(tally, source);
+    return votes.including + votes.excluding > (host.sources.contains(source) ? 1 : 0);
+}
+
+// The same once what the host itself names is gone. More than the bound may be left, which was
+// higher before.
+bool any_fits_in_place(const Tally& tally, const Host& host, const Record& record) {
+    const std::size_t most = bounds().sources_per_group;
+    const auto alone = std::ranges::count_if(host.sources, [&](const auto& source) {
+        return !is_named_besides(tally, host, source.first);
+    });
+    const bool has_room_then = tally.sources.size() - static_cast<std::size_t>(alone) < most;
+    return std::ranges::any_of(record.sources, [&](const Address& source) {
+        return tally.sources.size() < most || is_named_besides(tally, host, source) ||
+               (has_room_then && host.sources.contains(source));
+    });
+}
+
 std::optional<Drop> name_sources(const Books& books, NamedHost& named, const Record& record) {
     Host& host = named.second;
     std::optional<Drop> refused;
@@ -314,8 +333,10 @@ std::optional<Drop> refuse_for_room(const Port& port, const Group* group, const 
     // A host that keeps what it has holds the group anyhow.
     const bool needs_source =
         !excludes(record) && (is_new || replaces(*host, record, from.version));
-    if (needs_source && group != nullptr && !any_fits_group(group->tally, record)) {
-        return Drop::kGroupSourceBound;
+    if (needs_source && group != nullptr) {
+        const bool fits = is_new ? any_fits_group(group->tally, record)
+                                 : any_fits_in_place(group->tally, *host, record);
+        if (!fits) return Drop::kGroupSourceBound;
     }
     const std::size_t needed = (is_new ? 1 : 0) + (needs_source ? 1 : 0);
     const std::size_t freed = needs_source && !is_new ? host->sources.size() : 0;
