@@ -12,12 +12,12 @@
  */
 #pragma once
 
-#include <assert.h>
 #include <stddef.h>
 #include <stdint.h>
 
 #include "common/export.h"
 #include "common/masks.h"
+#include "common/static_assert.h"
 
 MC_C_BEGIN
 
@@ -152,7 +152,7 @@ extern MC_EXPORT int32_t setVlanNumber;                /* its entries in use */
 
 /* MC_MODE_...; 0 until start-up sets it. */
 extern MC_EXPORT uint8_t proxy_adapt_mode;
-/* Base of the shared status segment, see adapt/status_segment.h. */
+/* Base of the shared status segment, see adapt/status_layout.h. */
 extern MC_EXPORT uint8_t* mc_status_global;
 /* Port number of the last IGMP frame received. */
 extern MC_EXPORT uint8_t srcPortNum;

@@ -20,11 +20,11 @@
 namespace mc {
 
 enum Category : std::uint32_t {
-    kFlow = 0x01,          // "[MC_DBG_DBG]: "
-    kErrors = 0x04,        // "[MC_DBG_ERR]: "
-    kTransmitDump = 0x08,  // every frame sent, in hex
-    kReceiveDump = 0x10,   // every frame received, in hex
-    kConfig = 0x20,        // "[MC_DBG_CFG]: "
+    kFlow = MC_DEBUG_FLOW,
+    kErrors = MC_DEBUG_ERRORS,
+    kTransmitDump = MC_DEBUG_TRANSMIT_DUMP,
+    kReceiveDump = MC_DEBUG_RECEIVE_DUMP,
+    kConfig = MC_DEBUG_CONFIG,
 };
 
 // A system in service is silent, so the compiler lays the messages out of the way. Inlined whatever

@@ -57,7 +57,7 @@ MC_EXPORT void igmp_adapt_control_handle(uint8_t* frame, uint32_t port, uint32_t
  */
 MC_EXPORT McResultVlans* searchDownSnoopPortCfgVlan(uint32_t vid, uint16_t counts[MC_PORTS]);
 
-/* ---- Status export, see adapt/status_segment.h for the segment's layout --------------------- */
+/* ---- Status export, see adapt/status_layout.h for the segment's layout ---------------------- */
 
 /*
  * Copies the core's status of a port (8 bits, a port number) into the segment. 0, or -1: the port

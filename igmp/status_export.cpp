@@ -10,6 +10,7 @@
 #include "adapt/views.h"
 #include "common/diagnostics.h"
 #include "igmp/igmp.h"
+#include "platform/group_dump.h"
 #include "platform/protocol_core.h"
 
 namespace {
@@ -18,11 +19,10 @@ using mc::igmp_says;
 using mc::kFlow;
 using mc::kNoPort;
 
-constexpr std::uint32_t kStatusBytes = 16;
+constexpr std::uint32_t kStatusBytes = MC_STATUS_PORT_SIZE;
 
-// The core's group dump: a word with the number of records, then the records without any padding.
-constexpr std::uint32_t kDumpRecord = 25;
-constexpr std::uint32_t kDumpBytes = 4 + mc::kStatusGroups * kDumpRecord;
+constexpr std::uint32_t kDumpRecord = IGMP_GROUP_RECORD_SIZE;
+constexpr std::uint32_t kDumpBytes = IGMP_GROUP_DUMP_RECORDS + mc::kStatusGroups * kDumpRecord;
 
 // What the core fills. Far too large for the stack of the task that asks, and so static: one export
 // runs at a time.
@@ -36,13 +36,12 @@ std::uint32_t native_word(const std::uint8_t* p) {
     return word;
 }
 
-// Spreads a packed record of the core to where the words of a segment record are aligned: two
-// bytes, five words, three bytes.
+// Spreads a packed record of the core to where the words of a segment record are aligned.
 void export_record(std::uint32_t index, const std::uint8_t* record) {
     std::uint8_t spread[mc::kStatusGroupSize] = {};
-    std::memcpy(spread, record, 2);
-    std::memcpy(spread + 4, record + 2, 20);
-    std::memcpy(spread + 24, record + 22, 3);
+    std::memcpy(spread + MC_STATUS_GROUP_PAIR, record + IGMP_GROUP_RECORD_PAIR, 2);
+    std::memcpy(spread + MC_STATUS_GROUP_WORDS, record + IGMP_GROUP_RECORD_WORDS, 20);
+    std::memcpy(spread + MC_STATUS_GROUP_REST, record + IGMP_GROUP_RECORD_REST, 3);
     mc::status_store_bytes(mc::kStatusGroupTable + index * mc::kStatusGroupSize, spread);
 }
 
@@ -77,7 +76,7 @@ std::int32_t igmp_hal_sync_grp_infor(std::uint32_t port) {
     const std::uint32_t count = std::min(native_word(dump_buffer), mc::kStatusGroups);
     // The count goes first, and records behind it stay: a reader may see a table half written.
     mc::status_store_word(mc::kStatusGroupCount, count);
-    const std::uint8_t* record = dump_buffer + 4;
+    const std::uint8_t* record = dump_buffer + IGMP_GROUP_DUMP_RECORDS;
     for (std::uint32_t i = 0; i < count; ++i, record += kDumpRecord) export_record(i, record);
     return 0;
 }

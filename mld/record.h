@@ -9,6 +9,7 @@
 
 #include "adapt/records.h"
 #include "common/export.h"
+#include "common/static_assert.h"
 
 MC_C_BEGIN
 

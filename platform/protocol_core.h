@@ -13,11 +13,11 @@
  */
 #pragma once
 
-#include <assert.h>
 #include <stddef.h>
 #include <stdint.h>
 
 #include "common/export.h"
+#include "common/static_assert.h"
 
 MC_C_BEGIN
 

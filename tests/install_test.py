@@ -81,7 +81,7 @@ class TheLibrary(unittest.TestCase):
 
     def test_has_headers_that_need_nothing_else(self):
         text = "".join(f'#include "{name}"\n' for name in sorted(public_headers())) + "int nothing;\n"
-        for words in ((compiler, "-x", "c", "-std=c11"), (cxx_compiler, "-x", "c++", "-std=c++11")):
+        for words in ((compiler, "-x", "c", "-std=c99"), (cxx_compiler, "-x", "c++", "-std=c++11")):
             output(*words, "-Wall", "-Wextra", "-Wpedantic", "-Werror", "-fsyntax-only",
                    f"-I{prefix / 'include/multicast_adaptation'}", "-", input=text)
 

@@ -152,13 +152,6 @@ std::string list_of(const Words& prefix) {
 
 std::string code_block(const std::string& text) { return "```\n" + text + "```\n"; }
 
-// What the words say about a field of the record; null when they leave it at 0.
-const Field* argument_at(const Command& command, const mc::FieldPlace& place) {
-    const auto found = std::ranges::find(command.fields, place.offset,
-                                         [](const Field& field) { return field.at.offset; });
-    return found == command.fields.end() ? nullptr : &*found;
-}
-
 std::string argument_cells(const Field* field) {
     if (field == nullptr) return " | | | sent as 0 |\n";
     const std::string otherwise = describe_default(*field);

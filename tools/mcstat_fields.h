@@ -25,9 +25,11 @@
 #include <string>
 #include <vector>
 
+#include "adapt/status_layout.h"
+
 namespace mcstat {
 
-inline constexpr std::uint32_t kPortStatusSize = 16;
+inline constexpr std::uint32_t kPortStatusSize = MC_STATUS_PORT_SIZE;
 
 // A description that cannot be used; what() says why, and repeats words as they were given.
 struct FieldsError : std::runtime_error {

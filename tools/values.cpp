@@ -81,6 +81,12 @@ std::string describe_default(const Field& field) {
     return digits(field, *field.fallback);
 }
 
+const Field* argument_at(const Command& command, const mc::FieldPlace& place) {
+    const auto found = std::ranges::find(command.fields, place.offset,
+                                         [](const Field& field) { return field.at.offset; });
+    return found == command.fields.end() ? nullptr : &*found;
+}
+
 std::string path_text(const Command& command) {
     std::string text;
     for (const std::string_view word : command.path) {

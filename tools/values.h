@@ -20,6 +20,9 @@ namespace commands {
 // "none", "10.0.0.1", "the value of --mode", or nothing for a required field.
 [[nodiscard]] std::string describe_default(const Field& field);
 
+// What the words say about a field of the record; null when they leave it at 0.
+[[nodiscard]] const Field* argument_at(const Command& command, const mc::FieldPlace& place);
+
 // "vlan add"
 [[nodiscard]] std::string path_text(const Command& command);
 

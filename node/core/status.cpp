@@ -18,6 +18,7 @@
 #include "node/core/address.h"
 #include "node/core/membership.h"
 #include "node/core/state.h"
+#include "platform/group_dump.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ using mcore::Group;
 using mcore::GroupKey;
 using mcore::kSecond;
 
-constexpr std::uint32_t kRecord = 25;
+constexpr std::uint32_t kRecord = IGMP_GROUP_RECORD_SIZE;
 constexpr std::uint32_t kWord = 4;
 constexpr std::uint32_t kStatusWords = 4;
 constexpr std::uint32_t kNever = 0xFFFFFFFF;
