@@ -223,32 +223,46 @@ std::string zsh(const ProgramText& program) {
            "; fi\n";
 }
 
+// The beginning of a line about what may follow a path.
+std::string fish_line(const ProgramText& program, const std::string& path) {
+    std::string line = "complete -c ";
+    line += program.name;
+    line += " -n '__";
+    line += program.name;
+    line += "_at \"";
+    line += path;
+    line += "\"' ";
+    return line;
+}
+
+std::string fish_offer(const Offer& offer) {
+    const bool is_long = offer.word.starts_with("--");
+    std::string text = is_long ? "-l " + offer.word.substr(2) : "-a " + offer.word;
+    if (!offer.help.empty()) text += " -d " + quoted(offer.help);
+    return text + "\n";
+}
+
+std::string fish_value(const OptionText& option) {
+    std::string text = "-l " + option.name.substr(2) + (is_file(option) ? " -r -F" : " -x");
+    if (!option.offered.empty()) text += " -a " + quoted(join(option.offered));
+    return text + "\n";
+}
+
 std::string fish(const ProgramText& program) {
-    const std::vector<Follow> follows = all_follows(program);
-    const std::string at = "__" + program.name + "_at";
     std::string known;
     std::string lines;
-    for (const Follow& follow : follows) {
+    for (const Follow& follow : all_follows(program)) {
         const std::string path = join(follow.path);
-        const std::string begin =
-            "complete -c " + program.name + " -n '" + at + " \"" + path + "\"' ";
-        if (!follow.path.empty()) known += " '" + path + "'";
-        if (follow.files) lines += begin + "-F\n";
-        for (const Offer& offer : follow.offers) {
-            const std::string help = offer.help.empty() ? "" : " -d " + quoted(offer.help);
-            lines +=
-                begin +
-                (offer.word.starts_with("--") ? "-l " + offer.word.substr(2) : "-a " + offer.word) +
-                help + "\n";
-        }
+        const std::string begin = fish_line(program, path);
+        if (!path.empty()) known += " " + quoted(path);
+        if (follow.files) lines.append(begin).append("-F\n");
+        for (const Offer& offer : follow.offers) lines.append(begin).append(fish_offer(offer));
     }
     for_each_value(program, [&](const std::string& path, const OptionText& option) {
-        lines += "complete -c " + program.name + " -n '" + at + " \"" + path + "\"' -l " +
-                 option.name.substr(2) + (is_file(option) ? " -r -F" : " -x") +
-                 (option.offered.empty() ? "" : " -a " + quoted(join(option.offered))) + "\n";
+        lines.append(fish_line(program, path)).append(fish_value(option));
     });
-    return "# Completion of " + program.name + " for fish.\nfunction " + at +
-           "\n"
+    return "# Completion of " + program.name + " for fish.\nfunction __" + program.name +
+           "_at\n"
            "    set -l where\n"
            "    for word in (commandline -opc)[2..-1]\n"
            "        string match -q -- '-*' $word; and continue\n"
