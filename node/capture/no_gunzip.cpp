@@ -3,6 +3,7 @@
 
 namespace capture {
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param) ; who can, keeps it
 std::unique_ptr<Gunzip> make_gunzip(ReadBytes /*compressed*/) { return nullptr; }
 
 }  // namespace capture

@@ -160,6 +160,7 @@ void Bridge::give_back_settings() {
 }
 
 void Bridge::forget_routers() {
+    // cppcheck-suppress constVariable ; what the port knows is changed
     for (auto& port : ports_) {
         if (port) port->router_before.reset();
     }
@@ -265,8 +266,10 @@ std::optional<std::chrono::milliseconds> Bridge::look() {
         entries_.use_bridge(link->index, name_, link->hash_max);
     }
     look_at_ports();
-    if (is_there) look_whether_on();
-    if (is_there) look_at_vlan_filtering();
+    if (is_there) {
+        look_whether_on();
+        look_at_vlan_filtering();
+    }
     if (Clock::now() >= heeds_at_) is_flooding_ = false;
     look_at_rules();
     if (is_there) {

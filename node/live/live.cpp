@@ -199,6 +199,57 @@ std::unique_ptr<metrics::HttpServer> serve_metrics(const Arguments& arguments, L
                                                  [&driver] { return metric_families(driver); });
 }
 
+void take_bridge(LiveDriver& driver) {
+    try {
+        driver.begin();
+    } catch (const LiveError&) {
+        driver.end();
+        throw;
+    }
+}
+
+void start_library(const Arguments& arguments, LiveDriver& driver) {
+    CoreClock::move();
+    driver::set_before_command(CoreClock::move);
+    driver::know_own_frames({sys_mac, mld_sys_mac});
+    driver::start_without_signals(IgmpInit);
+    mc_debug = arguments.debug;
+    mld_debug = arguments.debug;
+    send_from(driver.bridge_mac());
+    mcore::watch_router_ports(
+        [&driver](std::uint32_t port, bool is_router) { driver.set_router_port(port, is_router); });
+    mcore::watch_filters(kMostSources,
+                         [&driver](const mcore::EntryOwner& owner) { driver.set_filter(owner); });
+}
+
+// Until a signal, or until the command queue is lost.
+void work(const Arguments& arguments, const driver::Host& host, LiveDriver& driver, int signals,
+          const std::function<void()>& write_page, const std::string& metrics_url) {
+    OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
+    own_address.begin();
+    const CoreClock clock;
+    Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost, write_page);
+    // No frame meets half a configuration, and whoever reads that the node is live sends commands.
+    if (!host.run_first_commands()) {
+        driver.end();
+        throw LiveError("the library takes no commands");
+    }
+    driver.start();
+    host.complain(ready_line(arguments, own_address, host.way_in));
+    if (!metrics_url.empty()) host.complain("metrics at " + metrics_url);
+    supervisor.run();
+}
+
+int sum_up(const Arguments& arguments, const driver::Host& host, const Summary& summary,
+           const std::vector<std::string>& unwritten, std::FILE* out) {
+    const std::string text = arguments.json ? as_json(summary) : as_text(summary);
+    const bool is_written = std::fputs(text.c_str(), out) >= 0 && std::fflush(out) == 0;
+    if (!is_written) host.complain("the summary could not be written");
+    for (const std::string& line : unwritten) host.complain(line);
+    if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
+    return is_written && unwritten.empty() ? kDone : kFailed;
+}
+
 }  // namespace
 
 int run(const Arguments& arguments, const driver::Host& host) {
@@ -224,51 +275,19 @@ int run(const Arguments& arguments, const driver::Host& host) {
 
     // Or say why not before the bridge is taken.
     const auto metrics = serve_metrics(arguments, driver);
-    try {
-        driver.begin();
-    } catch (const LiveError&) {
-        driver.end();
-        throw;
-    }
+    take_bridge(driver);
     const std::uint64_t begin_us = CoreClock::now_us();
-    CoreClock::move();
-    driver::set_before_command(CoreClock::move);
-    driver::know_own_frames({sys_mac, mld_sys_mac});
-    driver::start_without_signals(IgmpInit);
-    mc_debug = arguments.debug;
-    mld_debug = arguments.debug;
-    send_from(driver.bridge_mac());
-    mcore::watch_router_ports(
-        [&driver](std::uint32_t port, bool is_router) { driver.set_router_port(port, is_router); });
-    mcore::watch_filters(kMostSources,
-                         [&driver](const mcore::EntryOwner& owner) { driver.set_filter(owner); });
-    OwnAddress own_address(arguments.bridge, uplink_of(arguments), host.complain);
-    own_address.begin();
-    const CoreClock clock;
-    Supervisor supervisor(driver, own_address, clock, signals, host.queue_lost, [&] {
+    start_library(arguments, driver);
+    const auto write_page = [&] {
         if (const auto failure = recording.write_page()) host.complain(*failure);
-    });
-    // No frame meets half a configuration, and whoever reads that the node is live sends commands.
-    if (!host.run_first_commands()) {
-        driver.end();
-        throw LiveError("the library takes no commands");
-    }
-    driver.start();
-    host.complain(ready_line(arguments, own_address, host.way_in));
-    if (metrics) host.complain("metrics at " + metrics->url());
-    supervisor.run();
+    };
+    work(arguments, host, driver, signals, write_page, metrics ? metrics->url() : "");
 
     const std::uint64_t end_us = CoreClock::now_us();
     const Summary summary{arguments.bridge, driver.report(), report::core_report(end_us),
                           static_cast<double>(end_us - begin_us) / 1e6};
     driver.end();
-    const std::vector<std::string> unwritten = recording.end();
-    const std::string text = arguments.json ? as_json(summary) : as_text(summary);
-    const bool is_written = std::fputs(text.c_str(), out) >= 0 && std::fflush(out) == 0;
-    if (!is_written) host.complain("the summary could not be written");
-    for (const std::string& line : unwritten) host.complain(line);
-    if (driver::is_queue_lost(host, 0)) return driver::kQueueLost;
-    return is_written && unwritten.empty() ? kDone : kFailed;
+    return sum_up(arguments, host, summary, recording.end(), out);
 }
 
 }  // namespace live

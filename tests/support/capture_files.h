@@ -90,9 +90,8 @@ inline std::uint32_t crc32(const Bytes& bytes) {
 
 /* A member of gzip: one block as it is (RFC 1951, 3.2.4), at most 65535 bytes. */
 inline Bytes gzip_bytes(const Bytes& bytes) {
-    const Bytes header{0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 0xFF};
-    return header + Bytes{1} + le(bytes.size(), 2) + le(~bytes.size(), 2) + bytes +
-           le(crc32(bytes), 4) + le(bytes.size(), 4);
+    return Bytes{0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 0xFF} + Bytes{1} + le(bytes.size(), 2) +
+           le(~bytes.size(), 2) + bytes + le(crc32(bytes), 4) + le(bytes.size(), 4);
 }
 
 }  // namespace capture_files
