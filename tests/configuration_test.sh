@@ -102,6 +102,13 @@ expect_text stdout "$(<expected)" apply
 expect_text stderr "mcctl: note: 'mld-mode control' holds until the node ends" apply
 run apply second.conf
 expect_text stdout "nothing to change" "apply once more"
+# What was posted is done before the node is asked what came of it.
+{ cat second.conf; echo "fast-leave --port 2 on"; } >third.conf
+for file in third.conf second.conf third.conf second.conf third.conf second.conf; do
+    run apply "$file"
+    expect_status 0 "$file"
+    ! grep -q "is missing" stderr || fail "$file: $(<stderr)"
+done
 
 echo "files that are wrong"
 cp second.conf wrong.conf

@@ -1,7 +1,6 @@
 #include "tools/configuration.h"
 
 #include <fcntl.h>
-#include <sys/msg.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,7 +15,6 @@
 #include <string_view>
 #include <thread>
 
-#include "command/command.h"
 #include "node/config/change_plan.h"
 #include "node/config/config_file.h"
 #include "node/config/difference.h"
@@ -36,7 +34,7 @@ using config::Lines;
 using config::Snapshot;
 
 constexpr std::chrono::milliseconds kBetweenLooks{10};
-constexpr int kLooks = 500;  // at a queue on which nothing moves
+constexpr int kLooks = 500;  // at a full queue
 
 Snapshot ask_for_configuration() {
     const auto answer = ask_for_text(console::kConfigWord);
@@ -107,16 +105,14 @@ void post_patiently(const Record& record) {
     }
 }
 
-// Until the node has taken all records; the last one is done when the node answers again.
-void await_empty_queue() {
-    msqid_ds now{};
-    msgqnum_t before = 0;
-    for (int quiet = 0; quiet < kLooks; ++quiet) {
-        if (msgctl(msgget(MC_QUEUE_KEY, 0), IPC_STAT, &now) != 0 || now.msg_qnum == 0) return;
-        if (now.msg_qnum != before) quiet = 0;
-        before = now.msg_qnum;
-        std::this_thread::sleep_for(kBetweenLooks);
-    }
+// Each command is done before the next one is posted, and before the node is asked what came of it.
+void carry_out(const std::string& line) {
+    const Record record = encode(split(line));
+    auto conversation = await_answer(record);
+    if (!conversation) throw ConsoleError("the console of the node has no place for us any more");
+    post_patiently(record);
+    std::puts(report::printable(line).c_str());
+    std::fputs(take_answer(*conversation).c_str(), stdout);
 }
 
 Notes notes_on_options(const std::string& file, const config::File& wanted,
@@ -143,7 +139,6 @@ void add_note_on_mld_mode(const config::File& wanted, const Snapshot& running, N
 }
 
 void add_notes_on_what_is_left(const Lines& wanted, Notes& notes) {
-    await_empty_queue();
     const Snapshot now = ask_for_configuration();
     for (const std::string& line :
          config::difference(now.commands(), wanted, {now.own_ip, false})) {
@@ -178,8 +173,11 @@ Notes apply_configuration(const std::string& file, bool dry_run) {
     add_note_on_mld_mode(checked, running, notes);
     if (changes.empty()) std::puts("nothing to change");
     for (const std::string& line : changes) {
-        if (!dry_run) post_patiently(encode(split(line)));
-        std::puts(report::printable(line).c_str());
+        if (dry_run) {
+            std::puts(report::printable(line).c_str());
+        } else {
+            carry_out(line);
+        }
     }
     if (!dry_run && !changes.empty()) add_notes_on_what_is_left(wanted, notes);
     return notes;

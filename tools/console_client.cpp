@@ -144,7 +144,10 @@ std::optional<Conversation> await_answer(const Record& record) {
 std::string take_answer(Conversation& conversation) {
     std::string answer;
     while (const auto words = listen_to(conversation)) {
-        if (words->kind == Kind::kDone) return answer;
+        if (words->kind == Kind::kDone) {
+            close(conversation.connection);
+            return answer;
+        }
         if (words->kind == Kind::kRefused) throw ConsoleError(std::string(words->text));
         if (words->kind == Kind::kEnd) {
             throw ConsoleError("the command was posted, but the node ended before it was done");
@@ -164,8 +167,11 @@ std::optional<std::string> ask_for_text(std::string_view word) {
     std::string text;
     while (const auto words =
                conversation.connection < 0 ? std::nullopt : listen_to(conversation)) {
-        if (words->kind == Kind::kRefused) return std::nullopt;
-        if (words->kind == Kind::kDone) return text;
+        const bool is_refused = words->kind == Kind::kRefused;
+        if (is_refused || words->kind == Kind::kDone) {
+            close(conversation.connection);
+            return is_refused ? std::nullopt : std::optional(text);
+        }
         text += words->text;
     }
     throw ConsoleError("the node has not answered for " + std::to_string(kPatience) + " seconds");

@@ -27,8 +27,8 @@ struct Conversation {
 // Throws ConsoleError when the node is there and silent.
 [[nodiscard]] std::optional<Conversation> await_answer(const Record& record);
 
-// What the node prints on the record, once it is done. Throws ConsoleError when the node does not
-// come to it, or is gone before.
+// What the node prints on the record, once it is done; the connection is over then. Throws
+// ConsoleError when the node does not come to it, or is gone before.
 [[nodiscard]] std::string take_answer(Conversation& conversation);
 
 // What the node answers to a word with a text. Nothing where no console is for us, or it does not
