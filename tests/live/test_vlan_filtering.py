@@ -34,7 +34,10 @@ class VlanFiltering(LiveTest):
         subprocess.run(["cc", "-shared", "-fPIC", "-o", shim, os.path.join(HERE, "vlan_filtering.c")],
                        check=True)
         self.sign = os.path.join(place.name, "on")
-        words = ["env", "LD_PRELOAD=" + shim, "VLAN_FILTERING=" + self.sign, *self.node.arguments()]
+        # AddressSanitizer wants to be the first library, and minds this one in front of it.
+        options = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
+        words = ["env", "LD_PRELOAD=" + shim, "VLAN_FILTERING=" + self.sign, "ASAN_OPTIONS=" + options,
+                 *self.node.arguments()]
         self.node.arguments = lambda: words
 
     def filter_vlans(self, on):
