@@ -176,11 +176,14 @@ if [[ $EUID -eq 0 ]] && setpriv --reuid 65534 --clear-groups unshare --user --ip
     chmod 755 "$work"
     hold first
     wait_for holds first || fail "first: $(<first.err)"
-    status=0
-    setpriv --reuid 65534 --clear-groups "${node[@]}" replay "$home" --json >stdout 2>stderr </dev/null ||
-        status=$?
-    expect_status 0 "without privileges"
-    cmp -s stdout result0 || fail "without privileges: another result"
+    # An emulator has threads of its own, and a process with threads gets no user namespace.
+    if [[ ${#emulator[@]} -eq 0 ]]; then
+        status=0
+        setpriv --reuid 65534 --clear-groups "${node[@]}" replay "$home" --json >stdout 2>stderr \
+            </dev/null || status=$?
+        expect_status 0 "without privileges"
+        cmp -s stdout result0 || fail "without privileges: another result"
+    fi
     # It may neither use the semaphore nor look at the node.
     status=0
     setpriv --reuid 65534 --clear-groups "${node[@]}" replay "$home" --ipc shared >stdout 2>stderr \
