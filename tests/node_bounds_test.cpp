@@ -269,6 +269,23 @@ TEST_F(Bounded, AMemberThatComesBackFindsItsOwnRoom) {
     EXPECT_EQ(drops(Drop::kAddressBound), 0U);
 }
 
+/* The question was dropped for want of room, and the host is not there yet. */
+TEST_F(Bounded, WhoMakesTheEntryOfAMemberThatComesBackMayAskForIt) {
+    static std::vector<mcore::Membership> seen;
+    mcore::set_bounds({.addresses_per_port = 1});
+    igmp_register_switch_add_table([](IgmpGroupEntry*) -> std::int32_t {
+        seen = mcore::memberships();
+        return 1;
+    });
+    receive(2, v3_report(kHost, kToEx, kGroup));
+    receive(2, v3_report(kHost, kToIn, kGroup));
+    receive(2, v3_report(kHost, kToEx, kGroup));
+    ASSERT_EQ(seen.size(), 1U);
+    EXPECT_TRUE(seen.at(0).reporters.empty());
+    EXPECT_EQ(seen.at(0).expires_us, std::nullopt);
+    EXPECT_EQ(mcore::memberships().at(0).reporters.size(), 1U);
+}
+
 TEST_F(Bounded, WhatGoesAwayMakesRoom) {
     mcore::set_bounds({.addresses_per_port = 8});
     for (int round = 0; round < 5; ++round) {

@@ -424,7 +424,7 @@ std::optional<EntryOwner> entry_in_hand() {
 }
 
 std::optional<std::uint64_t> expires_at(const GroupKey& key, const Group& group) {
-    if (group.hosts.empty()) return last_answer_due(group);
+    if (group.last_members && group.hosts.empty()) return last_answer_due(group);
     const auto rule = age_rule(key);
     if (!rule || group.pieces.empty()) return std::nullopt;
     return rule->aged_at(group.pieces.back().heard_us);
