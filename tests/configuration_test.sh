@@ -5,17 +5,7 @@
 #   tests/configuration_test.sh [EMULATOR ...] MCCTL MC_NODE
 set -euo pipefail
 
-# Node and mcctl share a namespace that others are not in.
-if [[ ${CONFIGURATION_TEST_INSIDE-} != yes ]]; then
-    export CONFIGURATION_TEST_INSIDE=yes
-    if unshare --ipc true 2>/dev/null; then
-        exec unshare --ipc "$0" "$@"
-    elif unshare --user --map-root-user --ipc true 2>/dev/null; then
-        exec unshare --user --map-root-user --ipc "$0" "$@"
-    fi
-    echo "no IPC namespace is to be had" >&2
-    exit 77
-fi
+. "$(dirname "$0")/support/own_ipc.sh" "$@"
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/tests/support/checks.sh"

@@ -6,17 +6,7 @@
 #   tests/node_queue_test.sh [EMULATOR ...] MC_NODE
 set -euo pipefail
 
-# Node and neighbour share a namespace that others are not in, or nothing is tested.
-if [[ ${NODE_QUEUE_TEST_INSIDE-} != yes ]]; then
-    export NODE_QUEUE_TEST_INSIDE=yes
-    if unshare --ipc true 2>/dev/null; then
-        exec unshare --ipc "$0" "$@"
-    elif unshare --user --map-root-user --ipc true 2>/dev/null; then
-        exec unshare --user --map-root-user --ipc "$0" "$@"
-    fi
-    echo "no IPC namespace is to be had" >&2
-    exit 77
-fi
+. "$(dirname "$0")/support/own_ipc.sh" "$@"
 
 . "$(dirname "$0")/support/replay.sh"
 # Without a namespace of its own: the process that is started is the node, or its emulator.

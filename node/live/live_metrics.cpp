@@ -16,9 +16,8 @@ std::string metric_families(LiveDriver& driver) {
     for (std::size_t slot = 0; slot < driver::kSlots; ++slot) {
         const PortCounters& port = report.ports[slot];
         if (port.interface.empty()) continue;
-        numbers.ports.push_back({driver::port_of_slot(slot), driver::name_of_slot(slot),
-                                 port.interface, port.igmp, port.mld, port.sent, port.send_failed,
-                                 port.fates});
+        numbers.ports.push_back({driver::name_of_slot(slot), port.interface, port.igmp, port.mld,
+                                 port.sent, port.send_failed, port.fates});
     }
     return metrics::families(numbers);
 }

@@ -12,7 +12,6 @@
 namespace metrics {
 
 struct PortNumbers {
-    std::uint8_t port;
     std::string name;       // "port0", "uplink"
     std::string interface;  // empty where there is none
     std::uint64_t igmp;

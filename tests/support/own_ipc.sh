@@ -1,0 +1,12 @@
+# Sourced with the arguments of a test: the test goes on in an IPC namespace that others are not in, or is
+# skipped. Queue, segment and console belong to the namespace.
+if [[ ${TEST_HAS_OWN_IPC-} != yes ]]; then
+    export TEST_HAS_OWN_IPC=yes
+    if unshare --ipc true 2>/dev/null; then
+        exec unshare --ipc "$0" "$@"
+    elif unshare --user --map-root-user --ipc true 2>/dev/null; then
+        exec unshare --user --map-root-user --ipc "$0" "$@"
+    fi
+    echo "no IPC namespace is to be had" >&2
+    exit 77
+fi
