@@ -31,7 +31,7 @@ static const Exchange* find_exchange(const char* name) {
     return NULL;
 }
 
-/* Finds the neighbours' own functions; one line names those that nobody has. */
+/* Finds the neighbours' own functions, and names those that nobody has. */
 static void find_neighbours(void) {
     static char missing[4096];
     size_t length = 0;
@@ -48,7 +48,9 @@ static void find_neighbours(void) {
     OTHER_IMPORTS(LOOK_FOR)
 #undef TAKE
 #undef LOOK_FOR
-    if (length != 0) BREACH(NO_PLACE, "functions that it calls are missing:%s", missing);
+    if (length == 0) return;
+    report_list("mc_check: missing:", missing);
+    BREACH(NO_PLACE, "functions that it calls are missing");
 }
 
 /* ---- The library in memory ------------------------------------------------------------------- */

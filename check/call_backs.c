@@ -22,16 +22,23 @@ static Place registered_by(Place call_back) {
 }
 
 /*
- * Packets come in on a task of the library, and a core may answer them at once. Anywhere else a
- * call-back comes from a thread of the core, or from a setting, which is not looked at.
+ * Packets come in on a task of the library, and a core may answer them at once; where timers have
+ * no thread of their own, they run while that task waits for a frame. Anywhere else a call-back
+ * comes from a thread of the core, or from a setting, which is not looked at.
  */
 static void check_place(Place call_back) {
     const Place from = call_now();
-    if (from == AT_igmp_pkt_recv || from == AT_mld_pkt_recv) return;
-    if (from != NO_PLACE) {
-        BREACH(call_back, "called from inside %s", place_name(from));
-    } else if (frame_now() != 0) {
-        BREACH(call_back, "called on the packet task, outside of igmp_pkt_recv and mld_pkt_recv");
+    switch (from) {
+        case AT_igmp_pkt_recv:
+        case AT_mld_pkt_recv:
+        case AT_L2_multicast_read_msg:
+            return;
+        case NO_PLACE:
+            if (frame_now() == 0) return;
+            BREACH(call_back, "called on the packet task, which is in no call of the core");
+            return;
+        default:
+            BREACH(call_back, "called from inside %s", place_name(from));
     }
 }
 
@@ -107,6 +114,9 @@ static bool check_tag(Place at, IgmpVlanTag* tag) {
         BREACH(at, "a tag that can not be read");
         return false;
     }
+    if ((uintptr_t)tag % _Alignof(IgmpVlanTag) != 0) {
+        BREACH(at, "a tag at an odd address");
+    }
     if (!memory_writable(&tag->vid)) {
         BREACH(at, "a tag that can not be written: a translated vid is stored there");
         return false;
@@ -121,10 +131,13 @@ static void check_port(Place at, uint16_t port) {
     }
 }
 
-static bool check_entry(Place at, const void* entry, size_t size) {
+static bool check_entry(Place at, const void* entry, size_t size, size_t alignment) {
     if (entry == NULL) {
         BREACH(at, "no group record");
         return true;
+    }
+    if ((uintptr_t)entry % alignment != 0) {
+        BREACH(at, "a group record at an address that is no multiple of %zu", alignment);
     }
     if (memory_readable(entry, size)) return true;
     BREACH(at, "a group record of %zu bytes, of which not all can be read", size);
@@ -180,7 +193,7 @@ static void mld_send(uint8_t* packet, uint16_t port, void* tag, uint16_t len) {
 
 static int32_t igmp_change(Place at, IgmpTableChange change, IgmpGroupEntry* group) {
     check_turn(at);
-    if (!check_entry(at, group, sizeof *group)) return NOT_PASSED_ON;
+    if (!check_entry(at, group, sizeof *group, _Alignof(__typeof__(*group)))) return NOT_PASSED_ON;
     if (group != NULL) {
         check_group(at, group->group);
         check_entry_port(at, group->port);
@@ -193,7 +206,7 @@ static int32_t igmp_change(Place at, IgmpTableChange change, IgmpGroupEntry* gro
 
 static int32_t mld_change(Place at, MldTableChange change, MldGroupEntry* group) {
     check_turn(at);
-    if (!check_entry(at, group, sizeof *group)) return NOT_PASSED_ON;
+    if (!check_entry(at, group, sizeof *group, _Alignof(__typeof__(*group)))) return NOT_PASSED_ON;
     if (group != NULL) check_entry_port(at, group->port);
     const Place before = call_enter(at);
     const int32_t result = change(group);

@@ -145,6 +145,7 @@ static void check_groups(int32_t result, uint32_t size) {
     const uint32_t needed = IGMP_GROUP_DUMP_RECORDS + count * IGMP_GROUP_RECORD_SIZE;
     if ((uint32_t)result < needed) {
         BREACH(at, "answers %d bytes: %u records take %u", (int)result, count, needed);
+        return;
     }
     const uint8_t* record = answer.bytes + IGMP_GROUP_DUMP_RECORDS;
     for (uint32_t i = 0; i < count; ++i, record += IGMP_GROUP_RECORD_SIZE) {

@@ -5,9 +5,11 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
-enum { LONGEST_LINE = 4096 };
+/* A line is built on the stack, which is small in a task of the library. */
+enum { LONGEST_LINE = 256 };
 
 static uint32_t calls;
 static uint32_t breaches;
@@ -62,18 +64,12 @@ static bool is_fatal(void) {
 
 static bool is_power_of_two(uint32_t n) { return (n & (n - 1)) == 0; }
 
-/* A task of the library may have little stack: a line is not built on it. */
-static char* line_of_thread(void) {
-    static __thread char line[LONGEST_LINE];
-    return line;
-}
-
 void report_breach(Breach* breach, Place place, const char* format, ...) {
     const uint32_t times = count(&breach->times[place]);
     count(&breaches_at[place]);
     count(&breaches);
     if (!is_power_of_two(times)) return;
-    char* const line = line_of_thread();
+    char line[LONGEST_LINE];
     va_list arguments;
     va_start(arguments, format);
     size_t length = append_words(line, 0, "mc_check: %s: ", place_name(place));
@@ -85,13 +81,20 @@ void report_breach(Breach* breach, Place place, const char* format, ...) {
 }
 
 void report_note(const char* format, ...) {
-    char* const line = line_of_thread();
+    char line[LONGEST_LINE];
     va_list arguments;
     va_start(arguments, format);
     const size_t begun = append_words(line, 0, "mc_check: ");
     const size_t length = append(line, begun, format, arguments);
     va_end(arguments);
     write_line(line, length);
+}
+
+void report_list(const char* what, const char* names) {
+    const struct iovec parts[] = {{(void*)(uintptr_t)what, strlen(what)},
+                                  {(void*)(uintptr_t)names, strlen(names)},
+                                  {(void*)(uintptr_t) "\n", 1}};
+    if (writev(STDERR_FILENO, parts, sizeof parts / sizeof *parts) < 0) return;
 }
 
 void report_call(void) { count(&calls); }
@@ -103,14 +106,9 @@ void report_summary(void) {
         report_note("no breach in %u calls", calls);
         return;
     }
-    char* const line = line_of_thread();
-    size_t length = append_words(line, 0, "mc_check: %u breaches in %u calls:", breaches, calls);
-    const char* separator = " ";
+    report_note("%u breaches in %u calls", breaches, calls);
     for (int place = 0; place < PLACES; ++place) {
         if (breaches_at[place] == 0) continue;
-        length = append_words(line, length, "%s%s %u", separator, place_name((Place)place),
-                              breaches_at[place]);
-        separator = ", ";
+        report_note("%u of them: %s", breaches_at[place], place_name((Place)place));
     }
-    write_line(line, length);
 }

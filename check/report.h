@@ -29,6 +29,9 @@ void report_breach(Breach* breach, Place place, const char* format, ...)
 /* A line that is no breach. */
 void report_note(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+/* One that may be long: what, and the names behind it. */
+void report_list(const char* what, const char* names);
+
 /* Counts a call that was looked at. */
 void report_call(void);
 

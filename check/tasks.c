@@ -11,14 +11,14 @@
 
 #pragma weak pthread_getattr_np /* older C libraries have none: stacks are not looked at then */
 
-enum { MOST_TASKS = 4, LONGEST_NAME = 15, PATIENCE = 1 /* second */ };
+enum { MOST_TASKS = 4, LONGEST_NAME = 15, PATIENCE = 1000 /* milliseconds */ };
 
 typedef struct Task {
     char name[LONGEST_NAME + 1];
     PalTaskEntry entry;
     uint32_t stack_asked;
     pthread_t creator;
-    time_t created;
+    uint64_t created; /* milliseconds */
     bool is_promised; /* pal_task_create has answered 0 */
     bool is_refused;  /* or something else */
     bool is_late;     /* said once */
@@ -117,10 +117,10 @@ static const PalTaskEntry bodies[MOST_TASKS] = {body_0, body_1, body_2, body_3};
 
 /* ---- Starting one ---------------------------------------------------------------------------- */
 
-static time_t seconds(void) {
+static uint64_t milliseconds(void) {
     struct timespec now = {0, 0};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec;
+    return (uint64_t)now.tv_sec * 1000 + (uint64_t)now.tv_nsec / 1000000;
 }
 
 void tasks_look_for_late_ones(void) {
@@ -129,11 +129,11 @@ void tasks_look_for_late_ones(void) {
         Task* const task = &tasks[i];
         if (!task->is_promised || task->is_late) continue;
         const bool runs = __atomic_load_n(&task->runs, __ATOMIC_RELAXED) != 0;
-        if (!runs && seconds() - task->created <= PATIENCE) continue;
+        if (!runs && milliseconds() - task->created <= PATIENCE) continue;
         task->is_late = true;
         __atomic_sub_fetch(&awaited, 1, __ATOMIC_RELAXED);
         if (!runs) {
-            BREACH(AT_pal_task_create, "%s was to run, and has not begun after more than %d second",
+            BREACH(AT_pal_task_create, "%s was to run, and has not begun for %d milliseconds",
                    task->name, PATIENCE);
         }
     }
@@ -144,7 +144,7 @@ static void prepare(Task* task, const char* name, uint32_t stack_size, PalTaskEn
     task->entry = entry;
     task->stack_asked = stack_size;
     task->creator = pthread_self();
-    task->created = seconds();
+    task->created = milliseconds();
 }
 
 int32_t checked_pal_task_create(uint32_t* task_id, const char* name, uint32_t priority,
