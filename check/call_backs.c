@@ -116,6 +116,7 @@ static bool check_tag(Place at, IgmpVlanTag* tag) {
     }
     if ((uintptr_t)tag % _Alignof(IgmpVlanTag) != 0) {
         BREACH(at, "a tag at an odd address");
+        return false; /* not every processor reads there */
     }
     if (!memory_writable(&tag->vid)) {
         BREACH(at, "a tag that can not be written: a translated vid is stored there");
@@ -138,6 +139,7 @@ static bool check_entry(Place at, const void* entry, size_t size, size_t alignme
     }
     if ((uintptr_t)entry % alignment != 0) {
         BREACH(at, "a group record at an address that is no multiple of %zu", alignment);
+        return false; /* not every processor reads there */
     }
     if (memory_readable(entry, size)) return true;
     BREACH(at, "a group record of %zu bytes, of which not all can be read", size);

@@ -55,9 +55,9 @@ static void measure(const Task* task) {
 
 /* Of a task that was given more than it asked for, what it asked for. */
 __attribute__((noinline)) static void paint(Task* task, uint8_t* lowest) {
-    uint8_t here;
-    uint8_t* const from = &here - FRESH_FRAMES;
-    task->top = &here;
+    uint8_t* const top = __builtin_frame_address(0);
+    uint8_t* const from = top - FRESH_FRAMES;
+    task->top = top;
     if ((size_t)(from - lowest) > task->stack_asked) lowest = from - task->stack_asked;
     while (lowest < from && !memory_writable(lowest)) lowest += PAGE_AT_LEAST; /* a guard page */
     if (lowest >= from) return;

@@ -133,8 +133,9 @@ def said(lines):
 class ABreach(unittest.TestCase):
     maxDiff = None
 
-    def check_cases(self, host, **how):
-        for case, breaches in BREACHES.items():
+    def check_cases(self, host, cases=None, **how):
+        for case in cases or BREACHES:
+            breaches = BREACHES[case]
             with self.subTest(case=case, host=host):
                 lines, status = run(hosts / host, case, **how)
                 self.assertEqual(status, 0, lines)
@@ -147,7 +148,9 @@ class ABreach(unittest.TestCase):
         self.check_cases("check_host_of_one_piece", preload=[check])
 
     def test_is_found_where_core_and_driver_are_shared_libraries(self):
-        self.check_cases("check_host_of_libraries", preload=[check])
+        # What is said is the same; under an emulator each case takes its time.
+        some = ("during", "change_packet", "beyond", "groups_beyond", "no_number") if emulator else None
+        self.check_cases("check_host_of_libraries", some, preload=[check])
 
     def test_is_found_where_the_check_is_linked_to_the_program(self):
         lines, _ = run(hosts / "check_host_with_check", "during")
@@ -183,6 +186,8 @@ class ABreach(unittest.TestCase):
 
 class Stacks(unittest.TestCase):
     def test_that_are_smaller_than_was_asked_are_found(self):
+        if emulator:
+            self.skipTest("the C library of the target gives no stack as small")
         lines, _ = run(hosts / "check_host_of_one_piece", "small_stack", preload=[check])
         *found, _ = said(lines)
         self.assertRegex(found[0], r"^pal_task_create: tMC\w+ has a stack of \d+ bytes and was to have \d+$")
