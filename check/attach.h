@@ -7,5 +7,5 @@
 
 #include <stdbool.h>
 
-/* False, and a line, when the library is not loaded. */
+/* False where the library is not loaded; a host is told so by a line. */
 bool attach_to_library(void);

@@ -16,13 +16,18 @@ static uintptr_t page_size(void) {
 
 static uintptr_t word_of(uintptr_t address) { return address / WORD * WORD; }
 
-/* Waits no time at all for the word to change: it is read, and nothing else happens. */
+/*
+ * Asks to wait, no time at all, while the word has a value that it hardly has: it is read, and
+ * nothing else happens.
+ */
 static bool word_readable(uintptr_t address) {
     const struct {
         long seconds;
         long nanoseconds;
     } at_once = {0, 0};
-    return syscall(SYS_futex, word_of(address), FUTEX_WAIT_PRIVATE, 0, &at_once, NULL, 0) == 0 ||
+    const uint32_t hardly = 0x9E6D63A7;
+    return syscall(SYS_futex, word_of(address), FUTEX_WAIT_PRIVATE, hardly, &at_once, NULL, 0) ==
+               0 ||
            errno != EFAULT;
 }
 
