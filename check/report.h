@@ -7,6 +7,7 @@
  */
 #pragma once
 
+#include <stdbool.h>
 #include <stdint.h>
 
 #include "check/places.h"
@@ -35,5 +36,10 @@ void report_list(const char* what, const char* names);
 /* Counts a call that was looked at. */
 void report_call(void);
 
-/* How many breaches there were, and where; once. */
+/*
+ * Whether the calls were those of this process: not of the one that it was forked from, nor of one
+ * that has only started something else.
+ */
+bool report_is_due(void);
+/* How many breaches there were, and where. */
 void report_summary(void);

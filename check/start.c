@@ -16,8 +16,10 @@ static bool is_attached;
 __attribute__((constructor)) static void begin(void) { is_attached = attach_to_library(); }
 
 __attribute__((destructor)) static void end(void) {
-    if (!is_attached) return;
-    is_attached = false;
+    static bool is_over;
+    if (!is_attached || !report_is_due() || __atomic_exchange_n(&is_over, true, __ATOMIC_RELAXED)) {
+        return;
+    }
     tasks_at_the_end();
     report_summary();
 }

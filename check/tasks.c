@@ -21,7 +21,7 @@ typedef struct Task {
     uint64_t created; /* milliseconds */
     bool is_promised; /* pal_task_create has answered 0 */
     bool is_refused;  /* or something else */
-    bool is_late;     /* said once */
+    bool is_settled;  /* it runs, or was complained of */
     uint32_t runs;
     /* The stack below what the task began with, painted: from its lowest byte on. */
     uint8_t* painted;
@@ -38,8 +38,8 @@ static int awaited;
 enum { PAINT = 0xB3, FRESH_FRAMES = 1024, PAGE_AT_LEAST = 4096 };
 
 static uint32_t stack_used(const Task* task) {
-    if (task->painted == NULL || !memory_readable(task->painted, 1)) return 0;
-    const uint8_t* at = task->painted;
+    const uint8_t* at = __atomic_load_n(&task->painted, __ATOMIC_ACQUIRE);
+    if (at == NULL || !memory_readable(at, 1)) return 0;
     while (at < task->top && *at == PAINT) ++at;
     return (uint32_t)(task->top - at);
 }
@@ -62,7 +62,7 @@ __attribute__((noinline)) static void paint(Task* task, uint8_t* lowest) {
     while (lowest < from && !memory_writable(lowest)) lowest += PAGE_AT_LEAST; /* a guard page */
     if (lowest >= from) return;
     for (volatile uint8_t* at = lowest; at < from; ++at) *at = PAINT; /* no call: it is our stack */
-    task->painted = lowest;
+    __atomic_store_n(&task->painted, lowest, __ATOMIC_RELEASE);
 }
 
 static void look_at_stack(Task* task) {
@@ -127,10 +127,10 @@ void tasks_look_for_late_ones(void) {
     if (__atomic_load_n(&awaited, __ATOMIC_RELAXED) == 0) return;
     for (int i = 0; i < task_count; ++i) {
         Task* const task = &tasks[i];
-        if (!task->is_promised || task->is_late) continue;
+        if (!task->is_promised || task->is_settled) continue;
         const bool runs = __atomic_load_n(&task->runs, __ATOMIC_RELAXED) != 0;
         if (!runs && milliseconds() - task->created <= PATIENCE) continue;
-        task->is_late = true;
+        if (__atomic_exchange_n(&task->is_settled, true, __ATOMIC_RELAXED)) continue;
         __atomic_sub_fetch(&awaited, 1, __ATOMIC_RELAXED);
         if (!runs) {
             BREACH(AT_pal_task_create, "%s was to run, and has not begun for %d milliseconds",

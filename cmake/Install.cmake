@@ -33,6 +33,11 @@ configure_file(packaging/multicast-adaptation.pc.in multicast-adaptation.pc @ONL
 install(FILES "${PROJECT_BINARY_DIR}/multicast-adaptation.pc" DESTINATION "${mc_pkgconfig_dir}"
         COMPONENT development)
 
+# For who develops a host process, too: to be preloaded, or linked in front of the library.
+if(MC_BUILD_CHECK)
+  install(TARGETS mc_check LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
+endif()
+
 if(MC_BUILD_NODE)
   include(cmake/InstallTools.cmake)
 endif()

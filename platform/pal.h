@@ -13,7 +13,8 @@ typedef int32_t (*PalTaskEntry)(void);
 /*
  * Starts a task. task_id receives its number. priority and the fourth argument are in the platform
  * layer's own terms (the library passes 29 or 40, and 0); stack_size is in bytes; the layer keeps
- * no pointer to name. Returns 0 when the task runs.
+ * no pointer to name. Returns 0 when the task runs, or is about to: once, on a thread of its own
+ * that has at least so much stack. After anything else it never runs.
  */
 int32_t pal_task_create(uint32_t* task_id, const char* name, uint32_t priority, uint32_t option,
                         uint32_t stack_size, PalTaskEntry entry);

@@ -8,8 +8,10 @@
  * itself calls 0xFFFF where a comment says so. Time values are passed through in the core's own
  * unit.
  *
- * The core calls the registered call-backs from inside its packet input functions (on the caller's
- * thread) and from its own timer tasks.
+ * The core calls the registered call-backs from inside its packet input functions and settings (on
+ * the caller's thread) and from its own timer tasks: after the registration has returned 0, and
+ * after L2_multicast_init, which start-up calls behind the registrations. From inside a
+ * registration, igmp_time_now and the status functions it does not.
  */
 #pragma once
 
@@ -90,14 +92,21 @@ int32_t mld_task_init(uint32_t first);
 /* ---- Call-backs ----------------------------------------------------------------------------- */
 
 /*
- * Sends an IPv4 packet of ip_len bytes, which begins with its IP header, on a port; 0xFFFF is the
- * uplink. The packet and the tag are the core's; the tag's vid may come back translated.
+ * Sends an IPv4 packet of ip_len bytes, 20 to 1500, which begins with its IP header, on a port;
+ * 0xFFFF is the uplink. The packet and the tag are the core's, and both are there; the tag's vid
+ * may come back translated.
  */
 typedef void (*IgmpSendPacket)(uint16_t port, uint8_t* ip_packet, IgmpVlanTag* tag,
                                uint16_t ip_len);
-/* Programs the switch, or takes an entry back. The core keeps the record. Returns 0 when done. */
+/*
+ * Programs the switch, or takes an entry back. The record is the core's, whole and aligned, with a
+ * multicast address and a port number 0 to 5 or 29. Returns 0 when done.
+ */
 typedef int32_t (*IgmpTableChange)(IgmpGroupEntry* group);
-/* The MLD counterparts. The tag is not read: packets leave with the tag of the last MLD frame. */
+/*
+ * The MLD counterparts, for packets of 40 to 1500 bytes. The tag is not read: packets leave with
+ * the tag of the last MLD frame.
+ */
 typedef void (*MldSendPacket)(uint8_t* packet, uint16_t port, void* tag, uint16_t len);
 /* The same for IPv6 groups. */
 typedef int32_t (*MldTableChange)(MldGroupEntry* group);
@@ -111,13 +120,14 @@ int32_t mld_register_switch_del_table(MldTableChange del);   /* the same for MLD
 
 /* ---- Packet input --------------------------------------------------------------------------- */
 
-/* Stores the core's time. */
+/* Stores the core's time, in any case: the result is not looked at. */
 int32_t igmp_time_now(uint32_t* now);
 
 /*
  * Hands over an IPv4 packet as it stands in the received frame. ip_total_length is what its header
- * claims, unchecked. port is 0xFFFF for the uplink. group_vlan is the multicast VLAN that the
- * configuration assigns to the frame. The last argument is always null.
+ * claims, unchecked. It is only read: the frame is forwarded next. port is 0xFFFF for the uplink.
+ * group_vlan is the multicast VLAN that the configuration assigns to the frame. The last argument
+ * is always null.
  */
 int32_t igmp_pkt_recv(uint8_t* ip_packet, uint16_t ip_total_length, uint32_t port,
                       uint32_t group_vlan, void* record);
@@ -194,12 +204,14 @@ int32_t igmp_oam_control_2(uint8_t add_delete, uint16_t port, uint16_t vlan, Igm
 
 /* ---- Status --------------------------------------------------------------------------------- */
 
-/* Fills buf with at most size bytes, the four words of a port's status, and returns how much it
- * delivered; 0 or less: nothing. */
+/*
+ * Fills buf with at most size bytes, the four words of a port's status, and returns how much it
+ * stored, so 16; 0 or less: nothing.
+ */
 int32_t igmp_if_gather_if_status(uint32_t port, uint32_t size, uint8_t* buf);
 /*
- * The same for groups: a word, the number of records, then packed records of 25 bytes. Port 255
- * stands for all ports.
+ * The same for groups: a word, the number of records, then as many packed records of 25 bytes. Port
+ * 255 stands for all ports.
  */
 int32_t igmp_gather_grp_info(uint32_t port, uint32_t size, uint8_t* buf);
 

@@ -74,6 +74,11 @@ class TheLibrary(unittest.TestCase):
         self.assertIn(f"Library soname: [libmc_hal.so.{version.split('.', maxsplit=1)[0]}]", said)
         self.assertEqual((library_dir() / "libmc_hal.so").resolve().name, f"libmc_hal.so.{version}")
 
+    def test_comes_with_a_check_of_its_neighbours_that_can_be_preloaded(self):
+        environment = dict(os.environ, LD_PRELOAD="libmc_check.so", LD_LIBRARY_PATH=str(library_dir()))
+        said = output(prefix / "bin/mc_node", "replay", source / "scenario/home", env=environment)
+        self.assertRegex(said, r"(?m)^mc_check: no breach in \d+ calls$")
+
     def test_comes_with_every_header_for_c_and_no_other(self):
         place = prefix / "include/multicast_adaptation"
         there = {path.relative_to(place).as_posix() for path in place.rglob("*") if path.is_file()}

@@ -50,7 +50,9 @@ static void call_library(void) {
 int main(int argc, char** argv) {
     if (argc < 2) return 2;
     case_use(argv[1]);
+    if (case_is("becomes_a_daemon") && fork() != 0) _exit(0);
     if (initialise(argc > 2 ? argv[2] : "") != 0) return 1;
+    if (case_is("forks") && fork() == 0) _exit(0);
     case_act();
     call_library();
     case_wait();

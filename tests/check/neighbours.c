@@ -8,6 +8,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/mman.h>
+#include <sys/msg.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -168,10 +169,23 @@ int32_t igmp_gather_grp_info(uint32_t port, uint32_t size, uint8_t* buf) {
 /* ---- The driver ------------------------------------------------------------------------------ */
 
 static volatile bool is_done;
+static int command_tasks;
+
+/* The command task waits for a command here, in the place of the C library's. */
+ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
+    (void)queue, (void)message, (void)size, (void)type, (void)flags;
+    __atomic_add_fetch(&command_tasks, 1, __ATOMIC_RELAXED);
+    for (;;) pause();
+}
+
+static bool is_over(void) {
+    const int awaited = case_is("not_started") ? 0 : case_is("twice") ? 2 : 1;
+    return is_done && __atomic_load_n(&command_tasks, __ATOMIC_RELAXED) >= awaited;
+}
 
 void case_wait(void) {
     const struct timespec moment = {0, 1000000};
-    for (int i = 0; i < 5000 && !is_done; ++i) nanosleep(&moment, NULL);
+    for (int i = 0; i < 5000 && !is_over(); ++i) nanosleep(&moment, NULL);
 }
 
 enum { ADDRESSES_AND_TYPE = 14 };
@@ -268,7 +282,6 @@ int32_t pal_task_create(uint32_t* task_id, const char* name, uint32_t priority, 
     if (!case_is("no_number")) *task_id = ++last_number;
     if (case_is("not_started") && is_command_task) return 0;
     if (case_is("same_thread") && is_command_task) {
-        is_done = true;
         entry();
     }
     start(case_is("small_stack") ? 32768 : stack_size, entry);

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The check of the library's neighbours: hosts that break the contract, each in one way, and what is said of it.
 
-    check_test.py HOSTS_DIR MC_CHECK MC_HAL MC_NODE [EMULATOR ...]      MC_NODE: may be empty
+    mc_check_test.py HOSTS_DIR MC_CHECK MC_HAL MC_NODE [EMULATOR ...]      MC_NODE: may be empty
 """
 import os
 import pathlib
@@ -178,6 +178,11 @@ class ABreach(unittest.TestCase):
         self.assertEqual(said(lines)[:1], BREACHES["during"][:1])
         self.assertEqual([line for line in lines if line.startswith(PREFIX)][1:], [])
         self.assertIn(status, (-signal.SIGABRT, 128 + signal.SIGABRT))
+
+    def test_is_summed_up_by_the_process_that_runs_the_library_alone(self):
+        for case in ("forks", "becomes_a_daemon"):
+            lines, _ = run(hosts / "check_host_of_one_piece", case, preload=[check])
+            self.assertRegex("\n".join(said(lines)), r"\Ano breach in \d+ calls\Z")
 
     def test_of_the_summary_is_told_where_the_process_leaves_by_exit_without_handlers(self):
         lines, _ = run(hosts / "check_host_of_one_piece", "leaves", preload=[check])
