@@ -16,12 +16,13 @@
 
 typedef struct Exchange {
     const char* name;
-    uintptr_t wrapper; /* 0: none, the function is only looked for */
+    uintptr_t wrapper;
+    const void* own; /* where the neighbour's function is kept, null while there is none */
 } Exchange;
 
 static const Exchange* find_exchange(const char* name) {
     static const Exchange exchanges[] = {
-#define EXCHANGE(name) {#name, (uintptr_t)checked_##name},
+#define EXCHANGE(name) {#name, (uintptr_t)checked_##name, &neighbours.name},
         WATCHED_IMPORTS(EXCHANGE)
 #undef EXCHANGE
     };
@@ -55,17 +56,35 @@ static void find_neighbours(void) {
 
 /* ---- The library in memory ------------------------------------------------------------------- */
 
+#if __SIZEOF_POINTER__ == 8
+typedef Elf64_Phdr Part;
+typedef Elf64_Dyn DynamicEntry;
+typedef Elf64_Sxword DynamicTag;
+typedef Elf64_Sym Symbol;
+typedef Elf64_Rel Relocation;
+typedef Elf64_Rela RelocationWithAddend;
+#define SYMBOL_OF(info) ELF64_R_SYM(info)
+#else
+typedef Elf32_Phdr Part;
+typedef Elf32_Dyn DynamicEntry;
+typedef Elf32_Sword DynamicTag;
+typedef Elf32_Sym Symbol;
+typedef Elf32_Rel Relocation;
+typedef Elf32_Rela RelocationWithAddend;
+#define SYMBOL_OF(info) ELF32_R_SYM(info)
+#endif
+
 typedef struct Library {
     uintptr_t inside; /* an address in it */
     uintptr_t base;   /* what addresses of the file are counted from */
-    const ElfW(Dyn) * dynamic;
+    const DynamicEntry* dynamic;
     uintptr_t read_only; /* what the loader has made read-only behind itself */
     size_t read_only_size;
 } Library;
 
 static bool contains(const struct dl_phdr_info* object, uintptr_t address) {
     for (int i = 0; i < object->dlpi_phnum; ++i) {
-        const ElfW(Phdr)* const part = &object->dlpi_phdr[i];
+        const Part* const part = &object->dlpi_phdr[i];
         const uintptr_t begin = object->dlpi_addr + part->p_vaddr;
         if (part->p_type == PT_LOAD && address >= begin && address - begin < part->p_memsz) {
             return true;
@@ -80,9 +99,9 @@ static int take_if_library(struct dl_phdr_info* object, size_t size, void* wante
     if (!contains(object, library->inside)) return 0;
     library->base = object->dlpi_addr;
     for (int i = 0; i < object->dlpi_phnum; ++i) {
-        const ElfW(Phdr)* const part = &object->dlpi_phdr[i];
+        const Part* const part = &object->dlpi_phdr[i];
         const uintptr_t begin = library->base + part->p_vaddr;
-        if (part->p_type == PT_DYNAMIC) library->dynamic = (const ElfW(Dyn)*)begin;
+        if (part->p_type == PT_DYNAMIC) library->dynamic = (const DynamicEntry*)begin;
         if (part->p_type == PT_GNU_RELRO) {
             library->read_only = begin;
             library->read_only_size = part->p_memsz;
@@ -91,14 +110,14 @@ static int take_if_library(struct dl_phdr_info* object, size_t size, void* wante
     return 1;
 }
 
-static uintptr_t dynamic_value(const Library* library, ElfW(Sxword) tag) {
-    const ElfW(Dyn)* entry = library->dynamic;
+static uintptr_t dynamic_value(const Library* library, DynamicTag tag) {
+    const DynamicEntry* entry = library->dynamic;
     while (entry->d_tag != DT_NULL && entry->d_tag != tag) ++entry;
     return entry->d_tag == tag ? entry->d_un.d_ptr : 0;
 }
 
 /* Some loaders write the addresses over what stands in the file, others leave it. */
-static const void* dynamic_address(const Library* library, ElfW(Sxword) tag) {
+static const void* dynamic_address(const Library* library, DynamicTag tag) {
     const uintptr_t value = dynamic_value(library, tag);
     if (value == 0) return NULL;
     return (const void*)(value < library->base ? library->base + value : value);
@@ -110,41 +129,36 @@ static uint32_t exchanged;
 
 /* Puts the wrapper into a word of the table that stands for a symbol. */
 static void exchange(const Library* library, uint32_t symbol_number, uintptr_t* word) {
-    const ElfW(Sym)* const symbols = dynamic_address(library, DT_SYMTAB);
+    const Symbol* const symbols = dynamic_address(library, DT_SYMTAB);
     const char* const names = dynamic_address(library, DT_STRTAB);
-    const ElfW(Sym)* const symbol = &symbols[symbol_number];
+    const Symbol* const symbol = &symbols[symbol_number];
     if (symbol->st_shndx != SHN_UNDEF) return;
     const Exchange* const found = find_exchange(names + symbol->st_name);
-    if (found == NULL) return;
+    if (found == NULL || *(void* const*)found->own == NULL) return;
     *word = found->wrapper;
     ++exchanged;
 }
 
-#if __SIZEOF_POINTER__ == 8
-#define SYMBOL_OF(info) ELF64_R_SYM(info)
-#else
-#define SYMBOL_OF(info) ELF32_R_SYM(info)
-#endif
-
 /* Relocations with and without an addend begin alike. */
-static void exchange_relocated(const Library* library, ElfW(Sxword) table, ElfW(Sxword) table_size,
+static void exchange_relocated(const Library* library, DynamicTag table, DynamicTag table_size,
                                size_t size_of_one) {
     const char* at = dynamic_address(library, table);
     if (at == NULL) return;
     const char* const end = at + dynamic_value(library, table_size);
     for (; at < end; at += size_of_one) {
-        const ElfW(Rel)* const one = (const void*)at;
+        const Relocation* const one = (const void*)at;
         exchange(library, (uint32_t)SYMBOL_OF(one->r_info),
                  (uintptr_t*)(library->base + one->r_offset));
     }
 }
 
 static void exchange_in_tables(const Library* library) {
-    const size_t of_jumps =
-        dynamic_value(library, DT_PLTREL) == DT_RELA ? sizeof(ElfW(Rela)) : sizeof(ElfW(Rel));
+    const size_t of_jumps = dynamic_value(library, DT_PLTREL) == DT_RELA
+                                ? sizeof(RelocationWithAddend)
+                                : sizeof(Relocation);
     exchange_relocated(library, DT_JMPREL, DT_PLTRELSZ, of_jumps);
-    exchange_relocated(library, DT_RELA, DT_RELASZ, sizeof(ElfW(Rela)));
-    exchange_relocated(library, DT_REL, DT_RELSZ, sizeof(ElfW(Rel)));
+    exchange_relocated(library, DT_RELA, DT_RELASZ, sizeof(RelocationWithAddend));
+    exchange_relocated(library, DT_REL, DT_RELSZ, sizeof(Relocation));
 #ifdef __mips__
     /* The end of the global offset table belongs to symbols in their order, without relocations. */
     uintptr_t* const table = (uintptr_t*)dynamic_address(library, DT_PLTGOT);

@@ -37,11 +37,15 @@ static void send_frames(void) {
     l2_igmp_send_pkt(NULL, 64, 0);
 }
 
-static void call_library(void) {
+static void forward_in_control_mode(void) {
     static uint8_t frame[2048] = {1, 0, 0x5E, 1, 1, 1, 2, 0, 0, 0, 0, 2, 0x08, 0x00};
+    igmp_adapt_control_handle(frame, 0, 60, 0);
+}
+
+static void call_library(void) {
     igmp_hal_sync_if_status(0);
     igmp_hal_sync_grp_infor(255);
-    if (case_is("clean") || case_is("no_onu_id")) igmp_adapt_control_handle(frame, 0, 60, 0);
+    if (case_is("clean") || case_is("no_onu_id")) forward_in_control_mode();
     if (case_is("frames")) send_frames();
     if (case_is("again")) IgmpInit();
 }

@@ -276,10 +276,9 @@ static void start(uint32_t stack_size, PalTaskEntry entry) {
 
 int32_t pal_task_create(uint32_t* task_id, const char* name, uint32_t priority, uint32_t option,
                         uint32_t stack_size, PalTaskEntry entry) {
-    static uint32_t last_number;
     const bool is_command_task = strcmp(name, "tMCCmd") == 0;
     (void)priority, (void)option;
-    if (!case_is("no_number")) *task_id = ++last_number;
+    if (!case_is("no_number")) *task_id = is_command_task ? 2 : 1;
     if (case_is("not_started") && is_command_task) return 0;
     if (case_is("same_thread") && is_command_task) {
         entry();
