@@ -20,8 +20,9 @@ typedef struct Task {
     pthread_t creator;
     uint64_t created; /* milliseconds */
     bool is_promised; /* pal_task_create has answered 0 */
-    bool is_refused;  /* or something else */
-    bool is_settled;  /* it runs, or was complained of */
+    bool is_refused;  /* or something else: */
+    int32_t answer;
+    bool is_settled; /* it runs, or was complained of */
     uint32_t runs;
     /* The stack below what the task began with, painted: from its lowest byte on. */
     uint8_t* painted;
@@ -89,10 +90,14 @@ void tasks_measure_now_and_then(void) {
 
 /* ---- The body of a task ---------------------------------------------------------------------- */
 
+static void complain_of_refused(const Task* task) {
+    BREACH(AT_pal_task_create, "%s runs, although the answer is %d", task->name, (int)task->answer);
+}
+
 static int32_t run(Task* task) {
     const Place at = AT_pal_task_create;
     const uint32_t runs = __atomic_add_fetch(&task->runs, 1, __ATOMIC_RELAXED);
-    if (task->is_refused) BREACH(at, "%s runs, although the answer was not 0", task->name);
+    if (task->is_refused) complain_of_refused(task);
     if (runs > 1) {
         BREACH(at, "%s runs %u times", task->name, runs);
         return task->entry();
@@ -169,10 +174,9 @@ int32_t checked_pal_task_create(uint32_t* task_id, const char* name, uint32_t pr
     call_leave(before);
     if (id != no_id) *task_id = id;
     if (result != 0) {
+        task->answer = result;
         task->is_refused = true;
-        if (__atomic_load_n(&task->runs, __ATOMIC_RELAXED) != 0) {
-            BREACH(at, "%s runs, although the answer is %d", task->name, (int)result);
-        }
+        if (__atomic_load_n(&task->runs, __ATOMIC_RELAXED) != 0) complain_of_refused(task);
         return result;
     }
     if (id == no_id) BREACH(at, "answers 0 for %s and stores no number", task->name);

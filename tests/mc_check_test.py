@@ -96,6 +96,7 @@ BREACHES = {
     "no_number": ["pal_task_create: answers 0 for tMCPktRecv and stores no number"],
     "not_started": ["pal_task_create: tMCCmd was to run, and has not begun for 1000 milliseconds"],
     "refused_task": ["pal_task_create: tMCCmd runs, although the answer is 1"],
+    "refused_late": ["pal_task_create: tMCCmd runs, although the answer is 1"],
     "twice": ["pal_task_create: tMCCmd runs 2 times"],
     "again": ["pal_task_create: tMCPktRecv is asked for again: IgmpInit was called before"],
 }

@@ -178,9 +178,11 @@ ssize_t msgrcv(int queue, void* message, size_t size, long type, int flags) {
     for (;;) pause();
 }
 
+static int command_tasks_waiting(void) { return __atomic_load_n(&command_tasks, __ATOMIC_RELAXED); }
+
 static bool is_over(void) {
     const int awaited = case_is("not_started") ? 0 : case_is("twice") ? 2 : 1;
-    return is_done && __atomic_load_n(&command_tasks, __ATOMIC_RELAXED) >= awaited;
+    return is_done && command_tasks_waiting() >= awaited;
 }
 
 void case_wait(void) {
@@ -259,6 +261,7 @@ int32_t L2_multicast_get_onu_id(uint8_t* onu_id) {
 /* ---- Tasks ----------------------------------------------------------------------------------- */
 
 static void* run(void* entry) {
+    if (case_is("refused_late")) usleep(100000);
     ((PalTaskEntry)(uintptr_t)entry)();
     return NULL;
 }
@@ -286,9 +289,10 @@ int32_t pal_task_create(uint32_t* task_id, const char* name, uint32_t priority, 
     start(case_is("small_stack") ? 32768 : stack_size, entry);
     if (case_is("twice") && is_command_task) start(stack_size, entry);
     if (case_is("refused_task") && is_command_task) {
-        usleep(100000);
+        while (command_tasks_waiting() == 0) usleep(1000);
         return 1;
     }
+    if (case_is("refused_late") && is_command_task) return 1;
     return 0;
 }
 
