@@ -50,6 +50,7 @@ BREACHES = {
     "send_long": backs("a packet of 1501 bytes is not sent: no more than 1500 fit a frame", ("igmp_send", "mld_send")),
     "send_edge": [back("igmp_send", "a packet of 31 bytes, of which not all can be read"),
                   back("mld_send", "a packet of 30 bytes, of which not all can be read")],
+    "send_nowhere": [back("igmp_send", "a packet of 28 bytes, of which not all can be read")],
     "send_claim": [back("igmp_send", "a packet of 27 bytes, whose header claims 28"),
                    back("mld_send", "a packet of 40 bytes, whose header claims 41")],
     "send_version": [back("igmp_send", "a packet with version 6 in its header, not 4"),
@@ -114,15 +115,19 @@ hosts, check, library, node, emulator = None, None, None, None, None
 
 def run(*words, preload=(), **variables):
     """The lines on standard error, and the status."""
+    done = start(*words, preload=preload, **variables)
+    return done.stderr.splitlines(), done.returncode
+
+
+def start(*words, preload=(), **variables):
     variables = {key: str(value) for key, value in variables.items()}
     if preload:
         variables["LD_PRELOAD"] = " ".join(map(str, preload))
     options = [f"-E{key}={value}" for key, value in variables.items()] if emulator else []
     own = {key: value for key, value in os.environ.items() if key not in ("MC_CHECK", "LD_PRELOAD")}
-    done = subprocess.run([*emulator[:1], *(word for option in options for word in (option[:2], option[2:])),
+    return subprocess.run([*emulator[:1], *(word for option in options for word in (option[:2], option[2:])),
                            *emulator[1:], *map(str, words)], env=own if emulator else own | variables,
-                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, timeout=60, check=False)
-    return done.stderr.splitlines(), done.returncode
+                          capture_output=True, text=True, timeout=60, check=False)
 
 
 def said(lines):
@@ -214,6 +219,10 @@ class Stacks(unittest.TestCase):
 
 
 class ATask(unittest.TestCase):
+    def test_that_has_ended_is_not_looked_at_any_more(self):
+        lines, _ = run(hosts / "check_host_of_one_piece", "no_queue", preload=[check])
+        self.assertEqual(len([line for line in lines if TASK.search(line)]), 1, lines)
+
     def test_that_runs_on_the_thread_that_asked_for_it_is_found(self):
         # That thread does not come back, so it is the first breach that ends the process.
         lines, _ = run(hosts / "check_host_of_one_piece", "same_thread", preload=[check], MC_CHECK="abort")
@@ -246,6 +255,15 @@ class Neighbours(unittest.TestCase):
         lines, status = run(node, "replay", ROOT / "scenario/home", preload=[check], MC_CHECK="abort")
         self.assertEqual(status, 0, lines)
         self.assertRegex("\n".join(said(lines)), r"\Ano breach in \d{4,} calls\Z")
+
+
+class TheLibrary(unittest.TestCase):
+    def test_gets_what_its_neighbours_answer(self):
+        for case in ("clean", "status_word", "status_short", "groups_not_stored", "no_onu_id", "no_time", "no_port"):
+            outputs = [sorted(start(hosts / "check_host_of_one_piece", case, preload=preload).stdout.splitlines())
+                       for preload in ((), (check,))]
+            self.assertGreater(len(outputs[0]), 5)
+            self.assertEqual(outputs[1], outputs[0], case)
 
 
 class AProgramWithoutTheLibrary(unittest.TestCase):

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "adapt/adapt.h"
+#include "adapt/status_layout.h"
 #include "igmp/igmp.h"
 #include "tests/check/case.h"
 
@@ -37,6 +38,14 @@ static void send_frames(void) {
     l2_igmp_send_pkt(NULL, 64, 0);
 }
 
+/* What readers of the segment see. */
+static void print_segment(void) {
+    if (mc_status_global == NULL || mc_status_global == (uint8_t*)~(uintptr_t)0) return;
+    for (int i = 0; i < MC_STATUS_SIZE; ++i) {
+        if (mc_status_global[i] != 0) printf("segment %d: %d\n", i, mc_status_global[i]);
+    }
+}
+
 static void forward_in_control_mode(void) {
     static uint8_t frame[2048] = {1, 0, 0x5E, 1, 1, 1, 2, 0, 0, 0, 0, 2, 0x08, 0x00};
     igmp_adapt_control_handle(frame, 0, 60, 0);
@@ -45,6 +54,7 @@ static void forward_in_control_mode(void) {
 static void call_library(void) {
     igmp_hal_sync_if_status(0);
     igmp_hal_sync_grp_infor(255);
+    print_segment();
     if (case_is("clean") || case_is("no_onu_id")) forward_in_control_mode();
     if (case_is("frames")) send_frames();
     if (case_is("again")) IgmpInit();
