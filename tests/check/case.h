@@ -9,5 +9,5 @@ bool case_is(const char* name);
 
 /* After IgmpInit, on the thread of the host: what a thread of the core would do. */
 void case_act(void);
-/* Waits until the packet task has read all frames of the case, or the tasks have been tried. */
+/* Waits until the packet task has read all frames of the case, and the command task waits. */
 void case_wait(void);

@@ -67,9 +67,9 @@ int main(int argc, char** argv) {
     if (case_is("becomes_a_daemon") && fork() != 0) _exit(0);
     if (initialise(argc > 2 ? argv[2] : "") != 0) return 1;
     if (case_is("forks") && fork() == 0) _exit(0);
+    case_wait();
     case_act();
     call_library();
-    case_wait();
     if (case_is("not_started")) usleep(1100000);
     if (case_is("leaves")) _exit(0);
     return 0;
