@@ -94,15 +94,6 @@ class TheLibrary(unittest.TestCase):
                    compiler, cwd=name, env=environment)
             output(f"{name}/host", env=dict(os.environ, LD_LIBRARY_PATH=str(library_dir())))
 
-    def test_is_enough_to_build_the_examples(self):
-        environment = dict(os.environ, PKG_CONFIG_PATH=str(library_dir() / "pkgconfig"))
-        with tempfile.TemporaryDirectory() as name:
-            for example in ("host", "sender", "status"):
-                place = pathlib.Path(name) / example
-                shutil.copytree(source / "examples" / example, place)
-                output("make", "-B", f"CC={compiler}", cwd=place, env=environment)
-                self.assertTrue((place / example).is_file())
-
     def test_is_found_by_cmake(self):
         with tempfile.TemporaryDirectory() as name:
             self.host(pathlib.Path(name))
