@@ -5,6 +5,12 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 include(cmake/PublicHeaders.cmake)
 
+# What Debian has otherwise than others.
+set(mc_in_debian OFF)
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND EXISTS /etc/debian_version)
+  set(mc_in_debian ON)
+endif()
+
 set(MC_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/multicast_adaptation")
 set(mc_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/MulticastAdaptation")
 set(mc_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
