@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Each relative link of README.md and docs/*.md leads to a file, and to a heading in it where it names one; each page
-of docs/ is in its index.
+"""Each relative link of README.md, CONTRIBUTING.md and docs/*.md leads to a file, and to a heading in it where it
+names one; each page of docs/ is in its index.
 
     doc_links_test.py
 """
@@ -59,7 +59,7 @@ def not_in_index(folder):
 
 class ThePages(unittest.TestCase):
     def test_lead_somewhere(self):
-        pages = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
+        pages = [ROOT / "README.md", ROOT / "CONTRIBUTING.md", *sorted((ROOT / "docs").glob("*.md"))]
         self.assertEqual({page.name: dead for page in pages if (dead := dead_links(page))}, {})
 
     def test_are_all_in_the_index(self):
