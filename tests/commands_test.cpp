@@ -835,9 +835,9 @@ std::vector<Command> commands_of_traces() {
 
 // ---- All of them -------------------------------------------------------------------------------
 
-// Codes that no command has.
-// The last code, and two behind it that nobody has.
+// Up to the last one, and two behind it.
 constexpr std::uint32_t kCodesTried = 118;
+// Codes that no command has.
 constexpr std::uint32_t kHoles[] = {0,  10, 11, 15, 18, 19,  21,  23,  24,  25, 26, 31,
                                     38, 41, 42, 43, 44, 45,  46,  47,  48,  49, 58, 59,
                                     60, 61, 62, 63, 65, 107, 108, 109, 116, 117};
