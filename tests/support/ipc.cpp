@@ -43,8 +43,11 @@ class OwnIpc : public ::testing::Environment {
  public:
     void SetUp() override {
         own_ipc = unshare(CLONE_NEWIPC) == 0 || enter_with_user_namespace();
-        if (!own_ipc)
-            std::fputs("no IPC namespace: the machine's queue and segment are used\n", stderr);
+        if (!own_ipc) {
+            std::fputs(
+                "no IPC namespace: the machine's queue and segment are used, which takes root\n",
+                stderr);
+        }
     }
 };
 
