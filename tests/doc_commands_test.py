@@ -42,7 +42,7 @@ def tried(page, text, source):
         report.failures.append("%s:%s" % (page, problem))
         return report
     hold_names(blocks, source, find, report)
-    if any(block.commands for block in blocks):
+    if any(not command.not_run for block in blocks for command in block.commands):
         place = Place(source, build, way_in)
         try:
             run_page(blocks, place, report)
@@ -58,6 +58,138 @@ class ThePages(unittest.TestCase):
                 report = tried(page.relative_to(ROOT), page.read_text(encoding="utf-8"), ROOT)
                 left_out.extend(report.left_out)
                 self.assertEqual(report.failures, [], "\n".join(report.failures))
+
+
+class TheCheck(unittest.TestCase):
+    """Small pages over a tree that has nothing but a script or two."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.tree = pathlib.Path(folder.name)
+        (self.tree / "scripts").mkdir()
+        self.script("greet", "echo hello $1", "# --loud: as loud as may be")
+
+    def script(self, name, *lines):
+        path = self.tree / "scripts" / name
+        path.write_text("\n".join(["#!/bin/sh", *lines]) + "\n")
+        path.chmod(0o755)
+
+    def report(self, *lines):
+        return tried("page.md", "\n".join(lines) + "\n", self.tree)
+
+    def refused(self, *lines):
+        """What the only failure of a page says."""
+        failures = self.report(*lines).failures
+        self.assertEqual(len(failures), 1, failures)
+        return failures[0]
+
+    def passed(self, *lines):
+        report = self.report(*lines)
+        self.assertEqual(report.failures, [])
+        return report
+
+    def test_finds_a_script_that_is_gone(self):
+        self.assertIn("page.md:3: scripts/gone is no program",
+                      self.report("Now", "", "    scripts/gone").failures[0])
+        self.assertIn("page.md:3: scripts/gone is no program",
+                      self.refused("<!-- not run: long -->", "", "    scripts/gone"))
+
+    def test_finds_a_command_that_fails(self):
+        self.script("fail", "echo what a pity >&2", "exit 3")
+        self.assertIn("page.md:2: status 3: what a pity", self.refused("    scripts/greet", "    scripts/fail"))
+
+    def test_finds_an_option_that_is_gone_whether_the_line_is_run_or_not(self):
+        self.assertIn("mc_node has no --quietly",
+                      self.report("    mc_node replay --quietly scenario/home").failures[0])
+        for line in ("mc_node live --bridge br0 --quietly", "mcctl vlan add --colour 7", "mcstat --colour",
+                     "scripts/greet --quietly", "scripts/greet    # --quietly: without a word"):
+            self.assertIn("has no --", self.refused("<!-- not run: long -->", "", "    " + line))
+        self.passed("<!-- not run: long -->", "", "    scripts/greet --loud", "    mcctl vlan add --port 1",
+                    "    mc_node live --bridge br0")
+
+    def test_finds_a_preset_a_target_and_a_setting_that_are_gone(self):
+        (self.tree / "CMakePresets.json").write_text('{"name": "native"}')
+        (self.tree / "CMakeLists.txt").write_text("option(MC_NEW) add_library(mc_hal)")
+        for line in ("cmake --preset old", "cmake --build b --target mc_old", "cmake -S . -B b -DMC_OLD=ON"):
+            self.assertIn("there is no", self.refused("<!-- not run: long -->", "", "    " + line))
+        self.passed("<!-- not run: long -->", "", "    cmake --preset native -DMC_NEW=ON",
+                    "    cmake --build b --target mc_hal")
+
+    def test_wants_to_know_what_a_block_is(self):
+        self.assertIn("page.md:1: neither commands nor", self.refused("    a drawing"))
+        self.assertIn("page.md:2: neither commands nor", self.refused("```", "a drawing", "```"))
+        self.assertIn("page.md:2: no command that is known", self.refused("    scripts/greet", "    hello"))
+        self.assertIn("page.md:2: no command that is known", self.refused("```sh", "a drawing", "```"))
+        self.passed("<!-- text -->", "", "    a drawing", "", "<!-- output -->", "", "    hello",
+                    "```text", "don't", "```")
+
+    def test_takes_no_marker_that_marks_nothing(self):
+        for marker in ("output", "text", "file: x", "not run: long", "output of: scripts/greet"):
+            self.assertIn("page.md:1: the marker stands before no block",
+                          self.refused("<!-- %s -->" % marker, "", "Words.", "", "    scripts/greet"))
+            self.assertIn("page.md:1: the marker stands before no block", self.refused("<!-- %s -->" % marker))
+        self.assertIn("page.md:1: no marker that is known", self.refused("<!-- ouput -->", "", "    hello"))
+        self.assertIn("page.md:3: no command begins with scripts/gone",
+                      self.refused("<!-- not run (scripts/gone): long -->", "", "    scripts/greet"))
+
+    def test_does_not_let_commands_pass_for_text(self):
+        self.assertIn("page.md:3: commands that are said to be something else",
+                      self.refused("<!-- text -->", "", "    scripts/greet", "    scripts/gone"))
+
+    def test_does_not_run_what_a_marker_keeps_from_it_and_says_so(self):
+        self.script("fail", "exit 1")
+        report = self.passed("<!-- not run (scripts/fail, mcctl): no need -->", "", "    scripts/greet",
+                             "    scripts/fail x", "    mcctl show groups")
+        self.assertEqual(report.left_out, ["page.md:4: scripts/fail x: no need",
+                                           "page.md:5: mcctl show groups: no need"])
+
+    def test_runs_a_page_in_one_shell(self):
+        self.script("check", '[ "$(cat made)" = "hello you" ]')
+        self.passed("    export NAME=you", "", "and", "", "    scripts/greet \\", "        $NAME >made    # a file",
+                    "", "1. Then", "", "       scripts/check")
+
+    def test_holds_a_session_against_what_is_printed(self):
+        self.passed("```console", "$ scripts/greet you", "hello you", "$ scripts/greet", "hello", "```")
+        self.assertIn("page.md:2: prints something else", self.refused("```console", "$ scripts/greet", "hallo", "```"))
+
+    def test_holds_what_a_page_shows_against_what_is_printed(self):
+        self.script("count", "seq 9")
+        shown = ["    scripts/count    # to nine", "", "<!-- output of: scripts/count -->", ""]
+        self.passed(*shown, "    2", "    3", "    ...", "    8")
+        self.assertIn("page.md:6: scripts/count does not print: 4", self.refused(*shown, "    2", "    4"))
+        self.assertIn("page.md:7: scripts/count does not print: 2", self.refused(*shown, "    3", "    ...", "    2"))
+        self.assertIn("no such command was run",
+                      self.report("    scripts/greet", "", *shown[2:], "    2").failures[0])
+
+    def test_has_the_files_that_a_page_shows(self):
+        self.script("check", '[ "$(cat x.conf)" = "mode proxy" ]')
+        self.passed("    scripts/check", "", "<!-- file: x.conf -->", "```", "mode proxy", "```")
+
+    def test_ends_what_does_not_end(self):
+        shutil.copytree(ROOT / "scenario", self.tree / "scenario")
+        self.passed("    mcstat --watch", "    mcctl console")
+        self.assertIn("page.md:1: ended within 1 s, status 2", self.refused("    mcstat --watch often"))
+
+    def test_has_a_node_for_those_who_speak_with_one(self):
+        shutil.copytree(ROOT / "scenario", self.tree / "scenario")
+        self.passed("    mcctl fast-leave --port 2 on", "    mcctl show config", "", "Its own:", "",
+                    "    mc_node replay --port 2=stb2.pcap --hold &", "    mcctl show groups >groups",
+                    "    mcstat --json")
+
+    def test_leaves_tree_and_machine_alone(self):
+        mark = self.tree / "mark"
+        mark.write_text("")
+        self.script("harm", "rm -f mark scripts/greet", "touch %s %s && exit 0" % (mark, ROOT / "harm"), "exit 7")
+        before = mark.stat().st_mtime_ns
+        self.assertIn("status 7", self.refused("    scripts/harm"))
+        self.assertEqual((mark.stat().st_mtime_ns, (ROOT / "harm").exists()), (before, False))
+
+    def test_leaves_nothing_running(self):
+        self.script("stay", "exec sleep 1000.25 &")
+        self.passed("    scripts/stay")
+        running = [path.read_bytes() for path in pathlib.Path("/proc").glob("[0-9]*/cmdline")]
+        self.assertNotIn(b"sleep\0001000.25\0", running)
 
 
 def main():

@@ -27,8 +27,7 @@ ENTRANCES = (NAMESPACES, [*NAMESPACES, "--user", "--map-root-user"])
 MOUNTS = """
 mount -t proc proc /proc && mount -t tmpfs none /opt && mount -t tmpfs none /var/lib &&
 mkdir -p /var/lib/prometheus/node-exporter && ip link set lo up && mount --bind "$SCRATCH" "$SCRATCH" && cd "$SCRATCH" &&
-mount -o remount,bind,ro /
-"""
+mount -o remount,bind,ro /"""
 BRIDGE = """
 ip link add br0 type bridge && ip link set br0 up && for number in 0 1 2; do
     ip link add eth$number type veth peer name far$number && ip link set eth$number master br0 up &&
@@ -112,11 +111,10 @@ class Place:
             add_build(self.tree, build)
         path = link_programs(build, self.tree / "build/native")
         self.statuses, theirs = os.pipe()
-        self.shell = subprocess.Popen([*words, "bash", "--norc"], cwd=self.tree, env=self.environment(path, theirs),
+        self.shell = subprocess.Popen([*words, "sh", "-c", MOUNTS + " && cd tree && exec bash --norc"],
+                                      env=self.environment(path, theirs),
                                       pass_fds=[theirs], stdin=subprocess.PIPE, start_new_session=True)
         os.close(theirs)
-        if self.run(MOUNTS + "cd tree") != 0:
-            raise Died("no place: " + self.output("stderr"))
         self.has_bridge = self.run(BRIDGE) == 0
 
     def environment(self, path, statuses):
@@ -151,7 +149,8 @@ class Place:
                         HOLDS) == 0
 
     def end_what_runs(self):
-        self.run("while pids=$(jobs -p) && [ -n \"$pids\" ]; do kill $pids; wait; done")
+        # The list forgets those that have ended when it is asked for here, not in a substitution.
+        self.run("jobs; kill $(jobs -p); wait; jobs", HOLDS)
 
     def close(self):
         self.shell.kill()
