@@ -5,6 +5,7 @@
 
 Needs namespaces, of root or of a user; without them the status is 77.
 """
+import contextlib
 import os
 import pathlib
 import shutil
@@ -42,12 +43,9 @@ def tried(page, text, source):
         report.failures.append("%s:%s" % (page, problem))
         return report
     hold_names(blocks, source, find, report)
-    if any(not command.not_run for block in blocks for command in block.commands):
-        place = Place(source, build, way_in)
-        try:
+    if any(block.output_of or any(not command.not_run for command in block.commands) for block in blocks):
+        with contextlib.closing(Place(source, build, way_in)) as place:
             run_page(blocks, place, report)
-        finally:
-            place.close()
     return report
 
 
@@ -94,6 +92,8 @@ class TheCheck(unittest.TestCase):
                       self.report("Now", "", "    scripts/gone").failures[0])
         self.assertIn("page.md:3: scripts/gone is no program",
                       self.refused("<!-- not run: long -->", "", "    scripts/gone"))
+        (self.tree / "scripts/greet").chmod(0o644)
+        self.assertIn("scripts/greet is no program", self.refused("<!-- not run: long -->", "", "    scripts/greet"))
 
     def test_finds_a_command_that_fails(self):
         self.script("fail", "echo what a pity >&2", "exit 3")
@@ -122,7 +122,7 @@ class TheCheck(unittest.TestCase):
         self.assertIn("page.md:2: no command that is known", self.refused("    scripts/greet", "    hello"))
         self.assertIn("page.md:2: no command that is known", self.refused("```sh", "a drawing", "```"))
         self.passed("<!-- text -->", "", "    a drawing", "", "<!-- output -->", "", "    hello",
-                    "```text", "don't", "```")
+                    "```text", "don't", "```", "- An item", "", "    and more words of it")
 
     def test_takes_no_marker_that_marks_nothing(self):
         for marker in ("output", "text", "file: x", "not run: long", "output of: scripts/greet"):
@@ -143,6 +143,15 @@ class TheCheck(unittest.TestCase):
                              "    scripts/fail x", "    mcctl show groups")
         self.assertEqual(report.left_out, ["page.md:4: scripts/fail x: no need",
                                            "page.md:5: mcctl show groups: no need"])
+
+    def test_leaves_out_what_needs_a_bridge_where_none_is_to_be_had(self):
+        report = Report("page.md")
+        with contextlib.closing(Place(self.tree, build, way_in)) as place:
+            place.has_bridge = False
+            run_page(read_page("    scripts/greet\n    mc_node live --bridge br0 &\n    scripts/gone\n"), place, report)
+        self.assertEqual(report.failures, [])
+        self.assertEqual([line.partition(": no bridge")[0] for line in report.left_out],
+                         ["page.md:2: mc_node live --bridge br0 &", "page.md:3: scripts/gone"])
 
     def test_runs_a_page_in_one_shell(self):
         self.script("check", '[ "$(cat made)" = "hello you" ]')
@@ -171,11 +180,21 @@ class TheCheck(unittest.TestCase):
         self.passed("    mcstat --watch", "    mcctl console")
         self.assertIn("page.md:1: ended within 1 s, status 2", self.refused("    mcstat --watch often"))
 
+    def test_wants_the_node_of_a_page_to_take_commands(self):
+        self.assertIn("the node takes no commands: mc_node: ",
+                      self.report("    mc_node replay --port 2=nothing.pcap --hold &").failures[0])
+
     def test_has_a_node_for_those_who_speak_with_one(self):
         shutil.copytree(ROOT / "scenario", self.tree / "scenario")
         self.passed("    mcctl fast-leave --port 2 on", "    mcctl show config", "", "Its own:", "",
                     "    mc_node replay --port 2=stb2.pcap --hold &", "    mcctl show groups >groups",
                     "    mcstat --json")
+
+    def test_says_where_a_page_broke_off(self):
+        self.script("leave", "exit 0")
+        failures = self.report("    source scripts/leave", "    scripts/greet").failures
+        self.assertIn("page.md:1: ended the shell", failures[0])
+        self.assertIn("page.md: what follows was not run", failures[1])
 
     def test_leaves_tree_and_machine_alone(self):
         mark = self.tree / "mark"

@@ -25,9 +25,10 @@ def help_of(program, words):
     return said(program, "--help")
 
 
-def unknown_options(line, text):
+def without(name, line, text):
+    """What a line has of options that a text does not have."""
     known = set(OPTION.findall(text))
-    return [option for option in OPTION.findall(line) if option not in known]
+    return ["%s has no %s" % (name, option) for option in OPTION.findall(line) if option not in known]
 
 
 def complaints_of_one(words, options, tree, find):
@@ -37,12 +38,12 @@ def complaints_of_one(words, options, tree, find):
         program = find(name)
         if not program:
             return ["%s is not there" % name]
-        return ["%s has no %s" % (name, option) for option in unknown_options(options, help_of(program, [name, *words[1:]]))]
+        return without(name, options, help_of(program, [name, *words[1:]]))
     if "/" in name:
         path = tree / name
         if not path.is_file() or not os.access(path, os.X_OK):
             return ["%s is no program" % name]
-        return ["%s has no %s" % (name, option) for option in unknown_options(options, path.read_text())]
+        return without(name, options, path.read_text())
     if name in ("cmake", "ctest"):
         return unknown_settings(words, tree)
     return []

@@ -22,7 +22,8 @@ TOOLS = {"cc", "cmake", "ctest", "curl", "doxygen", "export", "man", "mv", "path
 
 FENCE = re.compile(r"^( *)```(\w*)\s*$")
 COMMENT = re.compile(r"^ *<!--")
-MARKER = re.compile(r"^ *<!-- (?:(output|text)|output of: (.+)|file: (\S+)|not run(?: \(([^)]+)\))?: (.+)) -->\s*$")
+MARKER = re.compile(r"^ *<!-- (?:(output|text)|output of: (.+)|file: (\S+)|not run(?: \(([^)]+)\))?: (.+))"
+                    r" -->\s*$")
 LIST_ITEM = re.compile(r"^([-*+]|\d+\.) +")
 # Behind one of these another command begins, inside a substitution, too.
 BETWEEN = re.compile(r"^[|&;()]+$|^[<>$]*\($")

@@ -26,8 +26,8 @@ ENTRANCES = (NAMESPACES, [*NAMESPACES, "--user", "--map-root-user"])
 # What the pages write to outside of the tree is gone with the namespace; the rest of the machine is not written to.
 MOUNTS = """
 mount -t proc proc /proc && mount -t tmpfs none /opt && mount -t tmpfs none /var/lib &&
-mkdir -p /var/lib/prometheus/node-exporter && ip link set lo up && mount --bind "$SCRATCH" "$SCRATCH" && cd "$SCRATCH" &&
-mount -o remount,bind,ro /"""
+mkdir -p /var/lib/prometheus/node-exporter && ip link set lo up &&
+mount --bind "$SCRATCH" "$SCRATCH" && cd "$SCRATCH" && mount -o remount,bind,ro /"""
 BRIDGE = """
 ip link add br0 type bridge && ip link set br0 up && for number in 0 1 2; do
     ip link add eth$number type veth peer name far$number && ip link set eth$number master br0 up &&
@@ -110,6 +110,7 @@ class Place:
             add_host(self.tree)
             add_build(self.tree, build)
         path = link_programs(build, self.tree / "build/native")
+        self.run_number = 0
         self.statuses, theirs = os.pipe()
         self.shell = subprocess.Popen([*words, "sh", "-c", MOUNTS + " && cd tree && exec bash --norc"],
                                       env=self.environment(path, theirs),
@@ -120,13 +121,15 @@ class Place:
     def environment(self, path, statuses):
         return {**os.environ, "PATH": os.pathsep.join([*path, os.environ["PATH"], "/usr/sbin", "/sbin"]),
                 "HOME": str(self.folder / "home"), "TMPDIR": str(self.folder / "tmp"),
-                "RUNTIME_DIRECTORY": str(self.folder / "run"), "SCRATCH": str(self.folder), "CMAKE_BUILD_PARALLEL_LEVEL": str(os.cpu_count()),
-                "STATUSES": str(statuses)}
+                "RUNTIME_DIRECTORY": str(self.folder / "run"), "SCRATCH": str(self.folder),
+                "CMAKE_BUILD_PARALLEL_LEVEL": str(os.cpu_count()), "STATUSES": str(statuses)}
 
     def run(self, text, patience=PATIENCE):
         """Runs lines in the shell; their status. What they said is in output()."""
-        wrapped = ("{ %s\n} </dev/null >%s/stdout 2>%s/stderr {STATUSES}>&-; echo $? >&$STATUSES\n"
-                   % (text, self.folder, self.folder))
+        # Files of their own, for what goes on in the background goes on writing.
+        self.run_number += 1
+        wrapped = ("{ %s\n} </dev/null >%s 2>%s {STATUSES}>&-; echo $? >&$STATUSES\n"
+                   % (text, self.said_file("stdout", self.run_number), self.said_file("stderr", self.run_number)))
         self.shell.stdin.write(wrapped.encode())
         self.shell.stdin.flush()
         deadline, answer = time.monotonic() + patience, b""
@@ -140,8 +143,12 @@ class Place:
             answer += part
         return int(answer)
 
-    def output(self, stream="stdout"):
-        return (self.folder / stream).read_text(errors="replace")
+    def said_file(self, stream, number):
+        return self.folder / "tmp" / ("%s.%d" % (stream, number))
+
+    def output(self, stream="stdout", number=None):
+        """Of the last run, or another one."""
+        return self.said_file(stream, number or self.run_number).read_text(errors="replace")
 
     def wait_for_node(self):
         """Until the node that the last line has started takes commands; whether it does."""

@@ -72,12 +72,14 @@ class PageRun:
     def __init__(self, place, report):
         self.place, self.report = place, report
         self.has_node = False
+        self.without = ""       # why something is not there that the rest of the block may need
         self.printed = {}
 
     def block(self, block):
-        self.has_node = False
+        self.has_node, self.without = False, ""
         for command in block.commands:
-            self.command(command)
+            if not command.not_run:
+                self.command(command)
         self.place.end_what_runs()
         if block.output_of:
             self.compare(block)
@@ -95,9 +97,11 @@ class PageRun:
                                                                           block.output_of, block.lines[unlike]))
 
     def command(self, command):
-        why = command.not_run or self.obstacle(command.text)
+        why = self.without or self.obstacle(command.text)
         if why:
             self.report.leave_out(command, why)
+            if runs_on(command.text):
+                self.without = why
             return
         try:
             if needs_node(command.text) and not self.has_node:
@@ -116,9 +120,11 @@ class PageRun:
         return ""
 
     def start_node(self, command, text):
-        self.has_node = self.place.run(text) == 0 and self.place.wait_for_node()
+        status = self.place.run(text)
+        number = self.place.run_number
+        self.has_node = status == 0 and self.place.wait_for_node()
         if not self.has_node:
-            self.report.fail(command, "the node takes no commands: " + self.said())
+            self.report.fail(command, "the node takes no commands: " + self.said(number))
 
     def run(self, command):
         text = command.text.strip()
@@ -137,14 +143,16 @@ class PageRun:
             elif command.prints is not None and self.place.output() != command.prints:
                 self.report.fail(command, "prints something else:\n" + self.place.output())
 
-    def said(self):
-        return self.place.output("stderr").strip()[-1000:]
+    def said(self, number=None):
+        return self.place.output("stderr", number).strip()[-1000:]
 
 
 def hold_names(blocks, tree, find, report):
-    """Looks at the programs and options of all commands, run or not."""
+    """Looks at the programs and options of all commands, and notes those that are not to be run."""
     for block in blocks:
         for command in block.commands:
+            if command.not_run:
+                report.leave_out(command, command.not_run)
             for complaint in complaints_of(command.text, tree, find):
                 report.fail(command, complaint)
 
@@ -157,5 +165,5 @@ def run_page(blocks, place, report):
     try:
         for block in blocks:
             run.block(block)
-    except Died:
-        report.failures.append("%s: what follows was not run" % report.page)
+    except Died as problem:
+        report.failures.append("%s: what follows was not run: something %s" % (report.page, problem))
