@@ -197,12 +197,12 @@ class TheCheck(unittest.TestCase):
         self.assertIn("page.md: what follows was not run", failures[1])
 
     def test_leaves_tree_and_machine_alone(self):
-        mark = self.tree / "mark"
-        mark.write_text("")
-        self.script("harm", "rm -f mark scripts/greet", "touch %s %s && exit 0" % (mark, ROOT / "harm"), "exit 7")
-        before = mark.stat().st_mtime_ns
+        elsewhere = tempfile.TemporaryDirectory()
+        self.addCleanup(elsewhere.cleanup)
+        touched = [self.tree / "made", pathlib.Path(elsewhere.name) / "made"]
+        self.script("harm", "rm -f scripts/greet", *("touch %s && exit 0" % path for path in touched), "exit 7")
         self.assertIn("status 7", self.refused("    scripts/harm"))
-        self.assertEqual((mark.stat().st_mtime_ns, (ROOT / "harm").exists()), (before, False))
+        self.assertEqual([path.exists() for path in (*touched, self.tree / "scripts/greet")], [False, False, True])
 
     def test_leaves_nothing_running(self):
         self.script("stay", "exec sleep 1000.25 &")
