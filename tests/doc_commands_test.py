@@ -5,6 +5,7 @@
 
 Needs namespaces, of root or of a user; without them the status is 77.
 """
+import concurrent.futures
 import contextlib
 import os
 import pathlib
@@ -21,13 +22,16 @@ from doc_pages import Unclear, read_page            # noqa: E402
 from doc_place import PROGRAM_FOLDERS, Place, entrance  # noqa: E402
 from doc_run import Report, hold_names, run_page    # noqa: E402
 
+AT_A_TIME = 4
+
 build, way_in = None, None
 left_out = []
 
 
 def pages():
     found = [page for pattern in ("*.md", "docs/*.md", "*/README.md", "*/*/README.md") for page in ROOT.glob(pattern)]
-    return sorted(page for page in set(found) if page.relative_to(ROOT).parts[0] not in ("build", "out"))
+    names = {page.relative_to(ROOT) for page in found}
+    return sorted(name for name in names if name.parts[0] not in ("build", "out"))
 
 
 def find(program):
@@ -51,10 +55,12 @@ def tried(page, text, source):
 
 class ThePages(unittest.TestCase):
     def test_have_commands_that_run_as_they_stand(self):
-        for page in pages():
-            with self.subTest(page=str(page.relative_to(ROOT))):
-                report = tried(page.relative_to(ROOT), page.read_text(encoding="utf-8"), ROOT)
-                left_out.extend(report.left_out)
+        # Several at a time, for much of it is waiting.
+        with concurrent.futures.ThreadPoolExecutor(AT_A_TIME) as pool:
+            reports = list(pool.map(lambda page: tried(page, (ROOT / page).read_text(encoding="utf-8"), ROOT), pages()))
+        for report in reports:
+            left_out.extend(report.left_out)
+            with self.subTest(page=str(report.page)):
                 self.assertEqual(report.failures, [], "\n".join(report.failures))
 
 
