@@ -310,6 +310,46 @@ Lines random_lines(Draw& draw, const std::vector<commands::Command>& all, std::u
     return lines;
 }
 
+// With the values of its example, which go with those of others, or with any.
+std::string any_use(Draw& draw, const commands::Command& command) {
+    std::string line;
+    if (draw.below(2) == 0) {
+        return commands::path_text(command) + " " + std::string(command.example);
+    }
+    while (line.empty()) line = draw.command(command);
+    return line;
+}
+
+// Whether the configuration of a node tells that it ran a command, behind some others of its kind.
+bool shows(const commands::Command& command) {
+    auto kind = lasting(true);
+    std::erase_if(kind, [&](const auto& other) { return other.path[0] != command.path[0]; });
+    for (std::uint32_t seed = 0; seed < 200; ++seed) {
+        Draw draw(seed);
+        Lines lines;
+        for (std::uint32_t i = draw.below(6); i > 0; --i) {
+            lines.push_back(
+                any_use(draw, kind[draw.below(static_cast<std::uint32_t>(kind.size()))]));
+        }
+        const Snapshot before = after(lines);
+        lines.push_back(any_use(draw, command));
+        const Snapshot behind = after(lines);
+        if (behind.commands() != before.commands()) {
+            return !config::difference(before.commands(), behind.commands(), {}).empty();
+        }
+        if (behind.facts != before.facts) return true;
+    }
+    return false;
+}
+
+// A setting that no line of node/config/ writes is lost when the configuration is saved, one that
+// no difference looks at stays when another is applied.
+TEST(RunningConfig, ShowsWhatEachCommandThatLastsHasSet) {
+    for (const commands::Command& command : lasting(true)) {
+        EXPECT_TRUE(shows(command)) << commands::path_text(command);
+    }
+}
+
 TEST(RunningConfig, OfAnyCommandsIsTheSameOnceMore) {
     const auto all = lasting(true);
     ASSERT_EQ(all.size(), 45u);

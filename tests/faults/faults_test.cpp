@@ -30,7 +30,6 @@ namespace {
 
 using namespace mc_test;
 using ::testing::IsEmpty;
-using ::testing::IsSubsetOf;
 
 using Texts = std::vector<std::string>;
 
@@ -497,9 +496,15 @@ Names operations_in_table() {
     return names;
 }
 
+// A matcher of subsets would name all that is known first.
+Names without(Names names, const Names& known) {
+    for (const std::string& name : known) names.erase(name);
+    return names;
+}
+
 TEST(Table, HasARowForEveryOperationThatIsExported) {
-    EXPECT_THAT(SharedLibrary(MC_LIBRARY_FILE).exported_functions,
-                IsSubsetOf(operations_in_table()));
+    EXPECT_THAT(without(SharedLibrary(MC_LIBRARY_FILE).exported_functions, operations_in_table()),
+                IsEmpty());
 }
 
 class Commands : public LibraryTest {};
@@ -509,13 +514,10 @@ TEST_F(Commands, EachHaveARow) {
     for (const Row& row : table()) {
         if (is_command(row)) codes.insert(row.code);
     }
-    constexpr std::uint32_t kBehindAll = 1000;
-    for (std::uint32_t code = 0; code < kBehindAll; ++code) {
+    for (std::uint32_t code = 0; code < kBehindAllCodes; ++code) {
         begin_anew();
         start_unrecorded();
-        const std::string text = said(mc_debug, kErr, [code] { mc_test::run(code); });
-        const bool exists = text.find("is not missing!") == std::string::npos;
-        EXPECT_EQ(codes.contains(code), exists) << "command " << code;
+        EXPECT_EQ(codes.contains(code), is_known(code)) << "command " << code;
     }
 }
 
@@ -535,8 +537,8 @@ TEST(Table, LetsEveryImportFailThatAnswersAnything) {
     }
     Names imported = SharedLibrary(MC_LIBRARY_FILE).imported;
     std::erase_if(imported, is_of_no_interest);
-    EXPECT_THAT(imported, IsSubsetOf(failing));
-    EXPECT_THAT(failing, IsSubsetOf(imported));
+    EXPECT_THAT(without(imported, failing), IsEmpty());
+    EXPECT_THAT(without(failing, imported), IsEmpty());
 }
 
 }  // namespace

@@ -431,7 +431,7 @@ int walks_a_range(long code) { return code == 9 || code == 32; }
 void some_record(uint8_t* record) {
     for (uint32_t i = 0; i < MC_RECORD_SIZE; ++i) record[i] = (uint8_t)(one_in(3) ? chance() : 0);
     memset(record, 0, 3);
-    record[3] = (uint8_t)below(120);
+    record[3] = (uint8_t)below(STREAM_CODES);
     record[8] = (uint8_t)(one_in(2) ? below(8) : record[8]);
     /* Address by address: one will do. */
     if (record[3] == 9) memset(record + 12, 0, 16);

@@ -8,13 +8,17 @@
 
 #include <stdint.h>
 
+#include "adapt/status_layout.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/* Bytes of the status segment; bytes of a frame's buffer that the library and the core may look at.
- */
-enum { STREAM_SEGMENT = 14492, STREAM_READABLE = 64 };
+enum {
+    STREAM_SEGMENT = MC_STATUS_SIZE,
+    STREAM_READABLE = 64, /* bytes of a frame's buffer that the library and the core may look at */
+    STREAM_CODES = 120    /* commands are drawn below it */
+};
 
 /* ---- From who runs the stream ---- */
 

@@ -12,6 +12,7 @@
 
 #include "adapt/adapt.h"
 #include "adapt/records.h"
+#include "adapt/status_layout.h"
 #include "command/command.h"
 #include "platform/protocol_core.h"
 #include "settings/settings.h"
@@ -35,6 +36,15 @@ inline void run_record(const Bytes& record) { EXPECT_EQ(process_interface_msg(re
 inline void run(std::uint32_t code, const Bytes& payload = {}) {
     run_record(record_of(code, payload));
 }
+
+// The dispatcher is asked, not read: a code that it does not know is complained about.
+inline bool is_known(std::uint32_t code) {
+    const Bytes record = record_of(code, Bytes{}, 0);
+    const std::string text = said(mc_debug, kErr, [&record] { run_record(record); });
+    return text.find("msgid(" + std::to_string(code) + ") is not missing!") == std::string::npos;
+}
+// Far behind the last code.
+inline constexpr std::uint32_t kBehindAllCodes = 1000;
 
 // A field of a record: what it is called here, where it begins, how many bytes it has, and what
 // stands in it.
@@ -69,7 +79,7 @@ inline Bytes record_of(std::uint32_t code, const Fields& fields) {
 
 // ---- All that a command may write --------------------------------------------------------------
 
-inline constexpr std::size_t kSegment = 14492;
+inline constexpr std::size_t kSegment = MC_STATUS_SIZE;
 
 // What is between the fields of a rule is nobody's.
 inline void clear_padding(Rule (&block)[MC_RULES]) {
