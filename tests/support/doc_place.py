@@ -4,6 +4,7 @@ the programs of a build are found, and the bridge and the captures that the page
 What runs is bounded: a command ends in time, and what a block leaves running ends with it.
 """
 
+import contextlib
 import os
 import pathlib
 import select
@@ -101,6 +102,15 @@ def add_build(tree, build):
 class Place:
     def __init__(self, source, build, words):
         self.folder = pathlib.Path(tempfile.mkdtemp())
+        try:
+            self.make(source, build)
+            self.enter(words, link_programs(build, self.tree / "build/native"))
+        except BaseException:
+            shutil.rmtree(self.folder, ignore_errors=True)
+            raise
+        self.has_bridge = self.run(BRIDGE) == 0
+
+    def make(self, source, build):
         self.tree = self.folder / "tree"
         shutil.copytree(source, self.tree, ignore=NOT_COPIED, symlinks=True)
         for name in ("home", "tmp", "run"):
@@ -109,14 +119,15 @@ class Place:
             add_captures(self.tree)
             add_host(self.tree)
             add_build(self.tree, build)
-        path = link_programs(build, self.tree / "build/native")
+
+    def enter(self, words, path):
+        """Starts the shell."""
         self.run_number = 0
         self.statuses, theirs = os.pipe()
         self.shell = subprocess.Popen([*words, "sh", "-c", MOUNTS + " && cd tree && exec bash --norc"],
                                       env=self.environment(path, theirs),
                                       pass_fds=[theirs], stdin=subprocess.PIPE, start_new_session=True)
         os.close(theirs)
-        self.has_bridge = self.run(BRIDGE) == 0
 
     def environment(self, path, statuses):
         return {**os.environ, "PATH": os.pathsep.join([*path, os.environ["PATH"], "/usr/sbin", "/sbin"]),
@@ -161,7 +172,8 @@ class Place:
 
     def close(self):
         self.shell.kill()
-        self.shell.stdin.close()
+        with contextlib.suppress(BrokenPipeError):
+            self.shell.stdin.close()
         self.shell.wait()
         os.close(self.statuses)
         shutil.rmtree(self.folder, ignore_errors=True)
