@@ -5,11 +5,21 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 include(cmake/PublicHeaders.cmake)
 
+# What Debian has otherwise than others.
+set(mc_in_debian OFF)
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND EXISTS /etc/debian_version)
+  set(mc_in_debian ON)
+endif()
+
 set(MC_INCLUDE_DIR "${CMAKE_INSTALL_INCLUDEDIR}/multicast_adaptation")
 set(mc_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/MulticastAdaptation")
 set(mc_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-install(TARGETS mc_hal EXPORT MulticastAdaptationTargets
+# For a program beside the host, which needs the headers alone.
+add_library(mc_headers INTERFACE)
+target_include_directories(mc_headers INTERFACE "$<INSTALL_INTERFACE:${MC_INCLUDE_DIR}>")
+
+install(TARGETS mc_hal mc_headers EXPORT MulticastAdaptationTargets
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development)
 
 # Their folders stay: they include each other by them.
@@ -32,6 +42,11 @@ file(RELATIVE_PATH MC_PREFIX_FROM_PKGCONFIG "/${mc_pkgconfig_dir}" "/")
 configure_file(packaging/multicast-adaptation.pc.in multicast-adaptation.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/multicast-adaptation.pc" DESTINATION "${mc_pkgconfig_dir}"
         COMPONENT development)
+
+# What a porter starts from, without what was built in it.
+install(DIRECTORY examples/ DESTINATION "${CMAKE_INSTALL_DATADIR}/multicast_adaptation/examples"
+        COMPONENT development
+        FILES_MATCHING PATTERN "*.c" PATTERN "*.h" PATTERN Makefile PATTERN CMakeLists.txt)
 
 if(MC_BUILD_NODE)
   include(cmake/InstallTools.cmake)

@@ -1,5 +1,7 @@
-# The headers that programs of others read, in C and C++, for cmake --install. A header of the library that
-# begins with a comment of C is one of them (tests/install_test.py holds them together).
+# The headers that programs of others read, in C and C++. This is their one list: what is installed, what
+# tests/headers_in_c.c.in compiles and what scripts/abi holds is made from it. A header of the library that
+# begins with a comment of C is one of them; tests/public_headers_test.py finds one that is missing here or in
+# docs/Doxyfile, which cannot read this file.
 set(MC_PUBLIC_HEADERS
   adapt/adapt.h
   adapt/records.h

@@ -2,9 +2,9 @@
 """The examples, built from the public headers and the library alone, and run: a host on an interface of its
 own, and programs beside mc_node.
 
-    examples_test.py SOURCE_DIR C_COMPILER LIBRARY [EMULATOR ...] MC_NODE MCCTL
+    examples_test.py SOURCE_DIR C_COMPILER SANITIZERS LIBRARY [EMULATOR ...] MC_NODE MCCTL
 
-The library is libmc_hal.so. Status 77 where no namespaces are to be had.
+The library is libmc_hal.so, the sanitizers those that it was built with. Status 77 where no namespaces are to be had.
 """
 import os
 import pathlib
@@ -71,12 +71,13 @@ class Examples(unittest.TestCase):
             place.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(SOURCE / header, place)
         headers = "-I%s/include" % cls.work
+        options = "-O1 -Werror" + (" -fsanitize=" + SANITIZERS if SANITIZERS else "")
         library = "-L%s -lmc_hal -Wl,-rpath,%s" % (LIBRARY.parent, LIBRARY.parent)
         for name in ("host", "sender", "status"):
             shutil.copytree(SOURCE / "examples" / name, cls.work / name)
             (cls.work / name / name).unlink(missing_ok=True)
             flags = headers + " " + library if name == "host" else headers
-            done = subprocess.run(["make", "-s", "-C", cls.work / name, "CC=" + COMPILER, "CFLAGS=-O1 -Werror",
+            done = subprocess.run(["make", "-s", "-C", cls.work / name, "CC=" + COMPILER, "CFLAGS=" + options,
                                    "MC_FLAGS=" + flags], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                                   check=False)
             assert done.returncode == 0, done.stdout
@@ -236,7 +237,7 @@ def enter_namespaces():
 
 
 if __name__ == "__main__":
-    SOURCE, COMPILER, LIBRARY = pathlib.Path(sys.argv[1]), sys.argv[2], pathlib.Path(sys.argv[3])
-    EMULATOR, NODE, MCCTL = sys.argv[4:-2], sys.argv[-2], sys.argv[-1]
+    SOURCE, COMPILER, SANITIZERS, LIBRARY = pathlib.Path(sys.argv[1]), *sys.argv[2:4], pathlib.Path(sys.argv[4])
+    EMULATOR, NODE, MCCTL = sys.argv[5:-2], sys.argv[-2], sys.argv[-1]
     enter_namespaces()
     unittest.main(argv=sys.argv[:1])

@@ -205,18 +205,6 @@ TEST_P(Library, RunsNothingAtLoad) {
     }
 }
 
-TEST(Headers, OfTheInterfaceAreCompiledAsC) {
-    const std::string c_file =
-        content_of(std::filesystem::path(MC_SOURCE_DIR) / "tests/headers_in_c.c");
-    for (const auto& header : headers()) {
-        if (content_of(header).find("MC_C_BEGIN") == std::string::npos) continue;
-        const std::string include = "#include \"" + header.parent_path().filename().string() + "/" +
-                                    header.filename().string() + "\"";
-        if (header.filename() == "export.h") continue;
-        EXPECT_NE(c_file.find(include), std::string::npos) << include;
-    }
-}
-
 // ---- Built-in frame ----------------------------------------------------------------------
 
 // Ones' complement sum over 16-bit words, added up one by one.

@@ -57,7 +57,7 @@ succeeds install sh -c 'dpkg -i /tmp/debs/*.deb'
 for program in mc_node mcctl mcstat; do
     succeeds "$program" "$program" --version
     grep -qx "$program [0-9.]*" "$work/stdout" || fail "$program --version: $(<"$work/stdout")"
-    [[ -s $system/usr/share/man/man1/$program.1 ]] || fail "$program has no manual page"
+    [[ -s $system/usr/share/man/man1/$program.1.gz ]] || fail "$program has no manual page"
 done
 succeeds replay mc_node replay /tmp/home
 grep -q '^ *all  *380 ' "$work/stdout" || fail "replay: $(tail -n 5 "$work/stdout")"

@@ -39,12 +39,24 @@ bool enter_with_user_namespace() {
     return true;
 }
 
+// The library makes its segment without permission bits: who made it may not attach it for that.
+bool attaches_without_permission_bits() {
+    const int segment = shmget(IPC_PRIVATE, 1, IPC_CREAT);
+    if (segment == -1) return false;
+    void* const there = shmat(segment, nullptr, 0);
+    shmctl(segment, IPC_RMID, nullptr);
+    return there != reinterpret_cast<void*>(-1) && shmdt(there) == 0;
+}
+
 class OwnIpc : public ::testing::Environment {
  public:
     void SetUp() override {
         own_ipc = unshare(CLONE_NEWIPC) == 0 || enter_with_user_namespace();
         if (!own_ipc)
             std::fputs("no IPC namespace: the machine's queue and segment are used\n", stderr);
+        // Without a segment half of the tests would end in a null pointer.
+        ASSERT_TRUE(attaches_without_permission_bits())
+            << "these tests take root, CAP_IPC_OWNER, or an IPC namespace of their own";
     }
 };
 
