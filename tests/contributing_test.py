@@ -99,7 +99,7 @@ class TheRecipes(unittest.TestCase):
         self.assertEqual(calls - tested - DO_NOTHING, set(), "no test of the multicast core calls it")
 
     def test_of_a_command_reach_the_words_that_fuzzers_know(self):
-        commands = re.findall(r"^## (.*)\n\n.* Code \d+,(?:.*\n)*?```\n(.*)\n```$", read("docs/commands.md"), re.M)
+        commands = re.findall(r"^## (.*)\n\n.* Code \d+,(?:.*\n)*?```text\n(.*)\n```$", read("docs/commands.md"), re.M)
         self.assertTrue(commands)
         known = re.findall(r'^"(.+)"$', read("tests/fuzz/words.dict"), re.M)
         words = {word for path, line in commands for word in path.split() + re.findall(r"--[\w-]+", line)}

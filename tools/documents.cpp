@@ -56,7 +56,7 @@ constexpr std::string_view kConsoleSection =
     "Follows the console of a node on this machine: prints what the library, the core and commands\n"
     "print there from now on, byte for byte, whoever posts the commands. Nothing is posted.\n"
     "\n"
-    "```\n"
+    "```text\n"
     "console\n"
     "```\n"
     "\n"
@@ -83,7 +83,7 @@ constexpr std::string_view kConfigurationSections =
     "\n"
     "Writes the configuration that the node has now; [configuration.md](configuration.md) tells more.\n"
     "\n"
-    "```\n"
+    "```text\n"
     "save [FILE]\n"
     "```\n"
     "\n"
@@ -91,7 +91,7 @@ constexpr std::string_view kConfigurationSections =
     "\n"
     "Posts what the running node and a configuration file differ in, and prints it.\n"
     "\n"
-    "```\n"
+    "```text\n"
     "apply FILE\n"
     "```\n";
 
@@ -150,7 +150,9 @@ std::string list_of(const Words& prefix) {
     return text;
 }
 
-std::string code_block(const std::string& text) { return "```\n" + text + "```\n"; }
+std::string code_block(std::string_view language, const std::string& text) {
+    return "```" + std::string(language) + "\n" + text + "```\n";
+}
 
 std::string argument_cells(const Field* field) {
     if (field == nullptr) return " | | | sent as 0 |\n";
@@ -182,8 +184,8 @@ std::string section(const Command& command) {
     return "\n## " + path_text(command) + "\n\n" + std::string(command.help) + " Code " +
            std::to_string(command.record.code) + ", record of " +
            std::to_string(command.record_size()) + " bytes.\n\n" +
-           code_block(usage(command) + "\n") + field_table(command) + "\n" +
-           code_block(example_of(command));
+           code_block("text", usage(command) + "\n") + field_table(command) + "\n" +
+           code_block("console", example_of(command));
 }
 
 // ---- Program ------------------------------------------------------------------------------------
@@ -267,9 +269,9 @@ std::string reference() {
     text += "\n## raw\n\n" + std::string(kRawHelp) +
             " The code is 1 to 2147483647, the payload has up to 124 bytes; nothing is checked.\n"
             "\n" +
-            code_block("raw CODE [HEX ...]\n") + "\n" +
-            code_block("$ mcctl --dry-run raw 9999 0a0b\n" +
-                       hex_text(encode({"raw", "9999", "0a0b"}).bytes) + "\n");
+            code_block("text", "raw CODE [HEX ...]\n") + "\n" +
+            code_block("console", "$ mcctl --dry-run raw 9999 0a0b\n" +
+                                      hex_text(encode({"raw", "9999", "0a0b"}).bytes) + "\n");
     return text + std::string(kConsoleSection) + std::string(kConfigurationSections);
 }
 
