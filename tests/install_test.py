@@ -13,7 +13,9 @@ import sys
 import tempfile
 import unittest
 
-from public_headers_test import HEADERS
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent / "support"))
+from processes import output             # noqa: E402
+from public_headers_test import HEADERS  # noqa: E402
 
 PROGRAMS = ("mc_node", "mcctl", "mcstat")
 HOST = '#include "adapt/adapt.h"\nint main(void) { return IgmpInit == 0; }\n'
@@ -36,14 +38,6 @@ _$1
 BASH = 'source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _$1; printf "%s\\n" "${COMPREPLY[@]}"'
 
 source, build, compiler, cxx_compiler, version = None, None, None, None, None
-
-
-def output(*words, **more):
-    done = subprocess.run([str(word) for word in words], check=False, text=True, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, timeout=120, **more)
-    if done.returncode != 0:
-        raise AssertionError(f"{' '.join(map(str, words))}: status {done.returncode}\n{done.stdout}")
-    return done.stdout
 
 
 def setUpModule():

@@ -14,15 +14,11 @@ import sys
 import tempfile
 import unittest
 
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent / "support"))
+from processes import output  # noqa: E402
+
 EXAMPLES = ("host", "sender", "status")
-
-
-def output(*words, **more):
-    done = subprocess.run([str(word) for word in words], check=False, text=True, stdout=subprocess.PIPE,
-                          stderr=subprocess.STDOUT, timeout=120, **more)
-    if done.returncode != 0:
-        raise AssertionError(f"{' '.join(map(str, words))}: status {done.returncode}\n{done.stdout}")
-    return done.stdout
 
 
 def setUpModule():
