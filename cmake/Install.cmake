@@ -43,9 +43,9 @@ configure_file(packaging/multicast-adaptation.pc.in multicast-adaptation.pc @ONL
 install(FILES "${PROJECT_BINARY_DIR}/multicast-adaptation.pc" DESTINATION "${mc_pkgconfig_dir}"
         COMPONENT development)
 
-# For who develops a host process, too: to be preloaded, or linked in front of the library.
+# For who develops a host process, too. In a folder of its own: nobody is to find it who does not ask for it.
 if(MC_BUILD_CHECK)
-  install(TARGETS mc_check LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development)
+  install(TARGETS mc_check LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/multicast_adaptation" COMPONENT development)
 endif()
 
 # What a porter starts from, without what was built in it.

@@ -64,7 +64,9 @@ class TheLibrary(unittest.TestCase):
         self.assertEqual((library_dir() / "libmc_hal.so").resolve().name, f"libmc_hal.so.{version}")
 
     def test_comes_with_a_check_of_its_neighbours_that_can_be_preloaded(self):
-        environment = dict(os.environ, LD_PRELOAD="libmc_check.so", LD_LIBRARY_PATH=str(library_dir()))
+        # LD_PRELOAD takes no path with a blank in it.
+        environment = dict(os.environ, LD_PRELOAD="libmc_check.so",
+                           LD_LIBRARY_PATH=str(library_dir() / "multicast_adaptation"))
         said = output(prefix / "bin/mc_node", "replay", source / "scenario/home", env=environment)
         self.assertRegex(said, r"(?m)^mc_check: no breach in \d+ calls$")
 
