@@ -1,6 +1,9 @@
 """A node that starts from a file, is changed, saved, and made what a file says."""
 
 import os
+import re
+import shutil
+import subprocess
 import tempfile
 
 from lab.home import BRIDGE, UPLINK
@@ -129,11 +132,20 @@ class Applied(Configured):
 class AsAService(Configured):
     """As the unit in packaging/ starts it: a user of its own with three capabilities."""
 
+    def setUp(self):
+        """Programs and library from where the user may look: a checkout of root's may be closed to others."""
+        super().setUp()
+        listed = subprocess.run(["ldd", self.node.mc_node], check=True, capture_output=True, text=True).stdout
+        shutil.copy(re.search(r"libmc_hal\S* => (\S+)", listed)[1], self.folder)
+        self.node.mc_node = shutil.copy(self.node.mc_node, self.folder)
+        self.node.mcctl = shutil.copy(self.node.mcctl, self.folder)
+        self.with_library = ["env", "LD_LIBRARY_PATH=" + self.folder]
+
     def user(self):
         wanted = "-all," + ",".join("+" + name for name in CAPABILITIES)
         return ["setpriv", "--reuid", NOBODY, "--regid", NOBODY, "--clear-groups",
                 "--inh-caps", wanted, "--ambient-caps", wanted, "--bounding-set", wanted,
-                "--no-new-privs", "--"]
+                "--no-new-privs", "--", *self.with_library]
 
     def test_a_user_with_three_capabilities_runs_the_node(self):
         self.start(self.file(*self.interfaces(), "fast-leave all on"), user=self.user())
@@ -144,7 +156,7 @@ class AsAService(Configured):
         self.hosts["h0"].join("239.9.1.1")
         self.assert_reaches(self.uplink.stream("239.9.1.1"), 0)
         nobody = ["setpriv", "--reuid", NOBODY, "--regid", NOBODY, "--clear-groups", "--inh-caps",
-                  "-all", "--bounding-set", "-all", "--"]
+                  "-all", "--bounding-set", "-all", "--", *self.with_library]
         self.mcctl("robustness", "3", user=nobody)
         self.assertIn("robustness 3", self.saved(user=nobody))
         # Root posts to any node, and hears from its own and root's only.
