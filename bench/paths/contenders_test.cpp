@@ -6,6 +6,7 @@
 
 #include "bench/paths/cases.h"
 #include "bench/paths/contenders.h"
+#include "bench/paths/own_ipc.h"
 #include "platform/l2_multicast.h"
 
 namespace {
@@ -44,6 +45,14 @@ Frames frames_of(std::string_view contender, const bench::Load& load) {
     bench::run_prepared();
     return sent;
 }
+
+// A segment or a queue of the machine may belong to a node that runs.
+class OwnIpc : public testing::Environment {
+ public:
+    void SetUp() override { static_cast<void>(bench::enter_own_ipc()); }
+};
+
+[[maybe_unused]] const auto* const environment = testing::AddGlobalTestEnvironment(new OwnIpc);
 
 class Contenders : public testing::TestWithParam<bench::NamedLoad> {};
 
