@@ -6,18 +6,10 @@
 #   tests/mcctl_run_test.sh [EMULATOR ...] MCCTL MC_NODE
 set -euo pipefail
 
-# The queue is the machine's; everything happens in a namespace of its own, or not at all.
-if [[ ${MCCTL_TEST_INSIDE-} != yes ]]; then
-    export MCCTL_TEST_INSIDE=yes
-    if unshare --ipc true 2>/dev/null; then
-        exec unshare --ipc "$0" "$@"
-    elif unshare --user --map-root-user --ipc true 2>/dev/null; then
-        exec unshare --user --map-root-user --ipc "$0" "$@"
-    fi
-    echo "no IPC namespace is to be had: only what needs no queue is tested" >&2
-    queue_is_ours=no
-fi
-queue_is_ours=${queue_is_ours-yes}
+# The queue is the machine's: what needs one is tested in a namespace of its own, or not at all.
+goes_on_without_ipc=yes
+. "$(dirname "$0")/support/own_ipc.sh" "$@"
+queue_is_ours=$TEST_HAS_OWN_IPC
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/tests/support/checks.sh"

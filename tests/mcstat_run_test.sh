@@ -7,15 +7,8 @@ set -euo pipefail
 
 # The command queue and the status segment are the machine's: node and reader share a namespace that
 # others are not in. Without one, what is tested on a machine without a node is left out.
-if [[ -z ${MCSTAT_TEST_NAMESPACE:-} ]]; then
-    export MCSTAT_TEST_NAMESPACE=own
-    if unshare --ipc true 2>/dev/null; then
-        exec unshare --ipc "$0" "$@"
-    elif unshare --user --map-root-user --ipc true 2>/dev/null; then
-        exec unshare --user --map-root-user --ipc "$0" "$@"
-    fi
-    MCSTAT_TEST_NAMESPACE=none
-fi
+goes_on_without_ipc=yes
+. "$(dirname "$0")/support/own_ipc.sh" "$@"
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 . "$root/tests/support/checks.sh"
@@ -46,7 +39,7 @@ expect_stdout() {
     grep -Eq -- "$1" stdout || fail "$2: no '$1' on standard output"
 }
 
-if [[ $MCSTAT_TEST_NAMESPACE == own ]]; then
+if [[ $TEST_HAS_OWN_IPC == yes ]]; then
     echo "no node"
     show
     expect_complaint "no node" 1 "no status segment (key 82)"
@@ -247,7 +240,7 @@ echo "a node that is gone"
 kill -TERM "$player"
 wait "$player" || fail "the node did not end well"
 player=
-if [[ $MCSTAT_TEST_NAMESPACE == own ]]; then
+if [[ $TEST_HAS_OWN_IPC == yes ]]; then
     show --json --no-refresh
     expect_status 0 "what is left"
     cmp stdout built-in || fail "what is left differs"
